@@ -1,0 +1,23 @@
+// The layer's clock. ROM_WIZARD_CLOCK, 1 by default, makes every wait and timer that many times
+// faster, so that a run whose waits take half a minute can be tested in a second. What the clock
+// counts are Windows milliseconds; what the host waits is that divided by the rate.
+#pragma once
+
+#include <windef.h>
+
+#include <chrono>
+
+namespace platform {
+
+using HostClock = std::chrono::steady_clock;
+
+// The rate, read once: a number above 0. Anything else counts as 1.
+double ClockRate();
+
+// Windows milliseconds as host time. INFINITE is not accepted here.
+HostClock::duration HostDuration(DWORD milliseconds);
+
+// The instant that lies so many Windows milliseconds ahead; for INFINITE the end of time.
+HostClock::time_point HostDeadline(DWORD milliseconds);
+
+} // namespace platform

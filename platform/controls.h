@@ -1,0 +1,30 @@
+// Window procedures of the controls that every program has.
+#pragma once
+
+#include <winuser.h>
+
+namespace platform {
+
+struct Window;
+
+LRESULT CALLBACK StaticProcedure(HWND control, UINT message, WPARAM first, LPARAM second);
+LRESULT CALLBACK ButtonProcedure(HWND control, UINT message, WPARAM first, LPARAM second);
+LRESULT CALLBACK ProgressProcedure(HWND control, UINT message, WPARAM first, LPARAM second);
+
+enum class ControlKind {
+    Text,
+    PushButton,
+    CheckBox,
+    RadioButton,
+    GroupBox,
+    Progress,
+    Picture,
+    Other
+};
+
+ControlKind KindOf(const Window& control);
+
+// Whether a user can work it: press, check or choose.
+bool CanBeWorked(ControlKind kind);
+
+} // namespace platform

@@ -1,0 +1,55 @@
+// Which display shows the pages.
+
+#include "platform/display.h"
+
+#include "platform/terminal_display.h"
+#include "platform/window_system.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace platform {
+
+namespace {
+
+constexpr int NoSuchDisplay = 2; // exit code
+
+std::atomic<Display*> given = nullptr;
+
+Display& DisplayOfEnvironment() {
+    const char* name = std::getenv("ROM_WIZARD_DISPLAY");
+    if (name && *name && std::strcmp(name, "terminal") != 0) {
+        std::fprintf(stderr, "ROM_WIZARD_DISPLAY: the display '%s' is not built in\n", name);
+        _exit(NoSuchDisplay);
+    }
+    return TerminalDisplay();
+}
+
+} // namespace
+
+bool PageView::CanBeWorked() const {
+    return std::any_of(controls.begin(), controls.end(), [](const ControlView& control) {
+        return control.visible && platform::CanBeWorked(control.kind);
+    });
+}
+
+Display& TheDisplay() {
+    if (Display* display = given)
+        return *display;
+    static Display& display = DisplayOfEnvironment();
+    return display;
+}
+
+void UseDisplay(Display* display) { given = display; }
+
+void InputArrived() {
+    auto hold = LockWindows();
+    WakeAllThreads();
+}
+
+} // namespace platform

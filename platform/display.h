@@ -1,0 +1,90 @@
+// What shows pages to the user: one model of dialogs and controls, and displays behind it.
+//
+// A display is told of every page and change while the model is locked, in the order in which they
+// happen; it must not call into windows then, and gets all that it shows as plain values. Input
+// comes the other way: a display that has no events of its own is asked for it (NextAction,
+// NextAnswer) by the thread that owns the page, whenever that thread has nothing else to do; one
+// that has posts messages to the page's controls.
+#pragma once
+
+#include "platform/controls.h"
+#include "platform/drawing.h"
+
+#include <winuser.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+struct ControlView {
+    HWND handle;
+    int id; // -1: none
+    ControlKind kind;
+    std::string text; // UTF-8, without the marks of underlined letters
+    RECT rect;        // pixels in the page's client area
+    bool visible, enabled, checked, isDefault;
+    LONG lowest, highest, position; // of a progress bar
+    LOGFONTA font;                  // height 0: the display's own
+    PaintResult painted;            // colours of a text
+};
+
+struct PageView {
+    HWND handle;
+    int id;            // of the dialog's template
+    std::string title; // UTF-8; empty for a page without a title bar
+    RECT rect;         // screen pixels, frame included
+    SIZE clientSize;
+    std::vector<ControlView> controls;
+    std::vector<PaintedPicture> pictures;
+
+    bool CanBeWorked() const; // a user can do something here, now or later
+};
+
+struct PageAction {
+    enum { Click, Enter, Escape } kind;
+    HWND control; // of a click
+};
+
+struct FileQuestion {
+    bool save;
+    std::string proposal;             // UTF-8, may be empty
+    std::vector<std::string> filters; // the names that the user is shown, UTF-8
+};
+
+struct FileAnswer {
+    bool cancelled;
+    std::string path; // UTF-8, as the user gave it
+};
+
+class Display {
+public:
+    virtual ~Display() = default;
+
+    virtual void ShowPage(const PageView& page) = 0; // it came on screen
+    virtual void HidePage(const PageView& page) = 0; // off the screen; it may come back
+    virtual void UpdateControl(const PageView& page, const ControlView& control) = 0;
+    virtual void UpdatePictures(const PageView&) {}
+    virtual void EndPage(const PageView& page) = 0; // once for each page that was shown
+
+    virtual void AskFile(const FileQuestion& question) = 0; // also again, after a complaint
+    virtual void Complain(const std::string& sentence) = 0; // UTF-8
+
+    // What the user has done on the page, where input is waiting; must not block.
+    virtual std::optional<PageAction> NextAction(const PageView&) { return std::nullopt; }
+    virtual std::optional<FileAnswer> NextAnswer() { return std::nullopt; }
+};
+
+// The display in use: that of UseDisplay, else the one that ROM_WIZARD_DISPLAY names. Where there
+// is none of that name, says so in one line and ends the program with 2.
+Display& TheDisplay();
+
+// For tests, before the first page; null goes back to the one that the environment names.
+void UseDisplay(Display* display);
+
+// A display calls this, holding nothing, when input has come that a thread may be waiting for.
+void InputArrived();
+
+} // namespace platform

@@ -1,0 +1,44 @@
+// Drawing objects behind their handles: what the window model and a display need of them.
+#pragma once
+
+#include <wingdi.h>
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace platform {
+
+// A bitmap resource: size, and its bytes as a device independent bitmap without a file header. The
+// bytes belong to the resources and live as long as they.
+struct Picture {
+    LONG width = 1, height = 1;
+    std::span<const std::uint8_t> bitmap;
+};
+
+// A copy of (part of) a picture onto a window's client area.
+struct PaintedPicture {
+    std::shared_ptr<const Picture> picture;
+    int x, y, width, height;
+    int sourceX, sourceY;
+};
+
+// What a context was told, and what was painted through it.
+struct PaintResult {
+    std::vector<PaintedPicture> pictures;
+    COLORREF textColour, background;
+    bool opaque;
+};
+
+// Context of a window for the time of one painting.
+HDC OpenPaintContext();
+PaintResult ClosePaintContext(HDC context);
+
+bool BrushColour(HBRUSH brush, COLORREF* colour);
+bool FontDescription(HFONT font, LOGFONTA* description);
+
+// Objects and contexts that the program has made and not released yet.
+int DrawingObjectCount();
+
+} // namespace platform

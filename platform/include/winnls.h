@@ -1,0 +1,19 @@
+// Conversions between the ANSI code page, which is Windows-1252 on every host, and UTF-16.
+//
+// What is covered: the code pages CP_ACP (0) and 1252, and CP_UTF8. A source length of -1 is a
+// terminated text whose terminator is converted too; room 0 asks for the length. What has no place
+// in Windows-1252 becomes the default character, '?'; no best fit is looked for.
+#pragma once
+
+#include <windef.h>
+
+#define CP_ACP 0
+#define CP_UTF8 65001
+#define MB_PRECOMPOSED 0x00000001
+#define MB_ERR_INVALID_CHARS 0x00000008
+#define WC_NO_BEST_FIT_CHARS 0x00000400
+
+int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int length, LPWSTR wide,
+                               int room);
+int WINAPI WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int length, LPSTR text,
+                               int room, LPCSTR defaultChar, LPBOOL usedDefaultChar);

@@ -1,0 +1,41 @@
+// Lines of input, read ahead by one thread, so that nobody who waits for a message is held up by a
+// user who takes his time.
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace platform {
+
+// Never destroyed once it reads: its thread may stand in a read for as long as the process lives.
+class LineReader {
+public:
+    // `arrived` is called on the reading thread, with nothing held, for every line and at the end.
+    LineReader(int file, std::function<void()> arrived);
+
+    // The next line without its end, or none so far. Any thread; the first call starts the thread.
+    std::optional<std::string> Next();
+
+    // Whether all lines have been taken and no more will come.
+    bool AtEnd();
+
+private:
+    void Start();
+    void Run();
+    void Take(const char* bytes, std::size_t count, std::string& line);
+    void Add(std::string line);
+
+    const int file_;
+    const std::function<void()> arrived_;
+    std::mutex lock_;
+    std::condition_variable room_;
+    std::deque<std::string> lines_;
+    bool started_ = false;
+    bool ended_ = false;
+};
+
+} // namespace platform

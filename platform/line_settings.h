@@ -1,0 +1,21 @@
+// The line of a port: what of a DCB is offered, and how the host's tty is told.
+#pragma once
+
+#include <commapi.h>
+
+namespace platform {
+
+// 9600 baud, DTR and RTS raised.
+DCB DefaultLine();
+
+// False for what ApplyLine could not carry out: see commapi.h.
+bool IsOffered(const DCB& line);
+
+// Sets the tty: raw, no flow control, modem status ignored, and the speed. False with errno set.
+bool ApplyLine(int tty, const DCB& line);
+
+// Raises or drops TIOCM_DTR or TIOCM_RTS. True too where the tty has no modem lines, as a
+// pseudo-terminal has none. False with errno set.
+bool SetModemLine(int tty, int line, bool raised);
+
+} // namespace platform

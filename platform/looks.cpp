@@ -1,0 +1,67 @@
+// What the system says of itself: metrics, colours, cursors and icons. The screen is that of a
+// classic desktop at 96 dots an inch, whatever the display; pages are laid out and centred by it.
+
+#include "platform/resources.h"
+#include "platform/window_system.h"
+
+#include <windows.h>
+
+#include <array>
+#include <utility>
+
+namespace {
+
+constexpr std::uintptr_t FirstImageHandle = 0x02000000;
+
+// The colours of the classic scheme by their published index, as 0x00BBGGRR.
+constexpr std::array<COLORREF, 21> SystemColours = {
+    0xC8D0D4, 0xA56E3A, 0x6A240A, 0x808080, 0xC8D0D4, 0xFFFFFF, 0x000000,
+    0x000000, 0x000000, 0xFFFFFF, 0xC8D0D4, 0xC8D0D4, 0x808080, 0x6A240A,
+    0xFFFFFF, 0xC8D0D4, 0x808080, 0x808080, 0x000000, 0xC8D0D4, 0xFFFFFF,
+};
+
+HICON ImageHandle(LPCSTR name) {
+    return reinterpret_cast<HICON>(FirstImageHandle + reinterpret_cast<std::uintptr_t>(name));
+}
+
+} // namespace
+
+DWORD WINAPI GetSysColor(int index) {
+    auto position = static_cast<std::size_t>(index);
+    return index >= 0 && position < SystemColours.size() ? SystemColours[position] : 0;
+}
+
+int WINAPI GetSystemMetrics(int index) {
+    switch (index) {
+    case SM_CXSCREEN:
+        return 1024;
+    case SM_CYSCREEN:
+        return 768;
+    case SM_CYCAPTION:
+        return platform::CaptionHeight;
+    case SM_CXDLGFRAME:
+    case SM_CYDLGFRAME:
+        return platform::DialogFrame;
+    case SM_CXFRAME:
+    case SM_CYFRAME:
+        return platform::SizingFrame;
+    default:
+        return 0;
+    }
+}
+
+HICON WINAPI LoadIconA(HINSTANCE instance, LPCSTR name) {
+    if (instance && !platform::FindNamedResource(platform::IconGroupResource, name))
+        return nullptr;
+    return IS_INTRESOURCE(name) ? ImageHandle(name) : nullptr;
+}
+
+HCURSOR WINAPI LoadCursorA(HINSTANCE instance, LPCSTR name) {
+    return !instance && IS_INTRESOURCE(name) ? ImageHandle(name) : nullptr;
+}
+
+HCURSOR WINAPI SetCursor(HCURSOR cursor) {
+    auto queue = platform::CurrentQueue();
+    auto hold = platform::LockWindows();
+    return std::exchange(queue->cursor, cursor);
+}

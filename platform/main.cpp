@@ -1,0 +1,54 @@
+// `main` of a windowed program.
+//
+// The first thread belongs to the display; WinMain runs on a thread of its own and may block as it
+// likes. Threads that still stand in a read or a wait when WinMain returns do not hold the process
+// up: it leaves by _exit, with everything written that was printed.
+
+#include "platform/display.h"
+#include "platform/handles.h"
+
+#include <windows.h>
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+namespace {
+
+constexpr std::uintptr_t ProgramModule = 0x00400000; // where Windows programs used to be loaded
+
+int RunWinMain() {
+    int exitCode = 0;
+    std::thread program([&exitCode] {
+        char commandLine[1] = {};
+        exitCode = WinMain(reinterpret_cast<HINSTANCE>(ProgramModule), nullptr, commandLine,
+                           SW_SHOWDEFAULT);
+    });
+    program.join();
+    return exitCode;
+}
+
+// A handle closed twice is a fault that shows nowhere else: by then it may name another object.
+void ReportHandles() {
+    int closedTwice = platform::BadCloseCount();
+    if (std::getenv("ROM_WIZARD_HANDLES"))
+        std::fprintf(stderr, "handles: %d open, %d closed twice\n", platform::OpenHandleCount(),
+                     closedTwice);
+    else if (closedTwice != 0)
+        std::fprintf(stderr, "handles: %d closed twice\n", closedTwice);
+}
+
+} // namespace
+
+int main() {
+    // Whoever reads the pages may go away; that must not end a program in the middle of its work.
+    std::signal(SIGPIPE, SIG_IGN);
+    platform::TheDisplay();
+    int exitCode = RunWinMain();
+    ReportHandles();
+    std::fflush(nullptr);
+    _exit(exitCode);
+}

@@ -1,0 +1,33 @@
+// A page as lines of text, for displays that have nothing else.
+#pragma once
+
+#include "platform/display.h"
+
+#include <string>
+#include <vector>
+
+namespace platform {
+
+// One line of a page, or several for a text that has several; UTF-8, safe to print.
+struct PageLine {
+    HWND control; // null: the percentage of the page's progress
+    std::string text;
+};
+
+std::string PageHeader(const PageView& page);
+
+// Texts from top to bottom, then the controls that can be worked in the same order. The percentage
+// is not among them.
+std::vector<PageLine> PageLines(const PageView& page);
+
+// "37%": the number that stands before a "%" on the page or, without one, what the bar shows.
+// Empty where the page has no progress bar.
+std::string PercentageOf(const PageView& page);
+
+// Controls that can be worked and are visible, in the order of PageLines.
+std::vector<const ControlView*> WorkableControls(const PageView& page);
+
+// Without control characters, which a terminal would act on.
+std::string Printable(const std::string& text);
+
+} // namespace platform

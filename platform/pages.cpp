@@ -1,0 +1,167 @@
+// From the model to the display and back: which pages are on screen, what has changed on them, and
+// to which page input goes.
+//
+// Input is taken by the thread of the newest page on screen that has controls, and only when that
+// thread has nothing else to serve. So a line typed ahead waits until the page it is meant for
+// stands, and two threads with a page each never share one line.
+
+#include "platform/pages.h"
+
+#include "platform/text.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+namespace platform {
+
+namespace {
+
+// Without the marks of underlined letters; "&&" is an ampersand.
+std::string WithoutMarks(const std::string& text) {
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '&' && ++i >= text.size())
+            break;
+        plain.push_back(text[i]);
+    }
+    return plain;
+}
+
+bool KeepsMarks(const Window& control) {
+    return KindOf(control) == ControlKind::Text && (control.style & SS_NOPREFIX);
+}
+
+bool IsDefaultButton(const Window& control, const DialogState& dialog) {
+    return KindOf(control) == ControlKind::PushButton && dialog.defaultId != 0 &&
+           control.id == dialog.defaultId;
+}
+
+ControlView ViewOfControl(const Window& control, const DialogState& dialog) {
+    ControlView view = {};
+    view.handle = control.handle;
+    view.id = static_cast<int>(control.id);
+    view.kind = KindOf(control);
+    view.text = Utf8FromAnsi(KeepsMarks(control) ? control.text : WithoutMarks(control.text));
+    view.rect = control.rect;
+    view.visible = control.style & WS_VISIBLE;
+    view.enabled = !(control.style & WS_DISABLED);
+    view.checked = control.check != BST_UNCHECKED;
+    view.isDefault = IsDefaultButton(control, dialog);
+    view.lowest = control.progress.lowest;
+    view.highest = control.progress.highest;
+    view.position = control.progress.position;
+    view.painted = control.painted;
+    FontDescription(control.font, &view.font);
+    return view;
+}
+
+bool HasArea(const RECT& rect) { return rect.right > rect.left && rect.bottom > rect.top; }
+
+bool HasControlsToWork(const Window& page) {
+    return std::any_of(page.children.begin(), page.children.end(), [](HWND handle) {
+        auto control = FindWindowByHandle(handle);
+        return control && (control->style & WS_VISIBLE) && CanBeWorked(KindOf(*control));
+    });
+}
+
+// What input goes to: a page, a file dialog, or neither.
+struct InputTarget {
+    unsigned showOrder = 0;
+    std::shared_ptr<Window> page;
+    OpenQuestion* question = nullptr;
+};
+
+InputTarget FindInputTarget() {
+    InputTarget target;
+    for (auto& [handle, window] : Windows().windows)
+        if (window->dialog && window->dialog->onScreen &&
+            window->dialog->showOrder > target.showOrder && HasControlsToWork(*window))
+            target = {window->dialog->showOrder, window, nullptr};
+    for (OpenQuestion* question : Windows().questions)
+        if (question->showOrder > target.showOrder)
+            target = {question->showOrder, nullptr, question};
+    return target;
+}
+
+MSG MessageOf(const PageAction& action, HWND page) {
+    MSG message = {};
+    if (action.kind == PageAction::Click) {
+        message.hwnd = action.control;
+        message.message = BM_CLICK;
+    } else {
+        message.hwnd = page;
+        message.message = WM_KEYDOWN;
+        message.wParam = action.kind == PageAction::Enter ? VK_RETURN : VK_ESCAPE;
+    }
+    message.time = GetTickCount();
+    return message;
+}
+
+} // namespace
+
+PageView ViewOf(const Window& page) {
+    PageView view = {};
+    view.handle = page.handle;
+    view.id = page.dialog->templateId;
+    if ((page.style & WS_CAPTION) == WS_CAPTION)
+        view.title = Utf8FromAnsi(page.text);
+    view.rect = page.rect;
+    RECT client = ClientRect(page);
+    view.clientSize = {client.right, client.bottom};
+    for (HWND handle : page.children)
+        if (auto control = FindWindowByHandle(handle))
+            view.controls.push_back(ViewOfControl(*control, *page.dialog));
+    view.pictures = page.painted.pictures;
+    return view;
+}
+
+void RefreshPage(Window& page) {
+    if (!page.dialog || page.dying)
+        return;
+    DialogState& dialog = *page.dialog;
+    bool onScreen = (page.style & WS_VISIBLE) && HasArea(page.rect);
+    if (onScreen == dialog.onScreen)
+        return;
+    dialog.onScreen = onScreen;
+    if (onScreen) {
+        dialog.showOrder = ++Windows().lastShowOrder;
+        dialog.wasShown = true;
+        TheDisplay().ShowPage(ViewOf(page));
+    } else {
+        TheDisplay().HidePage(ViewOf(page));
+    }
+    WakeAllThreads();
+}
+
+void RefreshControl(Window& control) {
+    auto page = FindWindowByHandle(control.parent);
+    if (!page || !page->dialog || !page->dialog->onScreen)
+        return;
+    TheDisplay().UpdateControl(ViewOf(*page), ViewOfControl(control, *page->dialog));
+    WakeAllThreads();
+}
+
+void EndPage(Window& page) {
+    if (!page.dialog || !page.dialog->wasShown)
+        return;
+    page.dialog->onScreen = page.dialog->wasShown = false;
+    TheDisplay().EndPage(ViewOf(page));
+    WakeAllThreads();
+}
+
+bool FeedInput(const std::shared_ptr<ThreadQueue>& queue) {
+    InputTarget target = FindInputTarget();
+    if (target.question && target.question->queue == queue && !target.question->answer) {
+        target.question->answer = TheDisplay().NextAnswer();
+        return target.question->answer.has_value();
+    }
+    if (!target.page || target.page->queue != queue)
+        return false;
+    auto action = TheDisplay().NextAction(ViewOf(*target.page));
+    if (action)
+        queue->posted.push_back(MessageOf(*action, target.page->handle));
+    return action.has_value();
+}
+
+} // namespace platform

@@ -1,0 +1,28 @@
+// Windows paths on the host: drive Z: is the root of the file system, '\' and '/' both separate,
+// a relative path starts at the current directory, names match without regard to case where no
+// exact match exists (trees that come from a CD).
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// Host path (UTF-8) of a Windows path (Windows-1252). Existing components are matched as told
+// above; those that do not exist stay as they were written. A path on another drive, or one that
+// cannot be meant, gives an empty text.
+std::string HostPath(std::string_view windowsPath);
+
+// The Windows path, with its drive, of an absolute host path: "Z:\home\me" for "/home/me".
+std::string WindowsPath(std::string_view hostPath);
+
+// The name of a directory entry as Windows-1252. Names on disk are UTF-8; one that is not, from an
+// old disk, is taken for Windows-1252 itself. What has no place there becomes '?', and HostPath
+// finds the entry again under that name.
+std::string AnsiName(std::string_view hostName);
+
+// The error for a name that HostPath could not find: ERROR_FILE_NOT_FOUND in a folder that exists,
+// else ERROR_PATH_NOT_FOUND.
+unsigned MissingNameError(const std::string& hostPath);
+
+} // namespace platform

@@ -1,0 +1,25 @@
+// Which process a number means: Linux gives numbers of ended processes out again, so a number alone
+// may name a stranger. A number together with the instant at which its process started never does.
+#pragma once
+
+#include <windef.h>
+
+#include <cstdint>
+
+namespace platform {
+
+// When the process started, in the host's clock ticks since boot; 0 where no such process lives.
+// A process that has ended and only waits for its parent does not live.
+std::uint64_t ProcessStartTime(DWORD processId);
+
+// Whether the process that started then under this number still lives.
+bool ProcessIsAlive(DWORD processId, std::uint64_t startTime);
+
+// For a number that was read from a record: from now on OpenProcess opens this number only where
+// it still means the process that started then. Any thread.
+void ExpectProcess(DWORD processId, std::uint64_t startTime);
+
+// What ExpectProcess was told of the number; 0 where nothing.
+std::uint64_t ExpectedStartTime(DWORD processId);
+
+} // namespace platform

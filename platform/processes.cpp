@@ -1,0 +1,173 @@
+// Processes as objects: waiting for one, ending one, opening one by its number.
+
+#include "platform/processes.h"
+
+#include "platform/errors.h"
+#include "platform/process_identity.h"
+
+#include <winbase.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <thread>
+#include <utility>
+
+#include <poll.h>
+#include <pthread.h>
+extern "C" { // the C library forgot to say so
+#include <sys/pidfd.h>
+}
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace platform {
+namespace {
+
+constexpr DWORD CodeOfSignal = 128; // as shells tell it
+
+// Blocks all signals for its lifetime; a thread that is started meanwhile never takes one.
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t before_;
+};
+
+} // namespace
+
+Process::~Process() { close(descriptor_); }
+
+bool Process::HasEnded() const {
+    pollfd ended{descriptor_, POLLIN, 0};
+    return poll(&ended, 1, 0) > 0;
+}
+
+// A child counts as ended once its exit code is known; of others none ever is.
+bool Process::IsSignalled() const { return ended_ || (!isChild_ && HasEnded()); }
+
+void Process::PrepareWait() {
+    {
+        const std::lock_guard guard(WaitLock());
+        if (std::exchange(watched_, true))
+            return;
+    }
+    const SignalsBlocked blocked;
+    std::thread([self = shared_from_this()] { self->WatchUntilEnd(); }).detach();
+}
+
+void Process::WatchUntilEnd() {
+    const DWORD code = WaitForExitCode();
+    const std::lock_guard guard(WaitLock());
+    ended_ = true;
+    exitCode_ = terminated_ && code == CodeOfSignal + SIGKILL ? terminateCode_ : code;
+    WaitCondition().notify_all();
+}
+
+DWORD Process::WaitForExitCode() {
+    siginfo_t info{};
+    while (isChild_ && waitid(P_PIDFD, static_cast<id_t>(descriptor_), &info, WEXITED) != 0)
+        if (errno != EINTR)
+            break;
+    pollfd ended{descriptor_, POLLIN, 0};
+    while (poll(&ended, 1, -1) < 0 && errno == EINTR) {
+    }
+    const auto status = static_cast<DWORD>(info.si_status);
+    if (!isChild_)
+        return CodeOfSignal + SIGKILL;
+    return info.si_code == CLD_EXITED ? status : CodeOfSignal + status;
+}
+
+DWORD Process::ExitCode() const {
+    const std::lock_guard guard(WaitLock());
+    if (!IsSignalled())
+        return STILL_ACTIVE;
+    if (isChild_)
+        return exitCode_;
+    return terminated_ ? terminateCode_ : 0;
+}
+
+DWORD Process::Terminate(DWORD exitCode) {
+    if (id_ == getpid())
+        ExitProcess(exitCode);
+    const std::lock_guard guard(WaitLock());
+    if (IsSignalled())
+        return ERROR_ACCESS_DENIED;
+    if (pidfd_send_signal(descriptor_, SIGKILL, nullptr, 0) != 0)
+        return errno == ESRCH ? DWORD{ERROR_ACCESS_DENIED} : ErrorFromErrno(errno);
+    terminated_ = true;
+    terminateCode_ = exitCode;
+    return ERROR_SUCCESS;
+}
+
+namespace {
+
+// The descriptor is taken first: from then on it means one process, whose start time is then
+// compared. A number that no longer means the expected process opens nothing.
+std::shared_ptr<Process> FindProcess(DWORD id, DWORD access) {
+    const int descriptor = id == 0 ? -1 : pidfd_open(static_cast<pid_t>(id), 0);
+    if (descriptor < 0) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    auto process = std::make_shared<Process>(static_cast<pid_t>(id), descriptor, false);
+    const auto startTime = ProcessStartTime(id);
+    const auto expected = ExpectedStartTime(id);
+    if (startTime == 0 || (expected != 0 && expected != startTime)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    if ((access & PROCESS_TERMINATE) && pidfd_send_signal(descriptor, 0, nullptr, 0) != 0) {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return nullptr;
+    }
+    return process;
+}
+
+} // namespace
+} // namespace platform
+
+using platform::FindHandleOf;
+using platform::Process;
+
+HANDLE WINAPI OpenProcess(DWORD access, BOOL, DWORD processId) {
+    const auto process = platform::FindProcess(processId, access);
+    return process ? platform::AddHandle(process) : nullptr;
+}
+
+BOOL WINAPI TerminateProcess(HANDLE handle, UINT exitCode) {
+    const auto process = FindHandleOf<Process>(handle);
+    if (!process)
+        return FALSE;
+    const DWORD error = process->Terminate(exitCode);
+    if (error == ERROR_SUCCESS)
+        return TRUE;
+    SetLastError(error);
+    return FALSE;
+}
+
+BOOL WINAPI GetExitCodeProcess(HANDLE handle, LPDWORD exitCode) {
+    const auto process = FindHandleOf<Process>(handle);
+    if (!process)
+        return FALSE;
+    *exitCode = process->ExitCode();
+    return TRUE;
+}
+
+DWORD WINAPI GetCurrentProcessId() { return static_cast<DWORD>(getpid()); }
+
+// At once, as on Windows: no other thread runs on into objects that are being destroyed. Only the
+// two output streams are flushed; to flush all would wait for a thread that reads the input.
+void WINAPI ExitProcess(UINT exitCode) {
+    std::fflush(stdout);
+    std::fflush(stderr);
+    _exit(static_cast<int>(exitCode));
+}

@@ -1,0 +1,146 @@
+// The RAPI session.
+//
+// One thread makes connections, so that a handheld that comes late is found and one that hangs in
+// its greeting holds nobody. A connection that fails in the middle of a request is given up: the
+// stream is out of step, and an answer that came late would be taken for that of the next request.
+
+#include "platform/rapi_session.h"
+
+#include "platform/home.h"
+
+#include <winbase.h>
+
+#include <algorithm>
+#include <chrono>
+#include <system_error>
+
+namespace platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto RetryInterval = 100ms;
+constexpr auto FirstAttemptLimit = 2s;
+constexpr DWORD AnswerMilliseconds = 30000;
+constexpr HostClock::duration ShortestAnswerTime = 10s; // however fast the layer's clock runs
+
+HostClock::time_point AnswerDeadline() {
+    return HostClock::now() + std::max(HostDuration(AnswerMilliseconds), ShortestAnswerTime);
+}
+
+std::vector<std::uint8_t> Greeting() {
+    return rapi_wire::Writer()
+        .Number(static_cast<std::uint32_t>(rapi_wire::Operation::Hello))
+        .Frame();
+}
+
+// Error and result in front of the outputs.
+std::optional<std::uint32_t> ReadResult(rapi_wire::Reader& answer) {
+    answer.Number(); // the device's last error; callers go by the result
+    const std::uint32_t result = answer.Number();
+    return answer.Good() ? std::optional(result) : std::nullopt;
+}
+
+} // namespace
+
+RapiSession& RapiSession::Instance() {
+    static auto& instance = *new RapiSession;
+    return instance;
+}
+
+HANDLE RapiSession::Open() {
+    const std::lock_guard guard(lifeLock_);
+    if (!event_)
+        event_ = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    if (IsLost()) {
+        StopConnecting();
+        ResetEvent(event_);
+    }
+    if (!connecting_.joinable())
+        StartConnecting();
+    return event_;
+}
+
+void RapiSession::Close() {
+    const std::lock_guard guard(lifeLock_);
+    if (!event_)
+        return;
+    StopConnecting();
+    CloseHandle(event_);
+    event_ = nullptr;
+}
+
+std::optional<std::uint32_t> RapiSession::Ask(const rapi_wire::Writer& request, IsSuccess isSuccess,
+                                              const ReadOutputs& readOutputs) {
+    const std::vector<std::uint8_t> frame = request.Frame();
+    constexpr std::size_t LengthField = 4;
+    if (frame.size() > rapi_wire::MaximumFrame + LengthField)
+        return std::nullopt;
+    const std::lock_guard guard(socketLock_);
+    if (!socket_)
+        return std::nullopt;
+    if (auto bytes = socket_->Ask(frame, AnswerDeadline())) {
+        rapi_wire::Reader answer(std::move(*bytes));
+        const auto result = ReadResult(answer);
+        if (result && (!isSuccess(*result) || (readOutputs(answer) && answer.Good())))
+            return result;
+    }
+    socket_.reset();
+    lost_ = true;
+    return std::nullopt;
+}
+
+void RapiSession::StartConnecting() {
+    attemptOver_ = false;
+    connecting_ = std::thread([this, path = HomePath("rapi.sock")] { KeepConnecting(path); });
+    std::unique_lock lock(attemptLock_);
+    attempted_.wait_for(lock, FirstAttemptLimit, [this] { return attemptOver_; });
+}
+
+// Takes the connection down too.
+void RapiSession::StopConnecting() {
+    interrupt_.Raise();
+    if (connecting_.joinable())
+        connecting_.join();
+    const std::lock_guard guard(socketLock_);
+    socket_.reset();
+    lost_ = false;
+    interrupt_.Clear();
+}
+
+void RapiSession::KeepConnecting(const std::string& path) {
+    bool connected = false;
+    do {
+        connected = Connect(path);
+        TellAttempt();
+    } while (!connected && !interrupt_.WaitFor(RetryInterval));
+}
+
+bool RapiSession::Connect(const std::string& path) {
+    auto socket = RapiSocket::Connect(path, interrupt_);
+    if (!socket)
+        return false;
+    auto bytes = socket->Ask(Greeting(), AnswerDeadline());
+    if (!bytes)
+        return false;
+    rapi_wire::Reader answer(std::move(*bytes));
+    if (ReadResult(answer) != 1U)
+        return false;
+    const std::lock_guard guard(socketLock_);
+    socket_ = std::move(socket);
+    SetEvent(event_);
+    return true;
+}
+
+void RapiSession::TellAttempt() {
+    const std::lock_guard guard(attemptLock_);
+    attemptOver_ = true;
+    attempted_.notify_all();
+}
+
+bool RapiSession::IsLost() {
+    const std::lock_guard guard(socketLock_);
+    return lost_ || (socket_ && !socket_->IsQuiet());
+}
+
+} // namespace platform

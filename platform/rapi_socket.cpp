@@ -1,0 +1,135 @@
+// The socket to the handheld.
+//
+// Whoever is at the other end may stop answering, close in the middle of a frame or send nonsense.
+// So every wait has a deadline, a length is looked at before room is made for it, and writing to a
+// closed connection raises no signal.
+
+#include "platform/rapi_socket.h"
+
+#include <rapi_wire.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace platform {
+namespace {
+
+constexpr std::size_t LengthField = 4;
+
+// Milliseconds for poll, rounded up so that no wait ends before its time.
+int PollTime(HostClock::duration time) {
+    const auto rounded = std::chrono::ceil<std::chrono::milliseconds>(time).count();
+    return static_cast<int>(std::clamp<std::int64_t>(rounded, 0, 1000000));
+}
+
+} // namespace
+
+Interrupt::Interrupt() : event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (!event_)
+        throw std::system_error(errno, std::generic_category());
+}
+
+void Interrupt::Raise() const {
+    // Cannot fail: the counter is far from full.
+    [[maybe_unused]] const int result = eventfd_write(event_.Number(), 1);
+}
+
+void Interrupt::Clear() const {
+    eventfd_t count = 0;
+    // Fails where it was not raised, which is just as well.
+    [[maybe_unused]] const int result = eventfd_read(event_.Number(), &count);
+}
+
+bool Interrupt::WaitFor(HostClock::duration time) const {
+    pollfd raised = {event_.Number(), POLLIN, 0};
+    return poll(&raised, 1, PollTime(time)) == 1;
+}
+
+std::optional<RapiSocket> RapiSocket::Connect(const std::string& path, const Interrupt& interrupt) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof(address.sun_path))
+        return std::nullopt;
+    std::memcpy(address.sun_path, path.c_str(), path.size());
+    // Non-blocking: a listener whose queue is full must not hold the caller.
+    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!socket ||
+        connect(socket.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
+        return std::nullopt;
+    return RapiSocket(std::move(socket), interrupt);
+}
+
+RapiSocket::RapiSocket(Descriptor socket, const Interrupt& interrupt)
+    : socket_(std::move(socket)), interrupt_(&interrupt) {}
+
+std::optional<std::vector<std::uint8_t>> RapiSocket::Ask(const std::vector<std::uint8_t>& request,
+                                                         HostClock::time_point deadline) {
+    std::vector<std::uint8_t> answer(LengthField);
+    if (!Send(request, deadline) || !Receive(answer.data(), answer.size(), deadline))
+        return std::nullopt;
+    const std::uint32_t length = rapi_wire::Reader(answer).Number();
+    if (length > rapi_wire::MaximumFrame)
+        return std::nullopt;
+    answer.resize(length);
+    if (!Receive(answer.data(), answer.size(), deadline))
+        return std::nullopt;
+    return answer;
+}
+
+bool RapiSocket::IsQuiet() const {
+    std::uint8_t byte = 0;
+    return recv(socket_.Number(), &byte, 1, MSG_PEEK) < 0 && (errno == EAGAIN || errno == EINTR);
+}
+
+bool RapiSocket::WaitUntilReady(short direction, HostClock::time_point deadline) const {
+    for (;;) {
+        pollfd waited[] = {{socket_.Number(), direction, 0}, {interrupt_->Number(), POLLIN, 0}};
+        const auto left = deadline - HostClock::now();
+        const int count = poll(waited, 2, PollTime(left));
+        if (waited[1].revents != 0 || (count < 0 && errno != EINTR))
+            return false;
+        if (count > 0)
+            return true;
+        if (left <= HostClock::duration::zero())
+            return false;
+    }
+}
+
+bool RapiSocket::Send(const std::vector<std::uint8_t>& bytes,
+                      HostClock::time_point deadline) const {
+    for (std::size_t done = 0; done < bytes.size();) {
+        if (!WaitUntilReady(POLLOUT, deadline))
+            return false;
+        const ssize_t count =
+            send(socket_.Number(), bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+        if (count > 0)
+            done += static_cast<std::size_t>(count);
+        else if (errno != EAGAIN && errno != EINTR)
+            return false;
+    }
+    return true;
+}
+
+bool RapiSocket::Receive(std::uint8_t* bytes, std::size_t size,
+                         HostClock::time_point deadline) const {
+    for (std::size_t done = 0; done < size;) {
+        if (!WaitUntilReady(POLLIN, deadline))
+            return false;
+        const ssize_t count = recv(socket_.Number(), bytes + done, size - done, 0);
+        if (count > 0)
+            done += static_cast<std::size_t>(count);
+        else if (count == 0 || (errno != EAGAIN && errno != EINTR))
+            return false;
+    }
+    return true;
+}
+
+} // namespace platform

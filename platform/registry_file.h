@@ -1,0 +1,33 @@
+// The file that holds the registry: HOME/registry.reg.
+//
+// Whoever is killed in the middle of a write leaves the old or the new content: the text goes to
+// registry.new in the same folder, is synced and takes the name over. Readers need no lock for that
+// reason. Writers hold a lock on registry.lock from reading to renaming, so that none undoes what
+// another has written; a killed one loses it with its life.
+//
+// A file that cannot be understood is left alone: every call fails with ERROR_REGISTRY_CORRUPT, and
+// one line on the standard error stream tells where the fault is.
+#pragma once
+
+#include "platform/registry_tree.h"
+
+#include <winreg.h>
+
+#include <functional>
+
+namespace platform {
+
+// The content as it is now; a file that does not exist is an empty registry.
+LSTATUS ReadRegistry(RegistryTree& tree);
+
+// What a change found; nothing is written unless `changed` is set.
+struct RegistryChange {
+    LSTATUS status = ERROR_SUCCESS;
+    bool changed = false;
+};
+
+// Runs `change` on the current content and stores the result on the disk. ERROR_BUSY where another
+// process has kept the lock for ten seconds.
+LSTATUS ChangeRegistry(const std::function<RegistryChange(RegistryTree&)>& change);
+
+} // namespace platform

@@ -1,0 +1,307 @@
+// Reading the registry's text. A line is understood or the whole file is refused: see the header.
+
+#include "platform/registry_text.h"
+
+#include "platform/text.h"
+
+#include <winreg.h>
+
+#include <algorithm>
+#include <charconv>
+#include <stdexcept>
+#include <utility>
+
+namespace platform {
+namespace {
+
+constexpr std::string_view Header = "Windows Registry Editor Version 5.00";
+constexpr std::string_view Blanks = " \t";
+
+struct BadLine : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+std::string_view Trimmed(std::string_view text) {
+    const auto first = text.find_first_not_of(Blanks);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(Blanks) - first + 1);
+}
+
+// Takes a word off the front, in any case.
+bool Take(std::string_view& text, std::string_view word) {
+    if (CompareAnsiNoCase(text.substr(0, word.size()), word) != 0)
+        return false;
+    text.remove_prefix(word.size());
+    return true;
+}
+
+DWORD HexNumber(std::string_view digits, std::size_t most) {
+    DWORD number = 0;
+    const char* end = digits.data() + digits.size();
+    const auto result = std::from_chars(digits.data(), end, number, 16);
+    if (digits.size() > most || result.ec != std::errc() || result.ptr != end)
+        throw BadLine("'" + std::string(digits) + "' is no hexadecimal number");
+    return number;
+}
+
+// A text in quotation marks off the front. A backslash that escapes neither a quotation mark nor a
+// backslash stands for itself: people write paths with single ones.
+std::u16string TakeQuoted(std::string_view& line) {
+    std::string text;
+    line.remove_prefix(1);
+    for (;;) {
+        if (line.empty())
+            throw BadLine("a text has no closing quotation mark");
+        if (line[0] == '"')
+            break;
+        const bool escapes =
+            line[0] == '\\' && line.size() > 1 && (line[1] == '"' || line[1] == '\\');
+        line.remove_prefix(escapes ? 1 : 0);
+        text += line[0];
+        line.remove_prefix(1);
+    }
+    line.remove_prefix(1);
+    return Utf16FromUtf8(text);
+}
+
+std::string TextBytes(std::u16string_view text) {
+    std::string bytes;
+    for (const char16_t unit : std::u16string(text) + u'\0') {
+        bytes += static_cast<char>(unit & 0xFF);
+        bytes += static_cast<char>(unit >> 8);
+    }
+    return bytes;
+}
+
+std::string NumberBytes(DWORD number) {
+    std::string bytes;
+    for (int shift = 0; shift < 32; shift += 8)
+        bytes += static_cast<char>((number >> shift) & 0xFF);
+    return bytes;
+}
+
+// Bytes in hexadecimal between commas; one comma may follow the last.
+std::string HexBytes(std::string_view list) {
+    std::string bytes;
+    list = Trimmed(list);
+    while (!list.empty()) {
+        const auto end = std::min(list.find(','), list.size());
+        bytes += static_cast<char>(HexNumber(Trimmed(list.substr(0, end)), 2));
+        list = Trimmed(list.substr(std::min(end + 1, list.size())));
+    }
+    return bytes;
+}
+
+// The text up to a comment, and the comment.
+std::string_view CutComment(std::string_view line, std::string_view& comment) {
+    const auto start = std::min(line.find(';'), line.size());
+    comment = line.substr(start);
+    return Trimmed(line.substr(0, start));
+}
+
+// Where the name of a key ends: it may hold brackets itself, and so may the comment behind it.
+std::size_t ClosingBracket(std::string_view line, std::string_view& comment) {
+    for (auto end = line.find(']'); end != std::string_view::npos; end = line.find(']', end + 1))
+        if (CutComment(line.substr(end + 1), comment).empty())
+            return end;
+    throw BadLine("a key has no closing bracket");
+}
+
+DWORD TakeHexType(std::string_view& text) {
+    if (Take(text, ":"))
+        return REG_BINARY;
+    const auto end = text.find("):");
+    if (!Take(text, "(") || end == std::string_view::npos)
+        throw BadLine("the type of a value cannot be read");
+    const DWORD type = HexNumber(text.substr(0, end - 1), 8);
+    text.remove_prefix(end + 1);
+    return type;
+}
+
+// What stands behind the '='. Gives the comment that follows it.
+std::string_view ParseData(std::string_view text, RegistryValue& value) {
+    std::string_view comment;
+    if (text.starts_with('"')) {
+        value.type = REG_SZ;
+        value.data = TextBytes(TakeQuoted(text));
+        if (!CutComment(text, comment).empty())
+            throw BadLine("something follows the closing quotation mark");
+        return comment;
+    }
+    text = CutComment(text, comment);
+    if (Take(text, "dword:")) {
+        value.type = REG_DWORD;
+        value.data = NumberBytes(HexNumber(Trimmed(text), 8));
+    } else if (Take(text, "hex")) {
+        value.type = TakeHexType(text);
+        value.data = HexBytes(text);
+    } else {
+        throw BadLine("a value is neither a text nor dword: nor hex:");
+    }
+    return comment;
+}
+
+std::u16string RootName(std::u16string_view name) {
+    if (SameNameNoCase(name, u"HKLM"))
+        return u"HKEY_LOCAL_MACHINE";
+    return SameNameNoCase(name, u"HKCU") ? u"HKEY_CURRENT_USER" : std::u16string(name);
+}
+
+class Parser {
+public:
+    explicit Parser(RegistryTree& tree) : tree_(tree) {}
+
+    // A line without its end, continued ones joined.
+    void Line(std::string_view line) {
+        line = Trimmed(line);
+        const bool first = std::exchange(first_, first_ && line.empty());
+        if (line.empty() || (first && line == Header))
+            return;
+        if (line[0] == ';')
+            comments_.emplace_back(line);
+        else if (line[0] == '[')
+            Section(line);
+        else if (line[0] == '"' || line[0] == '@')
+            Value(line);
+        else
+            throw BadLine("this is neither a key nor a value nor a comment");
+    }
+
+    void End() { tree_.comments = std::move(comments_); }
+
+private:
+    void Section(std::string_view line) {
+        std::string_view comment;
+        const std::size_t end = ClosingBracket(line, comment);
+        const bool deletes = line.size() > 1 && line[1] == '-';
+        const std::size_t start = deletes ? 2 : 1;
+        RegistryPath path;
+        if (end <= start ||
+            !SplitRegistryPath(Utf16FromUtf8(line.substr(start, end - start)), path))
+            throw BadLine("this can be no key");
+        path[0] = RootName(path[0]);
+        if (!comment.empty())
+            comments_.emplace_back(comment);
+        key_ = deletes ? nullptr : MakeKey(path);
+        if (deletes)
+            tree_.Delete(path);
+    }
+
+    RegistryKey* MakeKey(const RegistryPath& path) {
+        bool made;
+        RegistryKey& key = tree_.Make(path, made);
+        TakeComments(key.comments);
+        return &key;
+    }
+
+    void Value(std::string_view line) {
+        RegistryValue value;
+        if (line[0] == '@')
+            line.remove_prefix(1);
+        else
+            value.name = TakeQuoted(line);
+        line = Trimmed(line);
+        if (!Take(line, "=") || !IsRegistryValueName(value.name))
+            throw BadLine("the name of a value cannot be read");
+        if (!key_)
+            throw BadLine("a value stands outside of every key");
+        line = Trimmed(line);
+        if (line == "-") {
+            std::erase_if(key_->values, [&value](const RegistryValue& other) {
+                return SameNameNoCase(other.name, value.name);
+            });
+            return;
+        }
+        const auto comment = ParseData(line, value);
+        if (!comment.empty())
+            comments_.emplace_back(comment);
+        Store(std::move(value));
+    }
+
+    // A name that comes twice: the later one counts, at the place of the earlier.
+    void Store(RegistryValue value) {
+        RegistryValue* stored = key_->FindValue(value.name);
+        if (!stored) {
+            stored = &key_->values.emplace_back();
+            stored->name = value.name;
+        }
+        stored->type = value.type;
+        stored->data = std::move(value.data);
+        TakeComments(stored->comments);
+    }
+
+    void TakeComments(RegistryComments& comments) {
+        comments.insert(comments.end(), comments_.begin(), comments_.end());
+        comments_.clear();
+    }
+
+    RegistryTree& tree_;
+    RegistryKey* key_ = nullptr;
+    RegistryComments comments_;
+    bool first_ = true;
+};
+
+// Takes a line off the front.
+std::string_view TakeLine(std::string_view& file) {
+    const auto end = std::min(file.find('\n'), file.size());
+    auto line = file.substr(0, end);
+    file.remove_prefix(std::min(end + 1, file.size()));
+    if (line.ends_with('\r'))
+        line.remove_suffix(1);
+    return line;
+}
+
+// Only a value can be continued: a backslash at the end of a comment means nothing.
+bool IsContinued(std::string_view line) {
+    const auto start = Trimmed(line);
+    return start.ends_with('\\') && (start[0] == '"' || start[0] == '@');
+}
+
+// The file in UTF-8 without a byte order mark.
+std::string Decode(std::string_view file) {
+    constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
+    constexpr std::string_view Utf16Mark = "\xFF\xFE";
+    if (file.starts_with(Utf16Mark)) {
+        std::u16string text;
+        for (std::size_t i = 2; i + 1 < file.size(); i += 2)
+            text += static_cast<char16_t>(static_cast<unsigned char>(file[i]) |
+                                          static_cast<unsigned char>(file[i + 1]) << 8);
+        return Utf8FromUtf16(text);
+    }
+    if (file.starts_with(Utf8Mark))
+        file.remove_prefix(Utf8Mark.size());
+    return std::string(file);
+}
+
+} // namespace
+
+bool ParseRegistry(std::string_view file, RegistryTree& tree, std::string& error) {
+    const std::string decoded = Decode(file);
+    std::string_view rest = decoded;
+    std::size_t number = 0;
+    Parser parser(tree);
+    try {
+        while (!rest.empty()) {
+            ++number;
+            std::string line(TakeLine(rest));
+            if (!IsUtf8(line))
+                throw BadLine("this is not UTF-8");
+            std::size_t continued = 0;
+            for (; IsContinued(line) && !rest.empty(); ++continued) {
+                line = Trimmed(line);
+                line.pop_back();
+                line += Trimmed(TakeLine(rest));
+            }
+            parser.Line(line);
+            number += continued;
+        }
+    } catch (const BadLine& bad) {
+        error = "line " + std::to_string(number) + ": " + bad.what();
+        return false;
+    }
+    parser.End();
+    return true;
+}
+
+} // namespace platform

@@ -1,0 +1,101 @@
+// Keys and values by their names. Limits of names and depth are those that Windows documents.
+
+#include "platform/registry_tree.h"
+
+#include "platform/text.h"
+
+#include <winreg.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace platform {
+namespace {
+
+constexpr std::size_t LongestKeyName = 255;
+constexpr std::size_t LongestValueName = 16383;
+constexpr std::size_t DeepestKey = 512;
+
+bool HoldsControls(std::u16string_view name) {
+    return std::any_of(name.begin(), name.end(), [](char16_t c) { return c < 0x20; });
+}
+
+// A bracket and a semicolon together would read like the end of a key and a comment in the file.
+bool IsKeyName(std::u16string_view name) {
+    const bool looksEnded = name.find(u']') < name.rfind(u';') && name.rfind(u';') != name.npos;
+    return !looksEnded && !name.empty() && name.size() <= LongestKeyName && !HoldsControls(name);
+}
+
+} // namespace
+
+RegistryKey* RegistryKey::FindSubKey(std::u16string_view subKey) const {
+    for (const auto& key : subKeys)
+        if (SameNameNoCase(key->name, subKey))
+            return key.get();
+    return nullptr;
+}
+
+const RegistryValue* RegistryKey::FindValue(std::u16string_view value) const {
+    const auto found = std::find_if(values.begin(), values.end(), [value](const auto& candidate) {
+        return SameNameNoCase(candidate.name, value);
+    });
+    return found == values.end() ? nullptr : &*found;
+}
+
+RegistryValue* RegistryKey::FindValue(std::u16string_view value) {
+    return const_cast<RegistryValue*>(std::as_const(*this).FindValue(value));
+}
+
+RegistryKey* RegistryTree::Find(const RegistryPath& path) {
+    RegistryKey* key = &top;
+    for (const auto& name : path)
+        key = key ? key->FindSubKey(name) : nullptr;
+    return key;
+}
+
+RegistryKey& RegistryTree::Make(const RegistryPath& path, bool& made) {
+    RegistryKey* key = &top;
+    for (const auto& name : path) {
+        RegistryKey* next = key->FindSubKey(name);
+        made = !next;
+        if (made) {
+            next = key->subKeys.emplace_back(std::make_unique<RegistryKey>()).get();
+            next->name = name;
+        }
+        key = next;
+    }
+    return *key;
+}
+
+bool RegistryTree::Delete(const RegistryPath& path) {
+    if (path.empty())
+        return false;
+    RegistryKey* parent = Find(RegistryPath(path.begin(), path.end() - 1));
+    return parent && std::erase_if(parent->subKeys, [&path](const auto& key) {
+                         return SameNameNoCase(key->name, path.back());
+                     }) > 0;
+}
+
+bool SplitRegistryPath(std::u16string_view text, RegistryPath& path) {
+    if (text.ends_with(u'\\'))
+        text.remove_suffix(1);
+    while (!text.empty()) {
+        const auto end = std::min(text.find(u'\\'), text.size());
+        path.emplace_back(text.substr(0, end));
+        const bool cutShort = end + 1 == text.size();
+        if (!IsKeyName(path.back()) || path.size() > DeepestKey || cutShort)
+            return false;
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return true;
+}
+
+bool IsRegistryValueName(std::u16string_view name) {
+    return name.size() <= LongestValueName && !HoldsControls(name);
+}
+
+bool IsRegistryText(DWORD type) {
+    return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
+}
+
+} // namespace platform

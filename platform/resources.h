@@ -1,0 +1,29 @@
+// The program's resources: what the resource compiler made of its script, embedded by the build
+// between two symbols, in the published format of 32-bit resource files (.res).
+#pragma once
+
+#include <windef.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace platform {
+
+constexpr std::uint16_t BitmapResource = 2;
+constexpr std::uint16_t DialogResource = 5;
+constexpr std::uint16_t StringResource = 6;
+constexpr std::uint16_t IconGroupResource = 14;
+
+// Resources to use in place of the embedded ones: the bytes of a .res file, which stay the
+// caller's and must outlive every use. Not while another thread looks for resources.
+void UseResources(const void* begin, const void* end);
+
+// The data of a resource by type and numeric id. None: there is no such resource, or the file is
+// cut off before it ends.
+std::optional<std::span<const std::uint8_t>> FindResourceData(std::uint16_t type, std::uint16_t id);
+
+// The same by a name of MAKEINTRESOURCEA; sets the last error. Names that are texts are not found.
+std::optional<std::span<const std::uint8_t>> FindNamedResource(std::uint16_t type, LPCSTR name);
+
+} // namespace platform

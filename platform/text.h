@@ -1,0 +1,31 @@
+// Text at the border: 8-bit text of the wizard is Windows-1252, names and terminals of the host
+// are UTF-8, the handheld speaks UTF-16.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// What has no place in Windows-1252 becomes '?'; the five bytes that Windows-1252 leaves undefined
+// map to the C1 control of the same number and back, as Windows does.
+std::string Utf8FromAnsi(std::string_view ansi);
+std::string AnsiFromUtf8(std::string_view utf8);
+std::u16string Utf16FromAnsi(std::string_view ansi);
+std::string AnsiFromUtf16(std::u16string_view utf16);
+std::string Utf8FromUtf16(std::u16string_view utf16);
+std::u16string Utf16FromUtf8(std::string_view utf8);
+
+// Windows-1252 without regard to case, as lstrcmpiA compares: below 0, 0, above 0.
+int CompareAnsiNoCase(std::string_view one, std::string_view other);
+
+// The same for names in UTF-16: equal but for the case of what Windows-1252 can say.
+bool SameNameNoCase(std::u16string_view one, std::u16string_view other);
+
+// One character of Windows-1252 in the case in which comparisons are made.
+unsigned char FoldAnsi(char character);
+
+// Whether the text is well-formed UTF-8.
+bool IsUtf8(std::string_view text);
+
+} // namespace platform

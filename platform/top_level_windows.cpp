@@ -1,0 +1,153 @@
+// Finding top-level windows and walking through them, those of other processes included. The
+// records on disk are the one order of all windows: the newest is on top.
+
+#include "platform/process_identity.h"
+#include "platform/text.h"
+#include "platform/window_errors.h"
+#include "platform/window_system.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace platform {
+
+namespace {
+
+bool Matches(const WindowRecord& record, LPCSTR className, LPCSTR title) {
+    return (!className || CompareAnsiNoCase(record.className, className) == 0) &&
+           (!title || CompareAnsiNoCase(record.title, title) == 0);
+}
+
+// The record of a window of any process; sets the last error where there is none.
+std::optional<WindowRecord> RequireRecord(HWND window) {
+    auto record = FindWindowRecord(window);
+    if (!record)
+        SetLastError(NoSuchWindow);
+    return record;
+}
+
+// The neighbour of a window in a list: next, previous, first, last. Null at an end.
+template <class List, class Position>
+HWND Neighbour(const List& list, Position place, UINT command) {
+    switch (command) {
+    case GW_HWNDFIRST:
+        return list.front();
+    case GW_HWNDLAST:
+        return list.back();
+    case GW_HWNDNEXT:
+        return place + 1 == list.end() ? nullptr : *(place + 1);
+    case GW_HWNDPREV:
+        return place == list.begin() ? nullptr : *(place - 1);
+    default:
+        return nullptr;
+    }
+}
+
+HWND NeighbourIn(const std::vector<HWND>& list, HWND window, UINT command) {
+    auto place = std::find(list.begin(), list.end(), window);
+    if (place != list.end())
+        return Neighbour(list, place, command);
+    SetLastError(NoSuchWindow);
+    return nullptr;
+}
+
+std::vector<HWND> AllTopLevelWindows() {
+    std::vector<HWND> all;
+    for (const WindowRecord& record : ReadWindowRecords())
+        all.push_back(WindowOfNumber(record.number));
+    return all;
+}
+
+// Siblings of a child of this process; none for any other window.
+std::vector<HWND> Siblings(HWND handle) {
+    auto hold = LockWindows();
+    auto window = FindWindowByHandle(handle);
+    auto parent = window && window->IsChild() ? FindWindowByHandle(window->parent) : nullptr;
+    return parent ? parent->children : std::vector<HWND>();
+}
+
+HWND FirstChildOf(HWND handle) {
+    auto hold = LockWindows();
+    auto window = FindWindowByHandle(handle);
+    return window && !window->children.empty() ? window->children.front() : nullptr;
+}
+
+// Parent of a child or owner of a top-level window; `childrenToo` for GetParent.
+HWND ParentOrOwner(HWND handle, bool childrenToo) {
+    {
+        auto hold = LockWindows();
+        if (auto window = FindWindowByHandle(handle))
+            return childrenToo || !window->IsChild() ? window->parent : nullptr;
+    }
+    auto record = RequireRecord(handle);
+    return record && record->owner ? WindowOfNumber(record->owner) : nullptr;
+}
+
+bool IsOurs(HWND handle) {
+    auto hold = LockWindows();
+    return FindWindowByHandle(handle) != nullptr;
+}
+
+} // namespace
+
+} // namespace platform
+
+using namespace platform;
+
+HWND WINAPI FindWindowA(LPCSTR className, LPCSTR title) {
+    for (const WindowRecord& record : ReadWindowRecords())
+        if (Matches(record, className, title))
+            return WindowOfNumber(record.number);
+    return nullptr;
+}
+
+BOOL WINAPI IsWindow(HWND window) {
+    return window && (IsOurs(window) || FindWindowRecord(window)) ? TRUE : FALSE;
+}
+
+HWND WINAPI GetParent(HWND window) { return ParentOrOwner(window, true); }
+
+HWND WINAPI GetWindow(HWND window, UINT command) {
+    if (command == GW_OWNER)
+        return ParentOrOwner(window, false);
+    if (command == GW_CHILD)
+        return FirstChildOf(window);
+    auto siblings = Siblings(window);
+    return NeighbourIn(siblings.empty() ? AllTopLevelWindows() : siblings, window, command);
+}
+
+DWORD WINAPI GetWindowThreadProcessId(HWND handle, LPDWORD process) {
+    {
+        auto hold = LockWindows();
+        if (auto window = FindWindowByHandle(handle)) {
+            if (process)
+                *process = GetCurrentProcessId();
+            return window->queue->thread;
+        }
+    }
+    auto record = RequireRecord(handle);
+    if (!record)
+        return 0;
+    ExpectProcess(record->process, record->processStart);
+    if (process)
+        *process = record->process;
+    return record->thread;
+}
+
+int WINAPI GetWindowTextA(HWND window, LPSTR buffer, int capacity) {
+    if (!buffer || capacity <= 0)
+        return 0;
+    buffer[0] = '\0';
+    if (IsOurs(window))
+        return static_cast<int>(SendMessageA(window, WM_GETTEXT, static_cast<WPARAM>(capacity),
+                                             reinterpret_cast<LPARAM>(buffer)));
+    auto record = RequireRecord(window);
+    if (!record)
+        return 0;
+    std::size_t length = std::min(record->title.size(), static_cast<std::size_t>(capacity) - 1);
+    std::memcpy(buffer, record->title.data(), length);
+    buffer[length] = '\0';
+    return static_cast<int>(length);
+}

@@ -1,0 +1,166 @@
+// Events, and the waits for all waitable objects.
+
+#include "platform/waits.h"
+
+#include "platform/threads.h"
+
+#include <winbase.h>
+
+#include <sched.h>
+
+namespace platform {
+namespace {
+
+class ManualOrAutoEvent : public Event {
+public:
+    ManualOrAutoEvent(bool manualReset, bool signalled)
+        : manualReset_(manualReset), signalled_(signalled) {}
+
+    bool IsSignalled() const override { return signalled_; }
+    void Take() override { signalled_ = signalled_ && manualReset_; }
+
+    void Set() override {
+        const std::lock_guard guard(WaitLock());
+        signalled_ = true;
+        WaitCondition().notify_all();
+    }
+
+    void Reset() override {
+        const std::lock_guard guard(WaitLock());
+        signalled_ = false;
+    }
+
+private:
+    const bool manualReset_;
+    bool signalled_;
+};
+
+// One turn of a wait; false once the deadline has passed. A terminated thread leaves here.
+bool WaitForChange(std::unique_lock<std::mutex>& lock, HostClock::time_point deadline) {
+    LeaveIfTerminated();
+    bool inTime = true;
+    if (deadline == HostClock::time_point::max())
+        WaitCondition().wait(lock);
+    else
+        inTime = WaitCondition().wait_until(lock, deadline) == std::cv_status::no_timeout;
+    LeaveIfTerminated();
+    return inTime;
+}
+
+// The number of the object that ends the wait, or the count of objects. Takes what it finds.
+std::size_t TakeOne(const std::vector<std::shared_ptr<Waitable>>& objects) {
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        if (!objects[i]->IsSignalled())
+            continue;
+        objects[i]->Take();
+        return i;
+    }
+    return objects.size();
+}
+
+std::size_t TakeAll(const std::vector<std::shared_ptr<Waitable>>& objects) {
+    for (const auto& object : objects)
+        if (!object->IsSignalled())
+            return objects.size();
+    for (const auto& object : objects)
+        object->Take();
+    return 0;
+}
+
+void SleepUntil(HostClock::time_point deadline) {
+    std::unique_lock lock(WaitLock());
+    while (WaitForChange(lock, deadline)) {
+    }
+}
+
+} // namespace
+
+std::mutex& WaitLock() {
+    static auto& lock = *new std::mutex;
+    return lock;
+}
+
+std::condition_variable& WaitCondition() {
+    static auto& condition = *new std::condition_variable;
+    return condition;
+}
+
+std::shared_ptr<Event> Event::Create(bool manualReset, bool signalled) {
+    return std::make_shared<ManualOrAutoEvent>(manualReset, signalled);
+}
+
+std::shared_ptr<Event> FindEvent(HANDLE handle) {
+    return handle ? FindHandleOf<Event>(handle) : nullptr;
+}
+
+DWORD WaitForObjects(const std::vector<std::shared_ptr<Waitable>>& objects, bool all,
+                     HostClock::time_point deadline) {
+    LeaveIfTerminated();
+    for (const auto& object : objects)
+        object->PrepareWait();
+    std::unique_lock lock(WaitLock());
+    for (bool inTime = true;;) {
+        const std::size_t ended = all ? TakeAll(objects) : TakeOne(objects);
+        if (ended < objects.size())
+            return static_cast<DWORD>(WAIT_OBJECT_0 + ended);
+        if (!inTime)
+            return WAIT_TIMEOUT;
+        inTime = WaitForChange(lock, deadline);
+    }
+}
+
+} // namespace platform
+
+using platform::Event;
+using platform::FindHandleOf;
+
+HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL initiallySet,
+                           LPCSTR name) {
+    if (name) {
+        SetLastError(ERROR_NOT_SUPPORTED);
+        return nullptr;
+    }
+    return platform::AddHandle(Event::Create(manualReset != FALSE, initiallySet != FALSE));
+}
+
+BOOL WINAPI SetEvent(HANDLE handle) {
+    const auto event = FindHandleOf<Event>(handle);
+    if (event)
+        event->Set();
+    return event != nullptr;
+}
+
+BOOL WINAPI ResetEvent(HANDLE handle) {
+    const auto event = FindHandleOf<Event>(handle);
+    if (event)
+        event->Reset();
+    return event != nullptr;
+}
+
+DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
+    return WaitForMultipleObjects(1, &handle, FALSE, milliseconds);
+}
+
+DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL all,
+                                    DWORD milliseconds) {
+    const auto deadline = platform::HostDeadline(milliseconds);
+    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return WAIT_FAILED;
+    }
+    std::vector<std::shared_ptr<platform::Waitable>> objects;
+    for (DWORD i = 0; i < count; ++i) {
+        objects.push_back(FindHandleOf<platform::Waitable>(handles[i]));
+        if (!objects.back())
+            return WAIT_FAILED;
+    }
+    return platform::WaitForObjects(objects, all != FALSE, deadline);
+}
+
+void WINAPI Sleep(DWORD milliseconds) {
+    platform::LeaveIfTerminated();
+    if (milliseconds == 0)
+        sched_yield();
+    else
+        platform::SleepUntil(platform::HostDeadline(milliseconds));
+}

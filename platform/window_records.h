@@ -1,0 +1,57 @@
+// Top-level windows as other processes see them: one file a window in HOME/windows, named by the
+// window's number and locked by its process as long as the window lives. A record that nobody
+// holds is left over from a process that died; it is no window and is removed when it is met.
+#pragma once
+
+#include <windef.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+struct WindowRecord {
+    DWORD number = 0; // the window's handle; a newer window has a higher one
+    DWORD process = 0, thread = 0;
+    std::uint64_t processStart = 0; // tells the process from a later one of the same number
+    DWORD owner = 0;                // number of the owning window, 0 for none
+    std::string className, title;   // Windows-1252
+};
+
+// The record of a window of this process; it goes with the window.
+class OwnedWindowRecord {
+public:
+    OwnedWindowRecord(WindowRecord record, int file) : record_(std::move(record)), file_(file) {}
+    OwnedWindowRecord(const OwnedWindowRecord&) = delete;
+    OwnedWindowRecord& operator=(const OwnedWindowRecord&) = delete;
+    ~OwnedWindowRecord();
+
+    DWORD Number() const { return record_.number; }
+    void SetTitle(const std::string& title);
+
+private:
+    WindowRecord record_;
+    int file_;
+};
+
+// Publishes a window of the calling thread under a number of its own. Where the folder cannot be
+// written the window has a number all the same, but is known in this process alone.
+std::unique_ptr<OwnedWindowRecord> PublishWindow(const std::string& className,
+                                                 const std::string& title, DWORD owner);
+
+// All windows of all processes, the newest first.
+std::vector<WindowRecord> ReadWindowRecords();
+
+std::optional<WindowRecord> FindWindowRecord(HWND window);
+
+inline HWND WindowOfNumber(DWORD number) {
+    return reinterpret_cast<HWND>(static_cast<std::uintptr_t>(number));
+}
+inline DWORD NumberOfWindow(HWND window) {
+    return static_cast<DWORD>(reinterpret_cast<std::uintptr_t>(window));
+}
+
+} // namespace platform

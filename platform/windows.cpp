@@ -1,0 +1,365 @@
+// Opening, destroying and default handling of windows, and the one record of them all.
+
+#include "platform/controls.h"
+#include "platform/window_errors.h"
+#include "platform/window_system.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace platform {
+
+namespace {
+
+// Children are known in their own process alone; their numbers lie above those of records.
+constexpr std::uintptr_t FirstChild = 0x40000000;
+constexpr std::uintptr_t LastChild = 0x7FFFFFF0;
+constexpr ATOM FirstAtom = 0xC000;
+
+void AddSystemClasses(WindowSystem& system) {
+    system.classes["static"] = {"Static", StaticProcedure, 0};
+    system.classes["button"] = {"Button", ButtonProcedure, 0};
+    system.classes["msctls_progress32"] = {"msctls_progress32", ProgressProcedure, 0};
+    system.classes[DialogClass] = {DialogClass, DefDlgProcA, DLGWINDOWEXTRA};
+}
+
+struct ThreadOfWindows {
+    std::shared_ptr<ThreadQueue> queue;
+    ~ThreadOfWindows() {
+        if (queue)
+            EndThreadQueue(queue);
+    }
+};
+
+std::optional<WindowClass> FindClass(const std::string& name) {
+    auto found = Windows().classes.find(SmallLetters(name));
+    if (found != Windows().classes.end())
+        return found->second;
+    SetLastError(NoSuchWindowClass);
+    return std::nullopt;
+}
+
+void GiveNumber(Window& window, const WindowPlan& plan) {
+    if (plan.style & WS_CHILD) {
+        auto hold = LockWindows();
+        auto& last = Windows().lastChild;
+        last = last >= FirstChild && last < LastChild ? last + 2 : FirstChild;
+        window.handle = reinterpret_cast<HWND>(last);
+        return;
+    }
+    window.record = PublishWindow(window.className, plan.text, NumberOfWindow(plan.parent));
+    window.handle = WindowOfNumber(window.record->Number());
+}
+
+// The window, in the table and with its parent, before any message.
+std::shared_ptr<Window> AddWindow(const WindowPlan& plan, const WindowClass& windowClass) {
+    auto window = std::make_shared<Window>();
+    window->className = windowClass.name;
+    window->procedure = windowClass.procedure;
+    window->queue = CurrentQueue();
+    window->text = plan.text;
+    window->style = plan.style;
+    window->exStyle = plan.exStyle;
+    window->rect = plan.rect;
+    window->id = plan.id;
+    window->instance = plan.instance;
+    window->parent = plan.parent;
+    window->extra.resize(static_cast<std::size_t>(windowClass.extraBytes));
+    window->needsPaint = true;
+    GiveNumber(*window, plan);
+    auto hold = LockWindows();
+    Windows().windows[window->handle] = window;
+    auto parent = window->IsChild() ? FindWindowByHandle(plan.parent) : nullptr;
+    if (parent)
+        parent->children.push_back(window->handle);
+    return window;
+}
+
+CREATESTRUCTA Describe(const WindowPlan& plan) {
+    CREATESTRUCTA create = {};
+    create.lpCreateParams = plan.parameter;
+    create.hInstance = plan.instance;
+    create.hMenu = reinterpret_cast<HMENU>(plan.id);
+    create.hwndParent = plan.parent;
+    create.x = plan.rect.left;
+    create.y = plan.rect.top;
+    create.cx = plan.rect.right - plan.rect.left;
+    create.cy = plan.rect.bottom - plan.rect.top;
+    create.style = static_cast<LONG>(plan.style);
+    create.dwExStyle = plan.exStyle;
+    create.lpszName = plan.text.c_str();
+    create.lpszClass = plan.className.c_str();
+    return create;
+}
+
+bool AcceptsCreation(HWND window, const WindowPlan& plan) {
+    CREATESTRUCTA create = Describe(plan);
+    auto second = reinterpret_cast<LPARAM>(&create);
+    if (!CallWindowProcedure(window, WM_NCCREATE, 0, second))
+        return false;
+    return CallWindowProcedure(window, WM_CREATE, 0, second) != -1;
+}
+
+// Windows owned by this one. Those of other threads go when their own thread is asked to.
+std::vector<HWND> OwnedWindows(HWND owner) {
+    std::vector<HWND> owned;
+    for (auto& [handle, window] : Windows().windows)
+        if (window->parent == owner && !window->IsChild())
+            owned.push_back(handle);
+    return owned;
+}
+
+void DestroyOwnedWindows(HWND owner) {
+    auto hold = LockWindows();
+    auto owned = OwnedWindows(owner);
+    hold.unlock();
+    for (HWND window : owned)
+        if (!DestroyWindow(window))
+            PostMessageA(window, WM_CLOSE, 0, 0);
+}
+
+void SendToAll(const std::vector<HWND>& windows, UINT message) {
+    for (HWND window : windows)
+        CallWindowProcedure(window, message, 0, 0);
+}
+
+// The window and all windows inside it, outermost first.
+std::vector<HWND> WithChildren(HWND handle) {
+    std::vector<HWND> all = {handle};
+    for (std::size_t i = 0; i < all.size(); ++i)
+        if (auto window = FindWindowByHandle(all[i]))
+            all.insert(all.end(), window->children.begin(), window->children.end());
+    return all;
+}
+
+// Takes a window out of the table, with all that could still reach it. Gives its record, which is
+// let go without the lock.
+std::unique_ptr<OwnedWindowRecord> RemoveWindow(HWND handle) {
+    auto hold = LockWindows();
+    auto window = FindWindowByHandle(handle);
+    if (!window)
+        return nullptr;
+    ThreadQueue& queue = *window->queue;
+    std::erase_if(queue.posted, [&](const MSG& message) { return message.hwnd == handle; });
+    std::erase_if(queue.timers, [&](const Timer& timer) { return timer.window == handle; });
+    if (queue.focus == handle)
+        queue.focus = nullptr;
+    if (auto parent = FindWindowByHandle(window->parent); parent && window->IsChild())
+        std::erase(parent->children, handle);
+    Windows().windows.erase(handle);
+    WakeAllThreads();
+    return std::move(window->record);
+}
+
+bool BeginDestroying(HWND handle) {
+    auto mine = CurrentQueue();
+    auto hold = LockWindows();
+    auto window = RequireWindow(handle);
+    if (!window || window->dying)
+        return false;
+    if (window->queue != mine) {
+        SetLastError(AccessDenied);
+        return false;
+    }
+    window->dying = true;
+    return true;
+}
+
+void TakeOffScreen(HWND handle) {
+    auto hold = LockWindows();
+    if (auto window = FindWindowByHandle(handle)) {
+        window->style &= ~static_cast<DWORD>(WS_VISIBLE);
+        EndPage(*window);
+    }
+}
+
+LRESULT StoreText(HWND handle, const char* text) {
+    auto hold = LockWindows();
+    auto window = FindWindowByHandle(handle);
+    if (!window)
+        return FALSE;
+    window->text = text ? text : "";
+    window->needsPaint = true;
+    if (window->IsChild())
+        RefreshControl(*window);
+    hold.unlock();
+    // On the window's own thread, like all that touches the record.
+    if (window->record)
+        window->record->SetTitle(text ? text : "");
+    return TRUE;
+}
+
+LRESULT CopyText(HWND handle, std::size_t capacity, char* buffer) {
+    auto hold = LockWindows();
+    auto window = FindWindowByHandle(handle);
+    if (!window || capacity == 0)
+        return 0;
+    std::size_t length = std::min(window->text.size(), capacity - 1);
+    std::memcpy(buffer, window->text.data(), length);
+    buffer[length] = '\0';
+    return static_cast<LRESULT>(length);
+}
+
+LRESULT TextLength(HWND handle) {
+    auto hold = LockWindows();
+    auto window = FindWindowByHandle(handle);
+    return window ? static_cast<LRESULT>(window->text.size()) : 0;
+}
+
+} // namespace
+
+WindowSystem& Windows() {
+    // Never destroyed: threads may still use it while the process ends.
+    static WindowSystem& system = *[] {
+        auto* made = new WindowSystem;
+        AddSystemClasses(*made);
+        return made;
+    }();
+    return system;
+}
+
+WindowLock LockWindows() { return WindowLock(Windows().lock); }
+
+std::shared_ptr<ThreadQueue> CurrentQueue() {
+    thread_local ThreadOfWindows thread;
+    if (!thread.queue) {
+        thread.queue = std::make_shared<ThreadQueue>();
+        thread.queue->thread = GetCurrentThreadId();
+        auto hold = LockWindows();
+        Windows().queues.push_back(thread.queue);
+    }
+    return thread.queue;
+}
+
+std::shared_ptr<Window> FindWindowByHandle(HWND window) {
+    auto found = Windows().windows.find(window);
+    return found == Windows().windows.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<Window> RequireWindow(HWND handle) {
+    auto window = FindWindowByHandle(handle);
+    if (!window)
+        SetLastError(NoSuchWindow);
+    return window;
+}
+
+void WakeAllThreads() {
+    for (auto& queue : Windows().queues)
+        queue->changed.notify_all();
+}
+
+LRESULT CallWindowProcedure(HWND handle, UINT message, WPARAM first, LPARAM second) {
+    auto hold = LockWindows();
+    auto window = FindWindowByHandle(handle);
+    if (!window)
+        return 0;
+    WNDPROC procedure = window->procedure;
+    hold.unlock();
+    return procedure(handle, message, first, second);
+}
+
+std::shared_ptr<Window> OpenWindow(const WindowPlan& plan) {
+    auto hold = LockWindows();
+    auto windowClass = FindClass(plan.className);
+    if (!windowClass || ((plan.style & WS_CHILD) && !RequireWindow(plan.parent)))
+        return nullptr;
+    hold.unlock();
+    auto window = AddWindow(plan, *windowClass);
+    bool accepted = AcceptsCreation(window->handle, plan);
+    if (!IsWindow(window->handle))
+        return nullptr;
+    if (!accepted) {
+        DestroyWindow(window->handle);
+        return nullptr;
+    }
+    return window;
+}
+
+std::string SmallLetters(const std::string& text) {
+    std::string small = text;
+    for (char& character : small)
+        if (character >= 'A' && character <= 'Z')
+            character = static_cast<char>(character - 'A' + 'a');
+    return small;
+}
+
+} // namespace platform
+
+using namespace platform;
+
+ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* windowClass) {
+    if (!windowClass || windowClass->cbSize != sizeof(WNDCLASSEXA) || !windowClass->lpfnWndProc ||
+        IS_INTRESOURCE(windowClass->lpszClassName) || windowClass->cbWndExtra < 0) {
+        SetLastError(InvalidParameter);
+        return 0;
+    }
+    std::string name = windowClass->lpszClassName;
+    auto hold = LockWindows();
+    auto& classes = Windows().classes;
+    if (!classes
+             .emplace(SmallLetters(name),
+                      WindowClass{name, windowClass->lpfnWndProc, windowClass->cbWndExtra})
+             .second) {
+        SetLastError(ClassAlreadyExists);
+        return 0;
+    }
+    return static_cast<ATOM>(FirstAtom + classes.size());
+}
+
+HWND WINAPI CreateWindowExA(DWORD exStyle, LPCSTR className, LPCSTR title, DWORD style, int x,
+                            int y, int width, int height, HWND parent, HMENU menu,
+                            HINSTANCE instance, LPVOID parameter) {
+    if (IS_INTRESOURCE(className)) {
+        SetLastError(NoSuchWindowClass);
+        return nullptr;
+    }
+    int left = x == CW_USEDEFAULT ? 0 : x;
+    int top = y == CW_USEDEFAULT ? 0 : y;
+    WindowPlan plan = {
+        className, title ? title : "", style, exStyle, {}, parent, reinterpret_cast<LONG_PTR>(menu),
+        instance,  parameter};
+    plan.rect = {left, top, left + (width == CW_USEDEFAULT ? 0 : width),
+                 top + (height == CW_USEDEFAULT ? 0 : height)};
+    auto window = OpenWindow(plan);
+    return window ? window->handle : nullptr;
+}
+
+BOOL WINAPI DestroyWindow(HWND handle) {
+    if (!BeginDestroying(handle))
+        return FALSE;
+    TakeOffScreen(handle);
+    DestroyOwnedWindows(handle);
+    auto hold = LockWindows();
+    std::vector<HWND> all = WithChildren(handle);
+    hold.unlock();
+    SendToAll(all, WM_DESTROY);
+    SendToAll(all, WM_NCDESTROY);
+    std::reverse(all.begin(), all.end());
+    for (HWND window : all)
+        RemoveWindow(window);
+    return TRUE;
+}
+
+LRESULT WINAPI DefWindowProcA(HWND window, UINT message, WPARAM first, LPARAM second) {
+    switch (message) {
+    case WM_NCCREATE:
+        return TRUE;
+    case WM_CLOSE:
+        DestroyWindow(window);
+        return 0;
+    case WM_SETTEXT:
+        return StoreText(window, reinterpret_cast<const char*>(second));
+    case WM_GETTEXT:
+        return CopyText(window, first, reinterpret_cast<char*>(second));
+    case WM_GETTEXTLENGTH:
+        return TextLength(window);
+    case WM_CTLCOLORSTATIC:
+    case WM_CTLCOLORBTN:
+    case WM_CTLCOLORDLG:
+        return reinterpret_cast<LRESULT>(GetStockObject(LTGRAY_BRUSH));
+    default:
+        return 0;
+    }
+}

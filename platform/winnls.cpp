@@ -1,0 +1,98 @@
+// The conversions that callers ask for by Windows' names.
+//
+// The traps are in the lengths: -1 converts the terminator too, and a room that is too small gives
+// 0 and an error rather than a shortened text.
+
+#include "platform/text.h"
+
+#include <winbase.h>
+#include <winnls.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr UINT Windows1252 = 1252;
+
+int Fail(DWORD error) {
+    SetLastError(error);
+    return 0;
+}
+
+template <class Char>
+std::basic_string_view<Char> Source(const Char* text, int length) {
+    if (length >= 0)
+        return {text, static_cast<std::size_t>(length)};
+    const std::size_t characters = std::char_traits<Char>::length(text);
+    return {text, characters + 1};
+}
+
+template <class Char>
+int Deliver(const std::basic_string<Char>& converted, Char* destination, int room) {
+    const int length = static_cast<int>(converted.size());
+    if (room == 0)
+        return length;
+    if (length > room)
+        return Fail(ERROR_INSUFFICIENT_BUFFER);
+    std::copy(converted.begin(), converted.end(), destination);
+    return length;
+}
+
+template <class Char, class Destination>
+bool ArgumentsMakeSense(UINT codePage, const Char* text, int length, Destination* destination,
+                        int room) {
+    const bool knownPage = codePage == CP_ACP || codePage == Windows1252 || codePage == CP_UTF8;
+    return knownPage && text && length != 0 && length >= -1 && room >= 0 &&
+           (destination || room == 0);
+}
+
+// Windows-1252 with a default character of the caller's where there is none.
+std::string NarrowWithDefault(std::u16string_view wide, char defaultChar, bool& used) {
+    std::string text = platform::AnsiFromUtf16(wide);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '?' || wide[i] == u'?')
+            continue;
+        text[i] = defaultChar;
+        used = true;
+    }
+    return text;
+}
+
+} // namespace
+
+int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int length, LPWSTR wide,
+                               int room) {
+    if (!ArgumentsMakeSense(codePage, text, length, wide, room))
+        return Fail(ERROR_INVALID_PARAMETER);
+    const auto source = Source(text, length);
+    if (codePage != CP_UTF8)
+        return Deliver(platform::Utf16FromAnsi(source), wide, room);
+    if ((flags & MB_ERR_INVALID_CHARS) && !platform::IsUtf8(source))
+        return Fail(ERROR_NO_UNICODE_TRANSLATION);
+    return Deliver(platform::Utf16FromUtf8(source), wide, room);
+}
+
+int WINAPI WideCharToMultiByte(UINT codePage, DWORD, LPCWSTR wide, int length, LPSTR text, int room,
+                               LPCSTR defaultChar, LPBOOL usedDefaultChar) {
+    const bool utf8 = codePage == CP_UTF8;
+    if (!ArgumentsMakeSense(codePage, wide, length, text, room) ||
+        (utf8 && (defaultChar || usedDefaultChar)))
+        return Fail(ERROR_INVALID_PARAMETER);
+    const auto source = Source(wide, length);
+    if (utf8)
+        return Deliver(platform::Utf8FromUtf16(source), text, room);
+    bool used = false;
+    const auto narrow = NarrowWithDefault(source, defaultChar ? *defaultChar : '?', used);
+    if (usedDefaultChar)
+        *usedDefaultChar = used;
+    return Deliver(narrow, text, room);
+}
+
+// As on Windows a null text comes before any other.
+int WINAPI lstrcmpiA(LPCSTR one, LPCSTR other) {
+    if (!one || !other)
+        return (one != nullptr) - (other != nullptr);
+    return platform::CompareAnsiNoCase(one, other);
+}
