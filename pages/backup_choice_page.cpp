@@ -1,0 +1,108 @@
+// The offer of a backup, and the two tests that a file must pass before a backup may start.
+//
+// Nothing is created or replaced here: an existing file that was accepted and then turned out to
+// stand on a full drive is untouched.
+
+#include "pages/catalog.h"
+#include "pages/decision_pages.h"
+#include "pages/duration_texts.h"
+#include "pages/error_pages.h"
+#include "pages/image_file_dialog.h"
+#include "pages/resource.h"
+#include "wizard/state.h"
+
+#include <cstdio>
+
+namespace {
+
+constexpr INT_PTR FileChosen = 1000;
+constexpr ULONGLONG SpaceForBackup = 0x1000000; // bytes, whatever the handheld's ROM measures
+
+constexpr PageText BackupChoiceTexts[] = {
+    {IDC_BACKUP_OFFER, 0},  {IDC_BACKUP_HINT, IDS_CANCEL_HINT},
+    {IDC_SAVE, IDS_SAVE},   {IDOK, IDS_NEXT},
+    {IDCANCEL, IDS_CANCEL},
+};
+
+constexpr PageResult BackupChoiceResults[] = {{IDOK, 1}, {IDCANCEL, 2}};
+
+void SetOffer(HWND page) {
+    SetDlgItemTextA(
+        page, IDC_BACKUP_OFFER,
+        CatalogText(DurationText(DurationFamily::BackupChoice, State.Run.SerialLinkSelected,
+                                 State.Places.LanguageFolder)));
+}
+
+// "TOLKROM187" for version 1.87.
+void ProposeBackupName() {
+    const char* version = State.Handheld.DeviceVersionText;
+    const char digits[] = {version[0], version[2], version[3], '\0'};
+    std::snprintf(State.Places.BackupPath, sizeof(State.Places.BackupPath), "TOLKROM%s", digits);
+}
+
+bool FileExists(const char* path) {
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA(path, &found);
+    if (search == INVALID_HANDLE_VALUE)
+        return false;
+    FindClose(search);
+    return true;
+}
+
+// Asks about an existing file, with the page out of sight. On refusal the page is back.
+bool MayWrite(HWND page, const char* path) {
+    if (!FileExists(path))
+        return true;
+    ShowWindow(page, SW_HIDE);
+    if (ShowPage(FileExistsPage) != 2)
+        return true;
+    ShowWindow(page, SW_SHOW);
+    return false;
+}
+
+// False when the user gives up; the page is then on the screen.
+bool PickBackupFile(HWND page) {
+    ProposeBackupName();
+    do {
+        if (!AskForBackupFile(page, State.Places.BackupPath))
+            return false;
+    } while (!MayWrite(page, State.Places.BackupPath));
+    return true;
+}
+
+// The first two characters are a drive and its colon. Where they are not, or the drive does not
+// tell, the backup is tried: a file that cannot be written has a page of its own.
+bool HasSpace(const char* path) {
+    const char drive[] = {path[0], path[0] ? path[1] : '\0', '\0'};
+    ULARGE_INTEGER available = {};
+    if (!GetDiskFreeSpaceExA(drive, &available, nullptr, nullptr))
+        return true;
+    return available.QuadPart >= SpaceForBackup;
+}
+
+void ChooseBackup(HWND page) {
+    if (!PickBackupFile(page))
+        return;
+    if (HasSpace(State.Places.BackupPath)) {
+        EndDialog(page, FileChosen);
+        return;
+    }
+    ShowWindow(page, SW_HIDE);
+    ShowPage(BackupSpaceErrorPage);
+    ShowWindow(page, SW_SHOW);
+}
+
+bool TakeBackupCommand(HWND page, int command) {
+    if (command != IDC_SAVE)
+        return false;
+    ChooseBackup(page);
+    return true;
+}
+
+} // namespace
+
+constinit const Page BackupChoicePage = {.dialog = IDD_BACKUP_CHOICE,
+                                         .texts = BackupChoiceTexts,
+                                         .results = BackupChoiceResults,
+                                         .open = SetOffer,
+                                         .command = TakeBackupCommand};

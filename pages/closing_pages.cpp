@@ -1,0 +1,97 @@
+// After a good transfer: what to do on the handheld, and the farewell.
+//
+// UpgradeDonePage is where the link ends on every road. ActiveSync starts only when the user says
+// that the steps are done; leaving by Escape leaves it stopped.
+
+#include "pages/closing_pages.h"
+
+#include "device/activesync.h"
+#include "link/stall.h"
+#include "pages/resource.h"
+#include "wizard/state.h"
+
+#include <shellapi.h>
+
+#include <cstdio>
+
+namespace {
+
+constexpr PageText UpgradeDoneTexts[] = {
+    {IDC_DONE_TEXT, IDS_UPGRADE_DONE},
+    {IDC_DONE_STEPS, IDS_UPGRADE_DONE_STEPS},
+    {IDC_DONE_HINT, IDS_NEXT_HINT},
+    {IDC_NEXT, IDS_NEXT},
+};
+
+constexpr PageResult UpgradeDoneResults[] = {{IDC_NEXT, 0}, {IDCANCEL, 1}};
+constexpr PagePicture UpgradeDonePictures[] = {{IDB_POWER_SWITCH, 282, 200}};
+
+void EndTransfer(HWND) { TearDownTransfer(); }
+
+bool HandBackToActiveSync(HWND, int command) {
+    if (command == IDC_NEXT)
+        StartActiveSync();
+    return false;
+}
+
+constexpr PageText FinishTexts[] = {
+    {IDC_FINISH_TEXT, IDS_FINISH_TEXT},
+    {IDC_FINISH_README_TEXT, IDS_FINISH_README},
+    {IDC_FINISH_NOTE, IDS_FINISH_NOTE},
+    {IDC_FINISH_HINT, IDS_FINISH_HINT},
+    {IDOK, IDS_FINISH},
+};
+
+constexpr PageResult FinishResults[] = {{IDOK, 0}, {IDCANCEL, 1}};
+constexpr PageColour FinishColours[] = {{IDC_FINISH_NOTE, Colouring::RedText}};
+
+void OfferReadme(HWND page) { CheckDlgButton(page, IDC_README, BST_CHECKED); }
+
+// From the folder of the image's language. A readme that does not open passes without a word.
+void OpenReadme() {
+    char folder[sizeof(State.Places.AppDirectory) + sizeof(State.Image.ImageLanguageName)];
+    std::snprintf(folder, sizeof(folder), "%s\\%s", State.Places.AppDirectory,
+                  State.Image.ImageLanguageName);
+    SHELLEXECUTEINFOA program = {};
+    program.cbSize = sizeof(program);
+    program.fMask = SEE_MASK_NOCLOSEPROCESS;
+    program.lpFile = "wordpad.exe";
+    program.lpParameters = "readme.doc";
+    program.lpDirectory = folder;
+    program.nShow = SW_SHOWMAXIMIZED;
+    ShellExecuteExA(&program);
+    if (program.hProcess)
+        CloseHandle(program.hProcess);
+}
+
+bool SayGoodbye(HWND page, int command) {
+    if (command == IDOK && IsDlgButtonChecked(page, IDC_README) == BST_CHECKED)
+        OpenReadme();
+    return false;
+}
+
+constexpr Page FinishPageOf(int dialog) {
+    return {.dialog = dialog,
+            .texts = FinishTexts,
+            .results = FinishResults,
+            .colours = FinishColours,
+            .open = OfferReadme,
+            .command = SayGoodbye};
+}
+
+// Two templates with the same controls, a unit or two apart.
+constexpr Page UsbFinishPage = FinishPageOf(IDD_FINISH_USB);
+constexpr Page SerialFinishPage = FinishPageOf(IDD_FINISH_SERIAL);
+
+} // namespace
+
+constinit const Page UpgradeDonePage = {.dialog = IDD_UPGRADE_DONE,
+                                        .texts = UpgradeDoneTexts,
+                                        .results = UpgradeDoneResults,
+                                        .pictures = UpgradeDonePictures,
+                                        .open = EndTransfer,
+                                        .command = HandBackToActiveSync};
+
+INT_PTR ShowFinishPage() {
+    return ShowPage(State.Run.SerialLinkSelected ? SerialFinishPage : UsbFinishPage);
+}

@@ -1,0 +1,88 @@
+// What all pages have in common: a page is a dialog template and a row of data, which says what
+// text goes into which control and which command ends the page with which result.
+//
+// Every page is opened on the thread that needs it and blocks that thread alone. Once MainWindow
+// has been destroyed no page comes up any more: ShowPage gives PageNotShown at once.
+#pragma once
+
+#include <windows.h>
+
+#include <span>
+
+enum class TextMark { Plain, Heading, Bold };
+
+// Control = catalog text or, with a value, "text value". A text of 0 is set by the page itself.
+struct PageText {
+    int control;
+    unsigned text;
+    TextMark mark = TextMark::Plain;
+    const char* value = nullptr;
+};
+
+// A command that ends the page, with the result that its caller receives.
+struct PageResult {
+    int command;
+    INT_PTR result;
+};
+
+// A bitmap resource at its natural size, at pixels of the client area.
+struct PagePicture {
+    int bitmap;
+    int x, y;
+};
+constexpr std::size_t MostPictures = 2; // on one page
+
+// Colours of one static control. The control is filled with the page's brush.
+enum class Colouring {
+    RedText,       // on COLOR_SCROLLBAR
+    RedBackground, // the text keeps its colour
+};
+struct PageColour {
+    int control;
+    Colouring colouring;
+    const bool* onlyWhile = nullptr; // null: always
+};
+
+struct Page {
+    int dialog; // id of its template
+    std::span<const PageText> texts;
+    std::span<const PageResult> results;
+    std::span<const PagePicture> pictures = {};
+    std::span<const PageColour> colours = {};
+    bool hasTitle = true; // title bar, banner: a standard page
+
+    // Duties beyond the data, on the page's thread.
+
+    // When everything above is in place, before the page is on the screen.
+    void (*open)(HWND page) = nullptr;
+    // A command, before the results are looked at. True: taken care of.
+    bool (*command)(HWND page, int command) = nullptr;
+    // Any other message. True: taken care of, and `answer` is what the message gives.
+    bool (*message)(HWND page, UINT message, WPARAM first, LPARAM second,
+                    INT_PTR* answer) = nullptr;
+};
+
+constexpr INT_PTR PageNotShown = -1;
+
+// Shows the page with no owner and gives its result; PageNotShown when the run had ended before or
+// has ended meanwhile, or when there is no such template. Any thread.
+INT_PTR ShowPage(const Page& page);
+
+// Opens a waiting page that does not block, and paints it; the handle, or null once the run has
+// ended. It is taken down with EndDialog by its opener. Of the row, texts alone count.
+HWND OpenWaitingPage(const Page& page, HWND owner);
+
+// Ends the run: WM_CLOSE to MainWindow, from any thread. No page comes up after it.
+void CloseMainWindow();
+
+// Takes a page off the screen and leaves it running. Null is ignored.
+void CollapsePage(HWND page, bool repaint);
+
+// Moves a page to the middle of the screen.
+void CentreWindow(HWND page);
+
+// Arial of 17 pixels, weight 900. The caller owns it, and keeps it until the page has gone.
+HFONT MakeHeadingFont(HWND page);
+
+// "label value" into a control, with one blank between them.
+void SetLabelledText(HWND page, int control, unsigned label, const char* value);

@@ -1,0 +1,10 @@
+// The pages before the wizard has anything to decide: 0 to go on, 1 to leave.
+#pragma once
+
+#include "pages/frame.h"
+
+extern const Page UpgradeNoticePage;
+extern const Page WelcomePage;
+extern const Page HostChecklistPage;
+extern const Page DeviceChecklistPage;
+extern const Page PowerWarningPage; // 111

@@ -1,0 +1,101 @@
+// The page of a running transfer: it starts the worker, which does everything else.
+//
+// The page publishes itself before the worker starts, since the worker ends it. Nothing that the
+// user does ends it: an upgrade that is broken off leaves a handheld without a system.
+
+#include "pages/progress_pages.h"
+
+#include "link/stall.h"
+#include "link/transfer_threads.h"
+#include "pages/catalog.h"
+#include "pages/duration_texts.h"
+#include "pages/resource.h"
+#include "wizard/state.h"
+
+namespace {
+
+constexpr INT_PTR Failed = 2;
+
+constexpr PageText ProgressTexts[] = {{IDC_PROGRESS_TEXT, IDS_UPGRADING},
+                                      {IDC_PROGRESS_WARNING, IDS_KEEP_CONNECTED},
+                                      {IDC_PROGRESS_DURATION, 0}};
+constexpr PageColour ProgressColours[] = {{IDC_PROGRESS_WARNING, Colouring::RedText}};
+
+void SetDuration(HWND page, bool serialLink) {
+    SetDlgItemTextA(page, IDC_PROGRESS_DURATION,
+                    CatalogText(DurationText(DurationFamily::Progress, serialLink,
+                                             State.Places.LanguageFolder)));
+}
+
+void Publish(HWND page, HWND bar) {
+    State.Windows.ProgressBar = bar;
+    State.Windows.ProgressPage = page;
+}
+
+void StartWorker(HWND page, DWORD(WINAPI* worker)(LPVOID)) {
+    Publish(page, GetDlgItem(page, IDC_PROGRESS));
+    const HANDLE thread = CreateThread(nullptr, 0, worker, nullptr, 0, nullptr);
+    if (thread)
+        CloseHandle(thread);
+    else
+        EndDialog(page, Failed); // no timer would ever do it
+}
+
+void OpenProgress(HWND page) {
+    SetDuration(page, State.Run.SerialLinkSelected);
+    StartWorker(page, transfer::UpgradeThread);
+}
+
+// The bootloader is always reached over the serial port.
+void OpenResumeProgress(HWND page) {
+    State.Run.BusyCursor = true;
+    SetDuration(page, State.Run.SerialLinkSelected || State.Run.BootloaderResume);
+    StartWorker(page, transfer::ResumeThread);
+}
+
+bool IgnoreCommand(HWND, int) { return true; }
+
+INT_PTR ShowCursor(HWND page) {
+    SetCursor(LoadCursorA(nullptr, State.Run.BusyCursor ? IDC_WAIT : IDC_ARROW));
+    SetWindowLongPtrA(page, DWLP_MSGRESULT, TRUE); // keeps the platform from setting its own
+    return TRUE;
+}
+
+bool ServeTransfer(HWND page, UINT message, WPARAM first, LPARAM second, INT_PTR* answer) {
+    *answer = TRUE;
+    switch (message) {
+    case WM_SETCURSOR:
+        *answer = ShowCursor(page);
+        return true;
+    case StallTimerMessage:
+        SetStallTimer(page, first, static_cast<DWORD>(second));
+        return true;
+    case WM_TIMER:
+        EndStalledTransfer(page, first);
+        return true;
+    case WM_DESTROY:
+        Publish(nullptr, nullptr);
+        return false;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+constinit const Page ProgressPage = {.dialog = IDD_PROGRESS,
+                                     .texts = ProgressTexts,
+                                     .results = {},
+                                     .colours = ProgressColours,
+                                     .hasTitle = false,
+                                     .open = OpenProgress,
+                                     .command = IgnoreCommand,
+                                     .message = ServeTransfer};
+constinit const Page ResumeProgressPage = {.dialog = IDD_PROGRESS,
+                                           .texts = ProgressTexts,
+                                           .results = {},
+                                           .colours = ProgressColours,
+                                           .hasTitle = false,
+                                           .open = OpenResumeProgress,
+                                           .command = IgnoreCommand,
+                                           .message = ServeTransfer};

@@ -1,0 +1,7 @@
+// The page of a running transfer. The two show the same template; they differ in the worker.
+#pragma once
+
+#include "pages/frame.h"
+
+extern const Page ProgressPage;       // starts UpgradeThread: 1 all went out, 2 stalled
+extern const Page ResumeProgressPage; // starts ResumeThread
