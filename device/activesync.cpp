@@ -1,0 +1,85 @@
+// ActiveSync cannot be asked to stop, so it is found by the titles of its windows and its process
+// ended. A process number is reused by the system as soon as its process has gone; the window is
+// therefore looked at again once its process is held open, so that nobody else is ended.
+
+#include "device/activesync.h"
+
+#include "wizard/state.h"
+
+namespace {
+
+constexpr char PathKey[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE";
+constexpr DWORD PathRoom = 256; // bytes
+constexpr int TitleRoom = 100;  // characters; a longer title is cut
+
+// The list changes while it is walked and could lead in a circle. No session holds more windows.
+constexpr int MostWindows = 0x10000;
+
+bool HasTitle(HWND window, const char* title) {
+    char text[TitleRoom] = {};
+    GetWindowTextA(window, text, TitleRoom);
+    return lstrcmpiA(text, title) == 0;
+}
+
+DWORD ProcessOf(HWND window) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    return process;
+}
+
+void EndProcessOfWindow(HWND window, const char* title) {
+    const DWORD id = ProcessOf(window);
+    const HANDLE process = id ? OpenProcess(PROCESS_ALL_ACCESS, FALSE, id) : nullptr;
+    if (!process)
+        return;
+    if (ProcessOf(window) == id && HasTitle(window, title))
+        TerminateProcess(process, 0);
+    CloseHandle(process);
+}
+
+// The first window below MainWindow with that title, of those without a parent.
+void EndWindowProcess(const char* title) {
+    HWND window = GetWindow(State.Windows.MainWindow, GW_HWNDNEXT);
+    for (int visited = 0; window && visited < MostWindows; ++visited) {
+        if (!GetParent(window) && HasTitle(window, title)) {
+            EndProcessOfWindow(window, title);
+            return;
+        }
+        window = GetWindow(window, GW_HWNDNEXT);
+    }
+}
+
+bool ReadActiveSyncPath(char (&path)[PathRoom + 1]) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, PathKey, 0, KEY_READ, &key) != ERROR_SUCCESS)
+        return false;
+    DWORD size = PathRoom;
+    const bool read = RegQueryValueExA(key, "", nullptr, nullptr, reinterpret_cast<BYTE*>(path),
+                                       &size) == ERROR_SUCCESS;
+    RegCloseKey(key);
+    return read;
+}
+
+} // namespace
+
+void StopActiveSync() {
+    for (const char* title : {"DccMan", "WCES Manager Thunk Window"})
+        EndWindowProcess(title);
+}
+
+void StartActiveSync() {
+    char path[PathRoom + 1] = {};
+    if (!ReadActiveSyncPath(path))
+        return;
+    char commandLine[] = "";
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESHOWWINDOW;
+    startup.wShowWindow = SW_SHOW;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessA(path, commandLine, nullptr, nullptr, FALSE, CREATE_NEW_CONSOLE, nullptr,
+                        nullptr, &startup, &process))
+        return;
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+}

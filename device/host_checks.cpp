@@ -1,0 +1,104 @@
+// Readers of HKEY_LOCAL_MACHINE. The registry may hold anything under a name: texts without a
+// terminator, values of another type or size. A buffer is therefore zeroed and has a byte more
+// than a reader may fill.
+
+#include "device/host_checks.h"
+
+#include "wizard/state.h"
+
+#include <cstdio>
+#include <initializer_list>
+
+namespace {
+
+constexpr char ActiveSyncKey[] = "SOFTWARE\\Microsoft\\Windows CE Services";
+constexpr DWORD TextRoom = 100; // bytes of a text value, and characters of a value's name
+
+// Major times 10 plus minor; 3.10 counts as 40.
+constexpr DWORD OldestActiveSync = 35;
+
+// Null when it cannot be opened.
+HKEY OpenMachineKey(const char* name) {
+    HKEY key = nullptr;
+    return RegOpenKeyExA(HKEY_LOCAL_MACHINE, name, 0, KEY_READ, &key) == ERROR_SUCCESS ? key
+                                                                                       : nullptr;
+}
+
+DWORD NumberOr0(HKEY key, const char* name) {
+    DWORD number = 0;
+    DWORD size = sizeof(number);
+    const bool read = RegQueryValueExA(key, name, nullptr, nullptr,
+                                       reinterpret_cast<BYTE*>(&number), &size) == ERROR_SUCCESS;
+    return read ? number : 0;
+}
+
+bool ReadsOneOf(const char* keyName, const char* valueName,
+                std::initializer_list<const char*> texts) {
+    const HKEY key = OpenMachineKey(keyName);
+    if (!key)
+        return false;
+    char data[TextRoom + 1] = {};
+    DWORD size = TextRoom;
+    const bool read = RegQueryValueExA(key, valueName, nullptr, nullptr,
+                                       reinterpret_cast<BYTE*>(data), &size) == ERROR_SUCCESS;
+    RegCloseKey(key);
+    for (const char* text : texts) {
+        if (read && lstrcmpiA(data, text) == 0)
+            return true;
+    }
+    return false;
+}
+
+// True when the value at this index is there and was read.
+bool ReadValueAt(HKEY key, DWORD index, char (&name)[TextRoom + 1], char (&data)[TextRoom + 1]) {
+    DWORD nameLength = TextRoom;
+    DWORD size = TextRoom;
+    const LONG result = RegEnumValueA(key, index, name, &nameLength, nullptr, nullptr,
+                                      reinterpret_cast<BYTE*>(data), &size);
+    if (result != ERROR_SUCCESS)
+        return false;
+    data[size <= TextRoom ? size : TextRoom] = '\0';
+    return true;
+}
+
+} // namespace
+
+bool ActiveSyncVersionOk() {
+    const HKEY key = OpenMachineKey(ActiveSyncKey);
+    if (!key)
+        return false;
+    const DWORD major = NumberOr0(key, "MajorVersion");
+    const DWORD minor = NumberOr0(key, "MinorVersion");
+    RegCloseKey(key);
+    return major * 10 + minor >= OldestActiveSync;
+}
+
+bool IsWindows95() {
+    return ReadsOneOf("SOFTWARE\\Microsoft\\Windows\\CurrentVersion", "ProductName",
+                      {"Microsoft Windows 95"});
+}
+
+bool IsOldWindowsNT() {
+    return ReadsOneOf("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentVersion",
+                      {"4.0", "3.51"});
+}
+
+void ReadSerialPortName(char (&buffer)[32]) {
+    buffer[0] = '\0';
+    if (!State.Run.SerialLinkSelected && !State.Run.BootloaderResume)
+        return;
+    const HKEY key = OpenMachineKey(ActiveSyncKey);
+    if (!key)
+        return;
+    char name[TextRoom + 1] = {};
+    char data[TextRoom + 1] = {};
+    for (DWORD index = 0; ReadValueAt(key, index, name, data); ++index) {
+        if (lstrcmpiA(name, "SerialPort") != 0)
+            continue;
+        const int length = std::snprintf(buffer, sizeof(buffer), "%s:", data);
+        if (length < 0 || length >= static_cast<int>(sizeof(buffer)))
+            buffer[0] = '\0'; // no port has such a name, and a cut one could be another port's
+        break;
+    }
+    RegCloseKey(key);
+}

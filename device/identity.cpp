@@ -1,0 +1,138 @@
+// Asking the handheld what it is.
+//
+// Model, version and language stand in an asset file that a program of the handheld brings up to
+// date; the flash size comes from a probe that is pushed, and its result file is removed so that
+// the next question waits for a fresh one. A file too short for a field leaves the field empty: no
+// image suits a handheld without a model.
+
+#include "device/identity.h"
+
+#include "device/rapi.h"
+#include "device/remote_files.h"
+#include "device/remote_program.h"
+#include "wizard/state.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <span>
+
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+constexpr std::uint32_t AssetBytes = 12000; // as many as are read; what is wanted lies in them
+constexpr std::size_t ModelOffset = 152;
+constexpr std::size_t ModelUnits = 9; // UTF-16, as all units below
+constexpr std::size_t VersionOffset = 2556;
+constexpr std::size_t VersionUnits = 11; // "1.14.00 FRE"
+constexpr std::size_t VersionCharacters = 4;
+constexpr std::size_t LanguagePosition = 8;
+
+constexpr char16_t ResultFile[] = u"\\temp\\type.dat";
+constexpr DWORD PollMilliseconds = 100;
+// 60 seconds of waiting. The waits are counted, not timed: the questions in between take what a
+// slow cable makes them take, and that must not use up the handheld's time.
+constexpr int MostPolls = 600;
+
+// The field's bytes, or none where the file ends before the field does.
+Bytes Field(Bytes asset, std::size_t offset, std::size_t units) {
+    return asset.size() < offset + 2 * units ? Bytes{} : asset.subspan(offset, 2 * units);
+}
+
+bool IsZeroUnit(Bytes field, std::size_t unit) {
+    return field[2 * unit] == 0 && field[2 * unit + 1] == 0;
+}
+
+void TakeModel(Bytes field) {
+    char(&model)[15] = State.Handheld.DeviceModel;
+    std::memset(model, 0, sizeof(model));
+    for (std::size_t unit = 0; unit < field.size() / 2 && !IsZeroUnit(field, unit); ++unit)
+        model[unit] = static_cast<char>(field[2 * unit]);
+}
+
+// Two releases were delivered with a zero where the second digit of 1.12 should stand.
+void RepairVersion(char (&text)[VersionUnits + 1]) {
+    if (lstrcmpiA(text, "1..2.00 ENG") == 0 || lstrcmpiA(text, "1..2.00 JPN") == 0)
+        text[2] = '1';
+}
+
+// A zero unit in this field does not end the text; it stands for a point.
+void TakeVersionAndLanguage(Bytes field) {
+    char text[VersionUnits + 1] = {};
+    for (std::size_t unit = 0; unit < field.size() / 2; ++unit)
+        text[unit] = IsZeroUnit(field, unit) ? '.' : static_cast<char>(field[2 * unit]);
+    RepairVersion(text);
+    HandheldValues& handheld = State.Handheld;
+    std::memset(handheld.DeviceVersionText, 0, sizeof(handheld.DeviceVersionText));
+    std::memcpy(handheld.DeviceVersionText, text, VersionCharacters);
+    std::memset(handheld.DeviceLanguage, 0, sizeof(handheld.DeviceLanguage));
+    std::memcpy(handheld.DeviceLanguage, text + LanguagePosition, VersionUnits - LanguagePosition);
+}
+
+bool AwaitResultFile() {
+    for (int poll = 0; poll < MostPolls; ++poll) {
+        Sleep(PollMilliseconds);
+        CeFindData found = {};
+        const CeHandle search = CeFindFirstFile(ResultFile, &found);
+        if (search != CeInvalidHandle) {
+            CeFindClose(search);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool ReadResultByte(CeHandle file, std::uint8_t* value) {
+    std::uint32_t done = 0;
+    return CeReadFile(file, value, 1, &done) && done == 1;
+}
+
+// The result file goes whatever it held, so that no later poll meets an old one.
+bool TakeFlashSize() {
+    const CeHandle file =
+        CeCreateFile(ResultFile, GENERIC_READ, 0, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
+    if (file == CeInvalidHandle)
+        return false;
+    std::uint8_t dropped = 0;
+    std::uint8_t megabytes = 0;
+    const bool read = ReadResultByte(file, &dropped) && ReadResultByte(file, &megabytes);
+    const bool closed = CeCloseHandle(file) != 0;
+    const bool deleted = CeDeleteFile(ResultFile) != 0;
+    if (read)
+        State.Handheld.FlashSizeMB = megabytes;
+    return read && closed && deleted;
+}
+
+} // namespace
+
+bool ReadAssetData() {
+    if (!StartRemoteProgram(u"\\Windows\\Morvikor.exe"))
+        return false;
+    const CeHandle file = CeCreateFile(u"\\Windows\\nvnAssetData.dat", GENERIC_READ,
+                                       FILE_SHARE_READ, OPEN_EXISTING, 0);
+    if (file == CeInvalidHandle)
+        return false;
+    const bool sized = CeGetFileSize(file) != INVALID_FILE_SIZE;
+    if (sized) {
+        std::array<std::uint8_t, AssetBytes> asset = {};
+        std::uint32_t done = 0;
+        CeReadFile(file, asset.data(), AssetBytes, &done); // the count tells what came
+        const Bytes read{asset.data(), std::min(done, AssetBytes)};
+        TakeModel(Field(read, ModelOffset, ModelUnits));
+        TakeVersionAndLanguage(Field(read, VersionOffset, VersionUnits));
+    }
+    CeCloseHandle(file);
+    return sized;
+}
+
+bool ReadFlashSize() {
+    // What is left of an earlier run goes first; without a new one in the folder the start fails.
+    DeleteRemoteFile("\\Temp\\Tesselor.exe");
+    PushFolderFile("Tesselor.exe");
+    if (!StartRemoteProgram(u"\\Temp\\Tesselor.exe")) {
+        CeRapiUninit();
+        return false;
+    }
+    return AwaitResultFile() && TakeFlashSize();
+}

@@ -1,0 +1,35 @@
+// Paths into the language folder and the walk over it. An empty LanguageFolder makes both work in
+// AppDirectory itself. Nothing here may touch the last error after the end of a listing: the start
+// of the flasher is judged by it.
+
+#include "device/language_folder.h"
+
+#include "wizard/state.h"
+
+#include <cstdio>
+
+bool FolderFilePath(const char* name, char (&path)[MAX_PATH]) {
+    const int length = std::snprintf(path, sizeof(path), "%s\\%s\\%s", State.Places.AppDirectory,
+                                     State.Places.LanguageFolder, name);
+    if (length >= 0 && length < static_cast<int>(sizeof(path)))
+        return true;
+    path[0] = '\0';
+    return false;
+}
+
+bool ForEachFolderFile(const std::function<bool(const WIN32_FIND_DATAA&)>& visit) {
+    char pattern[MAX_PATH];
+    if (!FolderFilePath("*.*", pattern))
+        return false;
+    WIN32_FIND_DATAA entry = {};
+    const HANDLE search = FindFirstFileA(pattern, &entry);
+    if (search == INVALID_HANDLE_VALUE)
+        return false;
+    bool goOn = true;
+    do {
+        if (entry.dwFileAttributes != FILE_ATTRIBUTE_DIRECTORY)
+            goOn = visit(entry);
+    } while (goOn && FindNextFileA(search, &entry));
+    FindClose(search);
+    return true;
+}

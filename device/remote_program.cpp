@@ -1,0 +1,15 @@
+// The start record of the device-side helpers. The flasher is started without one, by the step
+// that hands over to it.
+
+#include "device/remote_program.h"
+
+#include "device/rapi.h"
+
+bool StartRemoteProgram(const char16_t* path) {
+    CeStartupInfo startup = {};
+    startup.size = sizeof(startup);
+    startup.flags = STARTF_USESHOWWINDOW;
+    startup.showMode = SW_SHOW;
+    CeProcessInformation process = {};
+    return CeCreateProcess(path, u"", &startup, &process) != 0;
+}

@@ -1,0 +1,16 @@
+// One value at a time, with the key opened and closed around it: a connection that is lost between
+// two values leaves nothing open.
+
+#include "device/remote_registry.h"
+
+bool SetDeviceValue(CeKey root, const char16_t* key, const char16_t* name, std::uint32_t type,
+                    const void* data, std::uint32_t size) {
+    CeKey opened = 0;
+    std::uint32_t disposition = 0;
+    if (CeRegOpenKeyEx(root, key, 0, &opened) != ERROR_SUCCESS &&
+        CeRegCreateKeyEx(root, key, &opened, &disposition) != ERROR_SUCCESS)
+        return false;
+    const bool written = CeRegSetValueEx(opened, name, type, data, size) == ERROR_SUCCESS;
+    CeRegCloseKey(opened);
+    return written;
+}

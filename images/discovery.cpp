@@ -1,0 +1,80 @@
+// The first image of a listing is the image of the folder, and all searches here take the same one
+// as long as the folder does not change.
+
+#include "images/discovery.h"
+
+#include "device/language_folder.h"
+#include "device/rapi.h"
+#include "images/language_table.h"
+#include "pages/error_pages.h"
+#include "wizard/state.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+// Told by the last three characters; a dot before them is not asked for.
+bool IsImageName(const char* name) {
+    const std::size_t length = std::strlen(name);
+    return length >= 3 && lstrcmpiA(name + length - 3, "nbf") == 0;
+}
+
+std::optional<WIN32_FIND_DATAA> FirstFolderImage() {
+    std::optional<WIN32_FIND_DATAA> first;
+    ForEachFolderFile([&first](const WIN32_FIND_DATAA& entry) {
+        if (IsImageName(entry.cFileName))
+            first = entry;
+        return !first;
+    });
+    return first;
+}
+
+std::optional<std::uint32_t> FileSize(const char* path) {
+    const HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return std::nullopt;
+    SetLastError(NO_ERROR); // the failure value may also be a size
+    DWORD high = 0;
+    const DWORD size = GetFileSize(file, &high);
+    const bool failed = size == INVALID_FILE_SIZE && GetLastError() != NO_ERROR;
+    CloseHandle(file);
+    return failed ? std::nullopt : std::optional<std::uint32_t>(size);
+}
+
+} // namespace
+
+void ChooseLanguageFolder() {
+    const char* name = LanguageName(State.Handheld.DeviceLanguage);
+    if (!name)
+        return;
+    std::snprintf(State.Places.LanguageFolder, sizeof(State.Places.LanguageFolder), "%s", name);
+    State.Image.ImageSizeKB = FindFolderImageSize() / 1024;
+}
+
+std::uint32_t FindFolderImageSize() {
+    const std::optional<WIN32_FIND_DATAA> image = FirstFolderImage();
+    return image ? image->nFileSizeLow : 0;
+}
+
+bool FindDefaultImage() {
+    const std::optional<WIN32_FIND_DATAA> image = FirstFolderImage();
+    if (!image || !FolderFilePath(image->cFileName, State.Places.ImagePath)) {
+        ShowPage(ImageMissingPage);
+        return false;
+    }
+    std::memcpy(State.Places.DefaultImagePath, State.Places.ImagePath,
+                sizeof(State.Places.DefaultImagePath));
+    return true;
+}
+
+std::optional<std::uint32_t> ImageFileSize(const char* path) {
+    const std::optional<std::uint32_t> size = FileSize(path);
+    if (!size) {
+        CeRapiUninit();
+        ShowPage(ImageOpenErrorPage);
+        CloseMainWindow();
+    }
+    return size;
+}

@@ -1,0 +1,103 @@
+// Reading the header. Nothing is judged here: separators are passed over unseen, and whether the
+// image suits the handheld is for the caller to say.
+
+#include "images/header.h"
+
+#include "images/language_table.h"
+#include "pages/error_pages.h"
+#include "wizard/state.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t ModelOffset = 0;
+constexpr std::size_t LanguageOffset = 10;
+constexpr std::size_t VersionOffset = 14;
+constexpr std::size_t ChecksumOffset = 19;
+
+using Header = char[ImageHeaderSize];
+
+bool ReadHeaderBytes(const char* path, Header& header) {
+    const HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    DWORD count = 0;
+    const bool read = ReadFile(file, header, ImageHeaderSize, &count, nullptr) != 0;
+    CloseHandle(file);
+    return read && count == ImageHeaderSize;
+}
+
+// The text fills its buffer but for the terminator.
+template <std::size_t Size>
+void TakeText(const Header& header, std::size_t offset, char (&text)[Size]) {
+    std::memcpy(text, header + offset, Size - 1);
+    text[Size - 1] = '\0';
+}
+
+// The first character counts whatever it is; a '-' behind it starts the fill.
+void TakeChecksumText(const Header& header) {
+    char(&text)[5] = State.Image.ImageChecksumText;
+    TakeText(header, ChecksumOffset, text);
+    if (char* fill = std::strchr(text + 1, '-'); text[0] && fill)
+        *fill = '\0';
+}
+
+void TakeHeader(const Header& header) {
+    ImageValues& image = State.Image;
+    TakeText(header, ModelOffset, image.ImageModel);
+    TakeText(header, LanguageOffset, image.ImageLanguage);
+    TakeText(header, VersionOffset, image.ImageVersionText);
+    image.ImageVersion = VersionNumber(image.ImageVersionText);
+    TakeChecksumText(header);
+    if (const char* name = LanguageName(image.ImageLanguage))
+        std::snprintf(image.ImageLanguageName, sizeof(image.ImageLanguageName), "%s", name);
+}
+
+// -1 for a character that is no hexadecimal digit.
+int DigitValue(char digit) {
+    if (digit >= '0' && digit <= '9')
+        return digit - '0';
+    if (digit >= 'a' && digit <= 'f')
+        return digit - 'a' + 10;
+    if (digit >= 'A' && digit <= 'F')
+        return digit - 'A' + 10;
+    return -1;
+}
+
+} // namespace
+
+bool ReadImageHeader(const char* path) {
+    Header header = {};
+    if (!ReadHeaderBytes(path, header)) {
+        CollapsePage(State.Windows.ProgressPage, true);
+        ShowPage(ImageOpenErrorPage);
+        CloseMainWindow();
+        return false;
+    }
+    TakeHeader(header);
+    return true;
+}
+
+float VersionNumber(const char* text) {
+    float number = 0;
+    std::from_chars(text, text + std::strlen(text), number, std::chars_format::fixed);
+    return std::isfinite(number) ? number : 0; // "nan" and "inf" read as numbers
+}
+
+std::optional<std::uint16_t> ParseChecksumText(const char* text) {
+    if (!text[0])
+        return std::nullopt;
+    std::uint16_t value = 0;
+    for (; *text; ++text) {
+        const int digit = DigitValue(*text);
+        if (digit < 0)
+            return std::nullopt;
+        value = static_cast<std::uint16_t>(value << 4 | digit);
+    }
+    return value;
+}

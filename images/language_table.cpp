@@ -1,0 +1,13 @@
+// Codes of other case are the same language: some handhelds tell theirs in lower case.
+
+#include "images/language_table.h"
+
+#include <windows.h>
+
+const char* LanguageName(const char* code) {
+    for (const Language& language : LanguageTable) {
+        if (lstrcmpiA(code, language.code) == 0)
+            return language.name;
+    }
+    return nullptr;
+}

@@ -1,0 +1,109 @@
+// The list is carried out before the user has chosen anything, and a name in it is a file that the
+// handheld loses. What is no name is therefore passed over, never cut to one, and a list that ends
+// early has just fewer names.
+
+#include "images/module_list.h"
+
+#include "device/language_folder.h"
+#include "device/rapi.h"
+#include "device/remote_files.h"
+#include "pages/error_pages.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <optional>
+
+namespace {
+
+constexpr std::size_t LongestName = 259;
+constexpr INT_PTR GoOnWithoutList = 1;
+
+// Tens of thousands of names: more files than \Windows ever held, and each costs a call over a slow
+// cable. What lies behind it in the file is not read.
+constexpr DWORD MostListBytes = 0x100000;
+
+struct ListText {
+    std::unique_ptr<char[]> data;
+    DWORD size = 0;
+};
+
+bool IsControl(char character) { return static_cast<unsigned char>(character) < 0x20; }
+
+bool IsWellFormed(std::string_view name) {
+    return !name.empty() && name.size() <= LongestName &&
+           std::none_of(name.begin(), name.end(), IsControl);
+}
+
+void DeleteDeviceModule(const char* name) {
+    char path[sizeof("\\Windows\\") + LongestName];
+    std::snprintf(path, sizeof(path), "\\Windows\\%s", name);
+    DeleteRemoteFile(path); // most handhelds have only some of the files
+}
+
+DWORD ReadAsMuch(HANDLE file, char* data, DWORD size) {
+    DWORD filled = 0;
+    DWORD count = 0;
+    while (filled < size && ReadFile(file, data + filled, size - filled, &count, nullptr) && count)
+        filled += count;
+    return filled;
+}
+
+// Nothing where the size cannot be told or there is no memory.
+std::optional<ListText> ReadList(HANDLE file) {
+    DWORD high = 0;
+    const DWORD size = GetFileSize(file, &high);
+    if (size == INVALID_FILE_SIZE)
+        return std::nullopt;
+    const bool tooLong = high != 0 || size > MostListBytes;
+    const DWORD wanted = tooLong ? MostListBytes : size;
+    ListText list{std::unique_ptr<char[]>(new (std::nothrow) char[wanted + 1]), 0};
+    if (!list.data)
+        return std::nullopt;
+    list.size = ReadAsMuch(file, list.data.get(), wanted);
+    if (tooLong) { // the last line is only the start of a name
+        const std::size_t end = std::string_view(list.data.get(), list.size).rfind("\r\n");
+        list.size = end == std::string_view::npos ? 0 : static_cast<DWORD>(end);
+    }
+    return list;
+}
+
+bool EndRun() {
+    CeRapiUninit();
+    CloseMainWindow();
+    return false;
+}
+
+} // namespace
+
+bool RemoveListedModules() {
+    char path[MAX_PATH];
+    const HANDLE file = FolderFilePath("module.dat", path)
+                            ? CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)
+                            : INVALID_HANDLE_VALUE;
+    if (file == INVALID_HANDLE_VALUE)
+        return ShowPage(ModuleDataErrorPage) == GoOnWithoutList || EndRun();
+    const std::optional<ListText> list = ReadList(file);
+    CloseHandle(file);
+    if (!list)
+        return EndRun();
+    ForEachListedModule({list->data.get(), list->size}, DeleteDeviceModule);
+    return true;
+}
+
+void ForEachListedModule(std::string_view list, const std::function<void(const char*)>& visit) {
+    for (std::size_t cursor = 0; cursor < list.size();) {
+        if (cursor > 0 && list[cursor] == '$')
+            return;
+        const std::size_t end = std::min(list.find("\r\n", cursor), list.size());
+        const std::string_view line = list.substr(cursor, end - cursor);
+        if (IsWellFormed(line)) {
+            char name[LongestName + 1] = {};
+            line.copy(name, LongestName);
+            visit(name);
+        }
+        cursor = end + 2;
+    }
+}

@@ -1,0 +1,68 @@
+// The check of an image. The order is fixed: the module list comes first, the whole file is summed
+// before the handheld is asked for its flash size, and a handheld that does not answer hides a
+// wrong checksum.
+
+#include "images/verify.h"
+
+#include "device/identity.h"
+#include "images/checksum.h"
+#include "images/header.h"
+#include "images/module_list.h"
+#include "pages/error_pages.h"
+#include "pages/waiting_pages.h"
+#include "wizard/state.h"
+
+#include <memory>
+#include <new>
+#include <optional>
+
+namespace {
+
+constexpr DWORD BlockSize = 0x40000; // bytes; the only part of the file that is in memory
+
+// Nothing when the file cannot be read to its end: it must not pass by what came before.
+std::optional<std::uint16_t> SumImage(HANDLE file) {
+    const std::unique_ptr<std::uint8_t[]> block(new (std::nothrow) std::uint8_t[BlockSize]);
+    DWORD count = 0;
+    if (!block || !ReadFile(file, block.get(), ImageHeaderSize, &count, nullptr) ||
+        count != ImageHeaderSize)
+        return std::nullopt;
+    std::uint16_t sum = ByteSum({block.get(), SummedHeaderSize});
+    do {
+        if (!ReadFile(file, block.get(), BlockSize, &count, nullptr))
+            return std::nullopt;
+        sum = static_cast<std::uint16_t>(sum + ByteSum({block.get(), count}));
+    } while (count != 0);
+    return sum;
+}
+
+void EndBusyPage() { EndDialog(State.Windows.BusyPage, 1); }
+
+Verification EndRun(const Page& page) {
+    ShowPage(page);
+    CloseMainWindow();
+    return Verification::Ended;
+}
+
+} // namespace
+
+Verification VerifyImage(HWND owner) {
+    const HANDLE file = CreateFileA(State.Places.ImagePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return EndRun(ImageOpenErrorPage);
+    State.Windows.BusyPage = OpenWaitingPage(BusyPage, owner);
+    if (!RemoveListedModules()) {
+        EndBusyPage();
+        CloseHandle(file);
+        return Verification::Ended;
+    }
+    const std::optional<std::uint16_t> sum = SumImage(file);
+    CloseHandle(file);
+    const bool answered = ReadFlashSize();
+    EndBusyPage();
+    if (!answered)
+        return EndRun(RemoteProgramErrorPage);
+    const std::optional<std::uint16_t> told = ParseChecksumText(State.Image.ImageChecksumText);
+    return sum && sum == told ? Verification::Passed : Verification::Mismatch;
+}
