@@ -1,0 +1,48 @@
+// The loop for the bootloader's dialogue: text and tokens stand anywhere in a burst, so it reads on
+// until one of the three things that the sender looks for is in the buffer.
+
+#include "link/receive.h"
+
+#include "link/link_calls.h"
+#include "link/receive_buffer.h"
+#include "wizard/state.h"
+
+namespace {
+
+constexpr DWORD AnswerPauseMilliseconds = 100; // the sender has the token before the next burst
+constexpr DWORD FirstMask = EV_RXCHAR | EV_CTS | EV_DSR | EV_RLSD | EV_RING;
+constexpr DWORD LaterMask = FirstMask & ~static_cast<DWORD>(EV_RLSD);
+
+bool HoldsAnAnswer() { return HoldsText("\x01") || HoldsText("\x02") || HoldsText("download"); }
+
+void ReadUntilAnswer(OVERLAPPED* overlapped) {
+    ClearReceiveBuffer();
+    while (!State.Link.StopReceive && !HoldsAnAnswer()) {
+        std::uint8_t byte = 0;
+        if (ReadLink(&byte, 1, overlapped) == 1)
+            StoreReceivedText(byte);
+        else
+            Sleep(1); // the rest of the text is still on its way
+    }
+}
+
+} // namespace
+
+DWORD WINAPI BootloaderReceiveLoop(LPVOID) {
+    OVERLAPPED overlapped = {};
+    overlapped.hEvent = CreateEventA(nullptr, TRUE, TRUE, nullptr);
+    DWORD mask = 0;
+    SetReadsToReturnAtOnce();
+    SetLinkMask(FirstMask);
+    TellReceiveRuns();
+    while (!State.Link.StopReceive) {
+        const DWORD events = WaitForLinkEvent(&overlapped, &mask);
+        SetLinkMask(LaterMask);
+        if (events & EV_RXCHAR)
+            ReadUntilAnswer(&overlapped);
+        Sleep(AnswerPauseMilliseconds);
+    }
+    CloseHandle(overlapped.hEvent);
+    State.Link.ReceiveRunning = false;
+    return 0;
+}

@@ -1,0 +1,20 @@
+// The image file as a transfer reads it.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+
+// Opens ImagePath into State.Link.ImageFile and gives its size; 0 when it cannot be opened or
+// measured, or is smaller than `smallest`.
+std::uint32_t OpenTransferImage(std::uint32_t smallest);
+
+// Reads the next `size` bytes; what the file does not fill becomes 0xFF, the state of erased
+// flash. False when the read failed: what then stands in the buffer must not be sent.
+bool ReadPiece(std::uint8_t* buffer, std::uint32_t size);
+
+// A buffer of a transfer, freed by AbandonTransfer; null when there is no memory.
+std::uint8_t* AllocateTransferBuffer(std::uint32_t size);
+
+// The image cannot be sent: closes the link, shows ImageOpenErrorPage and ends the run.
+void ReportUnreadableImage();

@@ -1,0 +1,145 @@
+// Opening the link and the write path.
+//
+// The port is overlapped so that the receive loop can keep a wait outstanding on the same handle
+// while the sender writes. Every call on the handle is started under LinkLock: the pages close the
+// port to end an outstanding wait, and a call must not meet a handle that has just been closed.
+
+#include "link/port.h"
+
+#include "pages/error_pages.h"
+#include "wizard/state.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <mutex>
+
+namespace {
+
+constexpr std::uint32_t LargestWrite = 12288;
+constexpr DWORD StopCheckMilliseconds = 100;
+
+void ConfigureLine(HANDLE port) {
+    DCB line = {};
+    line.DCBlength = sizeof(line);
+    // Neither result decides anything: the port then runs with what the driver had.
+    GetCommState(port, &line);
+    line.BaudRate = 115200;
+    line.fBinary = 1;
+    line.fParity = 1;
+    line.fOutxCtsFlow = 0;
+    line.fOutxDsrFlow = 0;
+    line.fDtrControl = DTR_CONTROL_ENABLE;
+    line.fDsrSensitivity = 0;
+    line.fTXContinueOnXoff = 1;
+    line.fOutX = 0;
+    line.fInX = 0;
+    line.fErrorChar = 0;
+    line.fNull = 0;
+    line.fRtsControl = RTS_CONTROL_ENABLE;
+    line.fAbortOnError = 0;
+    line.ByteSize = 8;
+    line.Parity = NOPARITY;
+    line.StopBits = ONESTOPBIT;
+    SetCommState(port, &line);
+    // The handheld's end sees both lines raised before the first byte.
+    EscapeCommFunction(port, SETDTR);
+    EscapeCommFunction(port, SETRTS);
+}
+
+void ReportPortFailure() {
+    if (State.Windows.PreparePage)
+        EndDialog(State.Windows.PreparePage, 2);
+    if (State.Windows.ProgressPage)
+        ShowWindow(State.Windows.ProgressPage, SW_HIDE);
+    ShowPage(PortErrorPage);
+    // Posted, not sent: on a worker thread the main thread's page loop picks it up. The flag keeps
+    // the chain from showing another page before it does.
+    State.Run.RunEnded = true;
+    PostMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
+}
+
+// Waits for a write that is under way. The record and the data belong to the caller, so this does
+// not return before the write is over; a cancelled write is over at once.
+void FinishWrite(HANDLE port, OVERLAPPED* overlapped) {
+    while (WaitForSingleObject(overlapped->hEvent, StopCheckMilliseconds) == WAIT_TIMEOUT) {
+        if (!State.Link.StopReceive)
+            continue;
+        {
+            const std::lock_guard lock(State.Link.LinkLock);
+            if (State.Link.LinkHandle == port)
+                CancelIo(port);
+        }
+        WaitForSingleObject(overlapped->hEvent, INFINITE);
+        return;
+    }
+}
+
+bool WriteLinkPiece(const std::uint8_t* data, std::uint32_t length) {
+    OVERLAPPED overlapped = {};
+    overlapped.hEvent = CreateEventA(nullptr, TRUE, TRUE, nullptr);
+    if (!overlapped.hEvent)
+        return false;
+    HANDLE port = nullptr;
+    DWORD written = 0;
+    bool started = false;
+    bool pending = false;
+    {
+        const std::lock_guard lock(State.Link.LinkLock);
+        port = State.Link.LinkHandle;
+        started = port && WriteFile(port, data, length, &written, &overlapped);
+        pending = port && !started && GetLastError() == ERROR_IO_PENDING;
+    }
+    if (pending) {
+        FinishWrite(port, &overlapped);
+        written = static_cast<DWORD>(overlapped.InternalHigh);
+    }
+    CloseHandle(overlapped.hEvent);
+    return (started || pending) && written == length;
+}
+
+} // namespace
+
+void FormatPortName(const char* portName, bool serial, char (&name)[48]) {
+    if (!serial) {
+        std::snprintf(name, sizeof(name), "\\\\.\\WCEUSBSH001");
+        return;
+    }
+    const int length =
+        std::snprintf(name, sizeof(name), "\\\\.\\%s", portName[0] ? portName : "COM1:");
+    name[std::min<std::size_t>(static_cast<std::size_t>(length), sizeof(name)) - 1] = '\0';
+}
+
+bool OpenLinkPort(const char* portName) {
+    char name[48];
+    FormatPortName(portName, State.Run.BootloaderResume || State.Run.SerialLinkSelected, name);
+    const HANDLE port = CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_OVERLAPPED, nullptr);
+    if (port == INVALID_HANDLE_VALUE) {
+        ReportPortFailure();
+        return false;
+    }
+    ConfigureLine(port);
+    const std::lock_guard lock(State.Link.LinkLock);
+    State.Link.LinkHandle = port;
+    return true;
+}
+
+bool WriteLink(const void* data, std::uint32_t length) {
+    const auto* next = static_cast<const std::uint8_t*>(data);
+    bool handedOver = true;
+    while (length > LargestWrite && !State.Link.StopReceive) {
+        handedOver = WriteLinkPiece(next, LargestWrite) && handedOver;
+        next += LargestWrite;
+        length -= LargestWrite;
+    }
+    if (State.Link.StopReceive)
+        return false;
+    return WriteLinkPiece(next, length) && handedOver;
+}
+
+void CloseLinkPort() {
+    const std::lock_guard lock(State.Link.LinkLock);
+    if (State.Link.LinkHandle)
+        CloseHandle(State.Link.LinkHandle);
+    State.Link.LinkHandle = nullptr;
+}

@@ -1,0 +1,23 @@
+// The raw port of the flash link: opened exclusively, 115200 baud, 8N1, no flow control.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+
+// Opens and configures the link into State.Link.LinkHandle. False: PortErrorPage has been shown,
+// PreparePage ended, ProgressPage hidden, and the run is over. Any thread.
+bool OpenLinkPort(const char* portName);
+
+// Sends all bytes in writes of at most 12288, in order, and returns when the last has been handed
+// over; one thread at a time. False when one was not: that goes unnoticed while a token has yet to
+// come, since a device that got less stays silent. Returns early once StopReceive is set, so that
+// a write that never completes has a way out.
+bool WriteLink(const void* data, std::uint32_t length);
+
+// Closes the port if it is open; whatever waits on it comes back.
+void CloseLinkPort();
+
+// The device name of the port: "COM1:" gives "\\.\COM1", an empty name counts as "COM1:", and a
+// USB link has the driver's name whatever the port name says.
+void FormatPortName(const char* portName, bool serial, char (&name)[48]);

@@ -1,0 +1,118 @@
+// How a loop is started, and the loop of a serial link.
+//
+// A burst clears the whole buffer, so a token followed by any further byte would be wiped out
+// before the sender has seen it. That is why this loop holds off for a second once a token stands
+// in the buffer: the sender polls every millisecond and has it long before.
+
+#include "link/receive.h"
+
+#include "link/link_calls.h"
+#include "link/port.h"
+#include "link/receive_buffer.h"
+#include "wizard/state.h"
+
+#include <mutex>
+
+namespace {
+
+constexpr DWORD FlasherStartMilliseconds = 20000;
+constexpr DWORD TokenHoldMilliseconds = 1000;
+constexpr DWORD FirstMask = EV_RXCHAR | EV_CTS | EV_DSR | EV_RLSD | EV_RING;
+constexpr DWORD LaterMask = FirstMask & ~static_cast<DWORD>(EV_RLSD);
+static_assert(FirstMask == 0x139 && LaterMask == 0x119);
+
+bool TokenStands() {
+    for (std::uint8_t token = 1; token <= 5; ++token) {
+        if (HoldsToken(token))
+            return true;
+    }
+    return false;
+}
+
+void ReadBurst(OVERLAPPED* overlapped) {
+    ClearReceiveBuffer();
+    std::uint8_t byte = 0;
+    while (!State.Link.StopReceive && ReadLink(&byte, 1, overlapped) == 1)
+        StoreReceived(byte);
+}
+
+} // namespace
+
+void PrepareReceiveRecord() {
+    State.Link.ReceiveOverlapped = {};
+    const HANDLE event = CreateEventA(nullptr, TRUE, TRUE, nullptr);
+    State.Link.ReceiveOverlapped.hEvent = event;
+    const std::lock_guard lock(State.Link.LinkLock);
+    State.Link.ReceiveEvent = event;
+}
+
+bool StartReceive() {
+    Sleep(FlasherStartMilliseconds); // the flasher takes the port over only after this
+    State.Link.ReceiveCursor = 0;
+    if (!OpenLinkPort(State.Places.SerialPortName))
+        return false;
+    if (!State.Run.SerialLinkSelected) {
+        // The USB driver is opened, closed and opened once more; the loop runs on the second one.
+        CloseLinkPort();
+        if (!OpenLinkPort(State.Places.SerialPortName))
+            return false;
+    }
+    StartReceiveLoop(State.Run.SerialLinkSelected ? SerialReceiveLoop : UsbReceiveLoop, true);
+    return true;
+}
+
+void StartReceiveLoop(DWORD(WINAPI* loop)(LPVOID), bool keepThread) {
+    State.Link.StopReceive = false;
+    State.Link.ReceiveCameUp = false;
+    {
+        // Under the lock, so that a loop that ends at once finds its own handle to close.
+        const std::lock_guard lock(State.Link.LinkLock);
+        DWORD id = 0;
+        const HANDLE thread = CreateThread(nullptr, 0, loop, nullptr, 0, &id);
+        if (!thread)
+            return; // no loop: no token is ever seen, and the stall timer ends the transfer
+        if (keepThread)
+            State.Link.ReceiveThread = thread;
+        else
+            CloseHandle(thread);
+    }
+    // Ends: every loop raises the flag first thing, whatever becomes of it.
+    while (!State.Link.ReceiveCameUp)
+        Sleep(1);
+}
+
+void CloseReceiveHandles() {
+    const std::lock_guard lock(State.Link.LinkLock);
+    if (State.Link.ReceiveEvent)
+        CloseHandle(State.Link.ReceiveEvent);
+    State.Link.ReceiveEvent = nullptr;
+    if (State.Link.ReceiveThread)
+        CloseHandle(State.Link.ReceiveThread);
+    State.Link.ReceiveThread = nullptr;
+}
+
+void TellReceiveRuns() {
+    State.Link.ReceiveRunning = true;
+    State.Link.ReceiveCameUp = true;
+}
+
+DWORD WINAPI SerialReceiveLoop(LPVOID) {
+    OVERLAPPED& overlapped = State.Link.ReceiveOverlapped;
+    DWORD mask = 0;
+    PrepareReceiveRecord();
+    TellReceiveRuns();
+    SetReadsToReturnAtOnce();
+    SetLinkMask(FirstMask);
+    while (!State.Link.StopReceive) {
+        const DWORD events = WaitForLinkEvent(&overlapped, &mask);
+        SetLinkMask(LaterMask);
+        if (events & EV_RXCHAR)
+            ReadBurst(&overlapped);
+        if (TokenStands())
+            Sleep(TokenHoldMilliseconds);
+        else if (events == 0)
+            Sleep(1); // a lost device fails every wait at once; the stall timer ends this
+    }
+    State.Link.ReceiveRunning = false;
+    return 0;
+}

@@ -1,0 +1,72 @@
+// Storing and finding. Stores and loads are sequentially consistent: a sender that sees a token
+// sees the zero behind it as well.
+
+#include "link/receive_buffer.h"
+
+#include "wizard/state.h"
+
+namespace {
+
+constexpr std::size_t MostStored = ReceiveBufferSize - 1;
+constexpr std::size_t KeptTail = 64; // longer than anything that is looked for
+
+std::uint8_t ByteAt(std::size_t place) { return State.Link.ReceiveBuffer[place]; }
+
+// Moves the last bytes to the start and zeroes the rest.
+void KeepTail() {
+    for (std::size_t place = 0; place < KeptTail; ++place)
+        State.Link.ReceiveBuffer[place] = ByteAt(MostStored - KeptTail + place);
+    for (std::size_t place = KeptTail; place < ReceiveBufferSize; ++place)
+        State.Link.ReceiveBuffer[place] = 0;
+    State.Link.ReceiveCursor = KeptTail;
+}
+
+bool TextStandsAt(std::string_view text, std::size_t place) {
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        if (ByteAt(place + index) != static_cast<std::uint8_t>(text[index]))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool HoldsToken(std::uint8_t token, std::size_t place) {
+    return ByteAt(place) == token && ByteAt(place + 1) == 0;
+}
+
+bool HoldsText(std::string_view text) {
+    for (std::size_t place = 0; place + text.size() <= MostStored && ByteAt(place) != 0; ++place) {
+        if (TextStandsAt(text, place))
+            return true;
+    }
+    return false;
+}
+
+void ClearReceivedToken() {
+    State.Link.ReceiveBuffer[0] = 0;
+    State.Link.ReceiveBuffer[1] = 0;
+    State.Link.ReceiveCursor = 0;
+}
+
+void ClearReceiveBuffer() {
+    for (auto& place : State.Link.ReceiveBuffer)
+        place = 0;
+    State.Link.ReceiveCursor = 0;
+}
+
+void StoreReceived(std::uint8_t value) {
+    const std::size_t cursor = State.Link.ReceiveCursor;
+    if (cursor >= MostStored)
+        return;
+    State.Link.ReceiveBuffer[cursor] = value;
+    State.Link.ReceiveCursor = cursor + 1;
+}
+
+void StoreReceivedText(std::uint8_t value) {
+    if (value == 0)
+        return;
+    if (State.Link.ReceiveCursor >= MostStored)
+        KeepTail();
+    StoreReceived(value);
+}

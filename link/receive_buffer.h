@@ -1,0 +1,25 @@
+// The buffer that a receive loop and the sender share: the latest burst from the device.
+//
+// The exchange lets one side speak at a time, so there is no lock; every byte is an atomic. A zero
+// byte ends the text that a sender looks at, and a zero always stands behind the last byte stored.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+// Whether exactly this token stands at the given place, with its zero behind it.
+bool HoldsToken(std::uint8_t token, std::size_t place = 0);
+
+// Whether the text stands anywhere before the first zero.
+bool HoldsText(std::string_view text);
+
+void ClearReceivedToken(); // bytes 0 and 1, and the cursor back to the start
+void ClearReceiveBuffer(); // all of it, and the cursor
+
+// At the cursor, which moves on. A full buffer drops the byte: tokens stand at the start.
+void StoreReceived(std::uint8_t value);
+
+// As above, but a full buffer loses its oldest bytes: a prompt is found at the end of a banner of
+// any length. A zero byte is left out, since it would hide what follows.
+void StoreReceivedText(std::uint8_t value);

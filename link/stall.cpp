@@ -1,0 +1,93 @@
+// A device that has died looks just like one that is busy; the only watch is a timer.
+//
+// The order here is what keeps the threads apart: TransferAborted is raised first, then
+// StopReceive, and handles are closed only when the loop has left, apart from the port itself,
+// whose closing is how an outstanding wait is ended.
+
+#include "link/stall.h"
+
+#include "link/port.h"
+#include "link/receive.h"
+#include "link/transfer_buffers.h"
+#include "wizard/state.h"
+
+#include <mutex>
+
+namespace {
+
+constexpr DWORD PieceMilliseconds = 30000;
+constexpr DWORD AnswerMilliseconds = 20000;
+constexpr DWORD LongestLeaveMilliseconds = 10000; // a loop holds off for a second at most
+
+void PostToProgressPage(UINT_PTR timer, DWORD milliseconds) {
+    PostMessageA(State.Windows.ProgressPage, StallTimerMessage, timer,
+                 static_cast<LPARAM>(milliseconds));
+}
+
+// False when the loop is still there after the limit: blocked in a driver that never answers.
+bool WaitForLoopToLeave() {
+    for (DWORD waited = 0; waited < LongestLeaveMilliseconds; waited += 10) {
+        if (!State.Link.ReceiveRunning)
+            return true;
+        Sleep(10);
+    }
+    return !State.Link.ReceiveRunning;
+}
+
+void WakeLoop() {
+    const std::lock_guard lock(State.Link.LinkLock);
+    if (State.Link.ReceiveEvent)
+        SetEvent(State.Link.ReceiveEvent);
+}
+
+// Only for a loop that is stuck: it holds nothing but its wait.
+void TerminateLoop() {
+    const std::lock_guard lock(State.Link.LinkLock);
+    if (State.Link.ReceiveThread)
+        TerminateThread(State.Link.ReceiveThread, 0);
+}
+
+} // namespace
+
+void StartStallTimer(UINT_PTR timer) {
+    PostToProgressPage(timer, timer == PieceTimer ? PieceMilliseconds : AnswerMilliseconds);
+}
+
+void KillStallTimer(UINT_PTR timer) { PostToProgressPage(timer, 0); }
+
+void SetStallTimer(HWND page, UINT_PTR timer, DWORD milliseconds) {
+    if (milliseconds == 0)
+        KillTimer(page, timer);
+    else
+        SetTimer(page, timer, milliseconds, nullptr);
+}
+
+void EndStalledTransfer(HWND page, UINT_PTR timer) {
+    KillTimer(page, timer);
+    TransferVerdict open = TransferVerdict::Open;
+    if (!State.Link.Verdict.compare_exchange_strong(open, TransferVerdict::Stalled))
+        return;
+    AbandonTransfer();
+    State.Link.StopReceive = true;
+    EndDialog(page, 2);
+}
+
+void ReleaseSerialLink() {
+    State.Link.StopReceive = true;
+    CloseLinkPort();
+    // A loop that never leaves keeps its handles; the end of the process takes them.
+    if (WaitForLoopToLeave())
+        CloseReceiveHandles();
+}
+
+void TearDownTransfer() {
+    AbandonTransfer();
+    State.Link.StopReceive = true;
+    // The closing ends a wait that is outstanding or just about to start; the signal wakes a loop
+    // whose driver does not.
+    CloseLinkPort();
+    WakeLoop();
+    if (!WaitForLoopToLeave())
+        TerminateLoop();
+    CloseReceiveHandles();
+}

@@ -1,0 +1,28 @@
+// What ends a transfer: the stall timers, and the release of the link.
+#pragma once
+
+#include <windows.h>
+
+constexpr UINT_PTR PieceTimer = 1;  // 30000 ms for the next token
+constexpr UINT_PTR AnswerTimer = 2; // 20000 ms for the answer to the start byte
+
+// Posted to ProgressPage by the sender: timer (first parameter) for so many milliseconds (second
+// parameter), 0 to kill it. A timer belongs to the thread of its window, so the page sets it.
+constexpr UINT StallTimerMessage = WM_APP + 1;
+
+// The sender's side: (re)starts or kills a timer of ProgressPage.
+void StartStallTimer(UINT_PTR timer);
+void KillStallTimer(UINT_PTR timer);
+
+// The page's side, for StallTimerMessage and WM_TIMER. Main thread.
+void SetStallTimer(HWND page, UINT_PTR timer, DWORD milliseconds);
+
+// A timer of ProgressPage has fired: stops the sender and the receive loop, gives up the buffers
+// and ends the page with 2, unless the sender has finished at this very moment.
+void EndStalledTransfer(HWND page, UINT_PTR timer);
+
+// After a failed transfer, when the failure page opens: closes what a serial link holds open.
+void ReleaseSerialLink();
+
+// After a good transfer: ends the receive loop, closes the link, frees the buffers.
+void TearDownTransfer();

@@ -1,0 +1,137 @@
+// Why the order is what it is: while the second block of the payload has not gone out, a failed
+// upgrade can be repeated the normal way; after that only the bootloader helps. So that block is
+// kept in memory and sent last, and the order of this file is a safety rule, not a taste.
+//
+// A transfer is a failure until TakeVerdict makes it a success.
+
+#include "link/upgrade_transfer.h"
+
+#include "link/image_source.h"
+#include "link/port.h"
+#include "link/receive_buffer.h"
+#include "link/stall.h"
+#include "link/transfer_buffers.h"
+#include "pages/frame.h"
+#include "pages/progress_bar.h"
+#include "wizard/progress_record.h"
+#include "wizard/state.h"
+
+namespace {
+
+constexpr std::uint8_t SendPieceToken = 4;
+constexpr std::uint8_t ReadyToken = 5;
+constexpr std::uint32_t PieceSize = 0x20000;
+constexpr std::uint32_t BlockSize = 0x40000;
+constexpr std::uint32_t HeaderSize = 32;
+
+// Polls for the token; false when the transfer has been given up.
+template <class Arrived>
+bool AwaitToken(Arrived arrived) {
+    while (!arrived()) {
+        if (State.Run.TransferAborted)
+            return false;
+        Sleep(1);
+    }
+    return !State.Run.TransferAborted;
+}
+
+// One stray byte ahead of the answer is allowed.
+bool FlasherIsReady() { return HoldsToken(ReadyToken) || HoldsToken(ReadyToken, 1); }
+
+bool PieceIsWanted() { return HoldsToken(SendPieceToken); }
+
+std::uint32_t BarRange() { return State.Image.ImageSizeKB << 10; }
+
+// Header, first block and HeldBackBlock; the file then stands at the first piece to send.
+bool LoadHeldBackBlock() {
+    State.Link.TransferBufferA = AllocateTransferBuffer(BlockSize);
+    State.Link.TransferBufferB = AllocateTransferBuffer(BlockSize);
+    return State.Link.TransferBufferA && State.Link.TransferBufferB &&
+           ReadPiece(State.Link.TransferBufferA, HeaderSize) &&
+           ReadPiece(State.Link.TransferBufferA, BlockSize) &&
+           ReadPiece(State.Link.TransferBufferB, BlockSize);
+}
+
+void AnnounceSize(std::uint32_t size) {
+    const std::uint8_t field[4] = {
+        static_cast<std::uint8_t>(size), static_cast<std::uint8_t>(size >> 8),
+        static_cast<std::uint8_t>(size >> 16), static_cast<std::uint8_t>(size >> 24)};
+    WriteLink(field, sizeof(field));
+    ResetProgress(BarRange());
+    StartStallTimer(PieceTimer);
+    // The wait cursor gives way to the arrow without the mouse being moved.
+    State.Run.BusyCursor = false;
+    PostMessageA(State.Windows.ProgressPage, WM_SETCURSOR, 0, 0);
+}
+
+bool SendPiece(const std::uint8_t* piece) {
+    const bool handedOver = WriteLink(piece, PieceSize);
+    AdvanceProgress(PieceSize, BarRange());
+    return handedOver;
+}
+
+// Everything but HeldBackBlock. True when the device has asked for what comes next. A file that
+// cannot be read any more ends the sending: the device hears nothing, and the timer fires.
+bool SendPiecesFromFile(std::uint32_t remaining) {
+    while (AwaitToken(PieceIsWanted)) {
+        StartStallTimer(PieceTimer);
+        ClearReceivedToken();
+        if (remaining <= BlockSize)
+            return true;
+        if (!ReadPiece(State.Link.TransferBufferA, PieceSize))
+            return false;
+        WriteLink(State.Link.TransferBufferA, PieceSize);
+        remaining -= PieceSize;
+        State.Run.BytesRemaining = remaining;
+        AdvanceProgress(PieceSize, BarRange());
+    }
+    return false;
+}
+
+// The timer is not restarted for the second half: it has to cover both. No token is awaited after
+// the last piece, so this is the one piece whose hand-over decides.
+bool SendHeldBackBlock() {
+    SendPiece(State.Link.TransferBufferB);
+    return AwaitToken(PieceIsWanted) && SendPiece(State.Link.TransferBufferB + PieceSize);
+}
+
+// The one line that makes a transfer a success; false when a timer was faster.
+bool TakeVerdict() {
+    TransferVerdict open = TransferVerdict::Open;
+    return State.Link.Verdict.compare_exchange_strong(open, TransferVerdict::Sent);
+}
+
+void EndProgressPage() {
+    CollapsePage(State.Windows.ProgressPage, true);
+    ShowPercentage(100);
+    EndDialog(State.Windows.ProgressPage, 1);
+}
+
+void SendImage() {
+    const std::uint32_t fileSize = OpenTransferImage(SmallestImageFile);
+    if (fileSize == 0 || !LoadHeldBackBlock()) {
+        ReportUnreadableImage();
+        return;
+    }
+    const std::uint32_t size = BytesOnTheWire(fileSize);
+    AnnounceSize(size);
+    if (!SendPiecesFromFile(size) || !SendHeldBackBlock() || !TakeVerdict())
+        return;
+    KillStallTimer(PieceTimer);
+    DeleteProgressRecord();
+    EndProgressPage();
+}
+
+} // namespace
+
+void BeginUpgradeTransfer() {
+    const SenderHold hold;
+    ClearReceivedToken();
+    WriteLink("A", 1);
+    StartStallTimer(AnswerTimer);
+    if (!AwaitToken(FlasherIsReady))
+        return;
+    // The token is not cleared: the next burst replaces it.
+    KillStallTimer(AnswerTimer);
+    SendImage();
+}

@@ -1,0 +1,67 @@
+// The loop of a USB link, driven by three requests to the USB serial driver.
+//
+// A token that has come keeps the loop reading, with reads that return at once, until the sender
+// clears it: it is the clearing that sends the loop back to its wait. The zero behind a token comes
+// from the device; the loop puts none there.
+
+#include "link/receive.h"
+
+#include "link/link_calls.h"
+#include "link/port.h"
+#include "link/receive_buffer.h"
+#include "wizard/state.h"
+
+namespace {
+
+// Device type 0x1B, the serial ports; buffered, any access.
+constexpr DWORD SetMaskRequest = 0x1B0028;
+constexpr DWORD WaitRequest = 0x1B002C;
+constexpr DWORD ReadDoneRequest = 0x1B0030;
+constexpr DWORD FirstMask = EV_RXCHAR | EV_CTS | EV_DSR | EV_RLSD | EV_ERR;
+static_assert(FirstMask == 0xB9);
+
+void StorePair(const std::uint8_t (&pair)[2]) {
+    // The second byte first: a sender that sees the token sees its zero too.
+    State.Link.ReceiveBuffer[1] = pair[1];
+    State.Link.ReceiveBuffer[0] = pair[0];
+}
+
+void ReadUntilTaken(OVERLAPPED* overlapped) {
+    std::uint8_t pair[2] = {};
+    do {
+        const DWORD count = ReadLink(pair, 2, overlapped);
+        if (pair[0] != 0)
+            StorePair(pair);
+        pair[0] = 0;
+        if (count == 0 && State.Link.ReceiveBuffer[0] != 0)
+            Sleep(1); // nothing new: a token waits for the sender
+    } while (State.Link.ReceiveBuffer[0] != 0 && !State.Link.StopReceive);
+}
+
+void Listen(OVERLAPPED* overlapped) {
+    DWORD mask = FirstMask;
+    if (!RequestOfDriver(SetMaskRequest, &mask, nullptr, nullptr))
+        return;
+    while (!State.Link.StopReceive) {
+        if (!RequestOfDriver(WaitRequest, nullptr, &mask, overlapped) ||
+            !RequestOfDriver(SetMaskRequest, &mask, nullptr, nullptr))
+            return;
+        ClearReceiveBuffer();
+        ReadUntilTaken(overlapped);
+        if (!RequestOfDriver(ReadDoneRequest, &mask, nullptr, nullptr))
+            return;
+    }
+}
+
+} // namespace
+
+DWORD WINAPI UsbReceiveLoop(LPVOID) {
+    PrepareReceiveRecord();
+    TellReceiveRuns();
+    SetReadsToReturnAtOnce();
+    Listen(&State.Link.ReceiveOverlapped);
+    State.Link.ReceiveRunning = false;
+    CloseLinkPort();
+    CloseReceiveHandles();
+    return 0;
+}
