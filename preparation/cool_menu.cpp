@@ -1,0 +1,26 @@
+// A value that is not there is not made: what it would mean to the handheld is unknown.
+
+#include "preparation/cool_menu.h"
+
+#include "device/rapi.h"
+
+namespace {
+
+constexpr std::uint32_t QueryAccess = 1;
+constexpr std::uint32_t NoType = 0;
+
+} // namespace
+
+void ClearCoolMenu() {
+    CeKey menus = 0;
+    if (CeRegOpenKeyEx(CeLocalMachine, u"ControlPanel\\Menus", QueryAccess, &menus) !=
+        ERROR_SUCCESS)
+        return;
+    std::uint8_t data[100] = {};
+    std::uint32_t size = sizeof(data);
+    if (CeRegQueryValueEx(menus, u"CoolMenu", data, &size) == ERROR_SUCCESS && data[0] != 0) {
+        data[0] = 0;
+        CeRegSetValueEx(menus, u"CoolMenu", NoType, data, 1);
+    }
+    CeRegCloseKey(menus);
+}

@@ -1,0 +1,7 @@
+// The last work over RAPI before the flash: places the flasher, changes the device for the image
+// that is about to be written, starts the flasher and hands over to the flash link.
+#pragma once
+
+// Main thread, while PreparePage is up. Does nothing unless UpgradeUnderway is set. A flasher that
+// does not start shows RemoteProgramErrorPage and ends the run.
+void PrepareDevice();
