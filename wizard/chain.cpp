@@ -1,0 +1,83 @@
+// The chain of pages, as straight-line logic that blocks in one page after the other.
+//
+// A step that fails shows its page and closes MainWindow where the failure is met; the chain stops
+// there. Every return from WalkChain is an end of the run, so that no later page can come up.
+
+#include "wizard/chain.h"
+
+#include "device/host_checks.h"
+#include "device/rapi.h"
+#include "images/header.h"
+#include "images/verify.h"
+#include "pages/decision_pages.h"
+#include "pages/error_pages.h"
+#include "pages/introduction_pages.h"
+#include "pages/progress_pages.h"
+#include "pages/waiting_pages.h"
+#include "preparation/prepare.h"
+#include "wizard/conclusion.h"
+#include "wizard/connect.h"
+#include "wizard/image_choice.h"
+#include "wizard/state.h"
+
+namespace {
+
+bool PassIntroduction() {
+    for (const Page* page :
+         {&UpgradeNoticePage, &WelcomePage, &HostChecklistPage, &DeviceChecklistPage}) {
+        if (ShowPage(*page) != 0)
+            return false;
+    }
+    return true;
+}
+
+// A handheld on its battery gets a warning; one whose power cannot be read ends the run.
+bool PassPowerCheck() {
+    CePowerStatus status = {};
+    if (!CeGetSystemPowerStatusEx(&status, TRUE))
+        return false;
+    State.Handheld.PowerStatus = status.acLine;
+    return status.acLine == 1 || ShowPage(PowerWarningPage) == 0;
+}
+
+bool ConfirmUpgrade() {
+    if (ShowPage(VersionConfirmPage) != 1)
+        return false;
+    const INT_PTR backup = ShowPage(BackupChoicePage);
+    if (backup != 1)
+        return false;
+    return ShowPage(UpgradeReadyPage) == 1;
+}
+
+void Prepare() {
+    State.Run.UpgradeUnderway = true;
+    State.Windows.PreparePage = OpenWaitingPage(PreparePage, State.Windows.MainWindow);
+    PrepareDevice();
+    EndDialog(State.Windows.PreparePage, 1);
+}
+
+void WalkChain() {
+    if (!ActiveSyncVersionOk()) {
+        ShowPage(ActiveSyncVersionPage);
+        return;
+    }
+    if (!State.Run.ResumePending && !PassIntroduction())
+        return;
+    State.RapiInit.size = sizeof(State.RapiInit);
+    CeRapiInitEx(&State.RapiInit); // whether a handheld answers is told by the event
+    if (!ConnectAndIdentify(State.Windows.MainWindow) || !PassPowerCheck())
+        return;
+    if (!VerifyOrReport() || !ChooseImage() || !ConfirmUpgrade())
+        return;
+    Prepare();
+    if (State.Run.RunEnded)
+        return;
+    ConcludeTransfer(ShowPage(ProgressPage), Road::Normal);
+}
+
+} // namespace
+
+void RunChain() {
+    WalkChain();
+    CloseMainWindow();
+}

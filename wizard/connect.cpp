@@ -1,0 +1,58 @@
+// Waiting for the handheld, the choice of the link, and what the handheld is.
+//
+// An earlier interrupted upgrade is forgotten only once the user has chosen a link: a user who
+// leaves before that can still resume.
+
+#include "wizard/connect.h"
+
+#include "device/identity.h"
+#include "images/discovery.h"
+#include "images/header.h"
+#include "pages/decision_pages.h"
+#include "pages/error_pages.h"
+#include "pages/waiting_pages.h"
+#include "wizard/progress_record.h"
+#include "wizard/resume.h"
+#include "wizard/state.h"
+
+namespace {
+
+constexpr DWORD AnswerMilliseconds = 3000;
+
+void OpenBusyPage(HWND owner) { State.Windows.BusyPage = OpenWaitingPage(BusyPage, owner); }
+
+void EndBusyPage() { EndDialog(State.Windows.BusyPage, 1); }
+
+bool Identify(HWND owner) {
+    OpenBusyPage(owner);
+    DeleteProgressRecord();
+    const bool identified = ReadAssetData();
+    if (identified)
+        ChooseLanguageFolder();
+    EndBusyPage();
+    if (!identified) {
+        CeRapiUninit();
+        ShowPage(RemoteProgramErrorPage);
+        CloseMainWindow();
+    }
+    return identified;
+}
+
+} // namespace
+
+bool ConnectAndIdentify(HWND owner) {
+    OpenBusyPage(owner);
+    if (WaitForSingleObject(RapiEvent(State.RapiInit), AnswerMilliseconds) == WAIT_TIMEOUT) {
+        CollapsePage(State.Windows.BusyPage, true);
+        EndBusyPage();
+        GoOnWithoutHandheld();
+        return false;
+    }
+    EndBusyPage();
+    if (ShowPage(ConnectionTypePage) != 0) {
+        CeRapiUninit();
+        CloseMainWindow();
+        return false;
+    }
+    return Identify(owner) && FindDefaultImage() && ReadImageHeader(State.Places.ImagePath);
+}

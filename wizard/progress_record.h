@@ -1,0 +1,15 @@
+// The record that survives an upgrade that died: HKEY_CURRENT_USER, Software\FlashUtility.
+//
+// It tells the next start that an upgrade was under way, with which image, for which handheld and
+// over which link, and whether only the bootloader can still take the image. It is written before
+// the first byte goes out and deleted only when everything has. No registry failure is reported:
+// a record that cannot be written means that an interrupted upgrade cannot be resumed.
+#pragma once
+
+// Any thread, one at a time: the chain is blocked in ProgressPage while a transfer runs.
+void WriteProgressRecord();  // everything but Critical, from State
+void MarkCriticalFailure();  // Critical alone, creating the key if it has gone
+void DeleteProgressRecord(); // the key with its values
+
+// True if an upgrade is pending. Fills State as a side effect, whatever it finds pending or not.
+bool ReadProgressRecord();

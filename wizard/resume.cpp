@@ -1,0 +1,25 @@
+// No handheld answers: either nothing is connected, or it waits for the rest of its ROM.
+//
+// The record stays in place through all of this and goes only when a transfer has finished, so
+// that each failure can be tried again by starting the wizard once more.
+
+#include "wizard/resume.h"
+
+#include "device/activesync.h"
+#include "device/rapi.h"
+#include "pages/error_pages.h"
+#include "pages/progress_pages.h"
+#include "wizard/conclusion.h"
+#include "wizard/progress_record.h"
+#include "wizard/state.h"
+
+void GoOnWithoutHandheld() {
+    State.Run.ResumePending = ReadProgressRecord();
+    if (!State.Run.ResumePending) {
+        ShowPage(ConnectionErrorPage);
+        CeRapiUninit();
+        return;
+    }
+    StopActiveSync();
+    ConcludeTransfer(ShowPage(ResumeProgressPage), Road::Resumed);
+}

@@ -1,0 +1,19 @@
+// Entry of the program. The exit code is 0 on every road.
+
+#include "pages/catalog.h"
+#include "wizard/main_window.h"
+#include "wizard/state.h"
+
+int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int showCommand) {
+    RegisterMainClass(instance);
+    LoadMessageCatalog();
+    State.Run.SerialLinkSelected = true;
+    if (!CreateMainWindow(instance, showCommand))
+        return 0;
+    MSG message;
+    while (GetMessageA(&message, nullptr, 0, 0) > 0) {
+        TranslateMessage(&message);
+        DispatchMessageA(&message);
+    }
+    return static_cast<int>(message.wParam);
+}
