@@ -1,0 +1,263 @@
+// The connection manager of the cradle, which stands for ActiveSync on the PC.
+//
+// It registers itself where the wizard looks, opens the two windows by which it is found, holds the
+// serial port as long as it lives, and carries RAPI between the PC's programs and the handheld. It
+// is meant to be ended from outside at any instant, without a chance to tidy up: what the next one
+// finds is taken over.
+
+#include <windows.h>
+
+#include "platform/home.h"
+#include "platform/paths.h"
+
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr char WindowClass[] = "ConnectionManager";
+constexpr const char* WindowTitles[] = {"DccMan", "WCES Manager Thunk Window"};
+constexpr char SettingsKey[] = "SOFTWARE\\Microsoft\\Windows CE Services";
+constexpr char ProgramKey[] =
+    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE";
+constexpr char SerialPort[] = "COM1";
+constexpr int Waiting = 16; // connections that have not been accepted yet
+constexpr std::size_t CarrySize = 0x10000;
+
+struct Failure : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+[[noreturn]] void FailOn(const std::string& what) {
+    throw Failure(what + ": " + std::strerror(errno));
+}
+
+struct Versions {
+    DWORD major = 3, minor = 5;
+};
+
+// Held for the life of the process, which the system ends in any case: by a lock, and with our
+// number for whoever wants to end it.
+void TakePidFile() {
+    const std::string path = platform::HomePath("connection-manager.pid");
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (file < 0)
+        FailOn("open " + path);
+    if (flock(file, LOCK_EX | LOCK_NB) != 0)
+        throw Failure("start: another connection manager runs");
+    const std::string number = std::to_string(getpid()) + "\n";
+    if (ftruncate(file, 0) != 0 ||
+        write(file, number.data(), number.size()) != static_cast<ssize_t>(number.size()))
+        FailOn("write " + path);
+}
+
+HKEY CreateKey(const char* path) {
+    HKEY key = nullptr;
+    const LONG error =
+        RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr);
+    if (error != ERROR_SUCCESS)
+        throw Failure(std::string("make registry key ") + path + ": error " +
+                      std::to_string(error));
+    return key;
+}
+
+void SetValue(HKEY key, const char* name, DWORD type, const void* data, std::size_t size) {
+    const LONG error = RegSetValueExA(key, name, 0, type, static_cast<const BYTE*>(data),
+                                      static_cast<DWORD>(size));
+    if (error != ERROR_SUCCESS)
+        throw Failure(std::string("write registry value ") + name + ": error " +
+                      std::to_string(error));
+}
+
+void Register(const Versions& versions) {
+    const HKEY settings = CreateKey(SettingsKey);
+    SetValue(settings, "MajorVersion", REG_DWORD, &versions.major, sizeof(DWORD));
+    SetValue(settings, "MinorVersion", REG_DWORD, &versions.minor, sizeof(DWORD));
+    SetValue(settings, "SerialPort", REG_SZ, SerialPort, sizeof(SerialPort));
+    RegCloseKey(settings);
+    const std::string program =
+        platform::WindowsPath(std::filesystem::read_symlink("/proc/self/exe").string());
+    const HKEY programs = CreateKey(ProgramKey);
+    SetValue(programs, "", REG_SZ, program.c_str(), program.size() + 1);
+    RegCloseKey(programs);
+}
+
+// As long as this process lives. Somebody else who has it keeps it, and without a cradle on it the
+// port is none of ours: it may be a real one.
+void HoldSerialPort() {
+    if (!std::filesystem::exists(platform::HomePath("ports/COM1"))) {
+        std::printf("%s: no cradle\n", SerialPort);
+        return;
+    }
+    const HANDLE port = CreateFileA("\\\\.\\COM1", GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+    if (port == INVALID_HANDLE_VALUE)
+        std::printf("%s: not free, error %u\n", SerialPort, static_cast<unsigned>(GetLastError()));
+}
+
+sockaddr_un SocketAddress(const std::string& path) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof(address.sun_path))
+        throw Failure("use " + path + ": the path is too long for a socket");
+    std::memcpy(address.sun_path, path.c_str(), path.size());
+    return address;
+}
+
+// The socket of a manager that was killed is replaced; the pid file says that there is no other.
+int Listen() {
+    const std::string path = platform::HomePath("rapi.sock");
+    const sockaddr_un address = SocketAddress(path);
+    unlink(path.c_str());
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (listener < 0 ||
+        bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
+        listen(listener, Waiting) != 0)
+        FailOn("listen at " + path);
+    return listener;
+}
+
+// The handheld's end, or -1 where it does not answer.
+int ConnectToHandheld() {
+    const sockaddr_un address = SocketAddress(platform::HomePath("cradle.sock"));
+    const int handheld = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (handheld >= 0 &&
+        connect(handheld, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+        close(handheld);
+        return -1;
+    }
+    return handheld;
+}
+
+// What is there to be read, whole; false at the end of either side.
+bool CarryOnce(int from, int to) {
+    char bytes[CarrySize];
+    const ssize_t count = read(from, bytes, sizeof(bytes));
+    for (ssize_t sent = 0; sent < count;) {
+        const ssize_t part =
+            send(to, bytes + sent, static_cast<std::size_t>(count - sent), MSG_NOSIGNAL);
+        if (part <= 0)
+            return false;
+        sent += part;
+    }
+    return count > 0 || (count < 0 && errno == EINTR);
+}
+
+// Between one program and the handheld, until either is gone. Owns the client's descriptor.
+void Carry(int client) {
+    const int handheld = ConnectToHandheld();
+    std::printf(handheld < 0 ? "client: no handheld answers\n" : "client: connected\n");
+    bool open = handheld >= 0;
+    while (open) {
+        pollfd ends[] = {{client, POLLIN, 0}, {handheld, POLLIN, 0}};
+        if (poll(ends, 2, -1) < 0 && errno != EINTR)
+            break;
+        if (ends[0].revents != 0)
+            open = CarryOnce(client, handheld);
+        if (open && ends[1].revents != 0)
+            open = CarryOnce(handheld, client);
+    }
+    close(client);
+    if (handheld >= 0)
+        close(handheld);
+}
+
+// One thread for each program, and one that waits for them. None is ever joined: the process ends
+// from outside.
+void Serve(int listener) {
+    for (;;) {
+        const int client = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+        if (client >= 0)
+            std::thread(Carry, client).detach();
+        else if (errno != EINTR && errno != ECONNABORTED)
+            std::this_thread::sleep_for(std::chrono::milliseconds(100)); // out of descriptors
+    }
+}
+
+LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM first, LPARAM second) {
+    return DefWindowProcA(window, message, first, second);
+}
+
+void OpenWindows() {
+    WNDCLASSEXA windowClass = {};
+    windowClass.cbSize = sizeof(windowClass);
+    windowClass.lpfnWndProc = WindowProc;
+    windowClass.lpszClassName = WindowClass;
+    RegisterClassExA(&windowClass);
+    for (const char* title : WindowTitles) {
+        if (!CreateWindowExA(0, WindowClass, title, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr,
+                             nullptr))
+            throw Failure(std::string("open window ") + title + ": error " +
+                          std::to_string(GetLastError()));
+    }
+}
+
+void RunMessages() {
+    MSG message;
+    while (GetMessageA(&message, nullptr, 0, 0) > 0)
+        DispatchMessageA(&message);
+}
+
+bool ParseVersion(const char* text, DWORD& version) {
+    const char* end = text + std::strlen(text);
+    const auto [stop, error] = std::from_chars(text, end, version);
+    return error == std::errc() && stop == end && stop != text;
+}
+
+bool ParseArguments(int count, char** words, Versions& versions) {
+    for (int at = 1; at < count; at += 2) {
+        const std::string_view option = words[at];
+        DWORD* version = option == "--major"   ? &versions.major
+                         : option == "--minor" ? &versions.minor
+                                               : nullptr;
+        if (!version || at + 1 == count || !ParseVersion(words[at + 1], *version))
+            return false;
+    }
+    return true;
+}
+
+void RunManager(const Versions& versions) {
+    TakePidFile();
+    Register(versions);
+    HoldSerialPort();
+    OpenWindows();
+    std::thread(Serve, Listen()).detach();
+    std::printf("ready\n");
+    RunMessages();
+}
+
+} // namespace
+
+int main(int count, char** words) {
+    std::setvbuf(stdout, nullptr, _IOLBF, 0); // every line at once, also into a pipe
+    std::signal(SIGPIPE, SIG_IGN);            // it outlives whoever started it and reads its lines
+    Versions versions;
+    if (!ParseArguments(count, words, versions)) {
+        std::fputs("usage: connection-manager [--major N] [--minor N]\n"
+                   "  the version that it registers, 3.5 by default\n",
+                   stderr);
+        return 2;
+    }
+    try {
+        RunManager(versions);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "connection-manager: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,45 @@
+// The one thread of a running handheld: descriptors and deadlines with what to do when they come.
+//
+// Everything that the handheld does runs here, one thing after the other, so nothing is locked and
+// the lines that it prints stand in the order in which things happened. What is called must not
+// block.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+
+namespace simulator {
+
+using Clock = std::chrono::steady_clock; // monotonic, with nanoseconds
+
+class EventLoop {
+public:
+    // Calls back whenever the descriptor is readable or its other end is gone. One at a time for
+    // each descriptor; the caller keeps it open while it is watched.
+    void Watch(int descriptor, std::function<void()> readable);
+    void Unwatch(int descriptor);
+
+    // Calls back once, not before the instant. The number cancels it.
+    using Timer = unsigned;
+    Timer At(Clock::time_point when, std::function<void()> due);
+    Timer After(Clock::duration delay, std::function<void()> due) {
+        return At(Clock::now() + delay, std::move(due));
+    }
+    void Cancel(Timer timer);
+
+    // Until Stop. Throws a Failure where the system refuses the wait.
+    void Run();
+    void Stop() { running_ = false; }
+
+private:
+    void RunTimers();
+    void WaitOnce();
+
+    std::map<int, std::function<void()>> watched_;
+    std::map<std::pair<Clock::time_point, Timer>, std::function<void()>> timers_;
+    Timer lastTimer_ = 0;
+    bool running_ = false;
+};
+
+} // namespace simulator

@@ -1,0 +1,54 @@
+// What can be made to go wrong at a running handheld.
+
+#include "simulator/faults.h"
+
+#include "simulator/arguments.h"
+
+namespace simulator {
+
+namespace {
+
+using Value = const std::string&;
+
+std::uint32_t VersionUnit(Value text) {
+    constexpr std::uint32_t FieldLength = 11;
+    const std::uint32_t unit = ParseNumber32(text);
+    if (unit >= FieldLength)
+        throw UsageError(text + ": the version field has units 0 to 10");
+    return unit;
+}
+
+constexpr FaultRow Rows[] = {
+    {"--refuse-program", "NAME", "this program does not start (may be repeated)",
+     [](Faults& faults, Value name) { faults.refusedPrograms.push_back(name); }},
+    {"--no-type-file", nullptr, "the program that tells the flash size writes nothing",
+     [](Faults& faults, Value) { faults.noTypeFile = true; }},
+    {"--asset-size", "BYTES", "the asset file is cut to so many bytes",
+     [](Faults& faults, Value bytes) { faults.assetSize = ParseNumber32(bytes); }},
+    {"--asset-zero", "UNIT", "this unit of the asset file's version field is zero, from 0",
+     [](Faults& faults, Value unit) { faults.assetZero = VersionUnit(unit); }},
+    {"--drop-rapi-at", "TEXT", "the connection of the first call whose line holds TEXT is dropped",
+     [](Faults& faults, Value text) { faults.dropRapiAt = text; }},
+    {"--silent-at", "STEP", "silent for good instead of the token after this step",
+     [](Faults& faults, Value step) { faults.silentAt = step; }},
+    {"--stray-at", "STEP", "a stray byte ahead of that token",
+     [](Faults& faults, Value step) { faults.strayAt = step; }},
+    {"--burst-at", "STEP", "that token twice in one burst",
+     [](Faults& faults, Value step) { faults.burstAt = step; }},
+    {"--split-at", "STEP", "that token in two bursts, its zero 50 ms behind",
+     [](Faults& faults, Value step) { faults.splitAt = step; }},
+    {"--late-at", "STEP", "that token only after the time of --late-by",
+     [](Faults& faults, Value step) { faults.lateAt = step; }},
+    {"--late-by", "MS", "milliseconds, divided by ROM_WIZARD_CLOCK",
+     [](Faults& faults, Value time) { faults.lateMilliseconds = ParseNumber32(time); }},
+    {"--dies-at", "BYTES", "dead once so many bytes came over the link, until a reset",
+     [](Faults& faults, Value bytes) { faults.diesAt = ParseNumber(bytes); }},
+    {"--ragged-sizes", nullptr, "a size that is no whole number of pieces is taken, rounded up",
+     [](Faults& faults, Value) { faults.raggedSizes = true; }},
+};
+
+} // namespace
+
+std::span<const FaultRow> FaultTable() { return Rows; }
+
+} // namespace simulator

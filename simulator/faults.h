@@ -1,0 +1,38 @@
+// What can be made to go wrong at a running handheld.
+//
+// Every fault is a row of one table, which gives the option, its usage and its effect. Tokens are
+// named by the step after which they are sent: `start` (the flasher is ready), `size`, or the
+// number of the piece that was taken, from 1; for the bootloader `start` is its prompt, `sync` and
+// `record` the tokens after these, and a number counts blocks.
+#pragma once
+
+#include "simulator/host_files.h"
+
+namespace simulator {
+
+struct Faults {
+    std::vector<std::string> refusedPrograms; // file names that do not start
+    bool noTypeFile = false;                  // the flash size is never told
+    std::optional<std::uint32_t> assetSize;   // bytes in the asset file, if not all
+    std::optional<std::uint32_t> assetZero;   // zero unit in the asset's version field
+    std::string dropRapiAt;                   // part of the line of a call; empty: none
+    std::string silentAt;                     // steps, empty: none
+    std::string strayAt;
+    std::string burstAt;
+    std::string splitAt;
+    std::string lateAt;
+    std::uint32_t lateMilliseconds = 0;
+    std::optional<std::uint64_t> diesAt; // bytes taken from the link since power-on
+    bool raggedSizes = false;            // a size that is no whole number of pieces is taken
+};
+
+struct FaultRow {
+    const char* option;
+    const char* value; // its name in the usage; null: the option stands alone
+    const char* effect;
+    void (*set)(Faults& faults, const std::string& value);
+};
+
+std::span<const FaultRow> FaultTable();
+
+} // namespace simulator

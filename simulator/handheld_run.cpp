@@ -1,0 +1,208 @@
+// A handheld in its cradle.
+
+#include "simulator/handheld_run.h"
+
+#include "simulator/bootloader.h"
+#include "simulator/flasher.h"
+#include "simulator/rapi_server.h"
+
+#include "platform/home.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace simulator {
+
+namespace {
+
+constexpr int ResetSignal = SIGUSR1;
+constexpr int ResetWithKeySignal = SIGUSR2;
+constexpr auto ResetLimit = std::chrono::seconds(20);
+constexpr auto ResetPoll = std::chrono::milliseconds(5);
+
+sigset_t HandledSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, ResetSignal, ResetWithKeySignal})
+        sigaddset(&signals, signal);
+    return signals;
+}
+
+class Handheld {
+public:
+    Handheld(const StateFolder& folder, const RunOptions& options);
+    ~Handheld() { loop_.Unwatch(signals_.Get()); }
+    Handheld(const Handheld&) = delete;
+    Handheld& operator=(const Handheld&) = delete;
+
+    void Run();
+
+private:
+    void PowerOn(bool navigatorKey);
+    void EnterFlasher(LinkKind kind);
+    void Received(SerialEnd& end, const Burst& burst);
+    void HandleSignal();
+
+    const StateFolder& folder_;
+    Report report_;
+    SavedState state_;
+    Faults faults_;
+    EventLoop loop_;
+    Descriptor signals_;
+    LinkRecord record_;
+    DeviceFiles files_;
+    DeviceRegistry registry_;
+    FlashParts parts_;
+    SerialEnd serial_;
+    SerialEnd usb_;
+    std::uint64_t received_ = 0;           // bytes over the link since power-on
+    const SerialEnd* listening_ = nullptr; // the end of the flasher; null: both
+    std::unique_ptr<Programs> programs_;
+    std::unique_ptr<LinkProgram> linkProgram_;
+    std::unique_ptr<RapiServer> rapi_;
+};
+
+Handheld::Handheld(const StateFolder& folder, const RunOptions& options)
+    : folder_(folder), report_(folder.Path("refused")), state_(folder.Load()),
+      faults_(options.faults), record_(options.logFile, options.timesFile),
+      files_(folder.Path("files"), folder.Path("attributes")),
+      registry_(folder.Path("registry")), parts_{loop_,
+                                                 folder_,
+                                                 state_,
+                                                 faults_,
+                                                 report_,
+                                                 record_,
+                                                 OpenHost(folder.Flash(), O_WRONLY),
+                                                 folder.FlashSize()},
+      serial_(loop_, platform::HomePath("ports/COM1"), options.baud),
+      usb_(loop_, platform::HomePath("ports/WCEUSBSH001"), 0) {
+    const sigset_t signals = HandledSignals();
+    signals_ = Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!signals_)
+        FailOn("take", "signals");
+    loop_.Watch(signals_.Get(), [this] { HandleSignal(); });
+    for (SerialEnd* end : {&serial_, &usb_})
+        end->Listen([this, end](const Burst& burst) { Received(*end, burst); });
+    PowerOn(options.navigatorKey);
+}
+
+void Handheld::Run() {
+    report_.Say("ready");
+    loop_.Run();
+}
+
+// Everything that runs on the handheld starts anew; what it has in its folder stays.
+void Handheld::PowerOn(bool navigatorKey) {
+    rapi_.reset();
+    linkProgram_.reset();
+    programs_.reset();
+    listening_ = nullptr;
+    received_ = 0;
+    serial_.Revive();
+    usb_.Revive();
+    StateFolder::Reset(state_, navigatorKey);
+    folder_.Save(state_);
+    report_.Say(std::string("mode ") + NameOf(state_.mode));
+    if (state_.mode == Mode::Flasher)
+        linkProgram_ = std::make_unique<Flasher>(parts_);
+    if (state_.mode == Mode::Bootloader)
+        linkProgram_ = std::make_unique<Bootloader>(parts_, serial_);
+    if (state_.mode != Mode::Normal)
+        return;
+    programs_ =
+        std::make_unique<Programs>(Programs::World{loop_, folder_, files_, faults_, report_},
+                                   [this](LinkKind kind) { EnterFlasher(kind); });
+    rapi_ =
+        std::make_unique<RapiServer>(loop_, platform::HomePath("cradle.sock"),
+                                     RapiDevice{folder_, files_, registry_, *programs_}, faults_,
+                                     report_, [this] { return state_.mode != Mode::Normal; });
+}
+
+void Handheld::EnterFlasher(LinkKind kind) {
+    state_.mode = Mode::Flasher;
+    folder_.Save(state_);
+    report_.Say("mode flasher");
+    listening_ = kind == LinkKind::Serial ? &serial_ : &usb_;
+    linkProgram_ = std::make_unique<Flasher>(parts_);
+}
+
+void Handheld::Received(SerialEnd& end, const Burst& burst) {
+    Burst taken = burst;
+    const std::uint64_t left = faults_.diesAt.value_or(UINT64_MAX) - received_;
+    taken.bytes = taken.bytes.first(
+        static_cast<std::size_t>(std::min<std::uint64_t>(left, taken.bytes.size())));
+    received_ += taken.bytes.size();
+    record_.Received(taken.bytes);
+    const bool heard = !listening_ || listening_ == &end;
+    if (!linkProgram_ || !heard)
+        report_.Refuse("link: nobody listens: " + Sample(taken.bytes));
+    else
+        linkProgram_->Take(end, taken);
+    if (received_ == faults_.diesAt) {
+        report_.Say("fault: dead after " + std::to_string(received_) + " bytes");
+        serial_.Die();
+        usb_.Die();
+    }
+}
+
+void Handheld::HandleSignal() {
+    signalfd_siginfo signal = {};
+    if (read(signals_.Get(), &signal, sizeof(signal)) != sizeof(signal))
+        return;
+    const int number = static_cast<int>(signal.ssi_signo);
+    if (number == SIGTERM || number == SIGINT) {
+        loop_.Stop();
+        return;
+    }
+    report_.Say("reset");
+    faults_ = {};
+    PowerOn(number == ResetWithKeySignal);
+}
+
+} // namespace
+
+void RunHandheld(const StateFolder& folder, const RunOptions& options) {
+    // Blocked before anybody can know this process, so that no reset kills it.
+    const sigset_t signals = HandledSignals();
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+    const auto lock = folder.Lock();
+    if (!lock)
+        throw Failure("run " + folder.Path("").string() + ": another process runs it already");
+    const std::string number = std::to_string(getpid());
+    if (ftruncate(lock->Get(), 0) != 0)
+        FailOn("write", folder.Path("pid"));
+    WriteAt(*lock, 0,
+            std::span(reinterpret_cast<const std::uint8_t*>(number.data()), number.size()),
+            folder.Path("pid"));
+    if (options.externalPower)
+        folder.SetExternalPower(*options.externalPower);
+    Handheld(folder, options).Run();
+}
+
+void ResetHandheld(const StateFolder& folder, bool navigatorKey) {
+    const std::uint32_t resets = folder.Load().resets;
+    if (const auto lock = folder.Lock()) {
+        SavedState state = folder.Load();
+        StateFolder::Reset(state, navigatorKey);
+        folder.Save(state);
+        return;
+    }
+    if (kill(folder.RunningProcess(), navigatorKey ? ResetWithKeySignal : ResetSignal) != 0)
+        FailOn("reset", folder.Path("pid"));
+    const auto limit = Clock::now() + ResetLimit;
+    while (folder.Load().resets == resets) {
+        if (Clock::now() > limit)
+            throw Failure("reset " + folder.Path("").string() + ": no answer from process " +
+                          std::to_string(folder.RunningProcess()));
+        std::this_thread::sleep_for(ResetPoll);
+    }
+}
+
+} // namespace simulator

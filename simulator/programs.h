@@ -1,0 +1,56 @@
+// What the programs on the handheld do when they are started.
+//
+// A program is played only if its file stands whole where it is started from; anything else is
+// error 2 or 193, as on a handheld. Nothing here waits: what takes time is a timer.
+#pragma once
+
+#include "simulator/agents.h"
+#include "simulator/device_files.h"
+#include "simulator/device_state.h"
+#include "simulator/event_loop.h"
+#include "simulator/faults.h"
+#include "simulator/report.h"
+
+namespace simulator {
+
+// Which end the flasher listens to.
+enum class LinkKind { Serial, Usb };
+
+class Programs {
+public:
+    struct World {
+        EventLoop& loop;
+        const StateFolder& folder;
+        DeviceFiles& files;
+        const Faults& faults;
+        const Report& report;
+    };
+    // `enterFlasher` is called from within Start when the flasher takes the handheld over.
+    Programs(World world, std::function<void(LinkKind)> enterFlasher);
+    ~Programs();
+    Programs(const Programs&) = delete;
+    Programs& operator=(const Programs&) = delete;
+
+    // Error code, 0 for started.
+    std::uint32_t Start(std::u16string_view program, std::u16string_view commandLine);
+    // HRESULT of the call of a library's function.
+    std::uint32_t Invoke(std::u16string_view library, std::u16string_view function,
+                         std::span<const std::uint8_t> input);
+    // To be told of every file that was deleted: one program waits for that.
+    void Deleted(std::u16string_view path);
+
+private:
+    void WriteAssetFile();
+    void WriteTypeFile();
+    void StartBackup();
+    void BeginPiece();
+    void FinishPiece(std::uint32_t handle);
+    void StartFlasher(std::u16string_view commandLine);
+
+    World world_;
+    std::function<void(LinkKind)> enterFlasher_;
+    std::optional<std::uint64_t> backupOffset_; // of the next piece in the flash
+    EventLoop::Timer pieceTimer_ = 0;
+};
+
+} // namespace simulator

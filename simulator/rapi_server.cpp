@@ -1,0 +1,148 @@
+// RAPI at the cradle's socket.
+
+#include "simulator/rapi_server.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace simulator {
+
+namespace {
+
+constexpr std::size_t LengthField = 4;
+constexpr std::size_t ReadSize = 0x10000;
+constexpr int Waiting = 16; // connections that have not been accepted yet
+constexpr timeval SendLimit = {10, 0};
+
+Descriptor ListenAt(const std::filesystem::path& path) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (path.string().size() >= sizeof(address.sun_path))
+        throw Failure("listen at " + path.string() + ": the path is too long for a socket");
+    std::memcpy(address.sun_path, path.c_str(), path.string().size());
+    unlink(path.c_str());
+    Descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!listener ||
+        bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
+        listen(listener.Get(), Waiting) != 0)
+        FailOn("listen at", path);
+    return listener;
+}
+
+// The reply fits a client that waits for it; one that does not read ends its connection.
+bool SendAll(int descriptor, std::span<const std::uint8_t> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t sent = send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent < 0 && errno == EINTR)
+            continue;
+        if (sent <= 0)
+            return false;
+        bytes = bytes.subspan(static_cast<std::size_t>(sent));
+    }
+    return true;
+}
+
+std::size_t FrameLength(const Bytes& received) {
+    return rapi_wire::Reader({received.begin(), received.begin() + LengthField}).Number();
+}
+
+} // namespace
+
+RapiServer::RapiServer(EventLoop& loop, std::filesystem::path socket, RapiDevice device,
+                       const Faults& faults, const Report& report, std::function<bool()> over)
+    : loop_(loop), path_(std::move(socket)), device_(device), faults_(faults), report_(report),
+      over_(std::move(over)), listener_(ListenAt(path_)) {
+    loop_.Watch(listener_.Get(), [this] { Accept(); });
+}
+
+RapiServer::~RapiServer() { Stop(); }
+
+void RapiServer::Stop() {
+    if (!listener_)
+        return;
+    // First the door: who sees its connection end finds nobody to call again.
+    loop_.Unwatch(listener_.Get());
+    listener_ = Descriptor();
+    unlink(path_.c_str());
+    while (!connections_.empty())
+        Close(connections_.begin()->first);
+}
+
+void RapiServer::Accept() {
+    const int descriptor = accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC);
+    if (descriptor < 0)
+        return;
+    setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &SendLimit, sizeof(SendLimit));
+    connections_[descriptor].socket = Descriptor(descriptor);
+    loop_.Watch(descriptor, [this, descriptor] { Receive(descriptor); });
+}
+
+void RapiServer::Receive(int descriptor) {
+    Connection& connection = connections_.at(descriptor);
+    const std::size_t old = connection.received.size();
+    connection.received.resize(old + ReadSize);
+    const ssize_t count =
+        recv(descriptor, connection.received.data() + old, ReadSize, MSG_DONTWAIT);
+    connection.received.resize(old + (count > 0 ? static_cast<std::size_t>(count) : 0));
+    if (count < 0 && (errno == EAGAIN || errno == EINTR))
+        return;
+    if (count <= 0 || !Serve(connection))
+        Close(descriptor);
+    if (over_())
+        Stop();
+}
+
+bool RapiServer::Serve(Connection& connection) {
+    Bytes& received = connection.received;
+    while (received.size() >= LengthField) {
+        const std::size_t length = FrameLength(received);
+        if (length > rapi_wire::MaximumFrame) {
+            report_.Refuse("RAPI: a frame of " + std::to_string(length) + " bytes");
+            return false;
+        }
+        if (received.size() < LengthField + length)
+            return true;
+        const auto begin = received.begin() + LengthField;
+        Bytes frame(begin, begin + static_cast<std::ptrdiff_t>(length));
+        received.erase(received.begin(), begin + static_cast<std::ptrdiff_t>(length));
+        if (!Answer(connection, std::move(frame)))
+            return false;
+    }
+    return true;
+}
+
+bool RapiServer::Answer(Connection& connection, Bytes frame) {
+    const auto request = ReadRequest(device_, connection.session, std::move(frame));
+    if (!request) {
+        report_.Refuse("RAPI: a frame that is no request");
+        return false;
+    }
+    if (over_())
+        return false;
+    if (!dropped_ && !faults_.dropRapiAt.empty() &&
+        request->line.find(faults_.dropRapiAt) != std::string::npos) {
+        dropped_ = true;
+        report_.Say("fault: connection dropped at " + request->line);
+        return false;
+    }
+    RapiAnswer answer;
+    // Told first, so that what the call brings about stands below it.
+    report_.Say("RAPI " + request->line);
+    request->carryOut(answer);
+    if (answer.error != error::Success)
+        report_.Say("RAPI   error " + std::to_string(answer.error));
+    return SendAll(connection.socket.Get(), answer.Frame());
+}
+
+void RapiServer::Close(int descriptor) {
+    loop_.Unwatch(descriptor);
+    CloseAll(device_, connections_.at(descriptor).session);
+    connections_.erase(descriptor);
+}
+
+} // namespace simulator

@@ -1,0 +1,50 @@
+// RAPI at the cradle's socket: connections, frames, and the lines that tell what was asked.
+#pragma once
+
+#include "simulator/event_loop.h"
+#include "simulator/rapi_calls.h"
+
+#include <map>
+
+namespace simulator {
+
+class RapiServer {
+public:
+    // Listens at `socket`, in place of what a dead process left there. `over` says that the
+    // handheld stops answering: asked after each request, whose reply still goes out. Throws a
+    // Failure.
+    RapiServer(EventLoop& loop, std::filesystem::path socket, RapiDevice device,
+               const Faults& faults, const Report& report, std::function<bool()> over);
+    // Ends all connections and removes the socket.
+    ~RapiServer();
+    RapiServer(const RapiServer&) = delete;
+    RapiServer& operator=(const RapiServer&) = delete;
+
+    void Stop();
+
+private:
+    struct Connection {
+        Descriptor socket;
+        Bytes received;
+        RapiSession session;
+    };
+
+    void Accept();
+    void Receive(int descriptor);
+    // Carries out all whole frames; whether the connection goes on.
+    bool Serve(Connection& connection);
+    bool Answer(Connection& connection, Bytes frame);
+    void Close(int descriptor);
+
+    EventLoop& loop_;
+    std::filesystem::path path_;
+    RapiDevice device_;
+    const Faults& faults_;
+    const Report& report_;
+    std::function<bool()> over_;
+    Descriptor listener_;
+    std::map<int, Connection> connections_;
+    bool dropped_ = false; // that fault strikes once
+};
+
+} // namespace simulator

@@ -1,0 +1,65 @@
+// The handheld's end of a cable: a pseudo-terminal that the PC finds under its port name.
+//
+// Unpaced, bytes arrive as fast as the host carries them. Paced to a baud rate, the end behaves
+// like a UART with 10 bits to a byte: what the PC wrote is taken at the rate of the wire, so that
+// the PC's writes fill up and wait as they would, and a byte counts as received when its last bit
+// is through. The wire's own time is kept, not the time at which this process woke up, so that
+// delays of the host do not add up.
+#pragma once
+
+#include "simulator/event_loop.h"
+#include "simulator/host_files.h"
+
+#include <string>
+
+namespace simulator {
+
+// Bytes that came over the wire, with the instants of the first bit and of the last.
+struct Burst {
+    std::span<const std::uint8_t> bytes;
+    Clock::time_point begin;
+    Clock::time_point end;
+};
+
+class SerialEnd {
+public:
+    // Makes the pseudo-terminal and the link `link` to it, which replaces one of that name. A baud
+    // rate of 0 does not pace. Throws a Failure.
+    SerialEnd(EventLoop& loop, std::filesystem::path link, std::uint32_t baud);
+    // Removes the link if it is still ours.
+    ~SerialEnd();
+    SerialEnd(const SerialEnd&) = delete;
+    SerialEnd& operator=(const SerialEnd&) = delete;
+
+    // Who gets what comes in; without one it is dropped, as by a port that nobody has open.
+    void Listen(std::function<void(const Burst&)> taker) { taker_ = std::move(taker); }
+
+    // To the PC. `sent` is called with the instant at which the last bit is out.
+    void Send(Bytes bytes, std::function<void(Clock::time_point)> sent = {});
+
+    // Takes nothing in any more, until Revive: the PC's writes fill the wire and stay there.
+    void Die();
+    // Takes in again, after what had piled up has been thrown away.
+    void Revive();
+
+private:
+    Clock::duration WireTime(std::size_t bytes) const;
+    void Watch();
+    void ReadUnpaced();
+    void ReadPaced(Clock::time_point begin);
+    void Deliver(Clock::time_point begin, Clock::time_point end);
+
+    EventLoop& loop_;
+    std::filesystem::path link_;
+    std::uint32_t baud_;
+    Descriptor master_;
+    Descriptor slave_; // held so that settings and bytes outlive the PC's handle
+    std::string slaveName_;
+    Bytes arrived_;
+    EventLoop::Timer arriving_ = 0;
+    Clock::time_point sentUntil_; // when the wire to the PC is free again
+    std::function<void(const Burst&)> taker_;
+    bool dead_ = false;
+};
+
+} // namespace simulator
