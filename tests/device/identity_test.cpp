@@ -1,0 +1,101 @@
+// What the wizard learns from a handheld, from whole files and from files that are not.
+
+#include "device/identity.h"
+
+#include "tests/device/wizard_place.h"
+
+namespace {
+
+class Identity : public ConnectedPlace {
+protected:
+    // As a run before this one has left them.
+    void SetUp() override {
+        ConnectedPlace::SetUp();
+        SetText(State.Handheld.DeviceModel, "OLDMODEL");
+        SetText(State.Handheld.DeviceVersionText, "9.99");
+        SetText(State.Handheld.DeviceLanguage, "OLD");
+        State.Handheld.FlashSizeMB = 99;
+    }
+};
+
+TEST_F(Identity, is_read_from_the_asset_file) {
+    Connect({.model = "TOLKP2000", .version = "1.14", .language = "FRE"});
+    EXPECT_TRUE(ReadAssetData());
+    EXPECT_STREQ("TOLKP2000", State.Handheld.DeviceModel);
+    EXPECT_STREQ("1.14", State.Handheld.DeviceVersionText);
+    EXPECT_STREQ("FRE", State.Handheld.DeviceLanguage);
+}
+
+TEST_F(Identity, version_with_a_zero_unit_is_repaired_for_two_releases_only) {
+    struct Case {
+        const char *version, *language, *unit, *text;
+    };
+    for (const Case& it : {Case{"1.12", "ENG", "2", "1.12"},
+                           {"1.12", "jpn", "2", "1.12"},
+                           {"1.12", "FRE", "2", "1..2"},
+                           {"1.13", "ENG", "2", "1..3"},
+                           {"1.12", "ENG", "0", "..12"},
+                           {"1.92", "ENG", "2", "1.12"}}) {
+        Connect({.version = it.version, .language = it.language, .run = {"--asset-zero", it.unit}});
+        EXPECT_TRUE(ReadAssetData());
+        EXPECT_STREQ(it.text, State.Handheld.DeviceVersionText);
+        EXPECT_STREQ(it.language, State.Handheld.DeviceLanguage);
+    }
+}
+
+TEST_F(Identity, fields_that_the_asset_file_does_not_hold_are_empty) {
+    struct Case {
+        const char *size, *model, *version, *language;
+    };
+    for (const Case& it : {Case{"0", "", "", ""},
+                           {"169", "", "", ""},
+                           {"170", "TOLKP1000", "", ""},
+                           {"2577", "TOLKP1000", "", ""},
+                           {"2578", "TOLKP1000", "1.10", "ENG"}}) {
+        Connect({.run = {"--asset-size", it.size}});
+        EXPECT_TRUE(ReadAssetData());
+        EXPECT_STREQ(it.model, State.Handheld.DeviceModel) << it.size;
+        EXPECT_STREQ(it.version, State.Handheld.DeviceVersionText) << it.size;
+        EXPECT_STREQ(it.language, State.Handheld.DeviceLanguage) << it.size;
+    }
+}
+
+TEST_F(Identity, is_unknown_when_the_program_does_not_start_or_the_handheld_has_gone) {
+    Connect({.run = {"--refuse-program", "Morvikor.exe"}});
+    EXPECT_FALSE(ReadAssetData());
+    Connect({.run = {"--drop-rapi-at", "nvnAssetData"}});
+    EXPECT_FALSE(ReadAssetData());
+    EXPECT_STREQ("OLDMODEL", State.Handheld.DeviceModel);
+}
+
+TEST_F(Identity, flash_size_comes_from_a_probe_that_is_pushed_under_its_listed_name) {
+    Connect({.flashMegabytes = 4});
+    std::filesystem::rename(Folder() / "Tesselor.exe", Folder() / "TESSELOR.exe");
+    WriteFileBytes(Device().File("Temp/Tesselor.exe"), "an old one");
+    EXPECT_TRUE(ReadFlashSize());
+    EXPECT_EQ(4, State.Handheld.FlashSizeMB);
+    EXPECT_TRUE(IsOnDevice("Temp/TESSELOR.exe"));
+    EXPECT_EQ(0x22U, Device().Attributes("Temp/TESSELOR.exe") | 0x20U);
+    EXPECT_FALSE(IsOnDevice("Temp/type.dat"));
+}
+
+TEST_F(Identity, flash_size_is_unknown_without_a_probe_or_an_answer) {
+    Connect();
+    std::filesystem::remove(Folder() / "Tesselor.exe");
+    EXPECT_FALSE(ReadFlashSize());
+    Connect({.run = {"--no-type-file"}});
+    const DWORD start = GetTickCount();
+    EXPECT_FALSE(ReadFlashSize());
+    EXPECT_GE(GetTickCount() - start, 60000U);
+    EXPECT_EQ(99, State.Handheld.FlashSizeMB);
+}
+
+TEST_F(Identity, flash_size_is_unknown_when_the_result_file_is_too_short_and_the_file_goes) {
+    Connect({.run = {"--no-type-file"}});
+    WriteFileBytes(Device().File("Temp/type.dat"), "\1");
+    EXPECT_FALSE(ReadFlashSize());
+    EXPECT_EQ(99, State.Handheld.FlashSizeMB);
+    EXPECT_FALSE(IsOnDevice("Temp/type.dat"));
+}
+
+} // namespace

@@ -1,0 +1,74 @@
+// Which file of a folder tree is the image, with real folders.
+
+#include "images/discovery.h"
+
+#include "tests/device/wizard_place.h"
+
+namespace {
+
+class Discovery : public WizardPlace {
+protected:
+    static std::string TreePath(const std::string& rest) {
+        return WindowsPathOf(Home().Tree()) + "\\" + rest;
+    }
+};
+
+TEST_F(Discovery, takes_the_first_file_whose_name_ends_in_nbf) {
+    std::filesystem::create_directory(Folder() / "a.nbf");
+    WriteFileBytes(Folder() / "b.nbfx", "no image");
+    WriteFileBytes(Folder() / "bf", "no image");
+    WriteFileBytes(Folder() / "c_NbF", "an image");
+    WriteFileBytes(Folder() / "d.nbf", "a second one");
+    EXPECT_TRUE(FindDefaultImage());
+    EXPECT_EQ(TreePath("English\\c_NbF"), State.Places.ImagePath);
+    EXPECT_EQ(TreePath("English\\c_NbF"), State.Places.DefaultImagePath);
+    EXPECT_EQ(8U, FindFolderImageSize());
+}
+
+TEST_F(Discovery, finds_nothing_in_a_folder_that_holds_no_image_or_is_none) {
+    WriteFileBytes(Folder() / "readme.doc", "no image");
+    EXPECT_FALSE(FindDefaultImage());
+    SetText(State.Places.LanguageFolder, "Klingon");
+    EXPECT_FALSE(FindDefaultImage());
+    EXPECT_EQ(0U, FindFolderImageSize());
+    EXPECT_STREQ("", State.Places.DefaultImagePath);
+}
+
+TEST_F(Discovery, language_chooses_the_folder_and_measures_its_image) {
+    WriteFileBytes(Home().Tree() / "TChinese" / "x.nbf", std::string(3 * 1024 + 1023, 'x'));
+    SetText(State.Handheld.DeviceLanguage, "cht");
+    ChooseLanguageFolder();
+    EXPECT_STREQ("TChinese", State.Places.LanguageFolder);
+    EXPECT_EQ(3U, State.Image.ImageSizeKB);
+}
+
+TEST_F(Discovery, unknown_language_leaves_folder_and_size_as_they_were) {
+    SetText(State.Handheld.DeviceLanguage, "XYZ");
+    State.Image.ImageSizeKB = 77;
+    ChooseLanguageFolder();
+    EXPECT_STREQ("English", State.Places.LanguageFolder);
+    EXPECT_EQ(77U, State.Image.ImageSizeKB);
+    State.Places.LanguageFolder[0] = '\0'; // then the tree's root is searched
+    WriteFileBytes(Home().Tree() / "root.nbf", "image");
+    EXPECT_TRUE(FindDefaultImage());
+    EXPECT_EQ(TreePath("\\root.nbf"), State.Places.ImagePath);
+    EXPECT_EQ(5U, ImageFileSize(State.Places.ImagePath));
+}
+
+TEST_F(Discovery, image_whose_path_is_too_long_is_missing_rather_than_cut) {
+    const std::size_t room = 259 - TreePath("English\\").size();
+    const std::string fits = std::string(room - 4, 'f') + ".nbf";
+    WriteFileBytes(Folder() / fits, "image");
+    ASSERT_TRUE(FindDefaultImage());
+    EXPECT_EQ(TreePath("English\\" + fits), State.Places.ImagePath);
+    std::filesystem::rename(Folder() / fits, Folder() / ("f" + fits));
+    EXPECT_FALSE(FindDefaultImage());
+}
+
+TEST_F(Discovery, size_of_a_file_that_has_vanished_is_none) {
+    EXPECT_FALSE(ImageFileSize(TreePath("English\\gone.nbf").c_str()));
+    WriteFileBytes(Folder() / "empty.nbf", "");
+    EXPECT_EQ(0U, ImageFileSize(TreePath("English\\empty.nbf").c_str()));
+}
+
+} // namespace

@@ -1,0 +1,89 @@
+// The check of whole images, with a handheld that is asked for its flash size meanwhile.
+
+#include "images/verify.h"
+
+#include "images/header.h"
+#include "tests/device/wizard_place.h"
+
+#include <algorithm>
+
+namespace {
+
+class VerifyImageTest : public ConnectedPlace {
+protected:
+    void Connect(const test_support::CradleOptions& options = {}) {
+        ConnectedPlace::Connect(options);
+        WriteFileBytes(Folder() / "module.dat", "none.dll\r\n$");
+        path_ = Home().MakeImage({.size = 0x80020 + 4099});
+        SetText(State.Places.ImagePath, WindowsPathOf(path_));
+    }
+
+    std::string Image() {
+        const auto bytes = test_support::ReadFileBytes(path_);
+        return {bytes.begin(), bytes.end()};
+    }
+
+    Verification VerdictOn(const std::string& image) {
+        WriteFileBytes(path_, image);
+        EXPECT_TRUE(ReadImageHeader(State.Places.ImagePath));
+        return VerifyImage(nullptr);
+    }
+
+    std::filesystem::path path_;
+};
+
+TEST_F(VerifyImageTest, passes_a_good_image_and_learns_the_flash_size) {
+    Connect({.flashMegabytes = 3});
+    State.Handheld.FlashSizeMB = 0;
+    EXPECT_EQ(Verification::Passed, VerdictOn(Image()));
+    EXPECT_EQ(3, State.Handheld.FlashSizeMB);
+    EXPECT_FALSE(IsOnDevice("Temp/type.dat")); // or the next question would meet the old answer
+    EXPECT_TRUE(IsOnDevice("Temp/Tesselor.exe"));
+    EXPECT_EQ(Verification::Passed, VerdictOn(Image()));
+}
+
+TEST_F(VerifyImageTest, covers_every_byte_but_those_from_18_to_31) {
+    Connect();
+    const std::string image = Image();
+    for (const std::size_t offset : {0UL, 17UL, 32UL, 0x40020UL, 0x60000UL, image.size() - 1}) {
+        std::string damaged = image;
+        damaged[offset] = static_cast<char>(damaged[offset] ^ 1);
+        EXPECT_EQ(Verification::Mismatch, VerdictOn(damaged)) << offset;
+    }
+    std::string decorated = image;
+    decorated[18] = 'x';
+    decorated[25] = 'y';
+    decorated[31] = 'z';
+    EXPECT_EQ(Verification::Passed, VerdictOn(decorated));
+}
+
+TEST_F(VerifyImageTest, takes_digits_in_both_cases_and_no_other_character) {
+    Connect();
+    std::string image = "AAAAAAAAA-ENG-1.14-567----------abc";
+    EXPECT_EQ(Verification::Passed, VerdictOn(image));
+    EXPECT_EQ(Verification::Mismatch, VerdictOn("AAAAAAAAA-ENG-1.14-g567---------abc"));
+    EXPECT_EQ(Verification::Mismatch, VerdictOn("AAAAAAAAA-ENG-1.14--567---------abc"));
+    image.resize(32); // a body of no bytes: the 18 header bytes alone, 1089
+    image.replace(19, 4, "441-");
+    EXPECT_EQ(Verification::Passed, VerdictOn(image));
+    image += std::string(0xABCD - 1089, '\1');
+    image.replace(19, 4, "ABCD");
+    EXPECT_EQ(Verification::Passed, VerdictOn(image));
+}
+
+TEST_F(VerifyImageTest, ends_the_run_when_the_probe_does_not_start_or_never_answers) {
+    for (const std::vector<std::string>& fault :
+         {std::vector<std::string>{"--refuse-program", "Tesselor.exe"}, {"--no-type-file"}}) {
+        Connect({.run = fault});
+        EXPECT_EQ(Verification::Ended, VerdictOn(Image()));
+    }
+}
+
+TEST_F(VerifyImageTest, ends_the_run_when_the_image_cannot_be_opened) {
+    Connect();
+    std::filesystem::remove(path_);
+    EXPECT_EQ(Verification::Ended, VerifyImage(nullptr));
+    EXPECT_FALSE(IsOnDevice("Temp/Tesselor.exe"));
+}
+
+} // namespace

@@ -1,0 +1,65 @@
+// What a sender may find in the buffer that a receive loop fills.
+
+#include "link/receive_buffer.h"
+
+#include "wizard/state.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+void Store(const std::string& bytes) {
+    for (char one : bytes)
+        StoreReceived(static_cast<std::uint8_t>(one));
+}
+
+void StoreText(const std::string& bytes) {
+    for (char one : bytes)
+        StoreReceivedText(static_cast<std::uint8_t>(one));
+}
+
+class ReceiveBuffer : public testing::Test {
+protected:
+    void SetUp() override { ClearReceiveBuffer(); }
+};
+
+TEST_F(ReceiveBuffer, a_token_counts_only_with_a_zero_behind_it) {
+    Store("\4");
+    EXPECT_TRUE(HoldsToken(4));
+    EXPECT_FALSE(HoldsToken(5));
+    Store("\4"); // a second one in the same burst
+    EXPECT_FALSE(HoldsToken(4));
+    EXPECT_TRUE(HoldsToken(4, 1));
+}
+
+TEST_F(ReceiveBuffer, clearing_a_token_lets_the_next_one_stand_at_the_start) {
+    Store("\4");
+    ClearReceivedToken();
+    EXPECT_FALSE(HoldsToken(4));
+    Store("\5");
+    EXPECT_TRUE(HoldsToken(5));
+}
+
+TEST_F(ReceiveBuffer, a_burst_of_any_length_leaves_a_zero_at_the_end) {
+    Store(std::string(5000, 'x'));
+    EXPECT_EQ(0, State.Link.ReceiveBuffer[ReceiveBufferSize - 1]);
+    EXPECT_EQ('x', State.Link.ReceiveBuffer[ReceiveBufferSize - 2]);
+}
+
+TEST_F(ReceiveBuffer, a_prompt_is_found_behind_a_banner_of_any_length) {
+    for (std::size_t banner = 0; banner < 2100; ++banner) {
+        ClearReceiveBuffer();
+        StoreText(std::string(banner, '=') + "download");
+        ASSERT_TRUE(HoldsText("download")) << "behind " << banner << " bytes";
+    }
+}
+
+TEST_F(ReceiveBuffer, a_zero_in_the_banner_does_not_hide_the_prompt) {
+    StoreText(std::string("ready\0\0", 7) + "download");
+    EXPECT_TRUE(HoldsText("download"));
+    EXPECT_FALSE(HoldsText("\x01"));
+}
+
+} // namespace

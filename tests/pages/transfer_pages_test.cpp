@@ -1,0 +1,144 @@
+// The pages around a transfer: the running one with its real workers, and the two that follow a
+// good one.
+// label: threads
+
+#include "pages/closing_pages.h"
+#include "pages/progress_pages.h"
+#include "platform/pages.h"
+#include "platform/paths.h"
+#include "tests/pages/page_test.h"
+
+#include <sys/stat.h>
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+using namespace page_test;
+
+class TransferPages : public PageTest {
+protected:
+    void SetUp() override {
+        PageTest::SetUp();
+        State.Link.Verdict = TransferVerdict::Open;
+        State.Run.TransferAborted = State.Link.StopReceive = false;
+        State.Run.BusyCursor = true;
+    }
+    void WriteImage(const char* header) {
+        const std::string path = (folder_ / "image.nbf").string();
+        std::ofstream(path, std::ios::binary) << header << std::string(64, '\0');
+        std::strcpy(State.Places.ImagePath, platform::WindowsPath(path).c_str());
+    }
+
+    // A program on the PATH that writes down from where and with what it was started.
+    std::filesystem::path AddProgram(const char* name) {
+        const std::filesystem::path program = folder_ / name, record = folder_ / "started";
+        std::ofstream(program) << "#!/bin/sh\n(pwd; echo \"$@\") > " << record.string()
+                               << ".part\nmv " << record.string() << ".part " << record.string()
+                               << "\n";
+        chmod(program.c_str(), 0755);
+        setenv("PATH", (folder_.string() + ":/usr/bin:/bin").c_str(), 1);
+        return record;
+    }
+
+    static std::string WaitForText(const std::filesystem::path& path) {
+        using namespace std::chrono_literals;
+        const auto limit = std::chrono::steady_clock::now() + 60s;
+        while (!std::filesystem::exists(path) && std::chrono::steady_clock::now() < limit)
+            std::this_thread::sleep_for(5ms);
+        std::ifstream file(path);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    }
+};
+
+TEST_F(TransferPages, a_link_on_which_nobody_answers_ends_the_page_with_2) {
+    EXPECT_EQ(2, ShowPage(ProgressPage));
+    EXPECT_TRUE(State.Run.TransferAborted);
+    EXPECT_TRUE(State.Link.StopReceive);
+    EXPECT_EQ(nullptr, State.Windows.ProgressPage.load());
+    const PageView& page = Last(102);
+    EXPECT_EQ("", page.title);
+    EXPECT_EQ(Utf8(CatalogText(11033)), TextOf(page, 1043));
+    EXPECT_EQ(Utf8(CatalogText(11110)), TextOf(page, 1131));
+    EXPECT_EQ(Utf8(CatalogText(11113)), TextOf(page, 1132));
+    EXPECT_EQ("0", TextOf(page, 1023));
+    EXPECT_EQ(RGB(255, 0, 0), Find(page, 1131)->painted.textColour);
+    EXPECT_TRUE(page.pictures.empty());
+}
+
+TEST_F(TransferPages, a_resumed_run_without_its_image_shows_error_104_beside_the_page) {
+    OpenMainWindow();
+    std::strcpy(State.Places.ImagePath, "Z:\\nowhere\\image.nbf");
+    State.Run.BusyCursor = false;
+    user_.steps.push_back({141, "2"});
+    EXPECT_EQ(PageNotShown, ShowPage(ResumeProgressPage));
+    EXPECT_EQ(141, Last(141).id);
+    EXPECT_TRUE(State.Run.BusyCursor);
+}
+
+TEST_F(TransferPages, a_resumed_run_with_another_models_image_marks_the_model_alone) {
+    OpenMainWindow();
+    WriteImage("TOLKP2000-JPN-2.01-1234---------");
+    std::strcpy(State.Handheld.DeviceLanguage, "FRE");
+    State.Run.SerialLinkSelected = false;
+    State.Run.BootloaderResume = true;
+    PageView progress;
+    user_.steps.push_back({123, "2", [&](const PageView&) {
+                               const HWND page = State.Windows.ProgressPage;
+                               progress = platform::ViewOf(*platform::FindWindowByHandle(page));
+                               return true;
+                           }});
+    EXPECT_EQ(PageNotShown, ShowPage(ResumeProgressPage));
+    const PageView& error = Last(123);
+    EXPECT_EQ(0, progress.rect.right - progress.rect.left) << "the page stands in the way";
+    ASSERT_TRUE(Find(error, 1060) && Find(error, 1062));
+    EXPECT_EQ(RGB(255, 0, 0), Find(error, 1060)->painted.background);
+    EXPECT_NE(RGB(255, 0, 0), Find(error, 1062)->painted.background);
+    // Though the record says USB: the bootloader is reached over the serial port.
+    EXPECT_EQ(Utf8(CatalogText(11113)), TextOf(progress, 1132));
+}
+
+TEST_F(TransferPages, the_page_after_a_good_transfer_ends_what_is_left_of_it) {
+    user_.steps.push_back({167, "esc"});
+    EXPECT_EQ(1, ShowPage(UpgradeDonePage));
+    EXPECT_TRUE(State.Run.TransferAborted);
+    EXPECT_TRUE(State.Link.StopReceive);
+}
+
+TEST_F(TransferPages, only_next_hands_the_pc_back_to_activesync) {
+    const std::filesystem::path record = AddProgram("wcescomm");
+    HKEY key = nullptr;
+    ASSERT_EQ(ERROR_SUCCESS,
+              RegCreateKeyExA(HKEY_LOCAL_MACHINE,
+                              "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\"
+                              "WCESCOMM.EXE",
+                              0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
+    const std::string path = platform::WindowsPath((folder_ / "wcescomm").string());
+    RegSetValueExA(key, "", 0, REG_SZ, reinterpret_cast<const BYTE*>(path.c_str()),
+                   static_cast<DWORD>(path.size() + 1));
+    RegCloseKey(key);
+    user_.steps.push_back({167, "esc"});
+    EXPECT_EQ(1, ShowPage(UpgradeDonePage));
+    EXPECT_FALSE(std::filesystem::exists(record));
+    user_.steps.push_back({167, "1181"});
+    EXPECT_EQ(0, ShowPage(UpgradeDonePage));
+    EXPECT_NE("", WaitForText(record));
+}
+
+TEST_F(TransferPages, the_readme_is_opened_in_the_folder_of_the_images_language) {
+    const std::filesystem::path record = AddProgram("wordpad.exe");
+    std::filesystem::create_directory(folder_ / "Japanese");
+    std::strcpy(State.Places.AppDirectory, platform::WindowsPath(folder_.string()).c_str());
+    const Step clear = {160, "1134"}, finish = {160, "1"}, leave = {160, "esc"};
+    user_.steps = {leave};
+    EXPECT_EQ(1, ShowFinishPage());
+    user_.steps = {clear, finish};
+    EXPECT_EQ(0, ShowFinishPage());
+    EXPECT_FALSE(std::filesystem::exists(record));
+    user_.steps = {finish};
+    EXPECT_EQ(0, ShowFinishPage());
+    EXPECT_EQ((folder_ / "Japanese").string() + "\nreadme.doc\n", WaitForText(record));
+}
+
+} // namespace

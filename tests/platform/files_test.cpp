@@ -1,0 +1,310 @@
+// Files by Windows' calls on the host's file system.
+
+#include "tests/platform/own_home.h"
+
+#include "platform/handles.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+class Files : public testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::remove_all(ownHome.Work());
+        std::filesystem::create_directory(ownHome.Work());
+        std::filesystem::current_path(ownHome.Work());
+        openAtStart_ = platform::OpenHandleCount();
+    }
+    void TearDown() override { EXPECT_EQ(platform::OpenHandleCount(), openAtStart_); }
+
+private:
+    int openAtStart_ = 0;
+};
+
+HANDLE Open(const char* name, DWORD access, DWORD disposition, DWORD share = 0) {
+    return CreateFileA(name, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+// 0 where the file could be opened, which is then closed again.
+DWORD OpenError(const char* name, DWORD access, DWORD disposition, DWORD share = 0) {
+    const HANDLE file = Open(name, access, disposition, share);
+    return file != INVALID_HANDLE_VALUE && CloseHandle(file) ? 0 : GetLastError();
+}
+
+std::string ReadSome(HANDLE file, DWORD count) {
+    std::string text(count, '\0');
+    DWORD done = 0;
+    EXPECT_TRUE(ReadFile(file, text.data(), count, &done, nullptr));
+    return text.substr(0, done);
+}
+
+TEST_F(Files, what_cannot_be_opened_tells_why) {
+    WriteText("there", "x");
+    std::filesystem::create_directory("folder");
+    mkfifo("pipe", 0600);
+    struct {
+        const char* name;
+        DWORD access, disposition, error;
+    } const cases[] = {
+        {"none", GENERIC_READ, OPEN_EXISTING, ERROR_FILE_NOT_FOUND},
+        {"none\\none", GENERIC_READ, OPEN_EXISTING, ERROR_PATH_NOT_FOUND},
+        {"none\\none", GENERIC_WRITE, CREATE_ALWAYS, ERROR_PATH_NOT_FOUND},
+        {"there\\none", GENERIC_READ, OPEN_EXISTING, ERROR_PATH_NOT_FOUND},
+        {"", GENERIC_READ, OPEN_EXISTING, ERROR_PATH_NOT_FOUND},
+        {"C:\\none", GENERIC_READ, OPEN_EXISTING, ERROR_PATH_NOT_FOUND},
+        {"folder", GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
+        {"folder", GENERIC_WRITE, CREATE_ALWAYS, ERROR_ACCESS_DENIED},
+        {"pipe", GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
+        {"THERE", GENERIC_WRITE, CREATE_NEW, ERROR_FILE_EXISTS},
+        {"wh?t", GENERIC_WRITE, CREATE_ALWAYS, ERROR_INVALID_NAME},
+        {"there", GENERIC_READ, TRUNCATE_EXISTING, ERROR_INVALID_PARAMETER},
+        {"there", GENERIC_READ, 6, ERROR_INVALID_PARAMETER},
+    };
+    for (const auto& [name, access, disposition, error] : cases)
+        EXPECT_EQ(OpenError(name, access, disposition), error) << name << " " << disposition;
+    EXPECT_EQ(ReadText("there"), "x");
+}
+
+TEST_F(Files, creating_tells_whether_the_file_was_there_and_opening_tells_nothing) {
+    SetLastError(77);
+    CloseHandle(Open("new", GENERIC_WRITE, CREATE_ALWAYS));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS});
+    WriteText("new", "old content");
+    CloseHandle(Open("NEW", GENERIC_WRITE, CREATE_ALWAYS));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
+    EXPECT_EQ(ReadText("new"), "");
+    SetLastError(77);
+    CloseHandle(Open("new", GENERIC_READ, OPEN_EXISTING));
+    EXPECT_EQ(GetLastError(), 77u);
+}
+
+TEST_F(Files, bytes_are_written_and_read_at_the_position) {
+    const HANDLE file = Open("data", GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
+    DWORD done = 0;
+    EXPECT_EQ(_llseek(static_cast<HFILE>(reinterpret_cast<std::intptr_t>(file)), 32, FILE_BEGIN),
+              32);
+    EXPECT_TRUE(WriteFile(file, "payload", 7, &done, nullptr));
+    EXPECT_EQ(done, 7u);
+    EXPECT_EQ(GetFileSize(file, nullptr), 39u);
+    EXPECT_EQ(SetFilePointer(file, -7, nullptr, FILE_END), 32u);
+    EXPECT_EQ(ReadSome(file, 100), "payload");
+    EXPECT_EQ(ReadSome(file, 100), "");
+    EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_BEGIN), 0u);
+    EXPECT_EQ(ReadSome(file, 2), std::string(2, '\0'));
+    EXPECT_EQ(SetFilePointer(file, 1, nullptr, FILE_CURRENT), 3u);
+    EXPECT_EQ(SetFilePointer(file, -4, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NEGATIVE_SEEK});
+    EXPECT_TRUE(FlushFileBuffers(file));
+    CloseHandle(file);
+}
+
+TEST_F(Files, sizes_and_positions_beyond_32_bits_have_two_halves) {
+    const HANDLE file = Open("sparse", GENERIC_WRITE, CREATE_NEW);
+    LONG high = 1;
+    DWORD done = 0;
+    EXPECT_EQ(SetFilePointer(file, 4, &high, FILE_BEGIN), 4u);
+    EXPECT_TRUE(WriteFile(file, "x", 1, &done, nullptr));
+    DWORD sizeHigh = 0;
+    EXPECT_EQ(GetFileSize(file, &sizeHigh), 5u);
+    EXPECT_EQ(sizeHigh, 1u);
+    CloseHandle(file);
+}
+
+TEST_F(Files, an_overlapped_call_on_a_file_uses_its_own_position_and_sets_its_event) {
+    WriteText("data", "0123456789");
+    const HANDLE file = Open("data", GENERIC_READ, OPEN_EXISTING);
+    OVERLAPPED overlapped{};
+    overlapped.Offset = 8;
+    overlapped.hEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    char buffer[5] = "";
+    DWORD done = 0;
+    EXPECT_TRUE(ReadFile(file, buffer, 4, &done, &overlapped));
+    EXPECT_STREQ(buffer, "89");
+    EXPECT_EQ(overlapped.InternalHigh, 2u);
+    EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, 0), WAIT_OBJECT_0);
+    overlapped.Offset = 10;
+    EXPECT_FALSE(ReadFile(file, buffer, 4, &done, &overlapped));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_HANDLE_EOF});
+    CloseHandle(overlapped.hEvent);
+    CloseHandle(file);
+}
+
+TEST_F(Files, a_handle_does_only_what_it_was_opened_for) {
+    WriteText("data", "x");
+    char byte = 0;
+    DWORD done = 9;
+    const HANDLE reader = Open("data", GENERIC_READ, OPEN_EXISTING);
+    EXPECT_FALSE(WriteFile(reader, "y", 1, &done, nullptr));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(done, 0u);
+    CloseHandle(reader);
+    EXPECT_FALSE(ReadFile(reader, &byte, 1, &done, nullptr));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    EXPECT_FALSE(ReadFile(event, &byte, 1, &done, nullptr));
+    EXPECT_EQ(GetFileSize(event, nullptr), INVALID_FILE_SIZE);
+    CloseHandle(event);
+}
+
+TEST_F(Files, a_full_disk_is_told) {
+    const HANDLE file = Open("Z:\\dev\\full", GENERIC_WRITE, OPEN_EXISTING);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    DWORD done = 9;
+    EXPECT_FALSE(WriteFile(file, "x", 1, &done, nullptr));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
+    EXPECT_EQ(done, 0u);
+    CloseHandle(file);
+}
+
+// Whether a second open, of another process, is let in.
+bool OtherProcessMayOpen(DWORD access, DWORD disposition, DWORD share) {
+    const pid_t other = fork();
+    if (other == 0)
+        _exit(static_cast<int>(OpenError("data", access, disposition, share)));
+    int status = 0;
+    waitpid(other, &status, 0);
+    EXPECT_TRUE(status == 0 || WEXITSTATUS(status) == ERROR_SHARING_VIOLATION);
+    return status == 0;
+}
+
+TEST_F(Files, share_modes_hold_between_processes) {
+    struct {
+        DWORD access, share, otherAccess, otherShare;
+        bool letIn;
+    } const cases[] = {
+        {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, true},
+        {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, 0, false},
+        {GENERIC_READ, 0, GENERIC_READ, FILE_SHARE_READ, false},
+        {GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, 0, false},
+        {GENERIC_WRITE, 0, GENERIC_READ, FILE_SHARE_READ, false},
+        {GENERIC_WRITE, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, false},
+        {GENERIC_WRITE, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, true},
+        {GENERIC_WRITE, FILE_SHARE_READ, GENERIC_WRITE, FILE_SHARE_READ, false},
+    };
+    for (const auto& [access, share, otherAccess, otherShare, letIn] : cases) {
+        WriteText("data", "content");
+        const HANDLE file = Open("data", access, OPEN_EXISTING, share);
+        EXPECT_EQ(OtherProcessMayOpen(otherAccess, OPEN_EXISTING, otherShare), letIn)
+            << access << "/" << share << " then " << otherAccess << "/" << otherShare;
+        CloseHandle(file);
+        EXPECT_TRUE(OtherProcessMayOpen(otherAccess, OPEN_EXISTING, otherShare));
+    }
+}
+
+TEST_F(Files, a_refused_open_or_delete_leaves_the_content) {
+    WriteText("data", "content");
+    const HANDLE file = Open("data", GENERIC_READ, OPEN_EXISTING, FILE_SHARE_READ);
+    EXPECT_FALSE(OtherProcessMayOpen(GENERIC_WRITE, CREATE_ALWAYS, 0));
+    EXPECT_FALSE(DeleteFileA("data"));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(ReadSome(file, 100), "content");
+    CloseHandle(file);
+    EXPECT_TRUE(DeleteFileA("DATA"));
+    EXPECT_FALSE(std::filesystem::exists("data"));
+}
+
+TEST_F(Files, what_cannot_be_deleted_tells_why) {
+    std::filesystem::create_directory("folder");
+    EXPECT_FALSE(DeleteFileA("folder"));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_FALSE(DeleteFileA("none"));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_FALSE(DeleteFileA("none\\none"));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+    EXPECT_EQ(GetFileAttributesA("folder"), DWORD{FILE_ATTRIBUTE_DIRECTORY});
+    EXPECT_EQ(GetFileAttributesA("none"), INVALID_FILE_ATTRIBUTES);
+}
+
+TEST_F(Files, a_drive_alone_is_the_disk_of_the_current_folder) {
+    std::filesystem::current_path("/proc"); // a file system without any room
+    ULARGE_INTEGER freeToCaller{};
+    ULARGE_INTEGER total{};
+    freeToCaller.QuadPart = total.QuadPart = 1;
+    EXPECT_TRUE(GetDiskFreeSpaceExA("Z:", &freeToCaller, &total, nullptr));
+    EXPECT_EQ(freeToCaller.QuadPart, 0u);
+    EXPECT_TRUE(GetDiskFreeSpaceExA("Z:\\", nullptr, &total, nullptr));
+    struct statvfs root;
+    statvfs("/", &root);
+    EXPECT_EQ(total.QuadPart, ULONGLONG{root.f_frsize} * root.f_blocks);
+    EXPECT_FALSE(GetDiskFreeSpaceExA("C:", &freeToCaller, nullptr, nullptr));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+}
+
+std::vector<std::string> Find(const char* pattern) {
+    std::vector<std::string> found;
+    WIN32_FIND_DATAA data;
+    const HANDLE search = FindFirstFileA(pattern, &data);
+    if (search == INVALID_HANDLE_VALUE)
+        return {"error " + std::to_string(GetLastError())};
+    do {
+        const bool folder = data.dwFileAttributes == FILE_ATTRIBUTE_DIRECTORY;
+        found.push_back(std::string(data.cFileName) + (folder ? "\\" : ""));
+    } while (FindNextFileA(search, &data));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_FILES});
+    EXPECT_TRUE(FindClose(search));
+    return found;
+}
+
+TEST_F(Files, searches_find_by_pattern_in_the_order_of_names) {
+    std::filesystem::create_directories("tree/folder.d");
+    for (const char* name : {"b.NBF", "a.nbf", "noext", "C.txt", "\xC3\xA9t\xC3\xA9.nbf"})
+        WriteText(ownHome.Work() / "tree" / name, "x");
+    using Names = std::vector<std::string>;
+    EXPECT_EQ(Find("tree\\*.*"), (Names{".\\", "..\\", "a.nbf", "b.NBF", "C.txt", "folder.d\\",
+                                        "noext", "\xE9t\xE9.nbf"}));
+    EXPECT_EQ(Find("tree\\*"), Find("tree/*.*"));
+    EXPECT_EQ(Find("Z:TREE\\*.nbf"), (Names{"a.nbf", "b.NBF", "\xE9t\xE9.nbf"}));
+    EXPECT_EQ(Find("tree\\?.?*f"), (Names{"a.nbf", "b.NBF"}));
+    EXPECT_EQ(Find("tree\\\xC9T*"), Names{"\xE9t\xE9.nbf"});
+    EXPECT_EQ(Find("tree\\NOEXT"), Names{"noext"});
+    EXPECT_EQ(Find("tree"), Names{"tree\\"});
+    EXPECT_EQ(Find("tree\\*.bin"), Names{"error 2"});
+    EXPECT_EQ(Find("tree\\"), Names{"error 2"});
+    EXPECT_EQ(Find("none\\*.*"), Names{"error 3"});
+    EXPECT_EQ(Find("Z:\\proc\\self\\stat*").front(), "stat");
+    const auto root = Find("Z:\\*.*"); // a root has no folder above it
+    EXPECT_TRUE(std::find(root.begin(), root.end(), "..\\") == root.end());
+}
+
+TEST_F(Files, a_search_tells_size_and_time) {
+    WriteText("data", "12345");
+    WIN32_FIND_DATAA data;
+    const timespec times[2] = {{0, 0}, {86400, 500}}; // 2 January 1970
+    utimensat(AT_FDCWD, "data", times, 0);
+    const HANDLE search = FindFirstFileA("data", &data);
+    EXPECT_EQ(data.nFileSizeLow, 5u);
+    EXPECT_EQ(data.dwFileAttributes, DWORD{FILE_ATTRIBUTE_ARCHIVE});
+    const auto time =
+        ULONGLONG{data.ftLastWriteTime.dwHighDateTime} << 32 | data.ftLastWriteTime.dwLowDateTime;
+    EXPECT_EQ(time, 116444736000000000u + 864000000000u + 5u);
+    EXPECT_FALSE(CloseHandle(search)); // a search is closed by its own call
+    EXPECT_TRUE(FindClose(search));
+}
+
+TEST_F(Files, closing_twice_is_counted_and_closing_nothing_is_not) {
+    const int before = platform::BadCloseCount();
+    const HANDLE file = Open("data", GENERIC_WRITE, CREATE_NEW);
+    EXPECT_TRUE(CloseHandle(file));
+    const HANDLE other = Open("data", GENERIC_READ, OPEN_EXISTING);
+    EXPECT_FALSE(CloseHandle(file)); // and not the other one
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_TRUE(CloseHandle(other));
+    EXPECT_FALSE(CloseHandle(nullptr));
+    EXPECT_FALSE(CloseHandle(INVALID_HANDLE_VALUE));
+    EXPECT_EQ(platform::BadCloseCount(), before + 1);
+}
+
+} // namespace

@@ -1,0 +1,182 @@
+// Threads' message queues and timers.
+// label: threads
+
+#include "platform/window_system.h"
+#include "tests/platform/window_support.h"
+
+#include <future>
+#include <thread>
+
+using namespace window_support;
+
+namespace {
+
+constexpr UINT WhichThread = WM_APP + 1;
+constexpr UINT AskBack = WM_APP + 2; // first: the window to ask for its thread
+
+LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM first, LPARAM second) {
+    switch (message) {
+    case WhichThread:
+        return static_cast<LRESULT>(GetCurrentThreadId());
+    case AskBack:
+        return SendMessageA(reinterpret_cast<HWND>(first), WhichThread, 0, 0);
+    case WM_DESTROY:
+        PostQuitMessage(0);
+        return 0;
+    default:
+        return DefWindowProcA(window, message, first, second);
+    }
+}
+
+HWND Open() { return OpenPlainWindow("TESTED", "tested", nullptr, Procedure); }
+
+int RunLoop() {
+    MSG message;
+    while (GetMessageA(&message, nullptr, 0, 0) > 0)
+        DispatchMessageA(&message);
+    return static_cast<int>(message.wParam);
+}
+
+// A thread with a window and a message loop.
+struct WindowThread {
+    std::promise<HWND> opened;
+    DWORD id = 0;
+    std::thread thread{[this] {
+        id = GetCurrentThreadId();
+        opened.set_value(Open());
+        RunLoop();
+    }};
+    HWND window = opened.get_future().get();
+    ~WindowThread() {
+        SendMessageA(window, WM_CLOSE, 0, 0);
+        thread.join();
+    }
+};
+
+class Messages : public testing::Test {
+    TemporaryHome home_;
+    RecordingDisplay display_;
+};
+
+} // namespace
+
+TEST_F(Messages, a_sent_message_is_served_on_the_thread_that_opened_the_window) {
+    WindowThread other;
+    EXPECT_EQ(SendMessageA(other.window, WhichThread, 0, 0), static_cast<LRESULT>(other.id));
+    EXPECT_NE(other.id, GetCurrentThreadId());
+    HWND mine = Open();
+    EXPECT_EQ(SendMessageA(mine, WhichThread, 0, 0), static_cast<LRESULT>(GetCurrentThreadId()));
+    EXPECT_EQ(SendMessageA(other.window, AskBack, reinterpret_cast<WPARAM>(mine), 0),
+              static_cast<LRESULT>(GetCurrentThreadId()))
+        << "the caller serves what is sent to it while it waits";
+    SetWindowTextA(other.window, "changed from here");
+    char text[8];
+    EXPECT_EQ(GetWindowTextA(other.window, text, sizeof(text)), 7);
+    EXPECT_STREQ(text, "changed");
+    EXPECT_FALSE(DestroyWindow(other.window));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    DestroyWindow(mine);
+}
+
+TEST_F(Messages, sending_to_a_thread_that_ends_gives_0_and_does_not_block) {
+    std::promise<HWND> opened;
+    std::promise<void> end;
+    std::thread owner([&] {
+        opened.set_value(Open());
+        end.get_future().wait();
+    });
+    HWND window = opened.get_future().get();
+    std::thread sender([&] { EXPECT_EQ(SendMessageA(window, WhichThread, 0, 0), 0); });
+    // Only when the message waits at the owner may the owner end.
+    for (bool waits = false; !waits; std::this_thread::yield()) {
+        auto hold = platform::LockWindows();
+        waits = !platform::FindWindowByHandle(window)->queue->sent.empty();
+    }
+    end.set_value();
+    owner.join();
+    sender.join();
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_EQ(SendMessageA(window, WhichThread, 0, 0), 0);
+    EXPECT_FALSE(PostMessageA(window, WM_NULL, 0, 0));
+}
+
+TEST_F(Messages, posted_messages_come_in_order_and_the_quit_message_after_them) {
+    HWND window = Open();
+    PostQuitMessage(7);
+    for (UINT i = 0; i < 3; ++i)
+        PostMessageA(window, WM_APP + 10 + i, i, 0);
+    MSG message;
+    for (UINT i = 0; i < 3; ++i) {
+        ASSERT_EQ(GetMessageA(&message, nullptr, 0, 0), TRUE);
+        EXPECT_EQ(message.message, WM_APP + 10 + i);
+    }
+    EXPECT_EQ(GetMessageA(&message, nullptr, 0, 0), FALSE);
+    EXPECT_EQ(message.wParam, 7u);
+    EXPECT_FALSE(PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) << "quit comes once";
+    EXPECT_EQ(GetMessageA(&message, window, 0, 0), -1) << "filters are refused, not ignored";
+    DestroyWindow(window);
+}
+
+TEST_F(Messages, a_window_that_goes_while_it_is_made_leaves_its_quit_message) {
+    WNDCLASSEXA windowClass = {};
+    windowClass.cbSize = sizeof(windowClass);
+    windowClass.lpszClassName = "SHORT";
+    windowClass.lpfnWndProc = [](HWND window, UINT message, WPARAM first, LPARAM second) {
+        if (message == WM_CREATE)
+            SendMessageA(window, WM_CLOSE, 0, 0);
+        return Procedure(window, message, first, second);
+    };
+    RegisterClassExA(&windowClass);
+    EXPECT_EQ(CreateWindowExA(0, "short", "", WS_OVERLAPPEDWINDOW, 0, 0, 0, 0, nullptr, nullptr,
+                              nullptr, nullptr),
+              nullptr);
+    EXPECT_EQ(RunLoop(), 0);
+    EXPECT_EQ(FindWindowA("SHORT", nullptr), nullptr);
+}
+
+TEST_F(Messages, a_restarted_timer_starts_anew_and_a_killed_one_never_comes) {
+    HWND window = Open();
+    constexpr UINT_PTR Restarted = 1, Killed = 2, Ticking = 3;
+    SetTimer(window, Restarted, 200, nullptr);
+    SetTimer(window, Killed, 10, nullptr);
+    SetTimer(window, Ticking, 20, nullptr);
+    std::this_thread::sleep_for(std::chrono::milliseconds(15)); // the one to be killed is due
+    EXPECT_TRUE(KillTimer(window, Killed));
+    EXPECT_FALSE(KillTimer(window, Killed));
+    MSG message;
+    for (int ticks = 0; ticks < 20;) {
+        ASSERT_EQ(GetMessageA(&message, nullptr, 0, 0), TRUE);
+        if (message.message != WM_TIMER)
+            continue;
+        EXPECT_EQ(message.wParam, Ticking) << "after " << ticks;
+        SetTimer(window, Restarted, 200, nullptr);
+        ++ticks;
+    }
+    KillTimer(window, Ticking);
+    do
+        ASSERT_EQ(GetMessageA(&message, nullptr, 0, 0), TRUE);
+    while (message.message != WM_TIMER);
+    EXPECT_EQ(message.wParam, Restarted);
+    DestroyWindow(window);
+}
+
+TEST_F(Messages, a_timer_set_by_another_thread_arrives_on_the_windows_thread) {
+    static std::promise<DWORD> fired;
+    WindowThread other;
+    SetTimer(other.window, 5, 10, [](HWND window, UINT, UINT_PTR id, DWORD) {
+        KillTimer(window, id);
+        fired.set_value(GetCurrentThreadId());
+    });
+    EXPECT_EQ(fired.get_future().get(), other.id);
+}
+
+TEST_F(Messages, a_window_takes_those_that_it_owns_along) {
+    HWND owner = Open();
+    HWND owned = OpenPlainWindow("OWNED", "owned", owner);
+    EXPECT_EQ(GetParent(owned), owner);
+    EXPECT_EQ(GetWindow(owned, GW_OWNER), owner);
+    PostMessageA(owned, WM_APP, 0, 0);
+    DestroyWindow(owner);
+    EXPECT_FALSE(IsWindow(owned));
+    EXPECT_EQ(RunLoop(), 0) << "nothing arrives for a window that has gone";
+}

@@ -1,0 +1,156 @@
+// Windows paths on the host, and texts between the code pages.
+
+#include "tests/platform/own_home.h"
+
+#include "platform/home.h"
+#include "platform/paths.h"
+#include "platform/text.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include <sys/stat.h>
+
+namespace {
+
+using namespace std::string_literals;
+using platform::HostPath;
+
+std::string Work(const std::string& name = "") {
+    const auto work = std::filesystem::canonical(ownHome.Work()).string();
+    return name.empty() ? work : work + "/" + name;
+}
+
+class Paths : public testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directories(Work("ENGLISH/Sub"));
+        WriteText(Work("ENGLISH/Image.NBF"), "x");
+        WriteText(Work("\xC3\x89t\xC3\xA9"), "x"); // "Été" in UTF-8
+        WriteText(Work("both"), "x");
+        WriteText(Work("BOTH"), "x");
+        std::filesystem::current_path(Work());
+    }
+};
+
+TEST_F(Paths, names_match_exactly_first_and_without_regard_to_case_else) {
+    EXPECT_EQ(HostPath("english\\image.nbf"), Work("ENGLISH/Image.NBF"));
+    EXPECT_EQ(HostPath("both"), Work("both"));
+    EXPECT_EQ(HostPath("BOTH"), Work("BOTH"));
+    EXPECT_EQ(HostPath("Both"), Work("BOTH")); // always the same one of the two
+    EXPECT_EQ(HostPath("\xE9T\xE9"), Work("\xC3\x89t\xC3\xA9"));
+    EXPECT_EQ(HostPath("english/none\\Deep"), Work("ENGLISH/none/Deep"));
+    EXPECT_EQ(HostPath("n\xE9w"), Work("n\xC3\xA9w"));
+}
+
+TEST_F(Paths, drives_separators_and_dots_are_understood) {
+    const std::string here = platform::WindowsPath(Work());
+    EXPECT_EQ(here.substr(0, 3), "Z:\\");
+    EXPECT_EQ(HostPath(here + "\\both"), Work("both"));
+    EXPECT_EQ(HostPath("z:" + Work("both")), Work("both"));
+    EXPECT_EQ(HostPath("Z:both"), Work("both"));
+    EXPECT_EQ(HostPath("Z:"), Work());
+    EXPECT_EQ(HostPath("Z:\\"), "/");
+    EXPECT_EQ(HostPath("\\"), "/");
+    EXPECT_EQ(HostPath("none\\..\\.\\\\both"), Work("both"));
+    EXPECT_EQ(HostPath("..\\..\\..\\..\\..\\..\\..\\..\\dev"), "/dev");
+    EXPECT_EQ(platform::WindowsPath("/"), "Z:\\");
+    for (const std::string& nowhere : {""s, "C:\\x"s, "C:"s, "\\\\server\\share"s, "a\0b"s})
+        EXPECT_EQ(HostPath(nowhere), "") << nowhere;
+}
+
+TEST_F(Paths, a_name_that_windows_cannot_say_is_found_again_by_what_it_says_instead) {
+    const std::string greek = Work("\xCE\xA9mega"); // "Ωmega"
+    std::filesystem::create_directory(greek);
+    EXPECT_EQ(platform::WindowsPath(greek), platform::WindowsPath(Work()) + "\\?mega");
+    EXPECT_EQ(HostPath("?mega"), greek);
+    const std::string latin = Work("Fran\xE7"
+                                   "ais"); // a name from a disk that is no UTF-8
+    WriteText(latin, "x");
+    EXPECT_EQ(HostPath("fran\xC7"
+                       "ais"),
+              latin);
+}
+
+TEST_F(Paths, the_current_folder_is_told_with_its_drive) {
+    char folder[MAX_PATH] = "";
+    const auto length = GetCurrentDirectoryA(sizeof(folder), folder);
+    EXPECT_EQ(folder, platform::WindowsPath(Work()));
+    EXPECT_EQ(length, std::string(folder).size());
+    char tight[MAX_PATH] = "x";
+    EXPECT_EQ(GetCurrentDirectoryA(length, tight), length + 1);
+    EXPECT_STREQ(tight, "x");
+    EXPECT_TRUE(SetCurrentDirectoryA("english"));
+    EXPECT_EQ(HostPath("sub"), Work("ENGLISH/Sub"));
+    EXPECT_FALSE(SetCurrentDirectoryA("image.nbf"));
+    EXPECT_FALSE(SetCurrentDirectoryA("C:\\"));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+}
+
+TEST_F(Paths, the_home_folder_is_private_and_stays_where_it_was) {
+    const std::string path = platform::HomePath("ports/COM1");
+    EXPECT_EQ(path, (ownHome.Home() / "ports/COM1").string());
+    struct stat status {};
+    ASSERT_EQ(stat(ownHome.Home().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700u);
+    EXPECT_TRUE(std::filesystem::is_directory(ownHome.Home() / "ports"));
+    std::filesystem::current_path("/");
+    EXPECT_EQ(platform::HomePath("ports/COM1"), path);
+}
+
+TEST(Text, every_byte_has_a_wide_character_of_its_own) {
+    std::string all;
+    for (int byte = 0; byte < 256; ++byte)
+        all += static_cast<char>(byte);
+    EXPECT_EQ(platform::AnsiFromUtf16(platform::Utf16FromAnsi(all)), all);
+    EXPECT_EQ(platform::AnsiFromUtf8(platform::Utf8FromAnsi(all)), all);
+    EXPECT_EQ(platform::Utf16FromAnsi("\x80\x9F\xE9\x81"), u"\u20AC\u0178\u00E9\u0081");
+    EXPECT_EQ(platform::AnsiFromUtf16(u"\u03A9\u0100\xD83D\xDE00"), "????");
+    EXPECT_EQ(platform::AnsiFromUtf8("\xF0\x9F\x98\x80\xCE\xA9"), "??");
+}
+
+TEST(Text, utf_8_and_utf_16_convert_and_malformed_text_is_replaced) {
+    const std::string text = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
+    EXPECT_EQ(platform::Utf16FromUtf8(text), u"a\u00E9\u20AC\U0001F600");
+    EXPECT_EQ(platform::Utf8FromUtf16(u"a\u00E9\u20AC\U0001F600"), text);
+    EXPECT_TRUE(platform::IsUtf8(text));
+    for (const char* malformed : {"\xE9", "\xC0\x80", "\xE0\x80\x80", "\xED\xA0\x80",
+                                  "\xF4\x90\x80\x80", "\xE2\x82", "\x80", "\xFF"}) {
+        EXPECT_FALSE(platform::IsUtf8(malformed));
+        EXPECT_EQ(platform::Utf16FromUtf8(malformed)[0], u'\uFFFD');
+    }
+    EXPECT_EQ(platform::Utf8FromUtf16(u"\xD800"), "\xEF\xBF\xBD");
+}
+
+TEST(Text, comparisons_disregard_the_case_of_accented_letters_too) {
+    EXPECT_EQ(lstrcmpiA("DccMan", "dccMAN"), 0);
+    EXPECT_EQ(lstrcmpiA("\xE9\x9A\x9C\x9E\xFF", "\xC9\x8A\x8C\x8E\x9F"), 0);
+    EXPECT_NE(lstrcmpiA("\xD7", "\xF7"), 0); // two signs, not two cases
+    EXPECT_NE(lstrcmpiA("[", "{"), 0);
+    EXPECT_LT(lstrcmpiA("DccMan", "DccMan "), 0);
+    EXPECT_GT(lstrcmpiA("b", "A"), 0);
+    EXPECT_LT(lstrcmpiA(nullptr, ""), 0);
+}
+
+TEST(Text, conversions_count_as_windows_counts) {
+    WCHAR wide[8];
+    char narrow[8];
+    BOOL used = FALSE;
+    EXPECT_EQ(MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, "\x80uro", -1, wide, 8), 5);
+    EXPECT_EQ(std::u16string(wide), u"\u20ACuro");
+    EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "abc", 2, nullptr, 0), 2);
+    EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "abc", -1, wide, 3), 0);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+    EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "abc", 0, wide, 3), 0);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(WideCharToMultiByte(CP_ACP, 0, u"\u20AC\u03A9?", -1, narrow, 8, "_", &used), 4);
+    EXPECT_STREQ(narrow, "\x80_?");
+    EXPECT_TRUE(used);
+    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, u"\u20AC", 1, narrow, 8, nullptr, nullptr), 3);
+    EXPECT_EQ(WideCharToMultiByte(437, 0, u"a", 1, narrow, 8, nullptr, nullptr), 0);
+}
+
+} // namespace

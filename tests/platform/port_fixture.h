@@ -1,0 +1,158 @@
+// A pseudo-terminal linked as COM1 in a home folder of its own, and overlapped calls on it.
+#pragma once
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace port_test {
+
+constexpr DWORD Limit = 60000; // milliseconds until a condition that must come true counts as false
+
+template <class Condition>
+bool ComesTrue(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(Limit);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+// A record with its event, which starts out signalled: a call has to reset it.
+struct Call {
+    Call() { record.hEvent = CreateEventA(nullptr, TRUE, TRUE, nullptr); }
+    ~Call() { CloseHandle(record.hEvent); }
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    bool IsSignalled() const { return WaitForSingleObject(record.hEvent, 0) == WAIT_OBJECT_0; }
+    bool Ends() const { return WaitForSingleObject(record.hEvent, Limit) == WAIT_OBJECT_0; }
+    // The error with which it ended, and how many bytes it has moved.
+    DWORD Error() {
+        DWORD count = 0;
+        return GetOverlappedResult(nullptr, &record, &count, FALSE) ? ERROR_SUCCESS
+                                                                    : GetLastError();
+    }
+    DWORD Count() const { return static_cast<DWORD>(record.InternalHigh); }
+
+    OVERLAPPED record = {};
+};
+
+inline bool Pends(BOOL result) { return !result && GetLastError() == ERROR_IO_PENDING; }
+
+class PortTest : public testing::Test {
+protected:
+    // The layer reads its home folder once, so all tests of a process share it.
+    static void SetUpTestSuite() {
+        char folder[] = "/tmp/port-XXXXXX";
+        ASSERT_TRUE(mkdtemp(folder));
+        home = folder;
+        setenv("ROM_WIZARD_HOME", folder, 1);
+        std::filesystem::create_directory(home / "ports");
+    }
+    static void TearDownTestSuite() { std::filesystem::remove_all(home); }
+
+    PortTest() { PlugIn(); }
+    ~PortTest() override {
+        if (port != INVALID_HANDLE_VALUE)
+            CloseHandle(port);
+        Unplug();
+    }
+
+    // The device's end.
+    void PlugIn() {
+        device = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        EXPECT_EQ(0, grantpt(device));
+        EXPECT_EQ(0, unlockpt(device));
+        std::filesystem::remove(home / "ports/COM1");
+        std::filesystem::create_symlink(ptsname(device), home / "ports/COM1");
+    }
+    void Unplug() {
+        if (device >= 0)
+            close(device);
+        device = -1;
+    }
+
+    static HANDLE OpenAs(const char* name, DWORD flags = FILE_FLAG_OVERLAPPED) {
+        return CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, flags,
+                           nullptr);
+    }
+    void Open(DWORD flags = FILE_FLAG_OVERLAPPED) {
+        port = OpenAs("\\\\.\\COM1", flags);
+        ASSERT_NE(INVALID_HANDLE_VALUE, port);
+    }
+    void Close() {
+        EXPECT_TRUE(CloseHandle(port));
+        port = INVALID_HANDLE_VALUE;
+    }
+    void ReadAtOnce() {
+        COMMTIMEOUTS limits = {};
+        ASSERT_TRUE(GetCommTimeouts(port, &limits));
+        limits.ReadIntervalTimeout = MAXDWORD;
+        ASSERT_TRUE(SetCommTimeouts(port, &limits));
+    }
+
+    void SayAsDevice(std::string_view bytes) {
+        while (!bytes.empty()) {
+            const ssize_t count = write(device, bytes.data(), bytes.size());
+            ASSERT_GT(count, 0);
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        }
+    }
+    std::string HearAsDevice(std::size_t size, std::size_t atATime = 4096) {
+        std::string heard;
+        std::string chunk(atATime, '\0');
+        while (heard.size() < size) {
+            pollfd ready = {device, POLLIN, 0};
+            if (poll(&ready, 1, static_cast<int>(Limit)) != 1)
+                break;
+            const ssize_t count = read(device, chunk.data(), chunk.size());
+            if (count <= 0)
+                break;
+            heard.append(chunk, 0, static_cast<std::size_t>(count));
+        }
+        return heard;
+    }
+    // With reads that return at once.
+    std::string ReadFromPort(std::size_t size) {
+        std::string got;
+        ComesTrue([&] {
+            char bytes[1000];
+            DWORD count = 0;
+            Call call;
+            EXPECT_TRUE(ReadFile(port, bytes, sizeof(bytes), &count, &call.record));
+            got.append(bytes, count);
+            return got.size() >= size;
+        });
+        return got;
+    }
+
+    static inline std::filesystem::path home;
+    int device = -1;
+    HANDLE port = INVALID_HANDLE_VALUE;
+};
+
+// Every value, zero among them, in an order that shows a byte that is lost or moved.
+inline std::string Pattern(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t at = 0; at < size; ++at)
+        bytes[at] = static_cast<char>(at * 7 + at / 251);
+    return bytes;
+}
+
+} // namespace port_test

@@ -1,0 +1,221 @@
+// Waiting for events of a port, and the ways in which what is outstanding ends.
+// label: threads
+
+#include "tests/platform/port_fixture.h"
+
+#include <atomic>
+#include <ctime>
+#include <thread>
+
+namespace {
+
+using namespace port_test;
+
+class PortWaitTest : public PortTest {
+protected:
+    void SetUp() override {
+        Open();
+        ReadAtOnce();
+        ASSERT_TRUE(SetCommMask(port, EV_RXCHAR | EV_CTS));
+    }
+
+    // A write that stays outstanding: more than the tty takes while nobody reads.
+    void FillTheLine(Call& call) {
+        ASSERT_TRUE(Pends(WriteFile(port, data_.data(), static_cast<DWORD>(data_.size()), nullptr,
+                                    &call.record)));
+        pollfd begun = {device, POLLIN, 0};
+        ASSERT_EQ(1, poll(&begun, 1, static_cast<int>(Limit)));
+    }
+
+    bool WaitPends(Call& call) { return Pends(WaitCommEvent(port, &events, &call.record)); }
+
+    // Written by a completion, so it outlives every call of a test.
+    DWORD events = 0xAAAA;
+
+private:
+    const std::string data_ = Pattern(0x40000);
+};
+
+double ProcessSeconds() {
+    timespec time = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+TEST_F(PortWaitTest, a_wait_ends_with_the_byte_that_comes) {
+    for (int round = 0; round < 100; ++round) {
+        Call call;
+        ASSERT_TRUE(WaitPends(call));
+        EXPECT_FALSE(call.IsSignalled());
+        SayAsDevice(std::string_view("\0", 1));
+        DWORD count = 0;
+        ASSERT_TRUE(GetOverlappedResult(port, &call.record, &count, TRUE));
+        EXPECT_EQ(DWORD{EV_RXCHAR}, events);
+        EXPECT_EQ(std::string(1, '\0'), ReadFromPort(1));
+    }
+}
+
+TEST_F(PortWaitTest, a_new_mask_ends_a_wait_with_no_event) {
+    Call call;
+    ASSERT_TRUE(WaitPends(call));
+    EXPECT_EQ(DWORD{ERROR_IO_INCOMPLETE}, call.Error());
+    Call second;
+    EXPECT_FALSE(WaitCommEvent(port, &events, &second.record));
+    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+    ASSERT_TRUE(SetCommMask(port, 0));
+    ASSERT_TRUE(call.Ends());
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, call.Error());
+    EXPECT_EQ(0U, events);
+    EXPECT_FALSE(WaitCommEvent(port, &events, &second.record)) << "nothing to wait for";
+    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+}
+
+TEST_F(PortWaitTest, an_event_is_kept_until_a_wait_tells_it_or_a_mask_leaves_it_out) {
+    SayAsDevice("a");
+    EXPECT_EQ("a", ReadFromPort(1)); // so it has come, and the event with it
+    ASSERT_TRUE(SetCommMask(port, EV_RXCHAR | EV_RING));
+    Call call;
+    EXPECT_TRUE(WaitCommEvent(port, &events, &call.record));
+    EXPECT_EQ(DWORD{EV_RXCHAR}, events);
+    EXPECT_TRUE(call.IsSignalled());
+    ASSERT_TRUE(WaitPends(call)) << "told once";
+    SayAsDevice("b");
+    ASSERT_TRUE(call.Ends());
+
+    SayAsDevice("c");
+    EXPECT_EQ("bc", ReadFromPort(2));
+    ASSERT_TRUE(SetCommMask(port, EV_CTS));
+    ASSERT_TRUE(SetCommMask(port, EV_RXCHAR));
+    DWORD mask = 0;
+    EXPECT_TRUE(GetCommMask(port, &mask));
+    EXPECT_EQ(DWORD{EV_RXCHAR}, mask);
+    EXPECT_TRUE(WaitPends(call));
+    SetCommMask(port, 0);
+}
+
+TEST_F(PortWaitTest, closing_the_port_ends_all_that_is_outstanding) {
+    COMMTIMEOUTS limits = {};
+    ASSERT_TRUE(SetCommTimeouts(port, &limits));
+    Call wait, read, write, behind;
+    char byte = 0;
+    ASSERT_TRUE(WaitPends(wait));
+    ASSERT_TRUE(Pends(ReadFile(port, &byte, 1, nullptr, &read.record)));
+    FillTheLine(write);
+    ASSERT_TRUE(Pends(WriteFile(port, "x", 1, nullptr, &behind.record)));
+    Close();
+    for (Call* call : {&wait, &read, &write, &behind}) {
+        EXPECT_TRUE(call->IsSignalled()) << "before CloseHandle returns";
+        EXPECT_EQ(DWORD{ERROR_OPERATION_ABORTED}, call->Error());
+    }
+    EXPECT_EQ(0xAAAAU, events);
+    EXPECT_LT(write.Count(), 0x40000U);
+    Open();
+}
+
+TEST_F(PortWaitTest, a_thread_cancels_its_own_calls_and_no_others) {
+    Call wait, write;
+    std::atomic<bool> filled = false, cancel = false;
+    std::thread writer([&] {
+        FillTheLine(write);
+        filled = true;
+        EXPECT_TRUE(ComesTrue([&] { return cancel.load(); }));
+        EXPECT_TRUE(CancelIo(port));
+        EXPECT_TRUE(write.IsSignalled());
+    });
+    EXPECT_TRUE(ComesTrue([&] { return filled.load(); }));
+    EXPECT_TRUE(WaitPends(wait));
+    EXPECT_TRUE(CancelIo(port));
+    EXPECT_TRUE(wait.IsSignalled());
+    EXPECT_EQ(DWORD{ERROR_OPERATION_ABORTED}, wait.Error());
+    EXPECT_FALSE(write.IsSignalled());
+    cancel = true;
+    writer.join();
+    EXPECT_EQ(DWORD{ERROR_OPERATION_ABORTED}, write.Error());
+
+    const DWORD sent = write.Count(); // the line goes on where the cancelled write has stopped
+    Call next;
+    ASSERT_TRUE(Pends(WriteFile(port, "end", 3, nullptr, &next.record)));
+    EXPECT_EQ(Pattern(sent) + "end", HearAsDevice(sent + 3));
+    EXPECT_TRUE(next.Ends());
+}
+
+TEST_F(PortWaitTest, a_lost_device_fails_every_call_and_costs_no_time) {
+    Call wait, write;
+    ASSERT_TRUE(WaitPends(wait));
+    FillTheLine(write);
+    Unplug();
+    for (Call* call : {&wait, &write}) {
+        ASSERT_TRUE(call->Ends());
+        EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, call->Error());
+    }
+    char byte = 0;
+    DWORD count = 0;
+    Call call;
+    EXPECT_FALSE(ReadFile(port, &byte, 1, &count, &call.record));
+    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
+    EXPECT_FALSE(WriteFile(port, "x", 1, &count, &call.record));
+    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
+    EXPECT_FALSE(WaitCommEvent(port, &events, &call.record));
+    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
+
+    const double before = ProcessSeconds();
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_LT(ProcessSeconds() - before, 0.1) << "a thread spins";
+    Close();
+    PlugIn();
+    Open();
+}
+
+TEST_F(PortWaitTest, what_came_before_the_device_was_lost_can_still_be_read) {
+    Call wait;
+    ASSERT_TRUE(WaitPends(wait));
+    SayAsDevice("last");
+    ASSERT_TRUE(wait.Ends());
+    Call lost;
+    ASSERT_TRUE(WaitPends(lost));
+    Unplug();
+    ASSERT_TRUE(lost.Ends());
+    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, lost.Error());
+    EXPECT_EQ("last", ReadFromPort(4));
+}
+
+// One side reads and waits as a receive loop does, the other writes, and the port is closed under
+// both at any moment.
+TEST_F(PortWaitTest, a_port_may_be_closed_under_its_users_at_any_moment) {
+    for (int round = 0; round < 200; ++round) {
+        std::atomic<bool> closed = false;
+        std::thread listener([&] {
+            Call call;
+            DWORD seen = 0;
+            while (!closed) {
+                if (Pends(WaitCommEvent(port, &seen, &call.record))) {
+                    ASSERT_TRUE(call.Ends());
+                }
+                char byte = 0;
+                DWORD count = 0;
+                while (ReadFile(port, &byte, 1, &count, &call.record) && count == 1) {
+                }
+                SetCommMask(port, EV_RXCHAR);
+            }
+        });
+        std::thread writer([&] {
+            while (!closed) {
+                Call call;
+                if (Pends(WriteFile(port, "abc", 3, nullptr, &call.record))) {
+                    ASSERT_TRUE(call.Ends());
+                }
+            }
+        });
+        SayAsDevice("token");
+        HearAsDevice(static_cast<std::size_t>(round % 20));
+        EXPECT_TRUE(CloseHandle(port));
+        closed = true;
+        listener.join();
+        writer.join();
+        Open();
+        ReadAtOnce();
+        ASSERT_TRUE(SetCommMask(port, EV_RXCHAR));
+    }
+}
+
+} // namespace

@@ -1,0 +1,238 @@
+// Processes: real ones are started, opened and ended.
+// label: threads
+
+#include "tests/platform/own_home.h"
+
+#include "platform/command_line.h"
+#include "platform/handles.h"
+#include "platform/process_identity.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr DWORD OneMinute = 60000;
+
+// Starts a program of the host; its process handle, or null.
+HANDLE Start(const char* application, std::string commandLine, DWORD flags = 0,
+             DWORD* id = nullptr) {
+    STARTUPINFOA startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    if (!CreateProcessA(application, commandLine.data(), nullptr, nullptr, FALSE, flags, nullptr,
+                        nullptr, &startup, &process))
+        return nullptr;
+    CloseHandle(process.hThread);
+    if (id)
+        *id = process.dwProcessId;
+    return process.hProcess;
+}
+
+DWORD EndOf(HANDLE process) {
+    EXPECT_EQ(WaitForSingleObject(process, OneMinute), WAIT_OBJECT_0);
+    DWORD code = 0;
+    EXPECT_TRUE(GetExitCodeProcess(process, &code));
+    CloseHandle(process);
+    return code;
+}
+
+// A child of the host's kind, which the layer has not started, that waits to be killed.
+pid_t ForkSleeper() {
+    const pid_t child = fork();
+    if (child == 0)
+        for (;;)
+            pause();
+    return child;
+}
+
+int KillAndReap(pid_t child) {
+    int status = 0;
+    kill(child, SIGKILL);
+    return waitpid(child, &status, 0) == child ? status : -1;
+}
+
+bool StillRuns(pid_t child) { return waitpid(child, nullptr, WNOHANG) == 0; }
+
+TEST(Processes, a_program_is_started_with_its_arguments_and_gives_its_exit_code) {
+    const auto out = (ownHome.Work() / "out").string();
+    const HANDLE shell =
+        Start("Z:\\bin\\sh", "sh -c \"printf %s '\xE9 a\\\"b' > " + out + "; exit 7\"");
+    ASSERT_NE(shell, nullptr);
+    EXPECT_EQ(EndOf(shell), 7u);
+    EXPECT_EQ(ReadText(out), "\xC3\xA9 a\"b");
+}
+
+TEST(Processes, a_program_inherits_no_descriptor_and_no_blocked_signal) {
+    const auto out = (ownHome.Work() / "descriptors").string();
+    constexpr int Leaky = 50; // without O_CLOEXEC
+    ASSERT_EQ(dup2(STDIN_FILENO, Leaky), Leaky);
+    sigset_t blocked;
+    sigset_t before;
+    sigfillset(&blocked);
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    const HANDLE shell = Start(
+        "Z:\\bin\\sh",
+        "sh -c \"{ ls /proc/$$/fd; grep SigBlk /proc/$$/status; readlink /proc/$$/fd/0; } > " +
+            out + "\"",
+        CREATE_NEW_CONSOLE);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    EXPECT_EQ(EndOf(shell), 0u);
+    EXPECT_EQ(ReadText(out).find("50\n"), std::string::npos) << ReadText(out);
+    EXPECT_NE(ReadText(out).find("SigBlk:\t0000000000000000"), std::string::npos);
+    EXPECT_NE(ReadText(out).find("/dev/null"), std::string::npos);
+    close(Leaky);
+}
+
+TEST(Processes, what_cannot_be_started_tells_why) {
+    WriteText(ownHome.Work() / "text", "no program");
+    std::filesystem::current_path(ownHome.Work());
+    EXPECT_EQ(Start("Z:\\none", ""), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(Start("Z:\\none\\none", ""), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+    EXPECT_EQ(Start("text", ""), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    std::filesystem::permissions("text", std::filesystem::perms::owner_all);
+    EXPECT_EQ(Start("text", ""), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_EXE_FORMAT});
+    EXPECT_EQ(Start(nullptr, ""), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+}
+
+TEST(Processes, a_terminated_child_has_the_given_code_and_leaves_no_zombie) {
+    const int open = platform::OpenHandleCount();
+    DWORD id = 0;
+    const HANDLE sleeper = Start("Z:\\bin\\sleep", "sleep 1000", 0, &id);
+    ASSERT_NE(sleeper, nullptr);
+    EXPECT_NE(platform::ProcessStartTime(id), 0u);
+    DWORD code = 0;
+    EXPECT_TRUE(GetExitCodeProcess(sleeper, &code));
+    EXPECT_EQ(code, STILL_ACTIVE);
+    EXPECT_EQ(WaitForSingleObject(sleeper, 1), DWORD{WAIT_TIMEOUT});
+    EXPECT_TRUE(TerminateProcess(sleeper, 42));
+    EXPECT_EQ(WaitForSingleObject(sleeper, OneMinute), WAIT_OBJECT_0);
+    EXPECT_FALSE(TerminateProcess(sleeper, 43));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(EndOf(sleeper), 42u);
+    EXPECT_EQ(waitpid(static_cast<pid_t>(id), nullptr, WNOHANG), -1); // nobody is left to reap
+    EXPECT_EQ(platform::OpenHandleCount(), open);
+}
+
+TEST(Processes, a_child_whose_handle_is_closed_is_reaped_too) {
+    DWORD id = 0;
+    CloseHandle(Start("Z:\\bin\\true", "", 0, &id));
+    while (kill(static_cast<pid_t>(id), 0) == 0)
+        Sleep(1);
+}
+
+TEST(Processes, a_process_that_others_started_is_opened_and_ended) {
+    const pid_t child = ForkSleeper();
+    const auto id = static_cast<DWORD>(child);
+    const HANDLE process = OpenProcess(0x1F0FFF, FALSE, id);
+    ASSERT_NE(process, nullptr);
+    EXPECT_EQ(WaitForSingleObject(process, 0), DWORD{WAIT_TIMEOUT});
+    EXPECT_TRUE(TerminateProcess(process, 3));
+    EXPECT_EQ(EndOf(process), 3u);
+    EXPECT_EQ(platform::ProcessStartTime(id), 0u); // dead, though its parent has not reaped it
+    EXPECT_EQ(OpenProcess(PROCESS_ALL_ACCESS, FALSE, id), nullptr);
+    KillAndReap(child);
+}
+
+TEST(Processes, what_is_no_process_opens_nothing_and_ends_nothing) {
+    const pid_t gone = ForkSleeper();
+    KillAndReap(gone);
+    for (const DWORD id : {DWORD{0}, static_cast<DWORD>(gone), DWORD{0xFFFFFFFF}}) {
+        EXPECT_EQ(OpenProcess(PROCESS_ALL_ACCESS, FALSE, id), nullptr);
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    }
+    EXPECT_FALSE(TerminateProcess(nullptr, 0));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+}
+
+TEST(Processes, a_number_that_was_read_for_another_process_opens_nothing) {
+    const pid_t child = ForkSleeper();
+    const auto id = static_cast<DWORD>(child);
+    const auto startTime = platform::ProcessStartTime(id);
+    EXPECT_TRUE(platform::ProcessIsAlive(id, startTime));
+    EXPECT_FALSE(platform::ProcessIsAlive(id, startTime - 1));
+    EXPECT_FALSE(platform::ProcessIsAlive(id, 0));
+    platform::ExpectProcess(id, startTime - 1); // its predecessor under this number
+    EXPECT_EQ(OpenProcess(PROCESS_ALL_ACCESS, FALSE, id), nullptr);
+    platform::ExpectProcess(id, startTime);
+    const HANDLE process = OpenProcess(PROCESS_ALL_ACCESS, FALSE, id);
+    EXPECT_NE(process, nullptr);
+    CloseHandle(process);
+    EXPECT_TRUE(StillRuns(child));
+    KillAndReap(child);
+}
+
+// Makes a child under a number that has just become free; -1 where the host does not let us.
+pid_t ForkSleeperAs(pid_t wanted) {
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        const int last = open("/proc/sys/kernel/ns_last_pid", O_WRONLY | O_CLOEXEC);
+        const std::string number = std::to_string(wanted - 1);
+        const bool set = last >= 0 && write(last, number.data(), number.size()) > 0;
+        close(last);
+        if (!set)
+            return -1;
+        const pid_t child = ForkSleeper();
+        if (child == wanted)
+            return child;
+        KillAndReap(child);
+    }
+    return -1;
+}
+
+TEST(Processes, a_number_given_to_somebody_else_is_never_ended) {
+    const pid_t child = ForkSleeper();
+    const HANDLE process = OpenProcess(PROCESS_ALL_ACCESS, FALSE, static_cast<DWORD>(child));
+    ASSERT_NE(process, nullptr);
+    KillAndReap(child);
+    const pid_t stranger = ForkSleeperAs(child);
+    if (stranger != child) {
+        CloseHandle(process);
+        GTEST_SKIP() << "this host does not let a process number be given out on purpose";
+    }
+    EXPECT_FALSE(TerminateProcess(process, 0));
+    EXPECT_EQ(WaitForSingleObject(process, 0), WAIT_OBJECT_0);
+    EXPECT_TRUE(StillRuns(stranger));
+    EXPECT_EQ(WTERMSIG(KillAndReap(stranger)), SIGKILL);
+    CloseHandle(process);
+}
+
+TEST(Processes, an_exit_flushes_what_was_printed) {
+    EXPECT_EXIT(
+        {
+            std::fputs("last words", stderr);
+            ExitProcess(3);
+        },
+        testing::ExitedWithCode(3), "last words");
+}
+
+TEST(CommandLine, arguments_are_split_as_windows_programs_split_them) {
+    using Words = std::vector<std::string>;
+    const std::pair<const char*, Words> cases[] = {
+        {"", {}},
+        {"  prog  a\tb ", {"prog", "a", "b"}},
+        {"\"C:\\with blank\\p\" \"a b\" c", {"C:\\with blank\\p", "a b", "c"}},
+        {"p \"\" x", {"p", "", "x"}},
+        {"p a\\\\b \"a\\\\b\\\\\" c", {"p", "a\\\\b", "a\\\\b\\", "c"}},
+        {"p \\\"a\\\\\\\"b", {"p", "\"a\\\"b"}},
+        {"p a\"b c\"d", {"p", "ab cd"}},
+        {"p \"open end", {"p", "open end"}},
+    };
+    for (const auto& [line, words] : cases)
+        EXPECT_EQ(platform::SplitCommandLine(line), words) << line;
+}
+
+} // namespace

@@ -1,0 +1,187 @@
+// Resources as the distribution's compiler writes them, and what comes of a file that is cut off.
+
+#include "platform/dialog_template.h"
+#include "platform/drawing.h"
+#include "platform/text.h"
+#include "tests/platform/window_support.h"
+
+using namespace window_support;
+using namespace platform;
+
+namespace {
+
+constexpr char Script[] = R"(#include <windows.h>
+LANGUAGE 12, 1
+STRINGTABLE
+BEGIN
+  11011 "Annuler"
+  11055 "Mettre à niveau"
+  11056 "Œuvre à 5 €"
+  11131 "Série :"
+END
+100 DIALOG 7, 9, 421, 196
+STYLE WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME
+CAPTION "Première"
+FONT 8, "Arial"
+BEGIN
+  DEFPUSHBUTTON "&Suivant", 1, 300, 175, 50, 14
+  LTEXT "Ligne", -1, 171, 10, 200, 8
+  CONTROL "", 1020, "msctls_progress32", WS_BORDER, 10, 40, 200, 12
+  AUTORADIOBUTTON "USB", 1150, 171, 60, 60, 10, WS_TABSTOP
+END
+101 DIALOGEX 7, 9, 421, 196
+STYLE WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME
+CAPTION "Première"
+FONT 8, "Arial", 700, 1, 238
+BEGIN
+  DEFPUSHBUTTON "&Suivant", 1, 300, 175, 50, 14
+  LTEXT "Ligne", -1, 171, 10, 200, 8
+  CONTROL "", 1020, "msctls_progress32", WS_BORDER, 10, 40, 200, 12
+  AUTORADIOBUTTON "USB", 1150, 171, 60, 60, 10, WS_TABSTOP
+END
+127 BITMAP "picture.bmp"
+150 ICON "icon.ico"
+)";
+
+void PutLong(std::string& bytes, unsigned value, int size) {
+    for (int i = 0; i < size; ++i)
+        bytes.push_back(static_cast<char>(value >> (8 * i)));
+}
+
+// 119 by 74 pixels of 256 colours: rows of 120 bytes.
+std::string Bitmap() {
+    std::string bytes = "BM";
+    unsigned pixels = 54 + 1024, size = pixels + 120 * 74;
+    for (unsigned value : {size, 0u, pixels, 40u, 119u, 74u})
+        PutLong(bytes, value, 4);
+    PutLong(bytes, 1, 2);
+    PutLong(bytes, 8, 2);
+    bytes.resize(size);
+    return bytes;
+}
+
+// One picture of 1 by 1 pixel.
+std::string Icon() {
+    std::string image;
+    for (unsigned value : {40u, 1u, 2u})
+        PutLong(image, value, 4);
+    PutLong(image, 1, 2);
+    PutLong(image, 32, 2);
+    image.resize(40 + 8);
+    std::string bytes;
+    for (unsigned value : {0u, 1u, 1u, 0x0101u, 0u, 1u, 32u})
+        PutLong(bytes, value, 2);
+    PutLong(bytes, static_cast<unsigned>(image.size()), 4);
+    PutLong(bytes, 22, 4);
+    return bytes + image;
+}
+
+class Resources : public testing::Test {
+protected:
+    Resources() {
+        std::ofstream(home_.Path() / "picture.bmp", std::ios::binary) << Bitmap();
+        std::ofstream(home_.Path() / "icon.ico", std::ios::binary) << Icon();
+        auto before = std::filesystem::current_path();
+        std::filesystem::current_path(home_.Path());
+        bytes_ = CompileScript(home_.Path(), Script);
+        std::filesystem::current_path(before);
+        UseBytes(bytes_);
+    }
+
+    std::string Load(UINT id, int capacity) {
+        std::string buffer(static_cast<std::size_t>(capacity) + 1, '#');
+        int length = LoadStringA(nullptr, id, buffer.data(), capacity);
+        EXPECT_EQ(buffer[static_cast<std::size_t>(length)], '\0');
+        EXPECT_EQ(buffer.back(), '#') << "written past the capacity";
+        return buffer.substr(0, static_cast<std::size_t>(length));
+    }
+
+    TemporaryHome home_;
+    std::vector<char> bytes_;
+};
+
+} // namespace
+
+TEST_F(Resources, strings_come_in_the_ansi_code_page_and_are_cut_to_the_buffer) {
+    EXPECT_EQ(Load(11011, 100), "Annuler");
+    EXPECT_EQ(Load(11055, 50), "Mettre \xE0 niveau");
+    EXPECT_EQ(Load(11056, 50), "\x8Cuvre \xE0 5 \x80");
+    EXPECT_EQ(Load(11131, 50), "S\xE9rie\xA0:");
+    EXPECT_EQ(Load(11055, 9), "Mettre \xE0");
+    EXPECT_EQ(Load(11055, 1), "");
+    EXPECT_EQ(Load(11012, 50), "") << "an id in the same block that has no text";
+    EXPECT_EQ(Load(40000, 50), "");
+    char untouched = '#';
+    EXPECT_EQ(LoadStringA(nullptr, 11011, &untouched, 0), 0);
+    EXPECT_EQ(untouched, '#');
+}
+
+TEST_F(Resources, both_kinds_of_dialog_template_read_alike) {
+    for (std::uint16_t id : {std::uint16_t{100}, std::uint16_t{101}}) {
+        auto bytes = FindResourceData(DialogResource, id);
+        ASSERT_TRUE(bytes);
+        auto dialog = ReadDialogTemplate(*bytes);
+        ASSERT_TRUE(dialog);
+        EXPECT_EQ(dialog->width, 421);
+        EXPECT_EQ(dialog->height, 196);
+        EXPECT_EQ(dialog->title, "Premi\xE8re");
+        EXPECT_EQ(dialog->pointSize, 8);
+        EXPECT_EQ(dialog->typeface, "Arial");
+        EXPECT_EQ(dialog->weight, id == 100 ? 400 : 700);
+        EXPECT_EQ(dialog->charSet, id == 100 ? 1 : 238);
+        EXPECT_EQ(dialog->style & (WS_POPUP | WS_CAPTION), DWORD{WS_POPUP | WS_CAPTION});
+        ASSERT_EQ(dialog->controls.size(), 4u);
+        EXPECT_EQ(dialog->controls[0].className, "button");
+        EXPECT_EQ(dialog->controls[0].style & BS_TYPEMASK, DWORD{BS_DEFPUSHBUTTON});
+        EXPECT_EQ(dialog->controls[1].id, -1);
+        EXPECT_EQ(dialog->controls[1].text, "Ligne");
+        EXPECT_EQ(CompareAnsiNoCase(dialog->controls[2].className, "msctls_progress32"), 0);
+        EXPECT_EQ(dialog->controls[2].id, 1020);
+        EXPECT_EQ(dialog->controls[3].x, 171);
+        EXPECT_EQ(dialog->controls[3].id, 1150);
+    }
+    EXPECT_EQ(PixelsAcross(171), 256);
+    EXPECT_EQ(PixelsDown(196), 343);
+}
+
+TEST_F(Resources, pictures_have_their_real_sizes_and_stay_while_they_are_selected) {
+    HBITMAP bitmap = LoadBitmapA(nullptr, MAKEINTRESOURCEA(127));
+    BITMAP size = {};
+    ASSERT_EQ(GetObjectA(bitmap, sizeof(size), &size), int{sizeof(size)});
+    EXPECT_EQ(size.bmWidth, 119);
+    EXPECT_EQ(size.bmHeight, 74);
+    HDC screen = CreateDCA("DISPLAY", nullptr, nullptr, nullptr);
+    HDC memory = CreateCompatibleDC(screen);
+    HGDIOBJ before = SelectObject(memory, bitmap);
+    EXPECT_NE(before, nullptr);
+    EXPECT_FALSE(DeleteObject(bitmap));
+    EXPECT_EQ(SelectObject(memory, before), bitmap);
+    EXPECT_TRUE(DeleteObject(bitmap));
+    EXPECT_FALSE(DeleteObject(bitmap));
+    EXPECT_TRUE(DeleteDC(memory));
+    EXPECT_TRUE(DeleteDC(screen));
+    EXPECT_EQ(DrawingObjectCount(), 0);
+    EXPECT_EQ(LoadBitmapA(nullptr, MAKEINTRESOURCEA(128)), nullptr);
+    HINSTANCE program = reinterpret_cast<HINSTANCE>(std::uintptr_t{0x400000});
+    EXPECT_NE(LoadIconA(program, MAKEINTRESOURCEA(150)), nullptr);
+    EXPECT_EQ(LoadIconA(program, MAKEINTRESOURCEA(151)), nullptr);
+}
+
+TEST_F(Resources, a_file_that_is_cut_off_or_damaged_does_no_harm) {
+    auto tryAll = [](const std::vector<char>& bytes) {
+        UseBytes(bytes);
+        char buffer[50];
+        LoadStringA(nullptr, 11131, buffer, sizeof(buffer));
+        if (auto data = FindResourceData(DialogResource, 101))
+            ReadDialogTemplate(*data);
+        if (HBITMAP bitmap = LoadBitmapA(nullptr, MAKEINTRESOURCEA(127)))
+            DeleteObject(bitmap);
+    };
+    for (std::size_t size = 0; size < bytes_.size(); size += size < 2000 ? 1 : 97)
+        tryAll(std::vector<char>(bytes_.begin(), bytes_.begin() + static_cast<long>(size)));
+    for (std::size_t i = 0; i < std::min<std::size_t>(bytes_.size(), 2000); ++i) {
+        std::vector<char> damaged = bytes_;
+        damaged[i] = static_cast<char>(~damaged[i]);
+        tryAll(damaged);
+    }
+}

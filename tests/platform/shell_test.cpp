@@ -1,0 +1,68 @@
+// Starting a program or opening a document, with programs of the test's own in PATH.
+// label: threads
+
+#include "tests/platform/window_support.h"
+
+#include <shellapi.h>
+
+using namespace window_support;
+
+namespace {
+
+class Shell : public testing::Test {
+protected:
+    Shell() {
+        std::filesystem::create_directory(home_.Path() / "French");
+        std::ofstream(home_.Path() / "French" / "Readme.doc") << "text";
+        std::filesystem::remove_all(home_.Path() / "bin");
+        std::filesystem::create_directory(home_.Path() / "bin");
+        std::filesystem::remove(Told());
+        setenv("PATH", ((home_.Path() / "bin").string() + ":/usr/bin:/bin").c_str(), 1);
+    }
+
+    // A program that writes down its folder and arguments, in one step.
+    void Install(const std::string& name) {
+        auto path = home_.Path() / "bin" / name;
+        std::ofstream(path) << "#!/bin/sh\nprintf '%s|%s' \"$PWD\" \"$*\" > " << Told().string()
+                            << ".new\nmv " << Told().string() << ".new " << Told().string() << "\n";
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    }
+    std::filesystem::path Told() const { return home_.Path() / "told"; }
+
+    // Executes, waits for the program's end, and gives what it told.
+    std::string Execute() {
+        std::string folder = "Z:" + (home_.Path() / "French").string();
+        SHELLEXECUTEINFOA info = {};
+        info.cbSize = sizeof(info);
+        info.fMask = SEE_MASK_NOCLOSEPROCESS;
+        info.lpFile = "wordpad.exe";
+        info.lpParameters = "readme.doc";
+        info.lpDirectory = folder.c_str();
+        info.nShow = SW_SHOWMAXIMIZED;
+        if (!ShellExecuteExA(&info))
+            return "failed " + std::to_string(GetLastError());
+        EXPECT_NE(info.hProcess, nullptr);
+        EXPECT_EQ(WaitForSingleObject(info.hProcess, INFINITE), DWORD{WAIT_OBJECT_0});
+        EXPECT_TRUE(CloseHandle(info.hProcess));
+        std::ifstream told(Told());
+        return {std::istreambuf_iterator<char>(told), {}};
+    }
+
+    TemporaryHome home_;
+};
+
+} // namespace
+
+TEST_F(Shell, starts_the_program_that_is_named_where_the_host_has_it) {
+    Install("wordpad.exe");
+    Install("xdg-open");
+    EXPECT_EQ(Execute(), (home_.Path() / "French").string() + "|readme.doc");
+}
+
+TEST_F(Shell, opens_the_document_where_the_host_has_no_such_program) {
+    Install("xdg-open");
+    std::string folder = (home_.Path() / "French").string();
+    EXPECT_EQ(Execute(), folder + "|" + folder + "/Readme.doc") << "by its name on the host";
+    std::filesystem::remove(folder + "/Readme.doc");
+    EXPECT_EQ(Execute(), "failed 2");
+}

@@ -1,0 +1,224 @@
+// The terminal display, led over pipes as a script leads it.
+// label: threads
+
+#include "tests/platform/page_program.h"
+#include "tests/platform/window_support.h"
+
+#include <commctrl.h>
+
+#include <thread>
+
+using namespace window_support;
+
+namespace {
+
+constexpr char Script[] = R"(#include <windows.h>
+158 DIALOGEX 0, 0, 410, 200
+STYLE WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME
+CAPTION " Choix"
+FONT 8, "Arial"
+BEGIN
+  DEFPUSHBUTTON "Suivant", 1, 300, 175, 50, 14, WS_DISABLED
+  PUSHBUTTON "&Annuler", 2, 355, 175, 50, 14
+  AUTORADIOBUTTON "Série", 1151, 171, 60, 60, 10, WS_GROUP
+  AUTORADIOBUTTON "USB", 1150, 171, 45, 60, 10
+  LTEXT "Deuxième ligne", 1154, 171, 20, 200, 20
+  LTEXT "Première ligne", 1152, 171, 10, 200, 8
+  CONTROL "", 1134, "Button", BS_AUTOCHECKBOX | WS_GROUP, 171, 100, 10, 10
+  LTEXT "Lire le fichier", 1133, 185, 100, 100, 8
+END
+102 DIALOGEX 0, 0, 339, 95
+STYLE WS_POPUP | DS_MODALFRAME
+FONT 8, "Arial"
+BEGIN
+  LTEXT "Mise à niveau", 1043, 10, 10, 300, 8
+  CONTROL "", 1020, "msctls_progress32", 0, 10, 50, 250, 12
+  LTEXT "0", 1023, 270, 50, 15, 8
+  LTEXT "%", -1, 287, 50, 10, 8
+END
+165 DIALOGEX 0, 0, 200, 50
+STYLE WS_POPUP | WS_CAPTION
+FONT 8, "Arial"
+BEGIN
+  LTEXT "Erreur", 1, 10, 10, 100, 8
+  PUSHBUTTON "Quitter", 1175, 10, 30, 50, 14
+END
+)";
+
+INT_PTR CALLBACK ChoiceProcedure(HWND page, UINT message, WPARAM first, LPARAM) {
+    int id = LOWORD(first);
+    if (message != WM_COMMAND)
+        return FALSE;
+    if (id == 1150 || id == 1151)
+        EnableWindow(GetDlgItem(page, 1), TRUE);
+    else if (id == 1134)
+        SetDlgItemTextA(page, 1152, "Nouvelle ligne\r\nen deux");
+    else
+        EndDialog(page, id);
+    return TRUE;
+}
+
+INT_PTR CALLBACK QuitProcedure(HWND page, UINT message, WPARAM first, LPARAM) {
+    if (message == WM_COMMAND && LOWORD(first) == 1175)
+        EndDialog(page, 1175);
+    return FALSE;
+}
+
+INT_PTR Show(int id, DLGPROC procedure) {
+    return DialogBoxParamA(nullptr, MAKEINTRESOURCEA(id), nullptr, procedure, 0);
+}
+
+int ShowChoice() { return static_cast<int>(Show(158, ChoiceProcedure)); }
+
+// Moves the bar from another thread, as workers do: 0, 36 and 37 percent, and the figure to 100.
+INT_PTR CALLBACK ProgressProcedure(HWND page, UINT message, WPARAM, LPARAM) {
+    if (message != WM_INITDIALOG)
+        return FALSE;
+    std::thread([page] {
+        SendDlgItemMessageA(page, 1020, PBM_SETRANGE32, 0, 100);
+        for (UINT percent : {0u, 36u, 36u, 37u, 100u}) {
+            SendDlgItemMessageA(page, 1020, PBM_SETPOS, percent, 0);
+            SetDlgItemInt(page, 1023, percent, FALSE);
+        }
+        EndDialog(page, 1);
+    }).detach();
+    return FALSE;
+}
+
+constexpr char ChoicePage[] = "== 158 == Choix\n"
+                              "Première ligne\n"
+                              "Deuxième ligne\n"
+                              "Lire le fichier\n"
+                              "( ) [1150] USB\n"
+                              "( ) [1151] Série\n"
+                              "[ ] [1134] Lire le fichier\n"
+                              "[-] Suivant\n"
+                              "[2] Annuler\n";
+
+class TerminalDisplay : public testing::Test {
+protected:
+    TerminalDisplay() : bytes_(CompileScript(home_.Path(), Script)) { UseBytes(bytes_); }
+
+    TemporaryHome home_;
+    std::vector<char> bytes_;
+};
+
+} // namespace
+
+TEST_F(TerminalDisplay, prints_a_page_and_each_change_and_takes_numbers) {
+    PageProgram program(ShowChoice);
+    EXPECT_EQ(program.Until("[2] Annuler\n"), ChoicePage);
+    program.Send("1\n");
+    EXPECT_EQ(program.Until("\n"), "not available now: 1\n");
+    program.Send("77\n");
+    EXPECT_EQ(program.Until("\n"), "no such number on this page: 77\n");
+    program.Send("x y\n");
+    EXPECT_EQ(program.Until("\n").substr(0, 20), "not understood: x y ");
+    program.Send("\n1151\n");
+    EXPECT_EQ(program.Until("Suivant\n"), "(x) [1151] Série\n[1] Suivant\n")
+        << "Enter on a disabled default button does nothing";
+    program.Send("1150\n");
+    EXPECT_EQ(program.Until("USB\n"), "( ) [1151] Série\n(x) [1150] USB\n");
+    program.Send("1134\n");
+    EXPECT_EQ(program.Until("en deux\n"), "[x] [1134] Lire le fichier\nNouvelle ligne\nen deux\n");
+    program.Send("\n");
+    EXPECT_EQ(program.Rest(), "-- 158 --\n");
+    EXPECT_EQ(program.Finish(), 1);
+}
+
+TEST_F(TerminalDisplay, keeps_lines_typed_ahead_for_the_pages_they_are_meant_for) {
+    PageProgram program([] {
+        int first = ShowChoice();
+        Show(102, ProgressProcedure); // has no controls: takes no line
+        int second = ShowChoice();
+        return first * 10 + second;
+    });
+    program.Send("1151\n1\nesc\n");
+    std::string printed = program.Rest();
+    EXPECT_EQ(program.Finish(), 12);
+    EXPECT_NE(printed.find("-- 158 --\n== 102 ==\nMise à niveau\n0%\n"), std::string::npos)
+        << printed;
+    EXPECT_NE(printed.find("-- 102 --\n== 158 == Choix\n"), std::string::npos);
+}
+
+TEST_F(TerminalDisplay, leaves_a_page_at_the_end_of_input_by_escape_or_else_by_its_first_button) {
+    PageProgram program([] {
+        bool left = ShowChoice() == IDCANCEL && Show(165, QuitProcedure) == 1175;
+        return left ? 0 : 1;
+    });
+    program.Send("1134"); // a last line without an end is a line too
+    program.CloseInput();
+    EXPECT_EQ(program.Until("-- 158 --\n").find("[x] [1134]") == std::string::npos, false);
+    EXPECT_EQ(program.Rest(), "== 165 ==\nErreur\n[1175] Quitter\n-- 165 --\n");
+    EXPECT_EQ(program.Finish(), 0);
+}
+
+TEST_F(TerminalDisplay, prints_the_percentage_once_for_each_change) {
+    PageProgram program([] { return static_cast<int>(Show(102, ProgressProcedure)); });
+    EXPECT_EQ(program.Rest(), "== 102 ==\nMise à niveau\n0%\n36%\n37%\n100%\n-- 102 --\n");
+    PageProgram onTerminal([] { return static_cast<int>(Show(102, ProgressProcedure)); }, true);
+    EXPECT_EQ(onTerminal.Until("-- 102 --"),
+              "== 102 ==\r\nMise à niveau\r\n\r0%  \r36% \r37% \r100%\r\n-- 102 --");
+}
+
+TEST_F(TerminalDisplay, gives_the_line_to_the_newest_of_two_pages_on_two_threads) {
+    PageProgram program([] {
+        INT_PTR older = 0;
+        std::thread owner([&] { older = Show(158, ChoiceProcedure); });
+        while (!FindWindowA("#32770", " Choix") ||
+               !IsWindowVisible(FindWindowA("#32770", " Choix")))
+            std::this_thread::yield();
+        INT_PTR newer = Show(165, QuitProcedure);
+        owner.join();
+        return newer == 1175 && older == IDCANCEL ? 0 : 1;
+    });
+    program.Until("[1175] Quitter\n");
+    program.Send("2\n1175\n2\n");
+    EXPECT_EQ(program.Rest(), "no such number on this page: 2\n-- 165 --\n-- 158 --\n");
+    EXPECT_EQ(program.Finish(), 0);
+}
+
+TEST_F(TerminalDisplay, shows_a_page_that_comes_back_and_takes_no_line_for_one_that_is_hidden) {
+    PageProgram program([] {
+        return static_cast<int>(
+            Show(158, [](HWND page, UINT message, WPARAM first, LPARAM) -> INT_PTR {
+                if (message == WM_COMMAND && LOWORD(first) == 1150) {
+                    ShowWindow(page, SW_HIDE);
+                    Show(165, QuitProcedure);
+                    ShowWindow(page, SW_SHOW);
+                }
+                if (message == WM_COMMAND && LOWORD(first) == 2)
+                    EndDialog(page, 2);
+                return FALSE;
+            }));
+    });
+    program.Send("1150\n1175\n2\n");
+    std::string printed = program.Rest();
+    EXPECT_NE(printed.find("-- 165 --\n== 158 == Choix\n"), std::string::npos) << printed;
+    EXPECT_EQ(printed.substr(printed.size() - 10), "-- 158 --\n");
+    EXPECT_EQ(program.Finish(), 2);
+}
+
+TEST_F(TerminalDisplay, prints_no_control_characters_that_a_text_may_hold) {
+    PageProgram program([] {
+        return static_cast<int>(Show(165, [](HWND page, UINT message, WPARAM, LPARAM) -> INT_PTR {
+            if (message == WM_INITDIALOG)
+                SetDlgItemTextA(page, 1, "a\x1B[2Jb\x81\a c");
+            if (message == WM_COMMAND)
+                EndDialog(page, 0);
+            return FALSE;
+        }));
+    });
+    program.CloseInput();
+    EXPECT_EQ(program.Rest(), "== 165 ==\na[2Jb c\n[1175] Quitter\n-- 165 --\n");
+}
+
+TEST_F(TerminalDisplay, is_the_only_one_that_can_be_named) {
+    PageProgram program([] {
+        dup2(STDOUT_FILENO, STDERR_FILENO);
+        setenv("ROM_WIZARD_DISPLAY", "hologram", 1);
+        return ShowChoice();
+    });
+    EXPECT_EQ(program.Rest(), "ROM_WIZARD_DISPLAY: the display 'hologram' is not built in\n");
+    EXPECT_EQ(program.Finish(), 2);
+}

@@ -1,0 +1,90 @@
+// Top-level windows of all processes: found, walked through, and gone with their process.
+
+#include "tests/platform/window_support.h"
+
+using namespace window_support;
+
+namespace {
+
+std::vector<std::string> TitlesBelow(HWND window) {
+    std::vector<std::string> titles;
+    for (HWND next = GetWindow(window, GW_HWNDNEXT); next; next = GetWindow(next, GW_HWNDNEXT)) {
+        char title[100] = {};
+        GetWindowTextA(next, title, sizeof(title));
+        titles.push_back(title);
+    }
+    return titles;
+}
+
+std::size_t RecordCount(const TemporaryHome& home) {
+    std::size_t count = 0;
+    for (auto& entry : std::filesystem::directory_iterator(home.Path() / "windows"))
+        count += entry.path().filename() != ".last";
+    return count;
+}
+
+using Titles = std::vector<std::string>;
+
+} // namespace
+
+TEST(TopLevelWindows, are_walked_from_the_newest_to_the_oldest_through_all_processes) {
+    TemporaryHome home;
+    OtherProcess other([] {
+        HWND owner = OpenPlainWindow("CONNECTION", "DccMan");
+        OpenPlainWindow("CONNECTION", "WCES Manager Thunk Window", owner);
+    });
+    HWND mine = OpenPlainWindow("SETUP", "SETUP");
+    OtherProcess newer([] { OpenPlainWindow("CONNECTION", "newer"); });
+
+    EXPECT_EQ(TitlesBelow(mine), (Titles{"WCES Manager Thunk Window", "DccMan"}));
+    HWND owned = GetWindow(mine, GW_HWNDNEXT), owner = GetWindow(owned, GW_HWNDNEXT);
+    EXPECT_EQ(GetParent(owned), owner);
+    EXPECT_EQ(GetParent(owner), nullptr);
+    DWORD process = 0;
+    EXPECT_NE(GetWindowThreadProcessId(owner, &process), 0u);
+    EXPECT_EQ(process, static_cast<DWORD>(other.Id()));
+    EXPECT_EQ(GetWindow(owner, GW_HWNDNEXT), nullptr);
+    char title[4];
+    EXPECT_EQ(GetWindowTextA(owner, title, sizeof(title)), 3);
+    EXPECT_STREQ(title, "Dcc");
+
+    EXPECT_EQ(FindWindowA("connection", nullptr), GetWindow(mine, GW_HWNDFIRST)) << "newest first";
+    EXPECT_EQ(FindWindowA(nullptr, "dccman"), owner);
+    EXPECT_EQ(FindWindowA("SETUP", "DccMan"), nullptr);
+    EXPECT_EQ(SendMessageA(owner, WM_CLOSE, 0, 0), 0) << "messages do not reach other processes";
+    EXPECT_TRUE(IsWindow(owner));
+    SetWindowTextA(mine, "\xC9t\xE9");
+    EXPECT_EQ(FindWindowA(nullptr, "\xC9t\xE9"), mine);
+    DestroyWindow(mine);
+}
+
+TEST(TopLevelWindows, of_a_process_that_was_killed_are_windows_no_more) {
+    TemporaryHome home;
+    OtherProcess other([] { OpenPlainWindow("CONNECTION", "DccMan"); });
+    HWND window = FindWindowA(nullptr, "DccMan");
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(RecordCount(home), 1u);
+    other.End();
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_EQ(FindWindowA(nullptr, "DccMan"), nullptr);
+    EXPECT_EQ(RecordCount(home), 0u) << "the record left behind is removed";
+    HWND mine = OpenPlainWindow("SETUP", "SETUP");
+    EXPECT_NE(mine, window) << "the number is not used again at once";
+    EXPECT_EQ(RecordCount(home), 1u);
+    DestroyWindow(mine);
+    EXPECT_EQ(RecordCount(home), 0u);
+}
+
+TEST(TopLevelWindows, work_in_their_process_where_the_folder_cannot_be_written) {
+    TemporaryHome home;
+    auto folder = home.Path() / "windows";
+    std::filesystem::remove_all(folder);
+    std::ofstream(folder) << "no folder";
+    HWND window = OpenPlainWindow("SETUP", "SETUP");
+    ASSERT_NE(window, nullptr);
+    char title[10];
+    EXPECT_EQ(GetWindowTextA(window, title, sizeof(title)), 5);
+    EXPECT_TRUE(DestroyWindow(window));
+    EXPECT_FALSE(IsWindow(window));
+    std::filesystem::remove(folder);
+}

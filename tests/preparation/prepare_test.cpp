@@ -1,0 +1,172 @@
+// What the preparation leaves on a handheld, by version and link, up to the open flash link.
+// label: threads
+
+#include "preparation/prepare.h"
+
+#include "images/header.h"
+#include "link/stall.h"
+#include "tests/device/wizard_place.h"
+#include "wizard/progress_record.h"
+
+#include <csignal>
+
+namespace {
+
+constexpr char Disk[] = "Drivers\\NvnDisk";
+constexpr char Power[] = "ControlPanel\\Power";
+
+class Preparation : public ConnectedPlace {
+protected:
+    void Connect(const char* version, const test_support::CradleOptions& options = {}) {
+        ConnectedPlace::Connect(options);
+        State.Image.ImageVersion = VersionNumber(version);
+        State.Run.UpgradeUnderway = true;
+        State.Windows.MainWindow = OpenMainWindow();
+        SetText(State.Places.ImagePath, "Z:\\image.nbf");
+        SetText(State.Places.SerialPortName, "COM1:");
+        DeleteProgressRecord();
+    }
+
+    void TearDown() override {
+        TearDownTransfer();
+        if (State.Windows.MainWindow)
+            DestroyWindow(State.Windows.MainWindow);
+        State.Windows.MainWindow = nullptr;
+        ConnectedPlace::TearDown();
+    }
+
+    static HWND OpenMainWindow() {
+        WNDCLASSEXA windowClass = {};
+        windowClass.cbSize = sizeof(windowClass);
+        windowClass.lpfnWndProc = DefWindowProcA;
+        windowClass.lpszClassName = "PREPARETEST";
+        RegisterClassExA(&windowClass);
+        return CreateWindowExA(0, "PREPARETEST", "wizard", WS_OVERLAPPEDWINDOW, 0, 0, 0, 0, nullptr,
+                               nullptr, nullptr, nullptr);
+    }
+
+    void ExpectNumber(const char* key, const char* name, std::uint32_t number) {
+        const auto value = Device().RegistryValue(key, name);
+        ASSERT_TRUE(value) << name;
+        EXPECT_EQ(4U, value->type) << name;
+        EXPECT_EQ(4U, value->data.size()) << name;
+        EXPECT_EQ(number, value->Number()) << name;
+    }
+    void ExpectText(const char* key, const char* name, const std::u16string& text) {
+        const auto value = Device().RegistryValue(key, name);
+        ASSERT_TRUE(value) << name;
+        EXPECT_EQ(1U, value->type) << name;
+        EXPECT_EQ(2 * text.size() + 2, value->data.size()) << name;
+        EXPECT_EQ(text, value->Text()) << name;
+    }
+    void ExpectSame(const std::string& name) {
+        EXPECT_EQ(test_support::ReadFileBytes(Folder() / name),
+                  test_support::ReadFileBytes(Device().File("Temp/" + name)));
+    }
+};
+
+TEST_F(Preparation, of_an_early_image_removes_the_disk_and_hands_over_to_the_serial_link) {
+    Connect("1.40");
+    WriteFileBytes(Device().File("Temp/harbel_line.nb"), "old");
+    WriteFileBytes(Device().File("Temp/Harbel_Link.exe"), "old");
+    WriteFileBytes(Device().File("Temp/harbel_bus.nb"), "of the other link");
+    PrepareDevice();
+    ExpectNumber(Power, "Group", 1);
+    ExpectText(Power, "Redirect", u"\\windows\\ctlpnl.exe powerg.cpl");
+    EXPECT_FALSE(Device().HasRegistryKey(Disk));
+    ExpectSame("Harbel_Link.exe");
+    ExpectSame("harbel_line.nb");
+    EXPECT_EQ("of the other link", OnDevice("Temp/harbel_bus.nb"));
+    EXPECT_EQ("flasher", Device().StatusOf("mode"));
+    EXPECT_EQ("", Device().Refused());
+    EXPECT_TRUE(ReadProgressRecord());
+    EXPECT_EQ(128 + SIGKILL, Device().Manager().Wait());
+    EXPECT_TRUE(State.Link.LinkHandle);
+    EXPECT_TRUE(State.Link.ReceiveCameUp);
+}
+
+TEST_F(Preparation, of_a_late_image_sets_up_the_disk_and_hands_over_to_usb) {
+    State.Run.SerialLinkSelected = false;
+    Connect("1.60");
+    PrepareDevice();
+    ExpectNumber(Power, "Group", 1);
+    ExpectText(Power, "Redirect", u"\\windows\\ctlpnl.exe MyCpl,5");
+    ExpectNumber(Disk, "WindowBase", 0xB2000000);
+    ExpectNumber(Disk, "Size", 0x2000000);
+    ExpectText(Disk, "Folder", u"Norvan DISK");
+    ExpectNumber(Disk, "DisableInt", 0);
+    ExpectNumber(Disk, "OnBoard", 0);
+    ExpectText(Disk, "Dll", u"NVNDSK.DLL");
+    ExpectNumber(Disk, "Index", 8);
+    ExpectSame("harbel_bus.nb");
+    EXPECT_FALSE(IsOnDevice("Temp/harbel_line.nb"));
+    EXPECT_EQ("flasher", Device().StatusOf("mode"));
+}
+
+TEST_F(Preparation, thresholds_are_met_exactly) {
+    struct Case {
+        const char* version;
+        bool late;
+        std::uint32_t windowBase;
+    };
+    // The start is refused, so that the road ends before the flash link.
+    for (const Case& it : {Case{"1.41", true, 0xAE000000},
+                           {"1.59", true, 0xAE000000},
+                           {"2.00", true, 0xB2000000},
+                           {"1.39", false, 0},
+                           {"none", false, 0}}) {
+        Connect(it.version, {.run = {"--refuse-program", "Harbel_Link.exe"}});
+        PrepareDevice();
+        EXPECT_EQ(it.late, Device().HasRegistryKey(Disk)) << it.version;
+        if (it.late)
+            ExpectNumber(Disk, "WindowBase", it.windowBase);
+    }
+}
+
+TEST_F(Preparation, menu_setting_becomes_one_zero_byte_of_no_type) {
+    Connect("2.00", {.run = {"--refuse-program", "Harbel_Link.exe"}});
+    PrepareDevice();
+    EXPECT_EQ((test_support::StoredValue{0, {0}}),
+              Device().RegistryValue("ControlPanel\\Menus", "CoolMenu"));
+}
+
+TEST_F(Preparation, menu_setting_that_is_missing_or_too_long_to_read_is_left_alone) {
+    for (const std::size_t size : {0UL, 101UL}) {
+        Connect("2.00", {.run = {"--refuse-program", "Harbel_Link.exe"}});
+        CeRegDeleteKey(CeLocalMachine, u"ControlPanel\\Menus");
+        const std::string data(size, 'x');
+        CeKey key = 0;
+        std::uint32_t disposition = 0;
+        CeRegCreateKeyEx(CeLocalMachine, u"ControlPanel\\Menus", &key, &disposition);
+        if (size > 0)
+            CeRegSetValueEx(key, u"CoolMenu", 3, data.data(), static_cast<std::uint32_t>(size));
+        CeRegCloseKey(key);
+        PrepareDevice();
+        const auto value = Device().RegistryValue("ControlPanel\\Menus", "CoolMenu");
+        EXPECT_EQ(size, value ? value->data.size() : 0);
+    }
+}
+
+TEST_F(Preparation, flasher_that_does_not_start_leaves_no_record_and_no_open_link) {
+    Connect("2.00", {.run = {"--refuse-program", "Harbel_Link.exe"}});
+    PrepareDevice();
+    EXPECT_FALSE(ReadProgressRecord());
+    EXPECT_FALSE(State.Link.LinkHandle);
+    EXPECT_EQ("normal", Device().StatusOf("mode"));
+    EXPECT_TRUE(FindWindowA(nullptr, "DccMan")); // nobody was ended
+}
+
+TEST_F(Preparation, without_a_folder_or_an_upgrade_under_way_changes_nothing) {
+    Connect("1.40");
+    SetText(State.Places.LanguageFolder, "Klingon");
+    PrepareDevice();
+    SetText(State.Places.LanguageFolder, "English");
+    State.Run.UpgradeUnderway = false;
+    PrepareDevice();
+    EXPECT_TRUE(Device().HasRegistryKey(Disk));
+    ExpectNumber(Power, "Group", 2);
+    EXPECT_FALSE(IsOnDevice("Temp/Harbel_Link.exe"));
+    EXPECT_FALSE(ReadProgressRecord());
+}
+
+} // namespace

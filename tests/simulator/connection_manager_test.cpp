@@ -1,0 +1,104 @@
+// The connection manager carries RAPI, holds the port, and leaves nothing behind that blocks.
+
+#include "tests/support/cradle.h"
+#include "tests/support/pc_side.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+
+using namespace test_support;
+using rapi_wire::Operation;
+
+namespace {
+
+class ConnectionManagerTest : public testing::Test {
+protected:
+    // This process stands for another program of the same PC. It finds the home once, so all tests
+    // in it have the same one.
+    static void SetUpTestSuite() {
+        suiteHome_ = std::make_unique<TestHome>();
+        setenv("ROM_WIZARD_HOME", suiteHome_->Home().c_str(), 1);
+    }
+    static void TearDownTestSuite() { suiteHome_.reset(); }
+
+    void SetUp() override { std::filesystem::remove_all(home_.Device()); }
+
+    bool PortIsFree() const {
+        const HANDLE port = CreateFileA("\\\\.\\COM1", GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                        OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+        if (port == INVALID_HANDLE_VALUE)
+            return false;
+        CloseHandle(port);
+        return true;
+    }
+
+    std::string RegistryText() const {
+        std::ifstream file(home_.Home() / "registry.reg");
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    static std::unique_ptr<TestHome> suiteHome_;
+    const TestHome& home_ = *suiteHome_;
+};
+
+std::unique_ptr<TestHome> ConnectionManagerTest::suiteHome_;
+
+TEST_F(ConnectionManagerTest, it_registers_itself_and_is_found_by_its_windows) {
+    Cradle cradle(home_, {.manager = {"--major", "4", "--minor", "2"}});
+    EXPECT_NE(RegistryText().find("\"MajorVersion\"=dword:00000004"), std::string::npos);
+    EXPECT_NE(RegistryText().find("\"MinorVersion\"=dword:00000002"), std::string::npos);
+    EXPECT_NE(RegistryText().find("\"SerialPort\"=\"COM1\""), std::string::npos);
+    EXPECT_NE(RegistryText().find("connection-manager\""), std::string::npos);
+    for (const char* title : {"DccMan", "WCES Manager Thunk Window"}) {
+        const HWND window = FindWindowA(nullptr, title);
+        ASSERT_NE(window, nullptr) << title;
+        DWORD process = 0;
+        GetWindowThreadProcessId(window, &process);
+        EXPECT_EQ(process, static_cast<DWORD>(cradle.Manager().Id())) << title;
+    }
+}
+
+TEST_F(ConnectionManagerTest, several_programs_reach_the_handheld_at_a_time) {
+    Cradle cradle(home_);
+    RapiClient one(home_, "rapi.sock"), two(home_, "rapi.sock");
+    EXPECT_EQ(two.Call(Operation::Hello).result, 1u);
+    const ByteList content(0x40000, 0x5A);
+    EXPECT_EQ(one.Push(u"\\Temp\\large", content), 0u);
+    EXPECT_TRUE(two.Fetch(u"\\Temp\\large") == content);
+}
+
+TEST_F(ConnectionManagerTest, a_handheld_that_does_not_answer_ends_the_connection) {
+    Cradle cradle(home_);
+    RapiClient before(home_, "rapi.sock");
+    EXPECT_EQ(before.Call(Operation::Hello).result, 1u);
+    cradle.Reset(true); // into the bootloader, which knows no RAPI
+    EXPECT_TRUE(before.Ended());
+    RapiClient after(home_, "rapi.sock");
+    EXPECT_TRUE(after.Ended());
+}
+
+TEST_F(ConnectionManagerTest, a_killed_one_frees_the_port_and_a_new_one_takes_over) {
+    Cradle cradle(home_);
+    EXPECT_FALSE(PortIsFree());
+    ChildProcess second({ProgramFolder() + "/connection-manager"},
+                        {.environment = home_.Variables()});
+    EXPECT_EQ(second.Wait(), 1) << "two at a time";
+
+    cradle.Manager().Signal(SIGKILL);
+    EXPECT_EQ(cradle.Manager().Wait(), 128 + SIGKILL);
+    EXPECT_TRUE(PortIsFree());
+    EXPECT_EQ(FindWindowA(nullptr, "DccMan"), nullptr);
+    EXPECT_THROW(RapiClient(home_, "rapi.sock"), std::runtime_error);
+
+    cradle.StartManager();
+    RapiClient again(home_, "rapi.sock");
+    EXPECT_EQ(again.Call(Operation::Hello).result, 1u);
+    EXPECT_FALSE(PortIsFree());
+}
+
+} // namespace

@@ -1,0 +1,82 @@
+// A program started by a test: its lines are read as they come, every wait has an end, and nothing
+// of it is left behind.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace test_support {
+
+using Environment = std::vector<std::pair<std::string, std::string>>;
+
+// The folder in which handheld, connection-manager and rom-wizard stand.
+std::string ProgramFolder();
+
+struct ProcessOptions {
+    std::string folder{};      // working directory; empty: that of the test
+    Environment environment{}; // beside that of the test
+    bool terminal = false;     // a pseudo-terminal instead of pipes
+};
+
+class ChildProcess {
+public:
+    // Standard output and error come in as one. The process is killed with the thread that made
+    // it. Throws where it cannot be started.
+    explicit ChildProcess(const std::vector<std::string>& command,
+                          const ProcessOptions& options = {});
+    ~ChildProcess(); // kills it if it still runs
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    // A line to its standard input. One that reads no more does not matter.
+    void Send(const std::string& line);
+    void CloseInput();
+
+    // Waits for the next line, behind those that were found before, in which the text stands or of
+    // which the test is true. Throws, with all lines so far, after a minute or when the output has
+    // ended without it.
+    std::string ExpectLine(const std::string& text);
+    std::string ExpectLine(const std::function<bool(const std::string&)>& test,
+                           const std::string& description);
+
+    // Waits until nothing can come any more: it has ended, and so has whoever it gave its output
+    // to. Throws after a minute.
+    void ExpectEndOfOutput();
+
+    // All lines so far, with the unfinished last one.
+    std::vector<std::string> Lines();
+    std::string Transcript();
+    // Whether a line so far, anywhere, holds the text.
+    bool Has(const std::string& text);
+
+    void Signal(int signal);
+    // The exit code, or 128 and the number of the signal. Throws after a minute.
+    int Wait();
+    pid_t Id() const { return process_; }
+
+private:
+    void Read();
+
+    pid_t process_ = -1;
+    int input_ = -1;
+    int output_ = -1;
+    bool terminal_ = false;
+    int status_ = -1;                // exit code once it has been waited for
+    std::atomic<bool> stop_ = false; // the reader is to end
+    std::thread reader_;
+    std::mutex mutex_; // of what follows
+    std::condition_variable changed_;
+    std::vector<std::string> lines_;
+    std::string unfinished_;
+    std::size_t found_ = 0; // lines that ExpectLine has passed
+    bool ended_ = false;
+};
+
+} // namespace test_support

@@ -1,0 +1,61 @@
+// A run of the wizard at the terminal display.
+
+#include "tests/support/wizard_run.h"
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace test_support {
+
+namespace {
+
+constexpr char Opening[] = "== ";
+
+std::string OpeningOf(int page) { return Opening + std::to_string(page) + " =="; }
+
+} // namespace
+
+WizardRun::WizardRun(const TestHome& home, const Environment& environment)
+    : process_({ProgramFolder() + "/rom-wizard"},
+               {.folder = home.Tree().string(), .environment = home.Variables(environment)}) {}
+
+void WizardRun::ExpectPage(int page) {
+    const std::string line = process_.ExpectLine(
+        [](const std::string& text) { return text.starts_with(Opening); }, OpeningOf(page));
+    if (!line.starts_with(OpeningOf(page)))
+        throw std::runtime_error("instead of page " + std::to_string(page) + " came " + line +
+                                 " in:\n" + process_.Transcript());
+}
+
+void WizardRun::ExpectEnd(int page) { process_.ExpectLine("-- " + std::to_string(page) + " --"); }
+
+void WizardRun::Answer(int page, const std::string& line) {
+    ExpectPage(page);
+    Send(line);
+}
+
+std::string WizardRun::PageText(int page) {
+    std::string text;
+    for (const std::string& line : process_.Lines()) {
+        if (line.starts_with(OpeningOf(page)))
+            text.clear();
+        text += line + "\n";
+    }
+    return text;
+}
+
+std::vector<int> WizardRun::Pages() {
+    std::vector<int> pages;
+    for (const std::string& line : process_.Lines()) {
+        if (line.starts_with(Opening) && std::atoi(line.c_str() + 3) != 0)
+            pages.push_back(std::atoi(line.c_str() + 3));
+    }
+    return pages;
+}
+
+int WizardRun::Finish() {
+    process_.CloseInput();
+    return process_.Wait();
+}
+
+} // namespace test_support
