@@ -12,29 +12,9 @@
 #include "pages/waiting_pages.h"
 #include "wizard/state.h"
 
-#include <memory>
-#include <new>
 #include <optional>
 
 namespace {
-
-constexpr DWORD BlockSize = 0x40000; // bytes; the only part of the file that is in memory
-
-// Nothing when the file cannot be read to its end: it must not pass by what came before.
-std::optional<std::uint16_t> SumImage(HANDLE file) {
-    const std::unique_ptr<std::uint8_t[]> block(new (std::nothrow) std::uint8_t[BlockSize]);
-    DWORD count = 0;
-    if (!block || !ReadFile(file, block.get(), ImageHeaderSize, &count, nullptr) ||
-        count != ImageHeaderSize)
-        return std::nullopt;
-    std::uint16_t sum = ByteSum({block.get(), SummedHeaderSize});
-    do {
-        if (!ReadFile(file, block.get(), BlockSize, &count, nullptr))
-            return std::nullopt;
-        sum = static_cast<std::uint16_t>(sum + ByteSum({block.get(), count}));
-    } while (count != 0);
-    return sum;
-}
 
 void EndBusyPage() { EndDialog(State.Windows.BusyPage, 1); }
 

@@ -1,5 +1,16 @@
 // The display for a console, an ssh session, a script: pages as lines on standard output, a line of
-// standard input for each thing that the user does. README.md of this folder tells its language.
+// standard input for each thing that the user does.
+//
+//   == 158 == Choice       a page opens: number and title
+//   What connects it?      its texts from top to bottom
+//   (x) [1151] Serial      a radio button or check box with its state, and the number to type
+//   [-] Next               not available now
+//   37%                    progress, when it changes; in place on a terminal
+//   -- 158 --              the page has ended
+//   == open ==             a file is wanted (or == save ==): a path; an empty line cancels
+//
+// A line of input is a control's number, an empty line for Enter, or `esc`. At the end of input a
+// page is left by Escape or, where that does nothing, by its first button.
 #pragma once
 
 namespace platform {

@@ -91,21 +91,15 @@ std::optional<tm> ChangeInYear(int year, bool toGreater) {
     return found;
 }
 
+// 5 where the rule says "the last" in all the years looked at; else the place in this year's month,
+// where a fifth one is the last anyway.
 int RuleWeek(int year, bool toGreater, const tm& date) {
-    bool always = true;
-    bool alwaysLast = true;
-    bool alwaysSameWeek = true;
     for (int next = year; next < year + YearsLookedAt; ++next) {
         const auto other = ChangeInYear(next, toGreater);
-        always = always && other && SameRuleButWeek(*other, date);
-        alwaysLast = alwaysLast && other && IsInLastWeek(*other);
-        alwaysSameWeek = alwaysSameWeek && other && WeekOf(*other) == WeekOf(date);
+        if (!other || !SameRuleButWeek(*other, date) || !IsInLastWeek(*other))
+            return WeekOf(date);
     }
-    if (always && alwaysSameWeek)
-        return WeekOf(date);
-    if (always && alwaysLast)
-        return LastWeek;
-    return WeekOf(date); // a fifth one is always the last
+    return LastWeek;
 }
 
 SYSTEMTIME RuleDate(int year, bool toGreater, const tm& date) {

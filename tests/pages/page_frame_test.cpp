@@ -1,5 +1,6 @@
 // What the frame promises to all pages beyond their rows: the end of the run, the middle of the
 // screen, pages that do not block, the bar.
+// label: threads
 
 #include "pages/frame.h"
 

@@ -31,14 +31,17 @@ protected:
         std::strcpy(State.Places.ImagePath, platform::WindowsPath(path).c_str());
     }
 
-    // A program on the PATH that writes down from where and with what it was started.
-    std::filesystem::path AddProgram(const char* name) {
-        const std::filesystem::path program = folder_ / name, record = folder_ / "started";
+    // A program on the PATH that writes down from where and with what it was started. Gives the
+    // file of that record.
+    std::filesystem::path AddProgram(const std::string& name) {
+        const std::filesystem::path program = folder_ / name;
+        const std::filesystem::path record = program.string() + ".started";
+        std::filesystem::create_directories(program.parent_path());
         std::ofstream(program) << "#!/bin/sh\n(pwd; echo \"$@\") > " << record.string()
                                << ".part\nmv " << record.string() << ".part " << record.string()
                                << "\n";
         chmod(program.c_str(), 0755);
-        setenv("PATH", (folder_.string() + ":/usr/bin:/bin").c_str(), 1);
+        setenv("PATH", (program.parent_path().string() + ":/usr/bin:/bin").c_str(), 1);
         return record;
     }
 
@@ -106,28 +109,34 @@ TEST_F(TransferPages, the_page_after_a_good_transfer_ends_what_is_left_of_it) {
     EXPECT_TRUE(State.Link.StopReceive);
 }
 
-TEST_F(TransferPages, only_next_hands_the_pc_back_to_activesync) {
-    const std::filesystem::path record = AddProgram("wcescomm");
+// Makes the program of that name ActiveSync's.
+void Register(const std::filesystem::path& program) {
     HKEY key = nullptr;
     ASSERT_EQ(ERROR_SUCCESS,
               RegCreateKeyExA(HKEY_LOCAL_MACHINE,
                               "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\"
                               "WCESCOMM.EXE",
                               0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
-    const std::string path = platform::WindowsPath((folder_ / "wcescomm").string());
+    const std::string path = platform::WindowsPath(program.string());
     RegSetValueExA(key, "", 0, REG_SZ, reinterpret_cast<const BYTE*>(path.c_str()),
                    static_cast<DWORD>(path.size() + 1));
     RegCloseKey(key);
+}
+
+TEST_F(TransferPages, only_next_hands_the_pc_back_to_activesync) {
+    const std::filesystem::path early = AddProgram("early"), late = AddProgram("late");
+    Register(folder_ / "early");
     user_.steps.push_back({167, "esc"});
     EXPECT_EQ(1, ShowPage(UpgradeDonePage));
-    EXPECT_FALSE(std::filesystem::exists(record));
+    Register(folder_ / "late");
     user_.steps.push_back({167, "1181"});
     EXPECT_EQ(0, ShowPage(UpgradeDonePage));
-    EXPECT_NE("", WaitForText(record));
+    EXPECT_NE("", WaitForText(late));
+    EXPECT_FALSE(std::filesystem::exists(early));
 }
 
 TEST_F(TransferPages, the_readme_is_opened_in_the_folder_of_the_images_language) {
-    const std::filesystem::path record = AddProgram("wordpad.exe");
+    const std::filesystem::path early = AddProgram("early/wordpad.exe");
     std::filesystem::create_directory(folder_ / "Japanese");
     std::strcpy(State.Places.AppDirectory, platform::WindowsPath(folder_.string()).c_str());
     const Step clear = {160, "1134"}, finish = {160, "1"}, leave = {160, "esc"};
@@ -135,10 +144,11 @@ TEST_F(TransferPages, the_readme_is_opened_in_the_folder_of_the_images_language)
     EXPECT_EQ(1, ShowFinishPage());
     user_.steps = {clear, finish};
     EXPECT_EQ(0, ShowFinishPage());
-    EXPECT_FALSE(std::filesystem::exists(record));
+    const std::filesystem::path late = AddProgram("late/wordpad.exe");
     user_.steps = {finish};
     EXPECT_EQ(0, ShowFinishPage());
-    EXPECT_EQ((folder_ / "Japanese").string() + "\nreadme.doc\n", WaitForText(record));
+    EXPECT_EQ((folder_ / "Japanese").string() + "\nreadme.doc\n", WaitForText(late));
+    EXPECT_FALSE(std::filesystem::exists(early));
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // A pseudo-terminal linked as COM1 in a home folder of its own, and overlapped calls on it.
 #pragma once
 
+#include "tests/platform/own_home.h"
+
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -57,21 +59,15 @@ inline bool Pends(BOOL result) { return !result && GetLastError() == ERROR_IO_PE
 
 class PortTest : public testing::Test {
 protected:
-    // The layer reads its home folder once, so all tests of a process share it.
-    static void SetUpTestSuite() {
-        char folder[] = "/tmp/port-XXXXXX";
-        ASSERT_TRUE(mkdtemp(folder));
-        home = folder;
-        setenv("ROM_WIZARD_HOME", folder, 1);
-        std::filesystem::create_directory(home / "ports");
+    PortTest() {
+        std::filesystem::create_directories(home / "ports");
+        PlugIn();
     }
-    static void TearDownTestSuite() { std::filesystem::remove_all(home); }
-
-    PortTest() { PlugIn(); }
     ~PortTest() override {
         if (port != INVALID_HANDLE_VALUE)
             CloseHandle(port);
         Unplug();
+        std::filesystem::remove_all(home / "ports");
     }
 
     // The device's end.
@@ -142,7 +138,7 @@ protected:
         return got;
     }
 
-    static inline std::filesystem::path home;
+    const std::filesystem::path home = ownHome.Home();
     int device = -1;
     HANDLE port = INVALID_HANDLE_VALUE;
 };

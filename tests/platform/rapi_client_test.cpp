@@ -5,6 +5,7 @@
 
 #include "platform/descriptor.h"
 #include "platform/handles.h"
+#include "tests/platform/own_home.h"
 
 #include <rapi_wire.h>
 
@@ -136,19 +137,13 @@ private:
 
 class RapiTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        char folder[] = "/tmp/rapi-XXXXXX";
-        ASSERT_TRUE(mkdtemp(folder));
-        home = folder;
-        setenv("ROM_WIZARD_HOME", folder, 1);
-    }
-    static void TearDownTestSuite() { std::filesystem::remove_all(home); }
+    RapiTest() { std::filesystem::create_directories(ownHome.Home()); }
     ~RapiTest() override {
         CeRapiUninit();
         std::filesystem::remove(Socket());
     }
 
-    static std::filesystem::path Socket() { return home / "rapi.sock"; }
+    static std::filesystem::path Socket() { return ownHome.Home() / "rapi.sock"; }
     static bool IsSignalled(const RapiInitRecord& init) {
         return WaitForSingleObject(RapiEvent(init), 0) == WAIT_OBJECT_0;
     }
@@ -156,7 +151,6 @@ protected:
         return WaitForSingleObject(RapiEvent(init), Limit) == WAIT_OBJECT_0;
     }
 
-    static inline std::filesystem::path home;
     RapiInitRecord init = {sizeof(init), 0, 0};
 };
 

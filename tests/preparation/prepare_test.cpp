@@ -118,8 +118,10 @@ TEST_F(Preparation, thresholds_are_met_exactly) {
         Connect(it.version, {.run = {"--refuse-program", "Harbel_Link.exe"}});
         PrepareDevice();
         EXPECT_EQ(it.late, Device().HasRegistryKey(Disk)) << it.version;
-        if (it.late)
-            ExpectNumber(Disk, "WindowBase", it.windowBase);
+        if (!it.late)
+            continue;
+        ExpectNumber(Disk, "WindowBase", it.windowBase);
+        ExpectNumber(Disk, "Size", 0x2000000);
     }
 }
 
