@@ -21,29 +21,29 @@ constexpr std::uint32_t MaximumFrame = 0x100000;
 
 // Arguments -> outputs beside error and result. Handles are numbers of the device.
 enum class Operation : std::uint32_t {
-    Hello = 1,          // -> nothing; result 1. Answered only while the handheld runs normally.
-    CreateProcess,      // program text, command line text -> nothing; result 1 started, else 0
-    CreateFile,         // path text, access, share, disposition, attributes -> result: handle or -1
-    ReadFile,           // handle, count -> data; result 1 or 0
-    WriteFile,          // handle, data -> count written; result 1 or 0
-    GetFileSize,        // handle -> result: size or -1
-    CloseHandle,        // handle -> result 1 or 0
-    DeleteFile,         // path -> result 1 or 0
-    MoveFile,           // old path, new path -> result 1 or 0
-    CopyFile,           // from, to, fail if it exists (0 or 1) -> result 1 or 0
-    CreateDirectory,    // path -> result 1 or 0
-    RemoveDirectory,    // path -> result 1 or 0
-    FindFirstFile,      // pattern -> attributes, name text; result: handle or -1
-    FindNextFile,       // handle -> attributes, name text; result 1 or 0
-    FindClose,          // handle -> result 1 or 0
-    RegOpenKey,         // root, key text, access -> key handle; result: error code, 0 success
-    RegCreateKey,       // root, key text -> key handle, disposition; result: error code
-    RegQueryValue,      // key handle, name text, room in bytes -> type, data; result: error code
-    RegSetValue,        // key handle, name text, type, data -> result: error code
-    RegCloseKey,        // key handle -> result: error code
-    RegDeleteKey,       // root, key text: with its values -> result: error code
+    Hello = 1,       // -> nothing; result 1. Answered only while the handheld runs normally.
+    CreateProcess,   // program text, command line text -> nothing; result 1 started, else 0
+    CreateFile,      // path text, access, share, disposition, attributes -> result: handle or -1
+    ReadFile,        // handle, count -> data; result 1 or 0
+    WriteFile,       // handle, data -> count written; result 1 or 0
+    GetFileSize,     // handle -> result: size or -1
+    CloseHandle,     // handle -> result 1 or 0
+    DeleteFile,      // path -> result 1 or 0
+    MoveFile,        // old path, new path -> result 1 or 0
+    CopyFile,        // from, to, fail if it exists (0 or 1) -> result 1 or 0
+    CreateDirectory, // path -> result 1 or 0
+    RemoveDirectory, // path -> result 1 or 0
+    FindFirstFile,   // pattern -> attributes, name text; result: handle or -1
+    FindNextFile,    // handle -> attributes, name text; result 1 or 0
+    FindClose,       // handle -> result 1 or 0
+    RegOpenKey,      // root, key text, access -> key handle; result: error code, 0 success
+    RegCreateKey,    // root, key text -> key handle, disposition; result: error code
+    RegQueryValue,   // key handle, name text, room in bytes -> type, data; result: error code
+    RegSetValue,     // key handle, name text, type, data -> result: error code
+    RegCloseKey,     // key handle -> result: error code
+    RegDeleteKey,    // root, key text: with its values -> result: error code
     GetSystemPowerStatus, // -> data: the SYSTEM_POWER_STATUS_EX bytes; result 1 or 0
-    Invoke,             // DLL text, function text, data -> nothing; result: HRESULT
+    Invoke,               // DLL text, function text, data -> nothing; result: HRESULT
 };
 
 class Writer {

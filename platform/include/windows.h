@@ -8,10 +8,10 @@
 #else
 #include <windef.h>
 
+#include <commapi.h>
 #include <winbase.h>
+#include <wingdi.h>
 #include <winnls.h>
 #include <winreg.h>
-#include <commapi.h>
-#include <wingdi.h>
 #include <winuser.h>
 #endif

@@ -137,7 +137,11 @@ private:
 
 class RapiTest : public testing::Test {
 protected:
-    RapiTest() { std::filesystem::create_directories(ownHome.Home()); }
+    // Slow, so that a call that waits for its deadline shows: it has no end within this test.
+    RapiTest() {
+        setenv("ROM_WIZARD_CLOCK", "0.01", 1);
+        std::filesystem::create_directories(ownHome.Home());
+    }
     ~RapiTest() override {
         CeRapiUninit();
         std::filesystem::remove(Socket());
@@ -217,17 +221,19 @@ TEST_F(RapiTest, an_init_looks_anew_for_a_handheld_that_has_gone_while_nobody_as
 }
 
 TEST_F(RapiTest, an_answer_that_makes_no_sense_ends_the_connection) {
+    Bytes tooLong = Answer(0, 1).Data("1234", 4).Frame(); // good but for its length
+    tooLong.resize(4 + rapi_wire::MaximumFrame + 1);
+    const Bytes length = Writer().Number(rapi_wire::MaximumFrame + 1).Frame();
+    std::copy(length.begin() + 4, length.end(), tooLong.begin());
     const std::array<Bytes, 5> answers = {
-        Writer().Number(rapi_wire::MaximumFrame + 1).Frame(), // see below
-        Answer(0, 1).Frame(),                                 // no outputs
-        Answer(0, 1).Number(1000).Frame(),                    // data that is not there
-        Answer(0, 1).Data("12345", 5).Frame(),                // more than was asked for
-        Writer().Number(0).Frame(),                           // no result
+        tooLong,
+        Answer(0, 1).Frame(),                  // no outputs
+        Answer(0, 1).Number(1000).Frame(),     // data that is not there
+        Answer(0, 1).Data("12345", 5).Frame(), // more than was asked for
+        Writer().Number(0).Frame(),            // no result
     };
     for (std::size_t i = 0; i < answers.size(); ++i) {
-        Bytes bytes = answers[i];
-        if (i == 0)
-            bytes.erase(bytes.begin(), bytes.begin() + 4); // a length that is too large
+        const Bytes& bytes = answers[i];
         const Cradle cradle(Socket(), [&](Operation, Reader&) { return bytes; });
         ASSERT_EQ(0, CeRapiInitEx(&init));
         char data[4] = {};
