@@ -134,7 +134,7 @@ int main(int count, char** words) {
     if (smoke) {
         PrintTransfer(Upgrade(0xA0020 + 2 * 0x20000, {}, "20"));
     } else {
-        PrintTransfer(Upgrade(0x80020 + 20 * 0x20000, {"--baud", "115200"}, "1"));
+        PrintTransfer(Upgrade(0x80020 + 6 * 0x20000, {"--baud", "115200"}, "1"));
     }
     const long small = Upgrade(0x1000020, {}, "40").after.peakKilobytes;
     const long large = smoke ? small : Upgrade(0x2000020, {}, "40").after.peakKilobytes;
