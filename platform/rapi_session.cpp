@@ -8,6 +8,7 @@
 
 #include "platform/home.h"
 
+#include <thread>
 #include <winbase.h>
 
 #include <algorithm>
@@ -56,7 +57,7 @@ HANDLE RapiSession::Open() {
         StopConnecting();
         ResetEvent(event_);
     }
-    if (!connecting_.joinable())
+    if (!started_)
         StartConnecting();
     return event_;
 }
@@ -91,17 +92,22 @@ std::optional<std::uint32_t> RapiSession::Ask(const rapi_wire::Writer& request, 
 }
 
 void RapiSession::StartConnecting() {
-    attemptOver_ = false;
-    connecting_ = std::thread([this, path = HomePath("rapi.sock")] { KeepConnecting(path); });
     std::unique_lock lock(attemptLock_);
+    attemptOver_ = false;
+    // On its own, so that a program may end without having closed its session.
+    std::thread([this, path = HomePath("rapi.sock")] { KeepConnecting(path); }).detach();
+    connecting_ = started_ = true;
     attempted_.wait_for(lock, FirstAttemptLimit, [this] { return attemptOver_; });
 }
 
 // Takes the connection down too.
 void RapiSession::StopConnecting() {
     interrupt_.Raise();
-    if (connecting_.joinable())
-        connecting_.join();
+    {
+        std::unique_lock lock(attemptLock_);
+        attempted_.wait(lock, [this] { return !connecting_; }); // the interrupt ends every attempt
+        started_ = false;
+    }
     const std::lock_guard guard(socketLock_);
     socket_.reset();
     lost_ = false;
@@ -114,6 +120,9 @@ void RapiSession::KeepConnecting(const std::string& path) {
         connected = Connect(path);
         TellAttempt();
     } while (!connected && !interrupt_.WaitFor(RetryInterval));
+    const std::lock_guard guard(attemptLock_);
+    connecting_ = false;
+    attempted_.notify_all();
 }
 
 bool RapiSession::Connect(const std::string& path) {

@@ -12,7 +12,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 
 namespace platform {
 
@@ -50,10 +49,11 @@ private:
     Interrupt interrupt_;
     std::mutex lifeLock_; // one Open or Close at a time
     HANDLE event_ = nullptr;
-    std::thread connecting_;
+    bool started_ = false; // since the last StopConnecting
 
     std::mutex attemptLock_;
     std::condition_variable attempted_;
+    bool connecting_ = false;  // the thread that connects is there
     bool attemptOver_ = false; // the first one since StartConnecting
 
     std::mutex socketLock_; // held for a whole request

@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,8 @@ pid_t ForkSleeper() {
     if (child == 0)
         for (;;)
             pause();
+    if (child < 0) // as a number for kill it would mean every process
+        throw std::runtime_error("cannot fork");
     return child;
 }
 

@@ -10,6 +10,7 @@
 
 #include <csignal>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include <sys/ptrace.h>
@@ -154,7 +155,8 @@ Outcome WriteKilledAtStop(int number, LSTATUS (*write)()) {
         _exit(write() == ERROR_SUCCESS ? 0 : 1);
     }
     int status = 0;
-    waitpid(writer, &status, 0);
+    if (waitpid(writer, &status, 0) != writer)
+        throw std::runtime_error("cannot fork");
     for (int stop = 0; WIFSTOPPED(status); ++stop) {
         if (stop == number) {
             kill(writer, SIGKILL);
