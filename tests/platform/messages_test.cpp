@@ -144,6 +144,7 @@ TEST_F(Messages, a_restarted_timer_starts_anew_and_a_killed_one_never_comes) {
     EXPECT_TRUE(KillTimer(window, Killed));
     EXPECT_FALSE(KillTimer(window, Killed));
     MSG message;
+    auto start = std::chrono::steady_clock::now();
     for (int ticks = 0; ticks < 20;) {
         ASSERT_EQ(GetMessageA(&message, nullptr, 0, 0), TRUE);
         if (message.message != WM_TIMER)
@@ -152,6 +153,8 @@ TEST_F(Messages, a_restarted_timer_starts_anew_and_a_killed_one_never_comes) {
         SetTimer(window, Restarted, 200, nullptr);
         ++ticks;
     }
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(19 * 20))
+        << "each tick has its whole period";
     KillTimer(window, Ticking);
     do
         ASSERT_EQ(GetMessageA(&message, nullptr, 0, 0), TRUE);
@@ -162,6 +165,7 @@ TEST_F(Messages, a_restarted_timer_starts_anew_and_a_killed_one_never_comes) {
 
 TEST_F(Messages, a_timer_set_by_another_thread_arrives_on_the_windows_thread) {
     static std::promise<DWORD> fired;
+    fired = {};
     WindowThread other;
     SetTimer(other.window, 5, 10, [](HWND window, UINT, UINT_PTR id, DWORD) {
         KillTimer(window, id);

@@ -199,6 +199,34 @@ TEST_F(TerminalDisplay, shows_a_page_that_comes_back_and_takes_no_line_for_one_t
     EXPECT_EQ(program.Finish(), 2);
 }
 
+TEST_F(TerminalDisplay, takes_a_page_that_came_back_for_newer_than_one_opened_after_it) {
+    PageProgram program([] {
+        static HWND back;
+        return static_cast<int>(
+            Show(158, [](HWND page, UINT message, WPARAM first, LPARAM) -> INT_PTR {
+                back = page;
+                if (message == WM_COMMAND && LOWORD(first) == 1150)
+                    Show(165, [](HWND inner, UINT inside, WPARAM a, LPARAM b) -> INT_PTR {
+                        if (inside == WM_COMMAND && LOWORD(a) == IDCANCEL) {
+                            ShowWindow(back, SW_HIDE);
+                            ShowWindow(back, SW_SHOW);
+                        }
+                        return QuitProcedure(inner, inside, a, b);
+                    });
+                if (message == WM_COMMAND && LOWORD(first) == 2)
+                    EndDialog(page, 2);
+                return FALSE;
+            }));
+    });
+    program.Send("1150\nesc\n2\n1175\n");
+    program.Until("== 165 ==");
+    program.Until("== 158 ==");
+    program.CloseInput();
+    std::string printed = program.Rest();
+    EXPECT_EQ(printed.substr(printed.find("-- ")), "-- 158 --\n-- 165 --\n");
+    EXPECT_EQ(program.Finish(), 2);
+}
+
 TEST_F(TerminalDisplay, prints_no_control_characters_that_a_text_may_hold) {
     PageProgram program([] {
         return static_cast<int>(Show(165, [](HWND page, UINT message, WPARAM, LPARAM) -> INT_PTR {
