@@ -11,6 +11,7 @@
 #include "link/receive_buffer.h"
 #include "link/stall.h"
 #include "link/transfer_buffers.h"
+#include "link/upgrade_transfer.h"
 #include "pages/frame.h"
 #include "pages/progress_bar.h"
 #include "wizard/progress_record.h"
@@ -25,7 +26,6 @@ constexpr DWORD BootloaderStartMilliseconds = 1000;
 constexpr std::uint32_t BlockSize = 0x40000;
 constexpr std::uint32_t HeaderSize = 32;
 constexpr std::uint32_t ImageRecordLength = 0xF40000; // fixed; it does not follow the file's size
-constexpr std::uint32_t SmallestImage = 0x80020;
 
 enum class Said { Nothing, ImageRecord, Block, Prompt };
 
@@ -115,7 +115,7 @@ void BootloaderTransfer() {
         return;
     StartReceiveLoop(BootloaderReceiveLoop, false);
     const SenderHold hold;
-    const std::uint32_t fileSize = OpenTransferImage(SmallestImage);
+    const std::uint32_t fileSize = OpenTransferImage(SmallestImageFile);
     if (fileSize == 0 || !LoadPastFirstBlock()) {
         ReportUnreadableImage();
         return;
@@ -124,8 +124,6 @@ void BootloaderTransfer() {
     ResetProgress(State.Image.ImageSizeKB << 10);
     WriteLink("l\r", 2);
     StartStallTimer(PieceTimer);
-    TransferVerdict open = TransferVerdict::Open;
-    if (HoldDialogue(fileSize) &&
-        State.Link.Verdict.compare_exchange_strong(open, TransferVerdict::Sent))
+    if (HoldDialogue(fileSize) && TakeSuccess())
         EndProgressPage();
 }

@@ -60,12 +60,15 @@ DWORD ReadLink(void* data, DWORD room, OVERLAPPED* overlapped) {
 
 bool RequestOfDriver(DWORD code, const DWORD* input, DWORD* output, OVERLAPPED* overlapped) {
     DWORD count = 0;
+    HANDLE device = nullptr;
     const Started started = StartOnLink([&](HANDLE port) {
+        device = port;
         return DeviceIoControl(port, code, const_cast<DWORD*>(input), input ? sizeof(*input) : 0,
                                output, output ? sizeof(*output) : 0, &count, overlapped);
     });
     if (started != Started::Pending)
         return started == Started::Done;
-    WaitForSingleObject(overlapped->hEvent, INFINITE);
-    return overlapped->Internal == 0;
+    // No limit: it ends with a byte, with the device or with the closing of the port. The record's
+    // event is what is waited for, so the handle may have been closed by then.
+    return GetOverlappedResult(device, overlapped, &count, TRUE) != FALSE;
 }

@@ -9,6 +9,8 @@
 #include "link/port.h"
 #include "link/receive.h"
 #include "link/transfer_buffers.h"
+#include "link/upgrade_transfer.h"
+#include "wizard/progress_record.h"
 #include "wizard/state.h"
 
 #include <mutex>
@@ -18,20 +20,29 @@ namespace {
 constexpr DWORD PieceMilliseconds = 30000;
 constexpr DWORD AnswerMilliseconds = 20000;
 constexpr DWORD LongestLeaveMilliseconds = 10000; // a loop holds off for a second at most
+constexpr DWORD PollMilliseconds = 10;
 
 void PostToProgressPage(UINT_PTR timer, DWORD milliseconds) {
     PostMessageA(State.Windows.ProgressPage, StallTimerMessage, timer,
                  static_cast<LPARAM>(milliseconds));
 }
 
-// False when the loop is still there after the limit: blocked in a driver that never answers.
-bool WaitForLoopToLeave() {
-    for (DWORD waited = 0; waited < LongestLeaveMilliseconds; waited += 10) {
-        if (!State.Link.ReceiveRunning)
-            return true;
-        Sleep(10);
-    }
-    return !State.Link.ReceiveRunning;
+// False when it is still there after the limit: blocked in a driver that never answers.
+bool WaitToLeave(const std::atomic<bool>& running) {
+    for (DWORD waited = 0; running && waited < LongestLeaveMilliseconds; waited += PollMilliseconds)
+        Sleep(PollMilliseconds);
+    return !running;
+}
+
+bool WaitForLoopToLeave() { return WaitToLeave(State.Link.ReceiveRunning); }
+
+// Decides how the transfer has ended, unless that is decided.
+bool Decide(TransferVerdict verdict) {
+    const std::lock_guard lock(State.Link.LinkLock);
+    if (State.Link.Verdict != TransferVerdict::Open)
+        return false;
+    State.Link.Verdict = verdict;
+    return true;
 }
 
 void WakeLoop() {
@@ -62,17 +73,29 @@ void SetStallTimer(HWND page, UINT_PTR timer, DWORD milliseconds) {
         SetTimer(page, timer, milliseconds, nullptr);
 }
 
+// Under the lock, with the note: a stall is decided before both or after both.
+bool RecordBytesRemaining(std::uint32_t remaining) {
+    const std::lock_guard lock(State.Link.LinkLock);
+    if (State.Link.Verdict != TransferVerdict::Open)
+        return false;
+    State.Run.BytesRemaining = remaining;
+    if (remaining <= HeldBackSize)
+        NoteHeldBackBlock();
+    return true;
+}
+
+bool TakeSuccess() { return Decide(TransferVerdict::Sent); }
+
 void EndStalledTransfer(HWND page, UINT_PTR timer) {
     KillTimer(page, timer);
-    TransferVerdict open = TransferVerdict::Open;
-    if (!State.Link.Verdict.compare_exchange_strong(open, TransferVerdict::Stalled))
+    if (!Decide(TransferVerdict::Stalled))
         return;
     AbandonTransfer();
     State.Link.StopReceive = true;
     EndDialog(page, 2);
 }
 
-void ReleaseSerialLink() {
+void ReleaseLink() {
     State.Link.StopReceive = true;
     CloseLinkPort();
     // A loop that never leaves keeps its handles; the end of the process takes them.
@@ -90,4 +113,10 @@ void TearDownTransfer() {
     if (!WaitForLoopToLeave())
         TerminateLoop();
     CloseReceiveHandles();
+}
+
+void LeaveTransfer() {
+    AbandonTransfer();
+    ReleaseLink();
+    WaitToLeave(State.Link.SenderRuns);
 }

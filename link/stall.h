@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <cstdint>
+
 constexpr UINT_PTR PieceTimer = 1;  // 30000 ms for the next token
 constexpr UINT_PTR AnswerTimer = 2; // 20000 ms for the answer to the start byte
 
@@ -17,12 +19,25 @@ void KillStallTimer(UINT_PTR timer);
 // The page's side, for StallTimerMessage and WM_TIMER. Main thread.
 void SetStallTimer(HWND page, UINT_PTR timer, DWORD milliseconds);
 
+// A piece has been handed over and so many bytes are left. False, with nothing recorded, when a
+// timer was faster: the page that follows has been chosen by what was recorded before. On the
+// thread of the sender.
+bool RecordBytesRemaining(std::uint32_t remaining);
+
+// The one line that makes a transfer a success; false when a timer was faster. The same thread.
+bool TakeSuccess();
+
 // A timer of ProgressPage has fired: stops the sender and the receive loop, gives up the buffers
 // and ends the page with 2, unless the sender has finished at this very moment.
 void EndStalledTransfer(HWND page, UINT_PTR timer);
 
-// After a failed transfer, when the failure page opens: closes what a serial link holds open.
-void ReleaseSerialLink();
+// After a failed transfer: closes the port and ends the receive loop. The failure pages do so for a
+// serial link.
+void ReleaseLink();
 
 // After a good transfer: ends the receive loop, closes the link, frees the buffers.
 void TearDownTransfer();
+
+// At the end of the wizard: gives up what a failed transfer has left, which on USB and with the
+// bootloader is the link itself, and waits a moment for the threads of the transfer.
+void LeaveTransfer();

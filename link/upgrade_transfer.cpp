@@ -2,7 +2,7 @@
 // upgrade can be repeated the normal way; after that only the bootloader helps. So that block is
 // kept in memory and sent last, and the order of this file is a safety rule, not a taste.
 //
-// A transfer is a failure until TakeVerdict makes it a success.
+// A transfer is a failure until TakeSuccess makes it a success.
 
 #include "link/upgrade_transfer.h"
 
@@ -21,7 +21,6 @@ namespace {
 constexpr std::uint8_t SendPieceToken = 4;
 constexpr std::uint8_t ReadyToken = 5;
 constexpr std::uint32_t PieceSize = 0x20000;
-constexpr std::uint32_t BlockSize = 0x40000;
 constexpr std::uint32_t HeaderSize = 32;
 
 // Polls for the token; false when the transfer has been given up.
@@ -44,12 +43,12 @@ std::uint32_t BarRange() { return State.Image.ImageSizeKB << 10; }
 
 // Header, first block and HeldBackBlock; the file then stands at the first piece to send.
 bool LoadHeldBackBlock() {
-    State.Link.TransferBufferA = AllocateTransferBuffer(BlockSize);
-    State.Link.TransferBufferB = AllocateTransferBuffer(BlockSize);
+    State.Link.TransferBufferA = AllocateTransferBuffer(HeldBackSize);
+    State.Link.TransferBufferB = AllocateTransferBuffer(HeldBackSize);
     return State.Link.TransferBufferA && State.Link.TransferBufferB &&
            ReadPiece(State.Link.TransferBufferA, HeaderSize) &&
-           ReadPiece(State.Link.TransferBufferA, BlockSize) &&
-           ReadPiece(State.Link.TransferBufferB, BlockSize);
+           ReadPiece(State.Link.TransferBufferA, HeldBackSize) &&
+           ReadPiece(State.Link.TransferBufferB, HeldBackSize);
 }
 
 void AnnounceSize(std::uint32_t size) {
@@ -76,13 +75,14 @@ bool SendPiecesFromFile(std::uint32_t remaining) {
     while (AwaitToken(PieceIsWanted)) {
         StartStallTimer(PieceTimer);
         ClearReceivedToken();
-        if (remaining <= BlockSize)
+        if (remaining <= HeldBackSize)
             return true;
         if (!ReadPiece(State.Link.TransferBufferA, PieceSize))
             return false;
         WriteLink(State.Link.TransferBufferA, PieceSize);
         remaining -= PieceSize;
-        State.Run.BytesRemaining = remaining;
+        if (!RecordBytesRemaining(remaining))
+            return false;
         AdvanceProgress(PieceSize, BarRange());
     }
     return false;
@@ -93,12 +93,6 @@ bool SendPiecesFromFile(std::uint32_t remaining) {
 bool SendHeldBackBlock() {
     SendPiece(State.Link.TransferBufferB);
     return AwaitToken(PieceIsWanted) && SendPiece(State.Link.TransferBufferB + PieceSize);
-}
-
-// The one line that makes a transfer a success; false when a timer was faster.
-bool TakeVerdict() {
-    TransferVerdict open = TransferVerdict::Open;
-    return State.Link.Verdict.compare_exchange_strong(open, TransferVerdict::Sent);
 }
 
 void EndProgressPage() {
@@ -115,7 +109,7 @@ void SendImage() {
     }
     const std::uint32_t size = BytesOnTheWire(fileSize);
     AnnounceSize(size);
-    if (!SendPiecesFromFile(size) || !SendHeldBackBlock() || !TakeVerdict())
+    if (!SendPiecesFromFile(size) || !SendHeldBackBlock() || !TakeSuccess())
         return;
     KillStallTimer(PieceTimer);
     DeleteProgressRecord();

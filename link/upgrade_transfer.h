@@ -19,6 +19,10 @@
 // loop up. On the thread of the sender.
 void BeginUpgradeTransfer();
 
+// Size of HeldBackBlock, and of the first block. While more than this is left to send, a transfer
+// that dies can be repeated by the normal means; from here on only the bootloader helps.
+constexpr std::uint32_t HeldBackSize = 0x40000;
+
 // Image bytes that travel, of a file of this size: all but the header and the first block.
 constexpr std::uint32_t BytesOnTheWire(std::uint32_t fileSize) { return fileSize - 0x40020; }
 

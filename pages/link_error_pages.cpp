@@ -36,13 +36,13 @@ constexpr PageText CommunicationErrorTexts[] = {
 constexpr PagePicture CommunicationErrorPictures[] = {{IDB_RESET, 440, 245}};
 
 // A USB link is closed by its own loop, or by the end of the wizard.
-void ReleaseLink(HWND) {
+void ReleaseOnOpening(HWND) {
     if (State.Run.SerialLinkSelected)
-        ReleaseSerialLink();
+        ReleaseLink();
 }
 
-void ReleaseLinkAndMark(HWND page) {
-    ReleaseLink(page);
+void ReleaseAndMarkOnOpening(HWND page) {
+    ReleaseOnOpening(page);
     MarkCriticalFailure();
 }
 
@@ -52,9 +52,9 @@ constinit const Page UpgradeErrorPage = {.dialog = IDD_UPGRADE_ERROR,
                                          .texts = UpgradeErrorTexts,
                                          .results = Quit,
                                          .pictures = UpgradeErrorPictures,
-                                         .open = ReleaseLink};
+                                         .open = ReleaseOnOpening};
 constinit const Page CommunicationErrorPage = {.dialog = IDD_COMMUNICATION_ERROR,
                                                .texts = CommunicationErrorTexts,
                                                .results = Quit,
                                                .pictures = CommunicationErrorPictures,
-                                               .open = ReleaseLinkAndMark};
+                                               .open = ReleaseAndMarkOnOpening};

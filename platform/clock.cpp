@@ -10,45 +10,73 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 
 namespace platform {
 namespace {
 
 constexpr double NanosecondsPerMillisecond = 1e6;
+constexpr DWORD LongestShortSleep = 1000;
 
-double ReadClockRate() {
-    const char* setting = std::getenv("ROM_WIZARD_CLOCK");
-    const std::string_view text = setting ? setting : "";
+struct Rates {
+    double waits = 1;
+    double longSleeps = 1;
+};
+
+// Nothing where the text is no number above 0.
+std::optional<double> ParseRate(std::string_view text) {
     double rate = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), rate);
     const bool whole = error == std::errc() && end == text.data() + text.size();
-    return whole && std::isfinite(rate) && rate > 0 ? rate : 1;
+    return whole && std::isfinite(rate) && rate > 0 ? std::optional(rate) : std::nullopt;
 }
 
-} // namespace
-
-double ClockRate() {
-    static const double rate = ReadClockRate();
-    return rate;
+Rates ReadRates() {
+    const char* setting = std::getenv("ROM_WIZARD_CLOCK");
+    const std::string_view text = setting ? setting : "";
+    const std::size_t comma = text.find(',');
+    const auto waits = ParseRate(text.substr(0, comma));
+    if (comma == text.npos)
+        return {waits.value_or(1), waits.value_or(1)};
+    const auto longSleeps = ParseRate(text.substr(comma + 1));
+    return waits && longSleeps ? Rates{*waits, *longSleeps} : Rates{};
 }
 
-HostClock::duration HostDuration(DWORD milliseconds) {
-    const double count = std::ceil(milliseconds * NanosecondsPerMillisecond / ClockRate());
+const Rates& TheRates() {
+    static const Rates rates = ReadRates();
+    return rates;
+}
+
+HostClock::duration AtRate(DWORD milliseconds, double rate) {
+    const double count = std::ceil(milliseconds * NanosecondsPerMillisecond / rate);
     constexpr auto longest = std::chrono::nanoseconds::max();
     if (count >= static_cast<double>(longest.count()))
         return longest;
     return std::chrono::nanoseconds(static_cast<std::chrono::nanoseconds::rep>(count));
 }
 
-HostClock::time_point HostDeadline(DWORD milliseconds) {
-    if (milliseconds == INFINITE)
-        return HostClock::time_point::max();
+HostClock::time_point FromNow(HostClock::duration duration) {
     const auto now = HostClock::now();
-    const auto duration = HostDuration(milliseconds);
     if (duration > HostClock::time_point::max() - now)
         return HostClock::time_point::max();
     return now + duration;
+}
+
+} // namespace
+
+double ClockRate() { return TheRates().waits; }
+
+HostClock::duration HostDuration(DWORD milliseconds) { return AtRate(milliseconds, ClockRate()); }
+
+HostClock::time_point HostDeadline(DWORD milliseconds) {
+    return milliseconds == INFINITE ? HostClock::time_point::max()
+                                    : FromNow(HostDuration(milliseconds));
+}
+
+HostClock::time_point SleepDeadline(DWORD milliseconds) {
+    const bool isLong = milliseconds > LongestShortSleep;
+    return FromNow(AtRate(milliseconds, isLong ? TheRates().longSleeps : ClockRate()));
 }
 
 } // namespace platform

@@ -62,13 +62,6 @@ BOOL WINAPI WaitCommEvent(HANDLE file, LPDWORD events, LPOVERLAPPED overlapped) 
     return port && port->Wait(events, overlapped);
 }
 
-BOOL WINAPI DeviceIoControl(HANDLE device, DWORD, LPVOID, DWORD, LPVOID, DWORD, LPDWORD,
-                            LPOVERLAPPED) {
-    if (FindHandleOf<platform::StreamObject>(device))
-        SetLastError(ERROR_INVALID_FUNCTION);
-    return FALSE;
-}
-
 // A file's calls are over before they return, so there is nothing to cancel.
 BOOL WINAPI CancelIo(HANDLE file) {
     const auto stream = FindHandleOf<platform::StreamObject>(file);

@@ -6,6 +6,7 @@
 
 #include "platform/display.h"
 #include "platform/handles.h"
+#include "platform/rapi_session.h"
 
 #include <windows.h>
 
@@ -48,6 +49,8 @@ int main() {
     std::signal(SIGPIPE, SIG_IGN);
     platform::TheDisplay();
     int exitCode = RunWinMain();
+    // As the unloading of the library would; its event is not the program's to close.
+    platform::RapiSession::Instance().Close();
     ReportHandles();
     std::fflush(nullptr);
     _exit(exitCode);

@@ -228,6 +228,13 @@ void Port::CancelOfThisThread() {
     UpdateWatch();
 }
 
+bool Port::IsThere() {
+    const std::lock_guard guard(lock_);
+    if (closed_)
+        return Fail(ERROR_INVALID_HANDLE);
+    return !lost_ || requests_.HasInput() || requests_.HasHistory() || Fail(ERROR_IO_DEVICE);
+}
+
 void Port::OnReady(std::uint32_t events) {
     const std::lock_guard guard(lock_);
     const bool hungUp = (events & (EPOLLHUP | EPOLLERR)) != 0;

@@ -17,6 +17,7 @@ struct PortAccess {
     bool read;
     bool write;
     bool overlapped; // else every call returns when it is done
+    bool usb;        // the driver has requests of its own (usb_requests.cpp)
 };
 
 // Any thread may call anything at any time; the calls are those of commapi.h and winbase.h without
@@ -45,6 +46,10 @@ public:
     BOOL GetTimeouts(COMMTIMEOUTS* timeouts);
     BOOL SetLineSignal(int line, bool raised); // TIOCM_DTR or TIOCM_RTS
     void CancelOfThisThread();
+    bool TakesUsbRequests() const { return access_.usb; }
+    // False, with the last error, once the tty has hung up and all that it brought has been read
+    // and told.
+    bool IsThere();
 
 private:
     class Outstanding;

@@ -37,15 +37,19 @@ std::string UpperCase(std::string text) {
     return text;
 }
 
-std::string TtyOfHost(const std::string& name) {
+// The number of "COM1", "COM2" and so on; 0 for another name.
+unsigned ComNumber(const std::string& name) {
     unsigned number = 0;
     const char* const end = name.data() + name.size();
     if (!name.starts_with("COM") || name.size() < 4 || name[3] == '0')
-        return {};
+        return 0;
     const auto [stop, error] = std::from_chars(name.data() + 3, end, number);
-    if (error != std::errc() || stop != end || number > LastComPort)
-        return {};
-    return "/dev/ttyS" + std::to_string(number - 1);
+    return error != std::errc() || stop != end || number > LastComPort ? 0 : number;
+}
+
+std::string TtyOfHost(const std::string& name) {
+    const unsigned number = ComNumber(name);
+    return number == 0 ? std::string() : "/dev/ttyS" + std::to_string(number - 1);
 }
 
 DWORD ErrorOfOpening(int number) {
@@ -100,7 +104,7 @@ std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD, D
             throw std::system_error(errno, std::generic_category());
         return StartPort(std::move(tty),
                          {(access & GENERIC_READ) != 0, (access & GENERIC_WRITE) != 0,
-                          (flags & FILE_FLAG_OVERLAPPED) != 0});
+                          (flags & FILE_FLAG_OVERLAPPED) != 0, ComNumber(UpperCase(name)) == 0});
     } catch (const std::system_error& error) {
         SetLastError(ErrorOfOpening(error.code().value()));
         return nullptr;

@@ -25,6 +25,7 @@ namespace platform {
 namespace {
 
 constexpr DWORD CodeOfSignal = 128; // as shells tell it
+constexpr int LongestEndMilliseconds = 5000;
 
 // Blocks all signals for its lifetime; a thread that is started meanwhile never takes one.
 class SignalsBlocked {
@@ -108,6 +109,11 @@ DWORD Process::Terminate(DWORD exitCode) {
     return ERROR_SUCCESS;
 }
 
+void Process::WaitBriefly() const {
+    pollfd ended{descriptor_, POLLIN, 0};
+    poll(&ended, 1, LongestEndMilliseconds);
+}
+
 namespace {
 
 // The descriptor is taken first: from then on it means one process, whose start time is then
@@ -148,10 +154,14 @@ BOOL WINAPI TerminateProcess(HANDLE handle, UINT exitCode) {
     if (!process)
         return FALSE;
     const DWORD error = process->Terminate(exitCode);
-    if (error == ERROR_SUCCESS)
-        return TRUE;
-    SetLastError(error);
-    return FALSE;
+    if (error != ERROR_SUCCESS) {
+        SetLastError(error);
+        return FALSE;
+    }
+    // Callers give the process some seconds of the layer's clock, which may run fast, and then open
+    // what it held; a loaded host may take longer than that to end it.
+    process->WaitBriefly();
+    return TRUE;
 }
 
 BOOL WINAPI GetExitCodeProcess(HANDLE handle, LPDWORD exitCode) {

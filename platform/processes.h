@@ -32,6 +32,8 @@ public:
     DWORD ExitCode() const;
     // 0, or the error. The process need not be gone when this returns.
     DWORD Terminate(DWORD exitCode);
+    // Returns when it is gone, with all that it had open, or after five seconds of the host.
+    void WaitBriefly() const;
 
 private:
     void WatchUntilEnd();

@@ -161,6 +161,8 @@ void WINAPI Sleep(DWORD milliseconds) {
     platform::LeaveIfTerminated();
     if (milliseconds == 0)
         sched_yield();
+    else if (milliseconds == INFINITE)
+        platform::SleepUntil(platform::HostClock::time_point::max());
     else
-        platform::SleepUntil(platform::HostDeadline(milliseconds));
+        platform::SleepUntil(platform::SleepDeadline(milliseconds));
 }

@@ -38,7 +38,7 @@ void Bootloader::Take(SerialEnd& end, const Burst& burst) {
         if (!collector_.Whole())
             return;
         // A block follows its record at once; everything else waits for its turn.
-        if (!rest.bytes.empty() && step_ != Step::BlockRecord)
+        if (!rest.bytes.empty() && step_ != Step::BlockRecord && !parts_.faults.noiseSeed)
             Refuse("bootloader: too early: " + Sample(rest.bytes));
         else
             TakeWhole();

@@ -39,8 +39,8 @@ void Flasher::Take(SerialEnd& end, const Burst& burst) {
             if (step_ == Step::Piece &&
                 parts_.state.transfer.OffsetOf(parts_.state.transfer.pieces) == BootloaderRegion)
                 BeginPiece();
-            // The PC speaks when it has been asked and not before.
-            if (collector_.Whole() && !rest.bytes.empty())
+            // The PC speaks when it has been asked and not before; noise asks it at any time.
+            if (collector_.Whole() && !rest.bytes.empty() && !parts_.faults.noiseSeed)
                 Refuse("flasher: too early: " + Sample(rest.bytes));
             else if (collector_.Whole())
                 step_ == Step::Size ? TakeSize() : TakePiece();
@@ -55,13 +55,14 @@ void Flasher::Take(SerialEnd& end, const Burst& burst) {
 }
 
 void Flasher::TakeStart(Burst& burst) {
-    if (burst.bytes[0] != StartByte || burst.bytes.size() != 1) {
+    const bool alone = burst.bytes.size() == 1 || parts_.faults.noiseSeed;
+    if (burst.bytes[0] != StartByte || !alone) {
         parts_.report.Refuse("flasher: no start byte: " + Sample(burst.bytes));
         burst.bytes = {};
         end_ = nullptr;
         return;
     }
-    burst.bytes = {};
+    burst.bytes = burst.bytes.subspan(1);
     parts_.report.Say("flasher: start byte");
     collector_.Expect(SizeFieldLength);
     step_ = Step::Size;

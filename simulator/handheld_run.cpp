@@ -4,8 +4,10 @@
 
 #include "simulator/bootloader.h"
 #include "simulator/flasher.h"
+#include "simulator/noise.h"
 #include "simulator/rapi_server.h"
 
+#include "platform/clock.h"
 #include "platform/home.h"
 
 #include <algorithm>
@@ -47,6 +49,9 @@ private:
     void PowerOn(bool navigatorKey);
     void EnterFlasher(LinkKind kind);
     void Received(SerialEnd& end, const Burst& burst);
+    void Hear(SerialEnd& end, const Burst& burst);
+    void BreakOff();
+    void BeginFaultsOfTheLink();
     void HandleSignal();
 
     const StateFolder& folder_;
@@ -62,6 +67,8 @@ private:
     SerialEnd serial_;
     SerialEnd usb_;
     std::uint64_t received_ = 0;           // bytes over the link since power-on
+    EventLoop::Timer replug_ = 0;
+    std::optional<Noise> noise_;
     const SerialEnd* listening_ = nullptr; // the end of the flasher; null: both
     std::unique_ptr<Programs> programs_;
     std::unique_ptr<LinkProgram> linkProgram_;
@@ -104,6 +111,8 @@ void Handheld::PowerOn(bool navigatorKey) {
     programs_.reset();
     listening_ = nullptr;
     received_ = 0;
+    noise_.reset();
+    loop_.Cancel(replug_);
     serial_.Revive();
     usb_.Revive();
     StateFolder::Reset(state_, navigatorKey);
@@ -113,8 +122,10 @@ void Handheld::PowerOn(bool navigatorKey) {
         linkProgram_ = std::make_unique<Flasher>(parts_);
     if (state_.mode == Mode::Bootloader)
         linkProgram_ = std::make_unique<Bootloader>(parts_, serial_);
-    if (state_.mode != Mode::Normal)
+    if (state_.mode != Mode::Normal) {
+        BeginFaultsOfTheLink();
         return;
+    }
     programs_ =
         std::make_unique<Programs>(Programs::World{loop_, folder_, files_, faults_, report_},
                                    [this](LinkKind kind) { EnterFlasher(kind); });
@@ -130,21 +141,57 @@ void Handheld::EnterFlasher(LinkKind kind) {
     report_.Say("mode flasher");
     listening_ = kind == LinkKind::Serial ? &serial_ : &usb_;
     linkProgram_ = std::make_unique<Flasher>(parts_);
+    BeginFaultsOfTheLink();
+}
+
+void Handheld::BeginFaultsOfTheLink() {
+    if (faults_.portHeld) {
+        report_.Say("fault: the ports are held");
+        serial_.GiveAway();
+        usb_.GiveAway();
+    }
+    if (faults_.noiseSeed)
+        noise_.emplace(*faults_.noiseSeed, state_.mode == Mode::Flasher);
 }
 
 void Handheld::Received(SerialEnd& end, const Burst& burst) {
     Burst taken = burst;
-    const std::uint64_t left = faults_.diesAt.value_or(UINT64_MAX) - received_;
+    const std::uint64_t last =
+        std::min(faults_.diesAt.value_or(UINT64_MAX), faults_.unplugAt.value_or(UINT64_MAX));
+    const std::uint64_t left = last - std::min(last, received_);
     taken.bytes = taken.bytes.first(
         static_cast<std::size_t>(std::min<std::uint64_t>(left, taken.bytes.size())));
     received_ += taken.bytes.size();
     record_.Received(taken.bytes);
+    if (noise_)
+        noise_->Before(received_, end, report_);
+    Hear(end, taken);
+    if (noise_)
+        noise_->After(end, report_);
+    if (received_ == last)
+        BreakOff();
+}
+
+void Handheld::Hear(SerialEnd& end, const Burst& burst) {
     const bool heard = !listening_ || listening_ == &end;
     if (!linkProgram_ || !heard)
-        report_.Refuse("link: nobody listens: " + Sample(taken.bytes));
+        report_.Refuse("link: nobody listens: " + Sample(burst.bytes));
     else
-        linkProgram_->Take(end, taken);
-    if (received_ == faults_.diesAt) {
+        linkProgram_->Take(end, burst);
+}
+
+void Handheld::BreakOff() {
+    if (received_ == faults_.unplugAt) {
+        report_.Say("fault: unplugged after " + std::to_string(received_) + " bytes");
+        serial_.Unplug();
+        usb_.Unplug();
+        if (faults_.replugMilliseconds)
+            replug_ = loop_.After(platform::HostDuration(*faults_.replugMilliseconds), [this] {
+                report_.Say("fault: back on the bus");
+                serial_.Plug();
+                usb_.Plug();
+            });
+    } else {
         report_.Say("fault: dead after " + std::to_string(received_) + " bytes");
         serial_.Die();
         usb_.Die();

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -17,6 +19,7 @@ namespace {
 constexpr unsigned BitsPerByte = 10; // start bit, 8 data bits, stop bit
 constexpr unsigned PacedReadsPerSecond = 50;
 constexpr std::size_t LargestRead = 0x10000;
+constexpr char Nowhere[] = "unplugged"; // no such file beside the links
 
 Descriptor OpenMaster() {
     Descriptor master(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
@@ -35,6 +38,18 @@ void MakeRaw(const Descriptor& terminal, const std::string& name) {
         FailOn("set up", name);
 }
 
+Terminal OpenTerminal() {
+    Terminal terminal;
+    terminal.master = OpenMaster();
+    char name[64];
+    if (ptsname_r(terminal.master.Get(), name, sizeof(name)) != 0)
+        FailOn("name", "a pseudo-terminal");
+    terminal.name = name;
+    terminal.slave = OpenHost(terminal.name, O_RDWR | O_NOCTTY);
+    MakeRaw(terminal.slave, terminal.name);
+    return terminal;
+}
+
 void ReplaceLink(const std::filesystem::path& target, const std::filesystem::path& link) {
     const std::filesystem::path fresh = link.string() + ".new" + std::to_string(getpid());
     std::error_code ignored;
@@ -48,23 +63,21 @@ void ReplaceLink(const std::filesystem::path& target, const std::filesystem::pat
 } // namespace
 
 SerialEnd::SerialEnd(EventLoop& loop, std::filesystem::path link, std::uint32_t baud)
-    : loop_(loop), link_(std::move(link)), baud_(baud), master_(OpenMaster()) {
-    char name[64];
-    if (ptsname_r(master_.Get(), name, sizeof(name)) != 0)
-        FailOn("name", "a pseudo-terminal");
-    slaveName_ = name;
-    slave_ = OpenHost(slaveName_, O_RDWR | O_NOCTTY);
-    MakeRaw(slave_, slaveName_);
-    ReplaceLink(slaveName_, link_);
-    Watch();
+    : loop_(loop), link_(std::move(link)), baud_(baud) {
+    Plug();
 }
 
 SerialEnd::~SerialEnd() {
-    loop_.Unwatch(master_.Get());
-    loop_.Cancel(arriving_);
     std::error_code error;
-    if (std::filesystem::read_symlink(link_, error) == slaveName_)
-        std::filesystem::remove(link_, error);
+    const auto target = std::filesystem::read_symlink(link_, error);
+    StopTaking();
+    if (error || (target != terminal_.name && (!heldPort_ || target != heldPort_->name)))
+        return; // another handheld's by now
+    try {
+        ReplaceLink(Nowhere, link_);
+    } catch (const Failure&) {
+        // The folder of the links is going away, and the links with it.
+    }
 }
 
 Clock::duration SerialEnd::WireTime(std::size_t bytes) const {
@@ -74,7 +87,7 @@ Clock::duration SerialEnd::WireTime(std::size_t bytes) const {
 }
 
 void SerialEnd::Watch() {
-    loop_.Watch(master_.Get(), [this] {
+    loop_.Watch(terminal_.master.Get(), [this] {
         if (baud_ == 0)
             ReadUnpaced();
         else
@@ -84,7 +97,7 @@ void SerialEnd::Watch() {
 
 void SerialEnd::ReadUnpaced() {
     arrived_.resize(LargestRead);
-    const ssize_t count = read(master_.Get(), arrived_.data(), arrived_.size());
+    const ssize_t count = read(terminal_.master.Get(), arrived_.data(), arrived_.size());
     arrived_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     const auto now = Clock::now();
     if (!arrived_.empty())
@@ -94,17 +107,17 @@ void SerialEnd::ReadUnpaced() {
 // Takes what lies ready as having begun on the wire at `begin`, and hands it on when it is through.
 void SerialEnd::ReadPaced(Clock::time_point begin) {
     arrived_.resize(std::max(1U, baud_ / BitsPerByte / PacedReadsPerSecond));
-    const ssize_t count = read(master_.Get(), arrived_.data(), arrived_.size());
+    const ssize_t count = read(terminal_.master.Get(), arrived_.data(), arrived_.size());
     arrived_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     if (arrived_.empty()) {
         Watch(); // the wire is idle: the next byte begins when it comes
         return;
     }
-    loop_.Unwatch(master_.Get());
+    loop_.Unwatch(terminal_.master.Get());
     const auto end = begin + WireTime(arrived_.size());
     arriving_ = loop_.At(end, [this, begin, end] {
         Deliver(begin, end);
-        if (!dead_)
+        if (!dead_ && !IsUnplugged())
             ReadPaced(end);
     });
 }
@@ -118,7 +131,7 @@ void SerialEnd::Send(Bytes bytes, std::function<void(Clock::time_point)> sent) {
     sentUntil_ = std::max(sentUntil_, Clock::now()) + WireTime(bytes.size());
     auto write = [this, bytes = std::move(bytes), sent = std::move(sent)] {
         // A full buffer means that the PC reads nothing; a wire does not keep what is not taken.
-        [[maybe_unused]] const ssize_t count = ::write(master_.Get(), bytes.data(), bytes.size());
+        [[maybe_unused]] const ssize_t count = ::write(terminal_.master.Get(), bytes.data(), bytes.size());
         if (sent)
             sent(Clock::now());
     };
@@ -128,21 +141,57 @@ void SerialEnd::Send(Bytes bytes, std::function<void(Clock::time_point)> sent) {
         loop_.At(sentUntil_, write);
 }
 
-void SerialEnd::Die() {
-    dead_ = true;
-    loop_.Unwatch(master_.Get());
+void SerialEnd::StopTaking() {
+    if (!IsUnplugged())
+        loop_.Unwatch(terminal_.master.Get());
     loop_.Cancel(arriving_);
 }
 
-void SerialEnd::Revive() {
-    if (!dead_)
-        return;
-    dead_ = false;
-    tcflush(slave_.Get(), TCIFLUSH);
+void SerialEnd::DropArrived() {
+    tcflush(terminal_.slave.Get(), TCIFLUSH);
     arrived_.resize(LargestRead);
-    while (read(master_.Get(), arrived_.data(), arrived_.size()) > 0) {
+    while (read(terminal_.master.Get(), arrived_.data(), arrived_.size()) > 0) {
     }
-    Watch();
+}
+
+void SerialEnd::Die() {
+    dead_ = true;
+    StopTaking();
+}
+
+void SerialEnd::Unplug() {
+    StopTaking();
+    terminal_ = Terminal();
+    heldPort_.reset();
+    ReplaceLink(Nowhere, link_);
+}
+
+void SerialEnd::Plug() {
+    terminal_ = OpenTerminal();
+    ReplaceLink(terminal_.name, link_);
+    if (!dead_)
+        Watch();
+}
+
+void SerialEnd::GiveAway() {
+    heldPort_ = OpenTerminal();
+    if (flock(heldPort_->slave.Get(), LOCK_EX | LOCK_NB) != 0)
+        FailOn("hold", heldPort_->name);
+    ReplaceLink(heldPort_->name, link_);
+}
+
+void SerialEnd::Revive() {
+    const bool wasDead = std::exchange(dead_, false);
+    if (heldPort_) {
+        heldPort_.reset();
+        ReplaceLink(terminal_.name, link_);
+    }
+    if (IsUnplugged()) {
+        Plug();
+    } else if (wasDead) {
+        DropArrived();
+        Watch();
+    }
 }
 
 } // namespace simulator

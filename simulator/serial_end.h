@@ -10,6 +10,7 @@
 #include "simulator/event_loop.h"
 #include "simulator/host_files.h"
 
+#include <optional>
 #include <string>
 
 namespace simulator {
@@ -21,12 +22,19 @@ struct Burst {
     Clock::time_point end;
 };
 
+// A pseudo-terminal, raw from the start.
+struct Terminal {
+    Descriptor master;
+    Descriptor slave; // held so that settings and bytes outlive the PC's handle
+    std::string name; // of the slave
+};
+
 class SerialEnd {
 public:
     // Makes the pseudo-terminal and the link `link` to it, which replaces one of that name. A baud
     // rate of 0 does not pace. Throws a Failure.
     SerialEnd(EventLoop& loop, std::filesystem::path link, std::uint32_t baud);
-    // Removes the link if it is still ours.
+    // Leaves a link that leads nowhere: without any link the name would be a port of the machine.
     ~SerialEnd();
     SerialEnd(const SerialEnd&) = delete;
     SerialEnd& operator=(const SerialEnd&) = delete;
@@ -39,12 +47,21 @@ public:
 
     // Takes nothing in any more, until Revive: the PC's writes fill the wire and stay there.
     void Die();
-    // Takes in again, after what had piled up has been thrown away.
+    // Leaves the bus: what the PC has open hangs up, and the link leads nowhere.
+    void Unplug();
+    // Comes back to the bus as another terminal.
+    void Plug();
+    // From now on the link leads to a port that somebody else has open.
+    void GiveAway();
+    // As at first, after what had piled up has been thrown away.
     void Revive();
 
 private:
     Clock::duration WireTime(std::size_t bytes) const;
+    bool IsUnplugged() const { return !terminal_.master; }
     void Watch();
+    void StopTaking();
+    void DropArrived();
     void ReadUnpaced();
     void ReadPaced(Clock::time_point begin);
     void Deliver(Clock::time_point begin, Clock::time_point end);
@@ -52,9 +69,8 @@ private:
     EventLoop& loop_;
     std::filesystem::path link_;
     std::uint32_t baud_;
-    Descriptor master_;
-    Descriptor slave_; // held so that settings and bytes outlive the PC's handle
-    std::string slaveName_;
+    Terminal terminal_;
+    std::optional<Terminal> heldPort_; // what the link leads to while somebody else has the port
     Bytes arrived_;
     EventLoop::Timer arriving_ = 0;
     Clock::time_point sentUntil_; // when the wire to the PC is free again

@@ -7,18 +7,13 @@
 
 #include "wizard/conclusion.h"
 
+#include "link/upgrade_transfer.h"
 #include "pages/closing_pages.h"
 #include "pages/link_error_pages.h"
 #include "wizard/state.h"
 
-namespace {
-
-constexpr std::uint32_t HeldBackBytes = 0x40000;
-
-} // namespace
-
 bool OnlyBootloaderHelps(std::uint32_t bytesRemaining, bool bootloaderTransfer) {
-    return bootloaderTransfer || bytesRemaining <= HeldBackBytes;
+    return bootloaderTransfer || bytesRemaining <= HeldBackSize;
 }
 
 void ConcludeTransfer(INT_PTR result, Road road) {

@@ -12,7 +12,11 @@
 
 namespace {
 
+constexpr char SoftwareKey[] = "Software";
+constexpr char RecordName[] = "FlashUtility";
 constexpr char RecordKey[] = "Software\\FlashUtility";
+constexpr char NoteName[] = "FlashUtilityHeldBack"; // its being there is all that it says
+constexpr char NoteKey[] = "Software\\FlashUtilityHeldBack";
 constexpr DWORD NameRoom = 100; // characters
 constexpr DWORD DataRoom = 260; // bytes
 
@@ -20,12 +24,29 @@ constexpr DWORD DataRoom = 260; // bytes
 // where the registry answers every index with an error of its own.
 constexpr DWORD MostValues = 1000;
 
-HKEY CreateRecordKey() {
+HKEY CreateKey(const char* path) {
     HKEY key = nullptr;
-    if (RegCreateKeyExA(HKEY_CURRENT_USER, RecordKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
+    if (RegCreateKeyExA(HKEY_CURRENT_USER, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
                         nullptr) != ERROR_SUCCESS)
         return nullptr;
     return key;
+}
+
+void DeleteKeyOfSoftware(const char* name) {
+    HKEY software = nullptr;
+    if (RegOpenKeyExA(HKEY_CURRENT_USER, SoftwareKey, 0, KEY_ALL_ACCESS, &software) !=
+        ERROR_SUCCESS)
+        return;
+    RegDeleteKeyA(software, name);
+    RegCloseKey(software);
+}
+
+bool NoteIsThere() {
+    HKEY note = nullptr;
+    if (RegOpenKeyExA(HKEY_CURRENT_USER, NoteKey, 0, KEY_READ, &note) != ERROR_SUCCESS)
+        return false;
+    RegCloseKey(note);
+    return true;
 }
 
 // A failed write is not reported anywhere: the upgrade then cannot be resumed, but it can be done.
@@ -75,7 +96,8 @@ void TakeValue(const char* name, const BYTE* data, DWORD length, bool* pending) 
 } // namespace
 
 void WriteProgressRecord() {
-    const HKEY key = CreateRecordKey();
+    DeleteKeyOfSoftware(NoteName); // it would be about another transfer
+    const HKEY key = CreateKey(RecordKey);
     if (!key)
         return;
     SetNumber(key, "Flash", 1);
@@ -90,19 +112,22 @@ void WriteProgressRecord() {
 }
 
 void MarkCriticalFailure() {
-    const HKEY key = CreateRecordKey();
+    const HKEY key = CreateKey(RecordKey);
     if (!key)
         return;
     SetNumber(key, "Critical", 1);
     RegCloseKey(key);
 }
 
+// The note goes last: alone it means nothing.
 void DeleteProgressRecord() {
-    HKEY software = nullptr;
-    if (RegOpenKeyExA(HKEY_CURRENT_USER, "Software", 0, KEY_ALL_ACCESS, &software) != ERROR_SUCCESS)
-        return;
-    RegDeleteKeyA(software, "FlashUtility");
-    RegCloseKey(software);
+    DeleteKeyOfSoftware(RecordName);
+    DeleteKeyOfSoftware(NoteName);
+}
+
+void NoteHeldBackBlock() {
+    if (const HKEY note = CreateKey(NoteKey))
+        RegCloseKey(note);
 }
 
 bool ReadProgressRecord() {
@@ -123,5 +148,7 @@ bool ReadProgressRecord() {
             TakeValue(name, data, dataLength, &pending);
     }
     RegCloseKey(key);
+    if (pending && NoteIsThere())
+        State.Run.BootloaderResume = true;
     return pending;
 }

@@ -4,12 +4,18 @@
 // over which link, and whether only the bootloader can still take the image. It is written before
 // the first byte goes out and deleted only when everything has. No registry failure is reported:
 // a record that cannot be written means that an interrupted upgrade cannot be resumed.
+//
+// A page marks the record as critical, and a wizard that is killed, or whose PC loses its power,
+// shows no page. So there is a note beside the record, a key of its own that is made during the
+// transfer as soon as the mark would be due. Without it the next run would talk to a flasher that
+// is no longer there, and so would every run after it.
 #pragma once
 
 // Any thread, one at a time: the chain is blocked in ProgressPage while a transfer runs.
 void WriteProgressRecord();  // everything but Critical, from State
 void MarkCriticalFailure();  // Critical alone, creating the key if it has gone
-void DeleteProgressRecord(); // the key with its values
+void DeleteProgressRecord(); // the key with its values, and the note
+void NoteHeldBackBlock();    // no more than the held-back block is left to send
 
 // True if an upgrade is pending. Fills State as a side effect, whatever it finds pending or not.
 bool ReadProgressRecord();

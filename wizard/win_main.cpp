@@ -1,5 +1,6 @@
 // Entry of the program. The exit code is 0 on every road.
 
+#include "link/stall.h"
 #include "pages/catalog.h"
 #include "wizard/main_window.h"
 #include "wizard/state.h"
@@ -15,5 +16,6 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int showCommand) {
         TranslateMessage(&message);
         DispatchMessageA(&message);
     }
+    LeaveTransfer();
     return static_cast<int>(message.wParam);
 }

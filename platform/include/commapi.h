@@ -109,7 +109,9 @@ BOOL WINAPI GetCommMask(HANDLE file, LPDWORD events);
 // live until then; a wait that fails leaves it alone.
 BOOL WINAPI WaitCommEvent(HANDLE file, LPDWORD events, LPOVERLAPPED overlapped);
 
-// No port here has requests of its own: fails with ERROR_INVALID_FUNCTION.
+// Only the USB serial driver has requests of its own (usb_requests.cpp tells them): a port whose
+// name is not COM and a number. On another handle, and for another code, it fails with
+// ERROR_INVALID_FUNCTION. `returned` may be null.
 BOOL WINAPI DeviceIoControl(HANDLE device, DWORD code, LPVOID input, DWORD inputSize, LPVOID output,
                             DWORD outputSize, LPDWORD returned, LPOVERLAPPED overlapped);
 

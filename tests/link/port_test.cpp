@@ -146,7 +146,7 @@ TEST_F(LinkTest, the_serial_loop_shows_a_token_and_leaves_when_the_link_is_relea
         ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
         ClearReceivedToken();
     }
-    ReleaseSerialLink();
+    ReleaseLink();
     EXPECT_FALSE(State.Link.ReceiveRunning);
     EXPECT_EQ(nullptr, State.Link.LinkHandle);
     EXPECT_EQ(nullptr, State.Link.ReceiveEvent);

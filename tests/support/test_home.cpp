@@ -73,7 +73,8 @@ std::filesystem::path TestHome::MakeImage(const ImageOptions& options) const {
 Environment TestHome::Variables(const Environment& added) const {
     Environment variables = {{"ROM_WIZARD_HOME", Home().string()},
                              {"ROM_WIZARD_DISPLAY", "terminal"},
-                             {"ROM_WIZARD_CLOCK", "20"}};
+                             {"ROM_WIZARD_CLOCK", "20"},
+                             {"ROM_WIZARD_HANDLES", "1"}};
     for (const auto& [name, value] : added) {
         std::erase_if(variables, [&](const auto& variable) { return variable.first == name; });
         variables.emplace_back(name, value);

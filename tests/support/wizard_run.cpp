@@ -55,7 +55,14 @@ std::vector<int> WizardRun::Pages() {
 
 int WizardRun::Finish() {
     process_.CloseInput();
-    return process_.Wait();
+    return Wait();
+}
+
+int WizardRun::Wait() {
+    const int code = process_.Wait();
+    if (code == 0)
+        process_.ExpectLine("handles: 0 open, 0 closed twice");
+    return code;
 }
 
 } // namespace test_support

@@ -27,10 +27,11 @@ public:
     // All pages that have opened so far, in order.
     std::vector<int> Pages();
 
-    // Closes its input and waits for its end: the exit code.
+    // Closes its input and waits for its end: the exit code. Throws where a run that has come to
+    // its end left a handle open, or closed one twice.
     int Finish();
-    // Waits for its end with the input left open, as it must end by itself.
-    int Wait() { return process_.Wait(); }
+    // The same with the input left open, as it must end by itself.
+    int Wait();
     ChildProcess& Process() { return process_; }
 
 private:

@@ -1,0 +1,118 @@
+// The requests of the USB serial driver, and a device that leaves the bus.
+// label: threads
+
+#include "tests/platform/port_fixture.h"
+
+namespace {
+
+using namespace port_test;
+
+constexpr DWORD SetMask = 0x1B0028;
+constexpr DWORD WaitForEvent = 0x1B002C;
+constexpr DWORD ReadDone = 0x1B0030;
+constexpr char Name[] = "\\\\.\\WCEUSBSH001";
+
+class UsbPortTest : public PortTest {
+protected:
+    UsbPortTest() { std::filesystem::copy_symlink(home / "ports/COM1", Link()); }
+
+    std::filesystem::path Link() const { return home / "ports/WCEUSBSH001"; }
+    void OpenUsb() {
+        port = OpenAs(Name);
+        ASSERT_NE(INVALID_HANDLE_VALUE, port);
+        ReadAtOnce();
+    }
+    bool Request(DWORD code, DWORD mask) {
+        DWORD returned = 7;
+        return DeviceIoControl(port, code, &mask, sizeof(mask), nullptr, 0, &returned, nullptr) &&
+               returned == 0;
+    }
+    bool Wait(Call& call, DWORD* events) {
+        return DeviceIoControl(port, WaitForEvent, nullptr, 0, events, sizeof(*events), nullptr,
+                               &call.record);
+    }
+};
+
+TEST_F(UsbPortTest, a_wait_tells_that_bytes_have_come_before_or_after_it_began) {
+    OpenUsb();
+    ASSERT_TRUE(Request(SetMask, 0xB9));
+    DWORD events = 0;
+    Call early;
+    ASSERT_TRUE(Pends(Wait(early, &events)));
+    SayAsDevice(std::string_view("\x05\0", 2));
+    ASSERT_TRUE(early.Ends());
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, early.Error());
+    EXPECT_EQ(DWORD{EV_RXCHAR}, events);
+    EXPECT_EQ(std::string("\x05\0", 2), ReadFromPort(2));
+    ASSERT_TRUE(Request(ReadDone, events));
+
+    ASSERT_TRUE(Request(SetMask, events)); // what the wait gave is the mask of the next
+    SayAsDevice(std::string_view("\x04\0", 2));
+    EXPECT_EQ(std::string("\x04\0", 2), ReadFromPort(2));
+    events = 0;
+    Call late;
+    EXPECT_TRUE(Wait(late, &events));
+    EXPECT_EQ(DWORD{EV_RXCHAR}, events);
+}
+
+TEST_F(UsbPortTest, a_device_that_leaves_the_bus_fails_every_request_once_all_it_said_is_read) {
+    OpenUsb();
+    ASSERT_TRUE(Request(SetMask, 0xB9));
+    SayAsDevice("ab");
+    DWORD events = 0;
+    Call first;
+    EXPECT_TRUE(Wait(first, &events) || first.Ends());
+    Unplug();
+    EXPECT_EQ("ab", ReadFromPort(2));
+    Call lost;
+    EXPECT_TRUE(!Pends(Wait(lost, &events)) || lost.Ends());
+    EXPECT_TRUE(ComesTrue([&] { return !Request(ReadDone, EV_RXCHAR); }));
+    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
+    EXPECT_FALSE(Request(SetMask, 0xB9));
+    Call again;
+    EXPECT_FALSE(Wait(again, &events));
+    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
+    DWORD count = 0;
+    Call write;
+    EXPECT_FALSE(WriteFile(port, "x", 1, &count, &write.record));
+    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
+
+    Close();
+    EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs(Name));
+    PlugIn(); // it comes back as another tty
+    std::filesystem::remove(Link());
+    std::filesystem::copy_symlink(home / "ports/COM1", Link());
+    OpenUsb();
+    EXPECT_TRUE(Request(SetMask, 0xB9));
+}
+
+TEST_F(UsbPortTest, closing_the_port_ends_a_wait) {
+    OpenUsb();
+    ASSERT_TRUE(Request(SetMask, 0xB9));
+    DWORD events = 0x55;
+    Call call;
+    ASSERT_TRUE(Pends(Wait(call, &events)));
+    Close();
+    ASSERT_TRUE(call.Ends());
+    EXPECT_EQ(DWORD{ERROR_OPERATION_ABORTED}, call.Error());
+    EXPECT_EQ(0x55u, events);
+}
+
+TEST_F(UsbPortTest, requests_that_nobody_knows_are_refused) {
+    OpenUsb();
+    DWORD mask = 0xB9;
+    EXPECT_FALSE(Request(0x1B0024, mask));
+    EXPECT_EQ(DWORD{ERROR_INVALID_FUNCTION}, GetLastError());
+    EXPECT_FALSE(DeviceIoControl(port, SetMask, &mask, 2, nullptr, 0, nullptr, nullptr));
+    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+    Call call;
+    EXPECT_FALSE(
+        DeviceIoControl(port, WaitForEvent, nullptr, 0, nullptr, 0, nullptr, &call.record));
+    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+    Close();
+    Open(); // a serial port has no such driver
+    EXPECT_FALSE(Request(SetMask, 0xB9));
+    EXPECT_EQ(DWORD{ERROR_INVALID_FUNCTION}, GetLastError());
+}
+
+} // namespace
