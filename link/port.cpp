@@ -17,6 +17,10 @@ namespace {
 
 constexpr std::uint32_t LargestWrite = 12288;
 constexpr DWORD StopCheckMilliseconds = 100;
+// A full write takes one second at the slowest, and no flow control holds it back. The bootloader's
+// dialogue stops its timer while it writes, so without this a device that takes nothing more would
+// never be noticed there. Longer than any stall timer: where one runs, it decides.
+constexpr DWORD LongestWriteMilliseconds = 60000;
 
 void ConfigureLine(HANDLE port) {
     DCB line = {};
@@ -58,20 +62,22 @@ void ReportPortFailure() {
     PostMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
 }
 
+void CancelWrite(HANDLE port) {
+    const std::lock_guard lock(State.Link.LinkLock);
+    if (State.Link.LinkHandle == port)
+        CancelIo(port);
+}
+
 // Waits for a write that is under way. The record and the data belong to the caller, so this does
 // not return before the write is over; a cancelled write is over at once.
 void FinishWrite(HANDLE port, OVERLAPPED* overlapped) {
-    while (WaitForSingleObject(overlapped->hEvent, StopCheckMilliseconds) == WAIT_TIMEOUT) {
-        if (!State.Link.StopReceive)
-            continue;
-        {
-            const std::lock_guard lock(State.Link.LinkLock);
-            if (State.Link.LinkHandle == port)
-                CancelIo(port);
-        }
-        WaitForSingleObject(overlapped->hEvent, INFINITE);
-        return;
+    for (DWORD waited = 0; waited < LongestWriteMilliseconds && !State.Link.StopReceive;
+         waited += StopCheckMilliseconds) {
+        if (WaitForSingleObject(overlapped->hEvent, StopCheckMilliseconds) != WAIT_TIMEOUT)
+            return;
     }
+    CancelWrite(port);
+    WaitForSingleObject(overlapped->hEvent, INFINITE);
 }
 
 bool WriteLinkPiece(const std::uint8_t* data, std::uint32_t length) {
@@ -124,17 +130,16 @@ bool OpenLinkPort(const char* portName) {
     return true;
 }
 
+// What comes behind a write that failed would reach the device in the wrong place.
 bool WriteLink(const void* data, std::uint32_t length) {
     const auto* next = static_cast<const std::uint8_t*>(data);
-    bool handedOver = true;
     while (length > LargestWrite && !State.Link.StopReceive) {
-        handedOver = WriteLinkPiece(next, LargestWrite) && handedOver;
+        if (!WriteLinkPiece(next, LargestWrite))
+            return false;
         next += LargestWrite;
         length -= LargestWrite;
     }
-    if (State.Link.StopReceive)
-        return false;
-    return WriteLinkPiece(next, length) && handedOver;
+    return !State.Link.StopReceive && WriteLinkPiece(next, length);
 }
 
 void CloseLinkPort() {

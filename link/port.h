@@ -11,8 +11,8 @@ bool OpenLinkPort(const char* portName);
 
 // Sends all bytes in writes of at most 12288, in order, and returns when the last has been handed
 // over; one thread at a time. False when one was not: that goes unnoticed while a token has yet to
-// come, since a device that got less stays silent. Returns early once StopReceive is set, so that
-// a write that never completes has a way out.
+// come, since a device that got less stays silent. A write that never completes has two ways out:
+// StopReceive, and a limit of a minute.
 bool WriteLink(const void* data, std::uint32_t length);
 
 // Closes the port if it is open; whatever waits on it comes back.

@@ -7,6 +7,7 @@
 
 #include <winbase.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr double NanosecondsPerMillisecond = 1e6;
 constexpr DWORD LongestShortSleep = 1000;
+constexpr auto ShortestSleep = std::chrono::milliseconds(1);
 
 struct Rates {
     double waits = 1;
@@ -76,7 +78,8 @@ HostClock::time_point HostDeadline(DWORD milliseconds) {
 
 HostClock::time_point SleepDeadline(DWORD milliseconds) {
     const bool isLong = milliseconds > LongestShortSleep;
-    return FromNow(AtRate(milliseconds, isLong ? TheRates().longSleeps : ClockRate()));
+    const auto sleep = AtRate(milliseconds, isLong ? TheRates().longSleeps : ClockRate());
+    return FromNow(std::max<HostClock::duration>(sleep, ShortestSleep));
 }
 
 } // namespace platform

@@ -2,6 +2,8 @@
 // faster, so that a run whose waits take half a minute can be tested in a second. What the clock
 // counts are Windows milliseconds; what the host waits is that divided by the rate.
 //
+// No sleep gets shorter than a millisecond of the host, since what sleeps for a millisecond polls.
+//
 // A second number behind a comma, "20,500", is a rate for sleeps of more than a second. Such a
 // sleep gives the world outside time to settle, and in a test nothing races with it; limits and
 // short pauses do race with other processes, and may not get shorter than a loaded host is slow.

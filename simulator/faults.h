@@ -22,12 +22,12 @@ struct Faults {
     std::string splitAt;
     std::string lateAt;
     std::uint32_t lateMilliseconds = 0;
-    std::optional<std::uint64_t> diesAt; // bytes taken from the link since power-on
+    std::optional<std::uint64_t> diesAt;             // bytes taken from the link since power-on
     std::optional<std::uint64_t> unplugAt;           // the same, until it leaves the bus
     std::optional<std::uint32_t> replugMilliseconds; // not before a reset, if none
     bool portHeld = false;                           // the PC finds its ports in use
     std::optional<std::uint64_t> noiseSeed;
-    bool raggedSizes = false;            // a size that is no whole number of pieces is taken
+    bool raggedSizes = false; // a size that is no whole number of pieces is taken
 };
 
 struct FaultRow {

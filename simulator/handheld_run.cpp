@@ -47,6 +47,8 @@ public:
 
 private:
     void PowerOn(bool navigatorKey);
+    void StopEverything();
+    void StartMode();
     void EnterFlasher(LinkKind kind);
     void Received(SerialEnd& end, const Burst& burst);
     void Hear(SerialEnd& end, const Burst& burst);
@@ -66,7 +68,7 @@ private:
     FlashParts parts_;
     SerialEnd serial_;
     SerialEnd usb_;
-    std::uint64_t received_ = 0;           // bytes over the link since power-on
+    std::uint64_t received_ = 0; // bytes over the link since power-on
     EventLoop::Timer replug_ = 0;
     std::optional<Noise> noise_;
     const SerialEnd* listening_ = nullptr; // the end of the flasher; null: both
@@ -99,13 +101,19 @@ Handheld::Handheld(const StateFolder& folder, const RunOptions& options)
     PowerOn(options.navigatorKey);
 }
 
-void Handheld::Run() {
-    report_.Say("ready");
-    loop_.Run();
-}
+void Handheld::Run() { loop_.Run(); }
 
 // Everything that runs on the handheld starts anew; what it has in its folder stays.
 void Handheld::PowerOn(bool navigatorKey) {
+    StopEverything();
+    StateFolder::Reset(state_, navigatorKey);
+    folder_.Save(state_);
+    report_.Say(std::string("mode ") + NameOf(state_.mode));
+    StartMode();
+    report_.Say("ready");
+}
+
+void Handheld::StopEverything() {
     rapi_.reset();
     linkProgram_.reset();
     programs_.reset();
@@ -115,9 +123,9 @@ void Handheld::PowerOn(bool navigatorKey) {
     loop_.Cancel(replug_);
     serial_.Revive();
     usb_.Revive();
-    StateFolder::Reset(state_, navigatorKey);
-    folder_.Save(state_);
-    report_.Say(std::string("mode ") + NameOf(state_.mode));
+}
+
+void Handheld::StartMode() {
     if (state_.mode == Mode::Flasher)
         linkProgram_ = std::make_unique<Flasher>(parts_);
     if (state_.mode == Mode::Bootloader)

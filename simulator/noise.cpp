@@ -45,7 +45,8 @@ void Noise::After(SerialEnd& end, const Report& report) {
 void Noise::Burst(SerialEnd& end, const Report& report) {
     Bytes bytes(1 + Below(LongestBurst));
     for (std::uint8_t& byte : bytes)
-        byte = static_cast<std::uint8_t>(tokens_ && Below(2) == 0 ? Below(TokenValues) : Below(256));
+        byte =
+            static_cast<std::uint8_t>(tokens_ && Below(2) == 0 ? Below(TokenValues) : Below(256));
     report.Say("fault: noise: " + Sample(bytes));
     end.Send(std::move(bytes));
     due_ = false;

@@ -131,7 +131,8 @@ void SerialEnd::Send(Bytes bytes, std::function<void(Clock::time_point)> sent) {
     sentUntil_ = std::max(sentUntil_, Clock::now()) + WireTime(bytes.size());
     auto write = [this, bytes = std::move(bytes), sent = std::move(sent)] {
         // A full buffer means that the PC reads nothing; a wire does not keep what is not taken.
-        [[maybe_unused]] const ssize_t count = ::write(terminal_.master.Get(), bytes.data(), bytes.size());
+        [[maybe_unused]] const ssize_t count =
+            ::write(terminal_.master.Get(), bytes.data(), bytes.size());
         if (sent)
             sent(Clock::now());
     };

@@ -13,6 +13,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <stdlib.h>
 #include <termios.h>
 #include <unistd.h>
@@ -124,6 +125,16 @@ TEST_F(LinkTest, a_write_that_nobody_takes_ends_once_the_transfer_has_been_given
     EXPECT_TRUE(ComesTrue([&] { return over.load(); }));
     sender.join();
     EXPECT_FALSE(handedOver);
+}
+
+TEST_F(LinkTest, a_write_that_nobody_takes_ends_by_itself_and_nothing_is_sent_behind_it) {
+    std::string piece(0x20000, 'p');
+    piece.back() = 'z';
+    EXPECT_FALSE(WriteLink(piece.data(), static_cast<std::uint32_t>(piece.size())));
+    int arrived = 0;
+    ASSERT_EQ(0, ioctl(device_, FIONREAD, &arrived));
+    const std::string taken = ReceiveAtDevice(static_cast<std::size_t>(arrived));
+    EXPECT_EQ(std::string::npos, taken.find('z'));
 }
 
 TEST_F(LinkTest, closing_the_port_ends_a_write_and_a_later_one_reports_it) {

@@ -44,9 +44,10 @@ std::u16string StoredValue::Text() const {
 }
 
 Cradle::Cradle(const TestHome& home, const CradleOptions& options) : home_(home) {
-    home.RunHandheld({"create", home.Device().string(), "--model", options.model, "--version",
-                      options.version, "--language", options.language, "--flash",
-                      std::to_string(options.flashMegabytes)});
+    if (options.create)
+        home.RunHandheld({"create", home.Device().string(), "--model", options.model, "--version",
+                          options.version, "--language", options.language, "--flash",
+                          std::to_string(options.flashMegabytes)});
     RestartHandheld(options.run);
     if (options.withManager)
         StartManager(options.manager);

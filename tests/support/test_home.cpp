@@ -2,11 +2,13 @@
 
 #include "tests/support/test_home.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <thread>
 
 #include <unistd.h>
 
@@ -14,18 +16,16 @@ namespace test_support {
 
 namespace {
 
-// The manager that a run of the wizard started belongs to nobody; it is ended only if the number
-// in the file still is such a process.
-void EndConnectionManager(const std::filesystem::path& home) {
+// The connection manager of that home; 0 where its number is no longer such a process.
+pid_t ConnectionManagerOf(const std::filesystem::path& home) {
     std::ifstream file(home / "connection-manager.pid");
     pid_t process = 0;
     std::error_code error;
     if (!(file >> process) || process <= 0)
-        return;
+        return 0;
     const auto program =
         std::filesystem::read_symlink("/proc/" + std::to_string(process) + "/exe", error);
-    if (!error && program.filename() == "connection-manager")
-        kill(process, SIGKILL);
+    return !error && program.filename() == "connection-manager" ? process : 0;
 }
 
 } // namespace
@@ -51,7 +51,8 @@ void TestHome::TakePortsAway() const {
 }
 
 TestHome::~TestHome() {
-    EndConnectionManager(Home());
+    if (const pid_t manager = ConnectionManagerOf(Home()))
+        kill(manager, SIGKILL);
     std::error_code ignored;
     std::filesystem::remove_all(root_, ignored);
 }
@@ -82,6 +83,15 @@ Environment TestHome::Variables(const Environment& added) const {
     return variables;
 }
 
+void TestHome::AwaitConnectionManager() const {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (ConnectionManagerOf(Home()) == 0) {
+        if (std::chrono::steady_clock::now() > limit)
+            throw std::runtime_error("no connection manager comes up");
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
 std::pair<int, std::string> TestHome::TryHandheld(const std::vector<std::string>& words) const {
     std::vector<std::string> command = {ProgramFolder() + "/handheld"};
     command.insert(command.end(), words.begin(), words.end());
@@ -107,7 +117,11 @@ std::vector<std::uint8_t> ReadFileBytes(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file)
         throw std::runtime_error("cannot read " + path.string());
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::vector<std::uint8_t> bytes(std::filesystem::file_size(path));
+    file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (static_cast<std::size_t>(file.gcount()) != bytes.size())
+        throw std::runtime_error("cannot read " + path.string());
+    return bytes;
 }
 
 } // namespace test_support

@@ -44,6 +44,10 @@ public:
     // ROM_WIZARD_HOME, terminal display, clock rate 20; what is given comes last and wins.
     Environment Variables(const Environment& added = {}) const;
 
+    // Waits until a connection manager that the wizard has started is there: a test that ends
+    // earlier would leave it behind.
+    void AwaitConnectionManager() const;
+
     // Runs a command of handheld to its end: its exit code and its lines.
     std::pair<int, std::string> TryHandheld(const std::vector<std::string>& words) const;
     // As above; throws where the exit code is not 0.

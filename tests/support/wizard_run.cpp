@@ -13,18 +13,28 @@ constexpr char Opening[] = "== ";
 
 std::string OpeningOf(int page) { return Opening + std::to_string(page) + " =="; }
 
+// The page that the line opens; 0 for another line, and for a file dialog's.
+int NumberIn(const std::string& line) {
+    return line.starts_with(Opening) ? std::atoi(line.c_str() + sizeof(Opening) - 1) : 0;
+}
+
 } // namespace
 
 WizardRun::WizardRun(const TestHome& home, const Environment& environment)
-    : process_({ProgramFolder() + "/rom-wizard"},
+    : home_(home),
+      process_({ProgramFolder() + "/rom-wizard"},
                {.folder = home.Tree().string(), .environment = home.Variables(environment)}) {}
 
+int WizardRun::NextPage() {
+    return NumberIn(process_.ExpectLine([](const std::string& text) { return NumberIn(text) != 0; },
+                                        "that opens a page"));
+}
+
 void WizardRun::ExpectPage(int page) {
-    const std::string line = process_.ExpectLine(
-        [](const std::string& text) { return text.starts_with(Opening); }, OpeningOf(page));
-    if (!line.starts_with(OpeningOf(page)))
-        throw std::runtime_error("instead of page " + std::to_string(page) + " came " + line +
-                                 " in:\n" + process_.Transcript());
+    const int next = NextPage();
+    if (next != page)
+        throw std::runtime_error("instead of page " + std::to_string(page) + " came " +
+                                 std::to_string(next) + " in:\n" + process_.Transcript());
 }
 
 void WizardRun::ExpectEnd(int page) { process_.ExpectLine("-- " + std::to_string(page) + " --"); }
@@ -47,8 +57,8 @@ std::string WizardRun::PageText(int page) {
 std::vector<int> WizardRun::Pages() {
     std::vector<int> pages;
     for (const std::string& line : process_.Lines()) {
-        if (line.starts_with(Opening) && std::atoi(line.c_str() + 3) != 0)
-            pages.push_back(std::atoi(line.c_str() + 3));
+        if (const int page = NumberIn(line))
+            pages.push_back(page);
     }
     return pages;
 }

@@ -5,11 +5,48 @@
 
 namespace test_support {
 
+namespace pages {
+
+// Page numbers as the terminal tells them.
+enum Page {
+    ProgressPage = 102,
+    WelcomePage = 103,
+    PowerWarningPage = 105,
+    ActionChoicePage = 109,
+    UpgradeErrorPage = 114,
+    HostChecklistPage = 121,
+    BusyPage = 122,
+    IncompatibleImagePage = 123,
+    VersionConfirmPage = 124,
+    BackupChoicePage = 125,
+    UpgradeReadyPage = 130,
+    ConnectionErrorPage = 138,
+    ChecksumErrorPage = 139,
+    ImageMissingPage = 140,
+    ImageOpenErrorPage = 141,
+    CommunicationErrorPage = 142,
+    PortErrorPage = 143,
+    RemoteProgramErrorPage = 144,
+    ModuleDataErrorPage = 146,
+    ImageTooLargePage = 151,
+    PreparePage = 153,
+    ConnectionTypePage = 158,
+    FinishPage = 160,
+    DeviceChecklistPage = 161,
+    ActiveSyncVersionPage = 165,
+    UpgradeNoticePage = 166,
+    UpgradeDonePage = 167,
+};
+
+} // namespace pages
+
 class WizardRun {
 public:
     // Starts it in the tree of that home. `environment` is added to TestHome::Variables.
     explicit WizardRun(const TestHome& home, const Environment& environment = {});
 
+    // Waits for the next page to open, whichever it is: its number.
+    int NextPage();
     // Waits for the next page with that number to open. Another page in between is a failure, so
     // that a road is told page by page. Throws with the whole transcript.
     void ExpectPage(int page);
@@ -33,8 +70,10 @@ public:
     // The same with the input left open, as it must end by itself.
     int Wait();
     ChildProcess& Process() { return process_; }
+    const TestHome& Home() const { return home_; }
 
 private:
+    const TestHome& home_;
     ChildProcess process_;
 };
 
