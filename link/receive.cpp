@@ -11,6 +11,7 @@
 #include "link/receive_buffer.h"
 #include "wizard/state.h"
 
+#include <array>
 #include <mutex>
 
 namespace {
@@ -29,11 +30,19 @@ bool TokenStands() {
     return false;
 }
 
+// A burst is shown when it has ended. Shown byte by byte, a token that has no zero behind it would
+// look like one for a moment; and a sender that is quicker than this loop would clear a token
+// before its zero has been read, which the next token then finds in its place.
 void ReadBurst(OVERLAPPED* overlapped) {
     ClearReceiveBuffer();
+    std::array<std::uint8_t, MostReceived> burst;
+    std::size_t count = 0;
     std::uint8_t byte = 0;
-    while (!State.Link.StopReceive && ReadLink(&byte, 1, overlapped) == 1)
-        StoreReceived(byte);
+    while (!State.Link.StopReceive && ReadLink(&byte, 1, overlapped) == 1) {
+        if (count < burst.size())
+            burst[count++] = byte;
+    }
+    StoreBurst({burst.data(), count});
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr std::size_t MostStored = ReceiveBufferSize - 1;
 constexpr std::size_t KeptTail = 64; // longer than anything that is looked for
 
 std::uint8_t ByteAt(std::size_t place) { return State.Link.ReceiveBuffer[place]; }
@@ -15,7 +14,7 @@ std::uint8_t ByteAt(std::size_t place) { return State.Link.ReceiveBuffer[place];
 // Moves the last bytes to the start and zeroes the rest.
 void KeepTail() {
     for (std::size_t place = 0; place < KeptTail; ++place)
-        State.Link.ReceiveBuffer[place] = ByteAt(MostStored - KeptTail + place);
+        State.Link.ReceiveBuffer[place] = ByteAt(MostReceived - KeptTail + place);
     for (std::size_t place = KeptTail; place < ReceiveBufferSize; ++place)
         State.Link.ReceiveBuffer[place] = 0;
     State.Link.ReceiveCursor = KeptTail;
@@ -36,7 +35,8 @@ bool HoldsToken(std::uint8_t token, std::size_t place) {
 }
 
 bool HoldsText(std::string_view text) {
-    for (std::size_t place = 0; place + text.size() <= MostStored && ByteAt(place) != 0; ++place) {
+    for (std::size_t place = 0; place + text.size() <= MostReceived && ByteAt(place) != 0;
+         ++place) {
         if (TextStandsAt(text, place))
             return true;
     }
@@ -55,18 +55,18 @@ void ClearReceiveBuffer() {
     State.Link.ReceiveCursor = 0;
 }
 
-void StoreReceived(std::uint8_t value) {
-    const std::size_t cursor = State.Link.ReceiveCursor;
-    if (cursor >= MostStored)
-        return;
-    State.Link.ReceiveBuffer[cursor] = value;
-    State.Link.ReceiveCursor = cursor + 1;
+void StoreBurst(std::span<const std::uint8_t> burst) {
+    State.Link.ReceiveCursor = burst.size();
+    for (std::size_t place = burst.size(); place-- > 0;)
+        State.Link.ReceiveBuffer[place] = burst[place];
 }
 
 void StoreReceivedText(std::uint8_t value) {
     if (value == 0)
         return;
-    if (State.Link.ReceiveCursor >= MostStored)
+    if (State.Link.ReceiveCursor >= MostReceived)
         KeepTail();
-    StoreReceived(value);
+    const std::size_t cursor = State.Link.ReceiveCursor;
+    State.Link.ReceiveBuffer[cursor] = value;
+    State.Link.ReceiveCursor = cursor + 1;
 }

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 // Whether exactly this token stands at the given place, with its zero behind it.
@@ -17,9 +18,13 @@ bool HoldsText(std::string_view text);
 void ClearReceivedToken(); // bytes 0 and 1, and the cursor back to the start
 void ClearReceiveBuffer(); // all of it, and the cursor
 
-// At the cursor, which moves on. A full buffer drops the byte: tokens stand at the start.
-void StoreReceived(std::uint8_t value);
+// The most that is stored: a zero stands behind it.
+constexpr std::size_t MostReceived = 999;
 
-// As above, but a full buffer loses its oldest bytes: a prompt is found at the end of a banner of
-// any length. A zero byte is left out, since it would hide what follows.
+// A whole burst, of MostReceived bytes or fewer, into a buffer that is clear. The first byte goes
+// last: a sender that sees it sees the whole burst.
+void StoreBurst(std::span<const std::uint8_t> burst);
+
+// One byte at the cursor, which moves on. A full buffer loses its oldest bytes: a prompt is found
+// at the end of a banner of any length. A zero byte is left out, since it would hide what follows.
 void StoreReceivedText(std::uint8_t value);

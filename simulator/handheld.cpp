@@ -52,6 +52,7 @@ int MakeAgentFiles(const Arguments& arguments) {
 int Run(const Arguments& arguments) {
     RunOptions options;
     options.baud = ParseNumber32(arguments.Get("--baud", "0"));
+    options.usbBaud = ParseNumber32(arguments.Get("--usb-baud", "0"));
     options.navigatorKey = arguments.Has("--bootloader");
     if (arguments.Has("--battery"))
         options.externalPower = false;
@@ -91,6 +92,7 @@ int Compare(const Arguments& arguments) {
 std::vector<OptionRow> RunOptionRows() {
     std::vector<OptionRow> rows = {
         {"--baud", "N", "pace the serial end, 10 bits to a byte (default: unpaced)"},
+        {"--usb-baud", "N", "the same for the USB end"},
         {"--battery", "", "not on external power"},
         {"--bootloader", "", "switched on with the navigator key held down"},
         {"--log", "FILE", "the bytes that came over the link, as they came"},

@@ -90,7 +90,7 @@ Handheld::Handheld(const StateFolder& folder, const RunOptions& options)
                                                  OpenHost(folder.Flash(), O_WRONLY),
                                                  folder.FlashSize()},
       serial_(loop_, platform::HomePath("ports/COM1"), options.baud),
-      usb_(loop_, platform::HomePath("ports/WCEUSBSH001"), 0) {
+      usb_(loop_, platform::HomePath("ports/WCEUSBSH001"), options.usbBaud) {
     const sigset_t signals = HandledSignals();
     signals_ = Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!signals_)
@@ -154,9 +154,9 @@ void Handheld::EnterFlasher(LinkKind kind) {
 
 void Handheld::BeginFaultsOfTheLink() {
     if (faults_.portHeld) {
-        report_.Say("fault: the ports are held");
         serial_.GiveAway();
         usb_.GiveAway();
+        report_.Say("fault: the ports are held");
     }
     if (faults_.noiseSeed)
         noise_.emplace(*faults_.noiseSeed, state_.mode == Mode::Flasher);
@@ -190,19 +190,20 @@ void Handheld::Hear(SerialEnd& end, const Burst& burst) {
 
 void Handheld::BreakOff() {
     if (received_ == faults_.unplugAt) {
-        report_.Say("fault: unplugged after " + std::to_string(received_) + " bytes");
+        faults_.unplugAt.reset(); // once
         serial_.Unplug();
         usb_.Unplug();
+        report_.Say("fault: unplugged after " + std::to_string(received_) + " bytes");
         if (faults_.replugMilliseconds)
             replug_ = loop_.After(platform::HostDuration(*faults_.replugMilliseconds), [this] {
-                report_.Say("fault: back on the bus");
                 serial_.Plug();
                 usb_.Plug();
+                report_.Say("fault: back on the bus");
             });
     } else {
-        report_.Say("fault: dead after " + std::to_string(received_) + " bytes");
         serial_.Die();
         usb_.Die();
+        report_.Say("fault: dead after " + std::to_string(received_) + " bytes");
     }
 }
 

@@ -7,7 +7,8 @@
 namespace simulator {
 
 struct RunOptions {
-    std::uint32_t baud = 0;    // 0: the serial end is not paced
+    std::uint32_t baud = 0;    // of the serial end; 0: not paced
+    std::uint32_t usbBaud = 0; // of the USB end
     bool navigatorKey = false; // held down at power-on
     std::optional<bool> externalPower;
     std::string logFile, timesFile; // empty: none

@@ -7,12 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace {
 
 void Store(const std::string& bytes) {
-    for (char one : bytes)
-        StoreReceived(static_cast<std::uint8_t>(one));
+    const std::vector<std::uint8_t> burst(bytes.begin(), bytes.end());
+    StoreBurst(burst);
 }
 
 void StoreText(const std::string& bytes) {
@@ -29,7 +30,7 @@ TEST_F(ReceiveBuffer, a_token_counts_only_with_a_zero_behind_it) {
     Store("\4");
     EXPECT_TRUE(HoldsToken(4));
     EXPECT_FALSE(HoldsToken(5));
-    Store("\4"); // a second one in the same burst
+    Store("\4\4"); // two in one burst
     EXPECT_FALSE(HoldsToken(4));
     EXPECT_TRUE(HoldsToken(4, 1));
 }
@@ -42,8 +43,8 @@ TEST_F(ReceiveBuffer, clearing_a_token_lets_the_next_one_stand_at_the_start) {
     EXPECT_TRUE(HoldsToken(5));
 }
 
-TEST_F(ReceiveBuffer, a_burst_of_any_length_leaves_a_zero_at_the_end) {
-    Store(std::string(5000, 'x'));
+TEST_F(ReceiveBuffer, the_longest_burst_leaves_a_zero_at_the_end) {
+    Store(std::string(MostReceived, 'x'));
     EXPECT_EQ(0, State.Link.ReceiveBuffer[ReceiveBufferSize - 1]);
     EXPECT_EQ('x', State.Link.ReceiveBuffer[ReceiveBufferSize - 2]);
 }

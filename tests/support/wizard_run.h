@@ -31,6 +31,7 @@ enum Page {
     ImageTooLargePage = 151,
     PreparePage = 153,
     ConnectionTypePage = 158,
+    FinishUsbPage = 133,
     FinishPage = 160,
     DeviceChecklistPage = 161,
     ActiveSyncVersionPage = 165,

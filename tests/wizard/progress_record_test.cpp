@@ -117,6 +117,29 @@ TEST_F(ProgressRecord, with_critical_alone_is_not_pending_but_marks_the_bootload
     EXPECT_TRUE(State.Run.BootloaderResume);
 }
 
+// A wizard that is killed while no more than the held-back block is left shows no page, so nothing
+// marks the record.
+TEST_F(ProgressRecord, with_the_note_of_the_held_back_block_is_one_for_the_bootloader) {
+    WriteProgressRecord();
+    NoteHeldBackBlock();
+    EXPECT_TRUE(ReadProgressRecord());
+    EXPECT_TRUE(State.Run.BootloaderResume);
+
+    State.Run.BootloaderResume = false;
+    DeleteProgressRecord();
+    WriteProgressRecord(); // another transfer
+    EXPECT_TRUE(ReadProgressRecord());
+    EXPECT_FALSE(State.Run.BootloaderResume);
+
+    DeleteProgressRecord();
+    NoteHeldBackBlock(); // killed between the two deletions
+    EXPECT_FALSE(ReadProgressRecord());
+    EXPECT_FALSE(State.Run.BootloaderResume);
+    WriteProgressRecord();
+    EXPECT_TRUE(ReadProgressRecord());
+    EXPECT_FALSE(State.Run.BootloaderResume);
+}
+
 TEST_F(ProgressRecord, takes_names_in_any_case_and_passes_over_values_that_do_not_fit) {
     Write("a long one", REG_BINARY, std::string(300, 'z'));
     Write("FLASH", REG_DWORD, std::string("\1\0\0\0", 4));

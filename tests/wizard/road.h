@@ -28,16 +28,22 @@ inline void PassIntroduction(WizardRun& wizard) {
     wizard.Answer(DeviceChecklistPage, "1");
 }
 
-inline void ChooseSerial(WizardRun& wizard) {
+// Radio buttons of ConnectionTypePage.
+constexpr char Usb[] = "1150";
+constexpr char Serial[] = "1151";
+
+inline void ChooseLink(WizardRun& wizard, const char* link) {
     wizard.ExpectPage(BusyPage);
-    wizard.Answer(ConnectionTypePage, "1151");
+    wizard.Answer(ConnectionTypePage, link);
     wizard.Send("1");
 }
 
+inline void ChooseSerial(WizardRun& wizard) { ChooseLink(wizard, Serial); }
+
 // From the start to the choice of the action, with the image verified.
-inline void GoToActionChoice(WizardRun& wizard) {
+inline void GoToActionChoice(WizardRun& wizard, const char* link = Serial) {
     PassIntroduction(wizard);
-    ChooseSerial(wizard);
+    ChooseLink(wizard, link);
     wizard.ExpectPage(BusyPage); // identification
     wizard.ExpectPage(BusyPage); // verification
     wizard.ExpectPage(ActionChoicePage);
@@ -50,18 +56,19 @@ inline void ConfirmUpgrade(WizardRun& wizard) {
 }
 
 // Up to the transfer, which is then under way.
-inline void GoToTransfer(WizardRun& wizard) {
-    GoToActionChoice(wizard);
+inline void GoToTransfer(WizardRun& wizard, const char* link = Serial) {
+    GoToActionChoice(wizard, link);
     wizard.Send("1035");
     ConfirmUpgrade(wizard);
     wizard.ExpectPage(PreparePage);
     wizard.ExpectPage(ProgressPage);
 }
 
-inline void FinishUpgrade(WizardRun& wizard) {
+// On USB the last page is another one than on a serial link.
+inline void FinishUpgrade(WizardRun& wizard, int lastPage = FinishPage) {
     wizard.Answer(UpgradeDonePage, "1181");
     wizard.Home().AwaitConnectionManager();
-    wizard.ExpectPage(FinishPage);
+    wizard.ExpectPage(lastPage);
     wizard.Send("1134"); // no readme
     wizard.Send("1");
 }

@@ -29,16 +29,26 @@ Bytes WireBytes(const Bytes& image) {
     return wire;
 }
 
-TEST(Upgrade, a_full_size_image_goes_out_in_the_wire_order_to_the_last_byte) {
+struct FullSize {
+    const char *link, *folder, *language, *duration;
+};
+
+class FullSizeUpgrade : public testing::TestWithParam<FullSize> {};
+
+TEST_P(FullSizeUpgrade, goes_out_in_the_wire_order_to_the_last_byte) {
+    const FullSize& one = GetParam();
     TestHome home;
-    const auto image = home.AddLanguageFolder({.size = 0xF80020});
+    const auto image =
+        home.AddLanguageFolder({.folder = one.folder, .language = one.language, .size = 0xF80020});
     const std::string log = home.Path("wire").string();
-    Cradle cradle(home, {.flashMegabytes = 16, .run = {"--log", log}});
+    Cradle cradle(home, {.language = one.language, .flashMegabytes = 16, .run = {"--log", log}});
     WizardRun wizard(home);
-    GoToTransfer(wizard);
+    GoToTransfer(wizard, one.link);
     EXPECT_TRUE(HasProgressRecord(home));
-    FinishUpgrade(wizard);
+    wizard.ExpectLine(one.duration);
+    FinishUpgrade(wizard, one.link == Usb ? FinishUsbPage : FinishPage);
     EXPECT_EQ(0, wizard.Wait());
+    cradle.Handheld().ExpectLine(": complete");
 
     const Bytes wire = test_support::ReadFileBytes(log);
     EXPECT_EQ(1u + 4u + 0xF40000u, wire.size());
@@ -51,6 +61,16 @@ TEST(Upgrade, a_full_size_image_goes_out_in_the_wire_order_to_the_last_byte) {
     cradle.Reset();
     EXPECT_EQ("2.00", cradle.StatusOf("version").substr(0, 4));
 }
+
+INSTANTIATE_TEST_SUITE_P(Upgrade, FullSizeUpgrade,
+                         testing::Values(FullSize{Serial, "English", "ENG", "30 minutes"},
+                                         FullSize{Usb, "French", "FRE", "4 minutes"},
+                                         FullSize{Serial, "Japanese", "JPN", "60 minutes"},
+                                         FullSize{Usb, "SChinese", "CHS", "8 minutes"}),
+                         [](const auto& one) {
+                             return std::string(one.param.language) +
+                                    (one.param.link == Usb ? "_usb" : "_serial");
+                         });
 
 TEST(Upgrade, the_handheld_is_prepared_for_the_late_layout) {
     TestHome home;

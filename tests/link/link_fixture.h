@@ -1,0 +1,108 @@
+// The link on a real terminal pair, in this process: the test is the device.
+#pragma once
+
+#include "link/port.h"
+
+#include "link/receive.h"
+#include "link/receive_buffer.h"
+#include "link/stall.h"
+#include "link/transfer_buffers.h"
+#include "wizard/state.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <thread>
+
+namespace link_test {
+
+using namespace std::chrono_literals;
+
+constexpr auto Limit = 60s;
+
+template <class Condition>
+bool ComesTrue(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + Limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+// The device's end of COM1.
+class LinkTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        char folder[] = "/tmp/link-XXXXXX";
+        ASSERT_TRUE(mkdtemp(folder));
+        home_ = folder;
+        setenv("ROM_WIZARD_HOME", folder, 1);
+        setenv("ROM_WIZARD_CLOCK", "50", 1);
+        std::filesystem::create_directory(home_ / "ports");
+    }
+    static void TearDownTestSuite() { std::filesystem::remove_all(home_); }
+
+    void SetUp() override { Connect(true); }
+
+    // Both names lead to the one terminal.
+    void Connect(bool serial) {
+        device_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        ASSERT_GE(device_, 0);
+        ASSERT_EQ(0, grantpt(device_));
+        ASSERT_EQ(0, unlockpt(device_));
+        for (const char* port : {"ports/COM1", "ports/WCEUSBSH001"}) {
+            std::filesystem::remove(home_ / port);
+            std::filesystem::create_symlink(ptsname(device_), home_ / port);
+        }
+        State.Run.SerialLinkSelected = serial;
+        State.Run.TransferAborted = false;
+        State.Link.StopReceive = false;
+        ClearReceiveBuffer();
+        ASSERT_TRUE(OpenLinkPort(""));
+    }
+    void TearDown() override {
+        TearDownTransfer();
+        HangUp();
+    }
+
+    void HangUp() {
+        if (device_ >= 0)
+            close(device_);
+        device_ = -1;
+    }
+
+    std::string ReceiveAtDevice(std::size_t size) {
+        std::string bytes;
+        while (bytes.size() < size) {
+            pollfd ready{device_, POLLIN, 0};
+            if (poll(&ready, 1, 60000) != 1)
+                break;
+            char chunk[4096];
+            const ssize_t count = read(device_, chunk, sizeof(chunk));
+            if (count <= 0)
+                break;
+            bytes.append(chunk, static_cast<std::size_t>(count));
+        }
+        return bytes;
+    }
+
+    void SayAsDevice(const std::string& bytes) {
+        ASSERT_EQ(static_cast<ssize_t>(bytes.size()), write(device_, bytes.data(), bytes.size()));
+    }
+
+    static inline std::filesystem::path home_;
+    int device_ = -1;
+};
+
+} // namespace link_test

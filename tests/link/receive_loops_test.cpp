@@ -1,0 +1,130 @@
+// The receive loops on a real terminal pair: what the sender may find, and how a loop ends.
+// label: threads
+
+#include "tests/link/link_fixture.h"
+
+namespace {
+
+using namespace link_test;
+
+TEST_F(LinkTest, the_serial_loop_shows_a_token_and_leaves_when_the_link_is_released) {
+    StartReceiveLoop(SerialReceiveLoop, true);
+    for (int round = 0; round < 5; ++round) {
+        SayAsDevice(std::string("\4\0", 2));
+        ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
+        ClearReceivedToken();
+    }
+    ReleaseLink();
+    EXPECT_FALSE(State.Link.ReceiveRunning);
+    EXPECT_EQ(nullptr, State.Link.LinkHandle);
+    EXPECT_EQ(nullptr, State.Link.ReceiveEvent);
+    EXPECT_EQ(nullptr, State.Link.ReceiveThread);
+}
+
+TEST_F(LinkTest, a_loop_that_has_just_started_or_ended_never_blocks_the_teardown) {
+    for (int round = 0; round < 50; ++round) {
+        StartReceiveLoop(SerialReceiveLoop, true);
+        TearDownTransfer();
+        EXPECT_FALSE(State.Link.ReceiveRunning);
+        ASSERT_TRUE(OpenLinkPort(""));
+    }
+}
+
+TEST_F(LinkTest, a_loop_without_a_device_ends_and_does_not_hold_its_starter) {
+    CloseLinkPort();
+    StartReceiveLoop(UsbReceiveLoop, true); // its first request fails
+    EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
+}
+
+TEST_F(LinkTest, the_buffers_of_a_transfer_outlive_a_sender_that_uses_them) {
+    State.Link.TransferBufferA = static_cast<std::uint8_t*>(LocalAlloc(LMEM_FIXED, 0x40000));
+    {
+        const SenderHold hold;
+        AbandonTransfer();
+        EXPECT_NE(nullptr, State.Link.TransferBufferA);
+    }
+    EXPECT_EQ(nullptr, State.Link.TransferBufferA);
+}
+
+class UsbLoop : public LinkTest {
+protected:
+    void SetUp() override {
+        Connect(false);
+        StartReceiveLoop(UsbReceiveLoop, true);
+    }
+};
+
+TEST_F(UsbLoop, shows_a_token_until_it_is_taken_and_then_the_next_one) {
+    for (int round = 0; round < 20; ++round) {
+        const char token = round % 2 == 0 ? '\4' : '\5';
+        SayAsDevice({token, '\0'});
+        ASSERT_TRUE(ComesTrue([=] { return HoldsToken(static_cast<std::uint8_t>(token)); }));
+        ClearReceivedToken();
+    }
+    SayAsDevice(std::string("\5\0", 2)); // never taken: the next one replaces it
+    ASSERT_TRUE(ComesTrue([] { return HoldsToken(5); }));
+    SayAsDevice(std::string("\4\0", 2));
+    EXPECT_TRUE(ComesTrue([] { return HoldsToken(4); }));
+}
+
+TEST_F(UsbLoop, takes_a_device_that_leaves_the_bus_for_its_end_and_closes_what_it_held) {
+    HangUp();
+    EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
+    EXPECT_TRUE(ComesTrue([] {
+        const std::lock_guard lock(State.Link.LinkLock);
+        return !State.Link.LinkHandle && !State.Link.ReceiveEvent && !State.Link.ReceiveThread;
+    }));
+    EXPECT_FALSE(WriteLink("A", 1));
+}
+
+TEST_F(UsbLoop, leaves_a_token_that_nobody_takes_when_it_is_told_to_stop) {
+    SayAsDevice(std::string("\4\0", 2));
+    ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
+    State.Link.StopReceive = true;
+    EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
+}
+
+class BootloaderLoop : public LinkTest {
+protected:
+    // Says a text in two bursts and waits until the sender may answer.
+    void Prompt(const std::string& text, std::size_t cut) {
+        ClearReceiveBuffer();
+        SayAsDevice(text.substr(0, cut));
+        ASSERT_TRUE(ComesTrue([] { return State.Link.ReceiveBuffer[0] != 0; }));
+        SayAsDevice(text.substr(cut));
+        ASSERT_TRUE(ComesTrue([] { return HoldsText("download"); })) << "cut at " << cut;
+    }
+};
+
+// The buffer holds 999 bytes: what is looked for may stand behind them, or across their end.
+TEST_F(BootloaderLoop, finds_the_prompt_behind_any_banner_and_cut_anywhere) {
+    StartReceiveLoop(BootloaderReceiveLoop, false);
+    for (const std::size_t banner : {0U, 500U, 991U, 995U, 999U, 2500U}) {
+        const std::string text = std::string(banner, '=') + "download";
+        for (const std::size_t cut : {std::size_t{1}, banner + 1, banner + 4, banner + 7})
+            Prompt(text, cut);
+    }
+}
+
+TEST_F(BootloaderLoop, ends_a_text_at_a_token_whatever_stands_around_it) {
+    StartReceiveLoop(BootloaderReceiveLoop, false);
+    for (const std::string token : {"\x01", "\x02"}) {
+        ClearReceiveBuffer();
+        SayAsDevice("block taken\r\n" + token);
+        EXPECT_TRUE(ComesTrue([&] { return HoldsText(token); }));
+    }
+}
+
+TEST_F(BootloaderLoop, touches_nothing_any_more_once_it_has_left) {
+    StartReceiveLoop(BootloaderReceiveLoop, false);
+    SayAsDevice("a banner without an end");
+    ASSERT_TRUE(ComesTrue([] { return HoldsText("end"); }));
+    ReleaseLink();
+    EXPECT_FALSE(State.Link.ReceiveRunning);
+    ClearReceiveBuffer();
+    SayAsDevice("download");
+    ASSERT_TRUE(OpenLinkPort("")); // what the port brought before it was opened is gone
+    EXPECT_EQ(0, State.Link.ReceiveBuffer[0]);
+}
+
+} // namespace
