@@ -19,10 +19,10 @@ void ReadUntilAnswer(OVERLAPPED* overlapped) {
     ClearReceiveBuffer();
     while (!State.Link.StopReceive && !HoldsAnAnswer()) {
         std::uint8_t byte = 0;
-        if (ReadLink(&byte, 1, overlapped) == 1)
-            StoreReceivedText(byte);
-        else
+        if (ReadLink(&byte, 1, overlapped) != 1)
             Sleep(1); // the rest of the text is still on its way
+        else if (!State.Link.StopReceive)
+            StoreReceivedText(byte);
     }
 }
 
@@ -35,9 +35,12 @@ DWORD WINAPI BootloaderReceiveLoop(LPVOID) {
     SetReadsToReturnAtOnce();
     SetLinkMask(FirstMask);
     TellReceiveRuns();
+    TellReceiveListens();
     while (!State.Link.StopReceive) {
         const DWORD events = WaitForLinkEvent(&overlapped, &mask);
         SetLinkMask(LaterMask);
+        if (State.Link.StopReceive)
+            break;
         if (events & EV_RXCHAR)
             ReadUntilAnswer(&overlapped);
         Sleep(AnswerPauseMilliseconds);

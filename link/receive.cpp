@@ -42,7 +42,8 @@ void ReadBurst(OVERLAPPED* overlapped) {
         if (count < burst.size())
             burst[count++] = byte;
     }
-    StoreBurst({burst.data(), count});
+    if (!State.Link.StopReceive)
+        StoreBurst({burst.data(), count});
 }
 
 } // namespace
@@ -85,7 +86,7 @@ void StartReceiveLoop(DWORD(WINAPI* loop)(LPVOID), bool keepThread) {
         else
             CloseHandle(thread);
     }
-    // Ends: every loop raises the flag first thing, whatever becomes of it.
+    // Ends: every loop raises the flag once it listens, or when it finds that it cannot.
     while (!State.Link.ReceiveCameUp)
         Sleep(1);
 }
@@ -100,10 +101,9 @@ void CloseReceiveHandles() {
     State.Link.ReceiveThread = nullptr;
 }
 
-void TellReceiveRuns() {
-    State.Link.ReceiveRunning = true;
-    State.Link.ReceiveCameUp = true;
-}
+void TellReceiveRuns() { State.Link.ReceiveRunning = true; }
+
+void TellReceiveListens() { State.Link.ReceiveCameUp = true; }
 
 DWORD WINAPI SerialReceiveLoop(LPVOID) {
     OVERLAPPED& overlapped = State.Link.ReceiveOverlapped;
@@ -112,9 +112,12 @@ DWORD WINAPI SerialReceiveLoop(LPVOID) {
     TellReceiveRuns();
     SetReadsToReturnAtOnce();
     SetLinkMask(FirstMask);
+    TellReceiveListens();
     while (!State.Link.StopReceive) {
         const DWORD events = WaitForLinkEvent(&overlapped, &mask);
         SetLinkMask(LaterMask);
+        if (State.Link.StopReceive)
+            break; // the wait was ended by the closing of the port
         if (events & EV_RXCHAR)
             ReadBurst(&overlapped);
         if (TokenStands())

@@ -5,6 +5,8 @@
 
 #include "wizard/state.h"
 
+#include <mutex>
+
 namespace {
 
 constexpr std::size_t KeptTail = 64; // longer than anything that is looked for
@@ -44,18 +46,21 @@ bool HoldsText(std::string_view text) {
 }
 
 void ClearReceivedToken() {
+    const std::lock_guard lock(State.Link.BufferLock);
     State.Link.ReceiveBuffer[0] = 0;
     State.Link.ReceiveBuffer[1] = 0;
     State.Link.ReceiveCursor = 0;
 }
 
 void ClearReceiveBuffer() {
+    const std::lock_guard lock(State.Link.BufferLock);
     for (auto& place : State.Link.ReceiveBuffer)
         place = 0;
     State.Link.ReceiveCursor = 0;
 }
 
 void StoreBurst(std::span<const std::uint8_t> burst) {
+    const std::lock_guard lock(State.Link.BufferLock);
     State.Link.ReceiveCursor = burst.size();
     for (std::size_t place = burst.size(); place-- > 0;)
         State.Link.ReceiveBuffer[place] = burst[place];
@@ -64,6 +69,7 @@ void StoreBurst(std::span<const std::uint8_t> burst) {
 void StoreReceivedText(std::uint8_t value) {
     if (value == 0)
         return;
+    const std::lock_guard lock(State.Link.BufferLock);
     if (State.Link.ReceiveCursor >= MostReceived)
         KeepTail();
     const std::size_t cursor = State.Link.ReceiveCursor;

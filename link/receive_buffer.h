@@ -1,7 +1,9 @@
 // The buffer that a receive loop and the sender share: the latest burst from the device.
 //
-// The exchange lets one side speak at a time, so there is no lock; every byte is an atomic. A zero
-// byte ends the text that a sender looks at, and a zero always stands behind the last byte stored.
+// Every byte is an atomic, so a sender may look at any time. Storing and clearing have a lock: a
+// bootloader's text may go on while the sender, who has seen enough of it, clears the buffer. A
+// zero byte ends the text that a sender looks at, and a zero always stands behind the last byte
+// stored.
 #pragma once
 
 #include <cstddef>

@@ -56,6 +56,7 @@ void TerminateLoop() {
     const std::lock_guard lock(State.Link.LinkLock);
     if (State.Link.ReceiveThread)
         TerminateThread(State.Link.ReceiveThread, 0);
+    State.Link.ReceiveRunning = false; // nobody else can say so any more
 }
 
 } // namespace

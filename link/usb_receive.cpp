@@ -21,6 +21,7 @@ constexpr DWORD FirstMask = EV_RXCHAR | EV_CTS | EV_DSR | EV_RLSD | EV_ERR;
 static_assert(FirstMask == 0xB9);
 
 void StorePair(const std::uint8_t (&pair)[2]) {
+    // Not by StoreBurst: a lone token takes the zero that was there, and the cursor does not move.
     // The second byte first: a sender that sees the token sees its zero too.
     State.Link.ReceiveBuffer[1] = pair[1];
     State.Link.ReceiveBuffer[0] = pair[0];
@@ -30,7 +31,7 @@ void ReadUntilTaken(OVERLAPPED* overlapped) {
     std::uint8_t pair[2] = {};
     do {
         const DWORD count = ReadLink(pair, 2, overlapped);
-        if (pair[0] != 0)
+        if (pair[0] != 0 && !State.Link.StopReceive)
             StorePair(pair);
         pair[0] = 0;
         if (count == 0 && State.Link.ReceiveBuffer[0] != 0)
@@ -40,11 +41,11 @@ void ReadUntilTaken(OVERLAPPED* overlapped) {
 
 void Listen(OVERLAPPED* overlapped) {
     DWORD mask = FirstMask;
-    if (!RequestOfDriver(SetMaskRequest, &mask, nullptr, nullptr))
-        return;
-    while (!State.Link.StopReceive) {
+    const bool listens = RequestOfDriver(SetMaskRequest, &mask, nullptr, nullptr);
+    TellReceiveListens();
+    while (listens && !State.Link.StopReceive) {
         if (!RequestOfDriver(WaitRequest, nullptr, &mask, overlapped) ||
-            !RequestOfDriver(SetMaskRequest, &mask, nullptr, nullptr))
+            !RequestOfDriver(SetMaskRequest, &mask, nullptr, nullptr) || State.Link.StopReceive)
             return;
         ClearReceiveBuffer();
         ReadUntilTaken(overlapped);

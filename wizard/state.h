@@ -92,6 +92,7 @@ struct LinkValues {
     // and clears it. At most 999 bytes of data, so that a zero always follows.
     std::array<std::atomic<std::uint8_t>, ReceiveBufferSize> ReceiveBuffer;
     std::atomic<std::size_t> ReceiveCursor;
+    std::mutex BufferLock; // for storing into the two and clearing them
     // Buffers and file of the transfer: the sender's while SenderRuns; see link/transfer_buffers.h.
     std::atomic<bool> SenderRuns;
     std::uint8_t* TransferBufferA;

@@ -7,6 +7,8 @@ namespace {
 
 using namespace link_test;
 
+const char* const fast = Clock = "50"; // there are no loops here, and a limit of a minute
+
 TEST_F(LinkTest, every_length_arrives_whole_and_in_order) {
     for (std::size_t length : {std::size_t{0}, std::size_t{1}, std::size_t{12288},
                                std::size_t{12289}, std::size_t{0x20000}}) {

@@ -3,6 +3,8 @@
 
 #include "tests/link/link_fixture.h"
 
+#include <sys/inotify.h>
+
 namespace {
 
 using namespace link_test;
@@ -26,6 +28,18 @@ TEST_F(LinkTest, a_loop_that_has_just_started_or_ended_never_blocks_the_teardown
         StartReceiveLoop(SerialReceiveLoop, true);
         TearDownTransfer();
         EXPECT_FALSE(State.Link.ReceiveRunning);
+        ASSERT_TRUE(OpenLinkPort(""));
+    }
+}
+
+// An answer that comes before the event mask is there wakes nobody.
+TEST_F(LinkTest, a_loop_listens_before_its_starter_may_send) {
+    for (int round = 0; round < 50; ++round) {
+        StartReceiveLoop(round % 2 == 0 ? SerialReceiveLoop : BootloaderReceiveLoop, false);
+        DWORD mask = 0;
+        EXPECT_TRUE(GetCommMask(State.Link.LinkHandle, &mask));
+        EXPECT_EQ(0x139u, mask);
+        TearDownTransfer();
         ASSERT_TRUE(OpenLinkPort(""));
     }
 }
@@ -82,6 +96,31 @@ TEST_F(UsbLoop, leaves_a_token_that_nobody_takes_when_it_is_told_to_stop) {
     ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
     State.Link.StopReceive = true;
     EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
+}
+
+// How often the terminal is opened while `work` runs.
+template <class Work>
+int CountOpens(const std::filesystem::path& terminal, Work work) {
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    EXPECT_GE(inotify_add_watch(watch, terminal.c_str(), IN_OPEN | IN_CLOSE), 0);
+    work();
+    int opens = 0;
+    inotify_event event; // of a file, so without a name
+    while (read(watch, &event, sizeof(event)) == sizeof(event))
+        opens += (event.mask & IN_OPEN) != 0;
+    close(watch);
+    return opens;
+}
+
+// The driver of the USB link wants that.
+TEST_F(LinkTest, a_usb_port_is_opened_twice_and_a_serial_port_once) {
+    for (const bool serial : {true, false}) {
+        State.Run.SerialLinkSelected = serial;
+        CloseLinkPort();
+        EXPECT_EQ(serial ? 1 : 2,
+                  CountOpens(ptsname(device_), [] { EXPECT_TRUE(StartReceive()); }));
+        TearDownTransfer();
+    }
 }
 
 class BootloaderLoop : public LinkTest {

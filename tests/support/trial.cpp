@@ -99,7 +99,9 @@ Trial::Trial(const Stock& stock, Start start, Link link) : stock_(stock), link_(
 void Trial::StartHandheld(const std::vector<std::string>& faults, bool navigatorKey) {
     std::string mode;
     const auto isMode = [](const std::string& line) { return line.starts_with("mode "); };
+    firstLine_ = 0;
     if (cradle_ && faults.empty() && !handheldKilled_) {
+        firstLine_ = cradle_->Handheld().Lines().size();
         cradle_->Handheld().Signal(navigatorKey ? SIGUSR2 : SIGUSR1);
         cradle_->Handheld().ExpectLine("reset");
         mode = cradle_->Handheld().ExpectLine(isMode, "that tells its mode");
@@ -191,7 +193,13 @@ void Trial::Check(int page) {
 }
 
 void Trial::ExpectWholeFlash() {
-    cradle_->Handheld().ExpectLine(": complete");
+    const auto isComplete = [](const std::string& line) {
+        return line.find(": complete") != std::string::npos;
+    };
+    const std::vector<std::string> lines = cradle_->Handheld().Lines();
+    const auto first = lines.begin() + static_cast<std::ptrdiff_t>(firstLine_);
+    if (std::none_of(first, lines.end(), isComplete)) // the last bytes may still be in the tty
+        cradle_->Handheld().ExpectLine(isComplete, "that tells that all has come");
     const auto image = ReadFileBytes(stock_.Image());
     const auto flash = ReadFileBytes(home_.Device() / "flash.bin");
     if (!std::equal(image.begin() + HeaderSize + FirstBlock, image.end(),

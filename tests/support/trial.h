@@ -89,7 +89,8 @@ private:
     std::unique_ptr<Cradle> cradle_;
     std::unique_ptr<WizardRun> wizard_;
     bool handheldKilled_ = false;
-    std::string past_; // what earlier runs printed
+    std::size_t firstLine_ = 0; // of the handheld in this run
+    std::string past_;          // what earlier runs printed
 };
 
 } // namespace test_support

@@ -312,7 +312,7 @@ TEST(End, the_enter_key_on_the_choice_of_the_action_ends_the_run) {
     EXPECT_EQ(ActionChoicePage, wizard.Pages().back());
 }
 
-TEST(End, a_port_that_somebody_else_holds_is_error_105_and_can_be_resumed) {
+TEST(End, a_port_that_is_not_there_is_error_105_and_can_be_resumed) {
     TestHome home;
     home.AddLanguageFolder();
     Cradle cradle(home);
@@ -326,30 +326,5 @@ TEST(End, a_port_that_somebody_else_holds_is_error_105_and_can_be_resumed) {
     ExpectQuit(wizard, PortErrorPage);
     EXPECT_TRUE(HasProgressRecord(home));
 }
-
-struct Silence {
-    const char* step;
-    bool critical;
-};
-
-// The image has four pieces before the held-back block.
-class SilentHandheld : public testing::TestWithParam<Silence> {};
-
-TEST_P(SilentHandheld, ends_on_the_page_that_tells_how_to_recover_it) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--silent-at", GetParam().step}});
-    WizardRun wizard(home);
-    GoToTransfer(wizard);
-    ExpectQuit(wizard, GetParam().critical ? CommunicationErrorPage : UpgradeErrorPage);
-    EXPECT_TRUE(HasProgressRecord(home));
-    EXPECT_EQ(GetParam().critical, IsMarkedCritical(home));
-}
-
-INSTANTIATE_TEST_SUITE_P(AtEveryStep, SilentHandheld,
-                         testing::Values(Silence{"start", false}, Silence{"size", false},
-                                         Silence{"1", false}, Silence{"3", false},
-                                         Silence{"4", true}, Silence{"5", true}),
-                         [](const auto& one) { return std::string("after_") + one.param.step; });
 
 } // namespace

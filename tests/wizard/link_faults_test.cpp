@@ -1,6 +1,6 @@
 // A device that answers wrongly, late or not at all, at each step of each transfer: what the wizard
 // shows, what it keeps for the next run, and that the next run succeeds.
-// label: threads
+// fills the machine
 
 #include "tests/support/side_by_side.h"
 #include "tests/support/trial.h"
@@ -21,6 +21,12 @@ struct Fault {
 
 const Fault Faults[] = {
     // Of the image's six pieces four come from the file; after the fourth 0x40000 bytes are left.
+    {Start::Fresh, Link::Serial, {"--silent-at", "start"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Serial, {"--silent-at", "size"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Serial, {"--silent-at", "1"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Serial, {"--silent-at", "3"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Serial, {"--silent-at", "4"}, CommunicationErrorPage},
+    {Start::Fresh, Link::Serial, {"--silent-at", "5"}, CommunicationErrorPage},
     {Start::Fresh, Link::Usb, {"--silent-at", "start"}, UpgradeErrorPage},
     {Start::Fresh, Link::Usb, {"--silent-at", "size"}, UpgradeErrorPage},
     {Start::Fresh, Link::Usb, {"--silent-at", "3"}, UpgradeErrorPage},

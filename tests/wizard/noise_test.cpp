@@ -3,6 +3,7 @@
 //
 // By hand, with more seeds: ROM_WIZARD_NOISE=COUNT,FIRST build/release/tests/wizard_noise_test
 // label: threads
+// fills the machine
 
 #include "tests/support/extent.h"
 #include "tests/support/side_by_side.h"
@@ -18,7 +19,7 @@ using namespace test_support;
 using namespace test_support::pages;
 
 #ifdef __SANITIZE_THREAD__
-constexpr std::size_t UsualSeeds = 30; // each takes several times as long
+constexpr std::size_t UsualSeeds = 20; // each takes several times as long
 #else
 constexpr std::size_t UsualSeeds = 100;
 #endif

@@ -3,6 +3,7 @@
 //
 // By hand, over more cuts: ROM_WIZARD_SWEEP=COUNT,SEED build/release/tests/wizard_sweep_test
 // label: threads
+// fills the machine
 
 #include "tests/support/extent.h"
 #include "tests/support/sweep.h"
@@ -14,7 +15,7 @@ namespace {
 using namespace test_support;
 
 #ifdef __SANITIZE_THREAD__
-constexpr std::size_t UsualCuts = 60; // each takes several times as long
+constexpr std::size_t UsualCuts = 40; // each takes several times as long
 #else
 constexpr std::size_t UsualCuts = 204;
 #endif
