@@ -26,6 +26,16 @@ void ReadUntilAnswer(OVERLAPPED* overlapped) {
     }
 }
 
+// The pause alone would do for a sender that polls every millisecond, were it not busy with the
+// page at times. A byte that came while a text was being read leaves an event behind, and the next
+// read begins with clearing the buffer: an answer that still stands would be lost, and the handheld
+// would wait for a block that never comes.
+void LeaveAnswerToSender() {
+    Sleep(AnswerPauseMilliseconds);
+    while (HoldsAnAnswer() && !State.Link.StopReceive)
+        Sleep(1);
+}
+
 } // namespace
 
 DWORD WINAPI BootloaderReceiveLoop(LPVOID) {
@@ -43,7 +53,7 @@ DWORD WINAPI BootloaderReceiveLoop(LPVOID) {
             break;
         if (events & EV_RXCHAR)
             ReadUntilAnswer(&overlapped);
-        Sleep(AnswerPauseMilliseconds);
+        LeaveAnswerToSender();
     }
     CloseHandle(overlapped.hEvent);
     State.Link.ReceiveRunning = false;

@@ -7,6 +7,7 @@
 #include "link/receive_buffer.h"
 #include "link/stall.h"
 #include "link/transfer_buffers.h"
+#include "tests/platform/own_home.h"
 #include "wizard/state.h"
 
 #include <gtest/gtest.h>
@@ -46,15 +47,12 @@ inline const char* Clock = "5,500";
 // The device's end of COM1.
 class LinkTest : public testing::Test {
 protected:
+    // One home for the whole program, as the layer reads its name once. A port without a link in it
+    // would be a serial port of the machine.
     static void SetUpTestSuite() {
-        char folder[] = "/tmp/link-XXXXXX";
-        ASSERT_TRUE(mkdtemp(folder));
-        home_ = folder;
-        setenv("ROM_WIZARD_HOME", folder, 1);
         setenv("ROM_WIZARD_CLOCK", Clock, 1);
-        std::filesystem::create_directory(home_ / "ports");
+        std::filesystem::create_directories(home_ / "ports");
     }
-    static void TearDownTestSuite() { std::filesystem::remove_all(home_); }
 
     void SetUp() override { Connect(true); }
 
@@ -104,7 +102,7 @@ protected:
         ASSERT_EQ(static_cast<ssize_t>(bytes.size()), write(device_, bytes.data(), bytes.size()));
     }
 
-    static inline std::filesystem::path home_;
+    static inline const std::filesystem::path home_ = ownHome.Home();
     int device_ = -1;
 };
 

@@ -154,6 +154,19 @@ TEST_F(BootloaderLoop, ends_a_text_at_a_token_whatever_stands_around_it) {
     }
 }
 
+TEST_F(BootloaderLoop, leaves_an_answer_to_the_sender_however_long_that_takes) {
+    StartReceiveLoop(BootloaderReceiveLoop, false);
+    SayAsDevice("a text that goes on");
+    ASSERT_TRUE(ComesTrue([] { return HoldsText("on"); }));
+    SayAsDevice("\x02"); // while the loop reads, so that its event is told later
+    ASSERT_TRUE(ComesTrue([] { return HoldsText("\x02"); }));
+    SayAsDevice("\x01"); // and the next one, before the sender has taken the first
+    Sleep(500);
+    EXPECT_TRUE(HoldsText("\x02"));
+    ClearReceiveBuffer();
+    EXPECT_TRUE(ComesTrue([] { return HoldsText("\x01"); }));
+}
+
 TEST_F(BootloaderLoop, touches_nothing_any_more_once_it_has_left) {
     StartReceiveLoop(BootloaderReceiveLoop, false);
     SayAsDevice("a banner without an end");
