@@ -14,11 +14,6 @@
 
 namespace {
 
-constexpr std::size_t ModelOffset = 0;
-constexpr std::size_t LanguageOffset = 10;
-constexpr std::size_t VersionOffset = 14;
-constexpr std::size_t ChecksumOffset = 19;
-
 using Header = char[ImageHeaderSize];
 
 bool ReadHeaderBytes(const char* path, Header& header) {
@@ -42,16 +37,16 @@ void TakeText(const Header& header, std::size_t offset, char (&text)[Size]) {
 // The first character counts whatever it is; a '-' behind it starts the fill.
 void TakeChecksumText(const Header& header) {
     char(&text)[5] = State.Image.ImageChecksumText;
-    TakeText(header, ChecksumOffset, text);
+    TakeText(header, ImageChecksumOffset, text);
     if (char* fill = std::strchr(text + 1, '-'); text[0] && fill)
         *fill = '\0';
 }
 
 void TakeHeader(const Header& header) {
     ImageValues& image = State.Image;
-    TakeText(header, ModelOffset, image.ImageModel);
-    TakeText(header, LanguageOffset, image.ImageLanguage);
-    TakeText(header, VersionOffset, image.ImageVersionText);
+    TakeText(header, ImageModelOffset, image.ImageModel);
+    TakeText(header, ImageLanguageOffset, image.ImageLanguage);
+    TakeText(header, ImageVersionOffset, image.ImageVersionText);
     image.ImageVersion = VersionNumber(image.ImageVersionText);
     TakeChecksumText(header);
     if (const char* name = LanguageName(image.ImageLanguage))

@@ -6,11 +6,18 @@
 // Offsets 9, 13 and 18 hold '-'. The checksum covers offsets 0 to 17 and everything from 32 on.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
 constexpr std::uint32_t ImageHeaderSize = 32;
 constexpr std::uint32_t SummedHeaderSize = 18; // the bytes of the header that the checksum covers
+
+// Where in the header its texts stand.
+constexpr std::size_t ImageModelOffset = 0;
+constexpr std::size_t ImageLanguageOffset = 10;
+constexpr std::size_t ImageVersionOffset = 14;
+constexpr std::size_t ImageChecksumOffset = 19;
 
 // Reads the header of the file into State.Image; true when it was read. A file that cannot be
 // opened or is shorter than a header gets ImageOpenErrorPage, over ProgressPage if that is up,

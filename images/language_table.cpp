@@ -11,3 +11,11 @@ const char* LanguageName(const char* code) {
     }
     return nullptr;
 }
+
+bool HasSmallRom(const char* name) {
+    for (const Language& language : LanguageTable) {
+        if (lstrcmpiA(name, language.name) == 0)
+            return language.smallRom;
+    }
+    return false;
+}

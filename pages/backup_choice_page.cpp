@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr INT_PTR FileChosen = 1000;
 constexpr ULONGLONG SpaceForBackup = 0x1000000; // bytes, whatever the handheld's ROM measures
 
 constexpr PageText BackupChoiceTexts[] = {
@@ -84,7 +83,7 @@ void ChooseBackup(HWND page) {
     if (!PickBackupFile(page))
         return;
     if (HasSpace(State.Places.BackupPath)) {
-        EndDialog(page, FileChosen);
+        EndDialog(page, BackupFileChosen);
         return;
     }
     ShowWindow(page, SW_HIDE);

@@ -1,14 +1,11 @@
-// Images of the Latin languages are half the size of the others and take half the time.
+// A small ROM takes half the time of a large one.
 
 #include "pages/duration_texts.h"
 
+#include "images/language_table.h"
 #include "pages/resource.h"
 
-#include <windows.h>
-
-#include <algorithm>
 #include <array>
-#include <iterator>
 
 namespace {
 
@@ -27,18 +24,11 @@ constexpr std::array<Durations, 4> Families{{
     {IDS_UPGRADING_SERIAL, IDS_UPGRADING_USB, IDS_UPGRADING_SERIAL_LONG, IDS_UPGRADING_USB_LONG},
 }};
 
-constexpr const char* ShortGroup[] = {"English", "French", "German", "Italian", "Spanish"};
-
-bool IsShortGroup(const char* languageFolder) {
-    return std::any_of(std::begin(ShortGroup), std::end(ShortGroup),
-                       [&](const char* name) { return lstrcmpiA(languageFolder, name) == 0; });
-}
-
 } // namespace
 
 unsigned DurationText(DurationFamily family, bool serialLink, const char* languageFolder) {
     const Durations& texts = Families[static_cast<std::size_t>(family)];
-    if (IsShortGroup(languageFolder))
+    if (HasSmallRom(languageFolder))
         return serialLink ? texts.serialShort : texts.usbShort;
     return serialLink ? texts.serialLong : texts.usbLong;
 }

@@ -1,10 +1,12 @@
 // The page of a running transfer: it starts the worker, which does everything else.
 //
 // The page publishes itself before the worker starts, since the worker ends it. Nothing that the
-// user does ends it: an upgrade that is broken off leaves a handheld without a system.
+// user does ends it: an upgrade that is broken off leaves a handheld without a system, and a backup
+// a file that is none.
 
 #include "pages/progress_pages.h"
 
+#include "link/backup_transfer.h"
 #include "link/stall.h"
 #include "link/transfer_threads.h"
 #include "pages/catalog.h"
@@ -21,36 +23,48 @@ constexpr PageText ProgressTexts[] = {{IDC_PROGRESS_TEXT, IDS_UPGRADING},
                                       {IDC_PROGRESS_DURATION, 0}};
 constexpr PageColour ProgressColours[] = {{IDC_PROGRESS_WARNING, Colouring::RedText}};
 
+constexpr PageText BackupTexts[] = {{IDC_BACKUP_TEXT, 0}};
+
 void SetDuration(HWND page, bool serialLink) {
     SetDlgItemTextA(page, IDC_PROGRESS_DURATION,
                     CatalogText(DurationText(DurationFamily::Progress, serialLink,
                                              State.Places.LanguageFolder)));
 }
 
-void Publish(HWND page, HWND bar) {
-    State.Windows.ProgressBar = bar;
-    State.Windows.ProgressPage = page;
+using Place = std::atomic<HWND>; // where a page publishes itself
+
+void Withdraw(Place& place) {
+    State.Windows.ProgressBar = nullptr;
+    place = nullptr;
 }
 
-void StartWorker(HWND page, DWORD(WINAPI* worker)(LPVOID)) {
-    Publish(page, GetDlgItem(page, IDC_PROGRESS));
+void StartWorker(HWND page, Place& place, DWORD(WINAPI* worker)(LPVOID)) {
+    State.Windows.ProgressBar = GetDlgItem(page, IDC_PROGRESS);
+    place = page;
     const HANDLE thread = CreateThread(nullptr, 0, worker, nullptr, 0, nullptr);
     if (thread)
         CloseHandle(thread);
     else
-        EndDialog(page, Failed); // no timer would ever do it
+        EndDialog(page, Failed); // nobody else would ever do it
 }
 
 void OpenProgress(HWND page) {
     SetDuration(page, State.Run.SerialLinkSelected);
-    StartWorker(page, transfer::UpgradeThread);
+    StartWorker(page, State.Windows.ProgressPage, transfer::UpgradeThread);
 }
 
 // The bootloader is always reached over the serial port.
 void OpenResumeProgress(HWND page) {
     State.Run.BusyCursor = true;
     SetDuration(page, State.Run.SerialLinkSelected || State.Run.BootloaderResume);
-    StartWorker(page, transfer::ResumeThread);
+    StartWorker(page, State.Windows.ProgressPage, transfer::ResumeThread);
+}
+
+void OpenBackup(HWND page) {
+    SetDlgItemTextA(page, IDC_BACKUP_TEXT,
+                    CatalogText(DurationText(DurationFamily::Backup, State.Run.SerialLinkSelected,
+                                             State.Places.LanguageFolder)));
+    StartWorker(page, State.Windows.BackupPage, BackupThread);
 }
 
 bool IgnoreCommand(HWND, int) { return true; }
@@ -74,11 +88,17 @@ bool ServeTransfer(HWND page, UINT message, WPARAM first, LPARAM second, INT_PTR
         EndStalledTransfer(page, first);
         return true;
     case WM_DESTROY:
-        Publish(nullptr, nullptr);
+        Withdraw(State.Windows.ProgressPage);
         return false;
     default:
         return false;
     }
+}
+
+bool ServeBackup(HWND, UINT message, WPARAM, LPARAM, INT_PTR*) {
+    if (message == WM_DESTROY)
+        Withdraw(State.Windows.BackupPage);
+    return false;
 }
 
 } // namespace
@@ -99,3 +119,10 @@ constinit const Page ResumeProgressPage = {.dialog = IDD_PROGRESS,
                                            .open = OpenResumeProgress,
                                            .command = IgnoreCommand,
                                            .message = ServeTransfer};
+constinit const Page BackupPage = {.dialog = IDD_BACKUP,
+                                   .texts = BackupTexts,
+                                   .results = {},
+                                   .hasTitle = false,
+                                   .open = OpenBackup,
+                                   .command = IgnoreCommand,
+                                   .message = ServeBackup};

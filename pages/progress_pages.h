@@ -1,7 +1,9 @@
-// The page of a running transfer. The two show the same template; they differ in the worker.
+// The pages of a running transfer. The two of an upgrade show the same template; they differ in the
+// worker.
 #pragma once
 
 #include "pages/frame.h"
 
 extern const Page ProgressPage;       // starts UpgradeThread: 1 all went out, 2 stalled
 extern const Page ResumeProgressPage; // starts ResumeThread
+extern const Page BackupPage;         // starts BackupThread: 1 saved, 2 the worker did not start

@@ -16,7 +16,13 @@ struct Faults {
     std::optional<std::uint32_t> assetSize;   // bytes in the asset file, if not all
     std::optional<std::uint32_t> assetZero;   // zero unit in the asset's version field
     std::string dropRapiAt;                   // part of the line of a call; empty: none
-    std::string silentAt;                     // steps, empty: none
+    std::uint32_t dropRapiAfter = 0;          // such calls that are answered first
+    bool dropRapiHalfway = false;             // in the middle of the answer
+    std::uint32_t pieceNever = 0;             // piece of a backup, from 1; 0: none
+    std::uint32_t pieceShort = 0;
+    std::uint32_t pieceLate = 0;
+    std::uint32_t pieceTries = 0; // openings of the late piece, the one that succeeds included
+    std::string silentAt;         // steps, empty: none
     std::string strayAt;
     std::string burstAt;
     std::string splitAt;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -100,10 +101,17 @@ void Programs::BeginPiece() {
         backupOffset_.reset();
         return;
     }
+    if (PieceNumber() == world_.faults.pieceNever)
+        return;
     const Outcome file = world_.files.Open(PieceFile, WriteAccess, 0, CreateAlways, 0);
     if (file.error != error::Success)
         return;
     world_.loop.Cancel(pieceTimer_);
+    if (PieceNumber() == world_.faults.pieceLate) {
+        latePiece_ = file.value;
+        lateTries_ = 0;
+        return;
+    }
     pieceTimer_ = world_.loop.After(BackupPieceTime, [this, file] { FinishPiece(file.value); });
 }
 
@@ -114,6 +122,8 @@ void Programs::FinishPiece(std::uint32_t handle) {
     if (pread(flash.Get(), piece.data(), piece.size(), offset) !=
         static_cast<ssize_t>(piece.size()))
         FailOn("read", world_.folder.Flash());
+    if (PieceNumber() == world_.faults.pieceShort)
+        piece.resize(piece.size() / 2);
     world_.files.Write(handle, piece);
     world_.files.Close(handle);
     world_.report.Say("sarvel: piece at " + Hex(static_cast<std::uint32_t>(offset)));
@@ -123,6 +133,15 @@ void Programs::FinishPiece(std::uint32_t handle) {
 void Programs::Deleted(std::u16string_view path) {
     if (backupOffset_ && Fold(path) == Fold(PieceFile))
         BeginPiece();
+}
+
+void Programs::Opening(std::u16string_view path) {
+    if (latePiece_ && Fold(path) == Fold(PieceFile) && ++lateTries_ == world_.faults.pieceTries)
+        FinishPiece(*std::exchange(latePiece_, std::nullopt));
+}
+
+std::uint32_t Programs::PieceNumber() const {
+    return static_cast<std::uint32_t>(backupOffset_.value_or(0) / BackupPieceSize) + 1;
 }
 
 // Three characters: code 1 for the serial end or 2 for USB, a blank, and U for an upgrade. The

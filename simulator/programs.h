@@ -36,8 +36,10 @@ public:
     // HRESULT of the call of a library's function.
     std::uint32_t Invoke(std::u16string_view library, std::u16string_view function,
                          std::span<const std::uint8_t> input);
-    // To be told of every file that was deleted: one program waits for that.
+    // To be told of every file that was deleted: one program waits for that. And of every one that
+    // is about to be opened, for the pieces that come late.
     void Deleted(std::u16string_view path);
+    void Opening(std::u16string_view path);
 
 private:
     void WriteAssetFile();
@@ -45,12 +47,15 @@ private:
     void StartBackup();
     void BeginPiece();
     void FinishPiece(std::uint32_t handle);
+    std::uint32_t PieceNumber() const; // from 1
     void StartFlasher(std::u16string_view commandLine);
 
     World world_;
     std::function<void(LinkKind)> enterFlasher_;
     std::optional<std::uint64_t> backupOffset_; // of the next piece in the flash
     EventLoop::Timer pieceTimer_ = 0;
+    std::optional<std::uint32_t> latePiece_; // handle of its file
+    std::uint32_t lateTries_ = 0;
 };
 
 } // namespace simulator

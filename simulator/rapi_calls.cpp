@@ -65,6 +65,7 @@ RapiRequest CreateFile(Context context, Reader& arguments) {
     const std::uint32_t disposition = arguments.Number();
     const std::uint32_t attributes = arguments.Number();
     return {Narrow(path), [=](RapiAnswer& answer) {
+                context.device.programs.Opening(path);
                 ConcludeHandle(
                     answer, context.session,
                     context.device.files.Open(path, access, share, disposition, attributes));

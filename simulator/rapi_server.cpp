@@ -116,27 +116,34 @@ bool RapiServer::Serve(Connection& connection) {
     return true;
 }
 
-bool RapiServer::Answer(Connection& connection, Bytes frame) {
-    const auto request = ReadRequest(device_, connection.session, std::move(frame));
+bool RapiServer::Answer(Connection& connection, Bytes requested) {
+    const auto request = ReadRequest(device_, connection.session, std::move(requested));
     if (!request) {
         report_.Refuse("RAPI: a frame that is no request");
         return false;
     }
     if (over_())
         return false;
-    if (!dropped_ && !faults_.dropRapiAt.empty() &&
-        request->line.find(faults_.dropRapiAt) != std::string::npos) {
-        dropped_ = true;
+    const bool drop = IsToBeDropped(*request);
+    if (drop)
         report_.Say("fault: connection dropped at " + request->line);
+    if (drop && !faults_.dropRapiHalfway)
         return false;
-    }
     RapiAnswer answer;
     // Told first, so that what the call brings about stands below it.
     report_.Say("RAPI " + request->line);
     request->carryOut(answer);
     if (answer.error != error::Success)
         report_.Say("RAPI   error " + std::to_string(answer.error));
-    return SendAll(connection.socket.Get(), answer.Frame());
+    const Bytes frame = answer.Frame();
+    const std::size_t size = drop ? frame.size() / 2 : frame.size();
+    return SendAll(connection.socket.Get(), std::span(frame).first(size)) && !drop;
+}
+
+bool RapiServer::IsToBeDropped(const RapiRequest& request) {
+    const bool met =
+        !faults_.dropRapiAt.empty() && request.line.find(faults_.dropRapiAt) != std::string::npos;
+    return met && dropped_++ == faults_.dropRapiAfter;
 }
 
 void RapiServer::Close(int descriptor) {

@@ -33,7 +33,8 @@ private:
     void Receive(int descriptor);
     // Carries out all whole frames; whether the connection goes on.
     bool Serve(Connection& connection);
-    bool Answer(Connection& connection, Bytes frame);
+    bool Answer(Connection& connection, Bytes requested);
+    bool IsToBeDropped(const RapiRequest& request);
     void Close(int descriptor);
 
     EventLoop& loop_;
@@ -44,7 +45,7 @@ private:
     std::function<bool()> over_;
     Descriptor listener_;
     std::map<int, Connection> connections_;
-    bool dropped_ = false; // that fault strikes once
+    std::uint32_t dropped_ = 0; // calls that were met by that fault; it strikes once
 };
 
 } // namespace simulator

@@ -40,13 +40,22 @@ bool PassPowerCheck() {
     return status.acLine == 1 || ShowPage(PowerWarningPage) == 0;
 }
 
+// A backup that failed has ended the run from its worker, after which the last page here does not
+// come up: it is there for a worker that could not even start.
+bool SaveRom() {
+    const bool saved = ShowPage(BackupPage) == 1;
+    if (!saved)
+        ShowPage(BackupFailedPage);
+    return saved;
+}
+
+bool OfferBackup() {
+    const INT_PTR choice = ShowPage(BackupChoicePage);
+    return choice == BackupFileChosen ? SaveRom() : choice == 1;
+}
+
 bool ConfirmUpgrade() {
-    if (ShowPage(VersionConfirmPage) != 1)
-        return false;
-    const INT_PTR backup = ShowPage(BackupChoicePage);
-    if (backup != 1)
-        return false;
-    return ShowPage(UpgradeReadyPage) == 1;
+    return ShowPage(VersionConfirmPage) == 1 && OfferBackup() && ShowPage(UpgradeReadyPage) == 1;
 }
 
 void Prepare() {

@@ -1,6 +1,7 @@
 // The registry's file: what people write into it, and what is left of it when a writer dies.
 
 #include "tests/platform/own_home.h"
+#include "tests/support/killed_child.h"
 
 #include "platform/registry_text.h"
 
@@ -10,15 +11,16 @@
 
 #include <csignal>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
-#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
+
+using test_support::ChildEnd;
+using test_support::RunKilledAtStop;
 
 const auto File = ownHome.Home() / "registry.reg";
 const std::string FirstLine = "Windows Registry Editor Version 5.00\n";
@@ -142,36 +144,6 @@ TEST(RegistryFile, a_write_that_finds_no_room_leaves_the_old_content) {
     EXPECT_FALSE(std::filesystem::exists(ownHome.Home() / "registry.new"));
 }
 
-enum class Outcome { Killed, Ended, NotTraceable };
-
-// Writes in a child and kills it at its stop with that number; it stops before and after each of
-// its calls of the system.
-Outcome WriteKilledAtStop(int number, LSTATUS (*write)()) {
-    const pid_t writer = fork();
-    if (writer == 0) {
-        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
-            _exit(2);
-        raise(SIGSTOP);
-        _exit(write() == ERROR_SUCCESS ? 0 : 1);
-    }
-    int status = 0;
-    if (waitpid(writer, &status, 0) != writer)
-        throw std::runtime_error("cannot fork");
-    for (int stop = 0; WIFSTOPPED(status); ++stop) {
-        if (stop == number) {
-            kill(writer, SIGKILL);
-            waitpid(writer, &status, 0);
-            return Outcome::Killed;
-        }
-        ptrace(PTRACE_SYSCALL, writer, nullptr, nullptr);
-        waitpid(writer, &status, 0);
-    }
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 2)
-        return Outcome::NotTraceable;
-    EXPECT_EQ(status, 0) << "the write failed";
-    return Outcome::Ended;
-}
-
 void PutBack(const std::optional<std::string>& old) {
     std::filesystem::remove(File);
     if (old)
@@ -184,12 +156,13 @@ void KillAtEveryStop(LSTATUS (*write)(), const std::optional<std::string>& old,
                      const std::string& complete) {
     int oldSeen = 0;
     int newSeen = 0;
-    Outcome outcome = Outcome::Killed;
-    for (int number = 0; outcome == Outcome::Killed; ++number) {
+    ChildEnd end = ChildEnd::Killed;
+    for (int number = 0; end == ChildEnd::Killed; ++number) {
         PutBack(old);
-        outcome = WriteKilledAtStop(number, write);
-        if (outcome == Outcome::NotTraceable)
+        end = RunKilledAtStop(number, [&] { return write() == ERROR_SUCCESS; });
+        if (end == ChildEnd::NotTraceable)
             GTEST_SKIP() << "this host does not let a process trace its child";
+        ASSERT_NE(end, ChildEnd::Failed);
         const bool exists = std::filesystem::exists(File);
         const std::string found = ReadText(File);
         const bool isOld = exists == old.has_value() && found == old.value_or("");

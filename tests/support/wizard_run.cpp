@@ -20,9 +20,10 @@ int NumberIn(const std::string& line) {
 
 } // namespace
 
-WizardRun::WizardRun(const TestHome& home, const Environment& environment)
+WizardRun::WizardRun(const TestHome& home, const Environment& environment,
+                     const std::string& before)
     : home_(home),
-      process_({ProgramFolder() + "/rom-wizard"},
+      process_({"/bin/sh", "-c", before + "; exec \"$0\"", ProgramFolder() + "/rom-wizard"},
                {.folder = home.Tree().string(), .environment = home.Variables(environment)}) {}
 
 int WizardRun::NextPage() {

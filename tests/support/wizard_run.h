@@ -20,6 +20,7 @@ enum Page {
     VersionConfirmPage = 124,
     BackupChoicePage = 125,
     UpgradeReadyPage = 130,
+    BackupPage = 132,
     ConnectionErrorPage = 138,
     ChecksumErrorPage = 139,
     ImageMissingPage = 140,
@@ -27,8 +28,11 @@ enum Page {
     CommunicationErrorPage = 142,
     PortErrorPage = 143,
     RemoteProgramErrorPage = 144,
+    BackupSpaceErrorPage = 145,
     ModuleDataErrorPage = 146,
+    BackupFailedPage = 147,
     ImageTooLargePage = 151,
+    FileExistsPage = 152,
     PreparePage = 153,
     ConnectionTypePage = 158,
     FinishUsbPage = 133,
@@ -43,8 +47,10 @@ enum Page {
 
 class WizardRun {
 public:
-    // Starts it in the tree of that home. `environment` is added to TestHome::Variables.
-    explicit WizardRun(const TestHome& home, const Environment& environment = {});
+    // Starts it in the tree of that home. `environment` is added to TestHome::Variables; `before`
+    // is what a shell does first, in the process that becomes the wizard.
+    explicit WizardRun(const TestHome& home, const Environment& environment = {},
+                       const std::string& before = ":");
 
     // Waits for the next page to open, whichever it is: its number.
     int NextPage();

@@ -55,6 +55,14 @@ inline void ConfirmUpgrade(WizardRun& wizard) {
     wizard.Answer(UpgradeReadyPage, "1");
 }
 
+// From the confirmation of the version to the backup, which is then under way.
+inline void GoToBackup(WizardRun& wizard, const std::string& file) {
+    wizard.Answer(VersionConfirmPage, "1");
+    wizard.Answer(BackupChoicePage, "1030");
+    wizard.ExpectLine("== save ==");
+    wizard.Send(file);
+}
+
 // Up to the transfer, which is then under way.
 inline void GoToTransfer(WizardRun& wizard, const char* link = Serial) {
     GoToActionChoice(wizard, link);

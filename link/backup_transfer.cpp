@@ -1,0 +1,153 @@
+// The backup. Its only limit is the number of tries for each piece; a handheld that is gone fails
+// every one of them.
+
+#include "link/backup_transfer.h"
+
+#include "device/rapi.h"
+#include "device/remote_files.h"
+#include "device/remote_program.h"
+#include "images/header.h"
+#include "images/image_writer.h"
+#include "images/language_table.h"
+#include "pages/error_pages.h"
+#include "pages/progress_bar.h"
+#include "wizard/state.h"
+
+#include <memory>
+#include <new>
+
+namespace {
+
+constexpr char16_t BackupProgram[] = u"\\Temp\\sarvel.exe";
+constexpr char16_t PieceFile[] = u"\\Temp\\image.nb";
+
+constexpr DWORD FirstPieceMilliseconds = 5000;
+constexpr DWORD PollMilliseconds = 100;
+constexpr int MostTries = 2001; // for one piece, about 200 seconds
+
+enum class Outcome { Saved, ProgramDidNotStart, FileNotCreated, Failed };
+
+// Keeps writers away from the image that is going to be flashed. It has been verified, and nothing
+// verifies it again: a backup must not take its place, by whichever name the user reaches it.
+class ImageHold {
+public:
+    ImageHold()
+        : file_(CreateFileA(State.Places.ImagePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+    ~ImageHold() {
+        if (file_ != INVALID_HANDLE_VALUE)
+            CloseHandle(file_);
+    }
+    ImageHold(const ImageHold&) = delete;
+    ImageHold& operator=(const ImageHold&) = delete;
+
+private:
+    const HANDLE file_;
+};
+
+void DeleteRemnants() {
+    CeDeleteFile(BackupProgram);
+    CeDeleteFile(PieceFile);
+}
+
+bool StartBackupProgram() {
+    DeleteRemnants();
+    PushFolderFile("sarvel.exe"); // without it in the folder the start fails
+    return StartRemoteProgram(BackupProgram);
+}
+
+// The open succeeds when the piece is complete.
+CeHandle AwaitPiece() {
+    for (int tries = 0; tries < MostTries; ++tries) {
+        Sleep(PollMilliseconds);
+        const CeHandle piece = CeCreateFile(PieceFile, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING,
+                                            FILE_ATTRIBUTE_NORMAL);
+        if (piece != CeInvalidHandle)
+            return piece;
+    }
+    return CeInvalidHandle;
+}
+
+// A piece that comes short takes up its room all the same; the file will then not verify. The
+// deletion lets the handheld go on.
+bool SavePiece(std::uint8_t* buffer, ImageWriter& file) {
+    const CeHandle piece = AwaitPiece();
+    if (piece == CeInvalidHandle)
+        return false;
+    std::uint32_t received = 0;
+    CeReadFile(piece, buffer, BackupPieceSize, &received);
+    const bool written = file.Append({buffer, BackupPieceSize}, received);
+    CeCloseHandle(piece);
+    if (written)
+        CeDeleteFile(PieceFile);
+    return written;
+}
+
+bool SavePieces(std::uint8_t* buffer, ImageWriter& file, std::uint32_t size) {
+    for (std::uint32_t saved = 0; saved < size; saved += BackupPieceSize) {
+        if (!SavePiece(buffer, file))
+            return false;
+        AdvanceProgress(BackupPieceSize, size);
+    }
+    return file.Finish({State.Handheld.DeviceModel, State.Handheld.DeviceLanguage,
+                        State.Handheld.DeviceVersionText});
+}
+
+Outcome SaveRom() {
+    const std::uint32_t size =
+        RomSize(State.Places.LanguageFolder, State.Handheld.DeviceVersionText);
+    ResetProgress(size);
+    const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow)
+                                                     std::uint8_t[BackupPieceSize]());
+    if (!buffer)
+        return Outcome::Failed;
+    if (!StartBackupProgram())
+        return Outcome::ProgramDidNotStart;
+    Sleep(FirstPieceMilliseconds);
+    const ImageHold hold;
+    ImageWriter file;
+    if (!file.Create(State.Places.BackupPath))
+        return Outcome::FileNotCreated;
+    return SavePieces(buffer.get(), file, size) ? Outcome::Saved : Outcome::Failed;
+}
+
+const Page& PageOf(Outcome failure) {
+    switch (failure) {
+    case Outcome::ProgramDidNotStart:
+        return RemoteProgramErrorPage;
+    case Outcome::FileNotCreated:
+        return ImageOpenErrorPage;
+    default:
+        return BackupFailedPage;
+    }
+}
+
+void ReportFailure(Outcome failure) {
+    if (failure == Outcome::ProgramDidNotStart)
+        CeRapiUninit();
+    CollapsePage(State.Windows.BackupPage, true);
+    ShowPage(PageOf(failure));
+    CloseMainWindow();
+}
+
+} // namespace
+
+std::uint32_t RomSize(const char* languageFolder, const char* versionText) {
+    constexpr float LargerSince = 2.0F;
+    const bool late = VersionNumber(versionText) >= LargerSince;
+    if (HasSmallRom(languageFolder))
+        return late ? 0x1000000 : 0xF80000;
+    return late ? 0x2000000 : 0x1F80000;
+}
+
+DWORD WINAPI BackupThread(LPVOID) {
+    const Outcome outcome = SaveRom();
+    if (outcome != Outcome::Saved) {
+        ReportFailure(outcome);
+        return 0;
+    }
+    DeleteRemnants();
+    State.Run.BackupDone = true;
+    EndDialog(State.Windows.BackupPage, 1);
+    return 0;
+}
