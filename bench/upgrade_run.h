@@ -1,6 +1,8 @@
 // An upgrade through the real wizard, measured: what the handheld noted, what it cost the PC.
 #pragma once
 
+#include "bench/costs.h"
+
 #include "tests/support/cradle.h"
 #include "tests/support/wizard_run.h"
 
@@ -16,11 +18,6 @@ struct Times {
     std::map<std::string, double> tokens;          // by step, in seconds
     std::vector<std::pair<double, double>> pieces; // first and last byte
     double Phase() const { return pieces.back().second - pieces.front().first; }
-};
-
-struct Costs {
-    double processorSeconds;
-    long peakKilobytes; // VmHWM
 };
 
 struct UpgradeOptions {

@@ -100,11 +100,11 @@ TEST_F(FileDialogs, opening_asks_again_for_what_cannot_be_meant) {
 TEST_F(FileDialogs, saving_adds_the_extension_and_refuses_a_path_longer_than_the_buffer) {
     auto room = static_cast<DWORD>(Path("fits.nbf").size() + 1);
     PageProgram program([room] { return Ask(true, room); });
-    program.Send("longer.nbf\n" + folder_.string() + "\nfits\n");
+    program.Send("longer.nbf\n" + std::string(300, 'x') + "\n" + folder_.string() + "\nfits\n");
     std::string asked = "== save ==\nROM image (*.nbf)\nAll files (*.*)\nproposed: PROPOSED\n";
-    EXPECT_EQ(program.Rest(), asked + "the name is too long\n" + asked +
-                                  "this is a folder, not a file: " + folder_.string() + "\n" +
-                                  asked + Result("fits.nbf"));
+    EXPECT_EQ(program.Rest(), asked + "the name is too long\n" + asked + "the name is too long\n" +
+                                  asked + "this is a folder, not a file: " + folder_.string() +
+                                  "\n" + asked + Result("fits.nbf"));
     EXPECT_EQ(program.Finish(), 1);
 }
 
