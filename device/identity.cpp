@@ -128,7 +128,7 @@ bool ReadAssetData() {
 
 bool ReadFlashSize() {
     // What is left of an earlier run goes first; without a new one in the folder the start fails.
-    DeleteRemoteFile("\\Temp\\Tesselor.exe");
+    DeleteDeviceFile("\\Temp\\Tesselor.exe");
     PushFolderFile("Tesselor.exe");
     if (!StartRemoteProgram(u"\\Temp\\Tesselor.exe")) {
         CeRapiUninit();

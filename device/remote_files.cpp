@@ -3,6 +3,7 @@
 
 #include "device/remote_files.h"
 
+#include "device/file_copy.h"
 #include "device/language_folder.h"
 #include "device/rapi.h"
 #include "device/wide_text.h"
@@ -51,35 +52,10 @@ CeHandle CreatePushTarget(const char* devicePath, const char* bareName) {
     return CeCreateFile(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS, Hidden);
 }
 
-// The pass that meets the end of the file makes a write of no bytes, too.
-bool CopyToDevice(HANDLE source, CeHandle target) {
-    char block[PushBlock];
-    DWORD count = 0;
-    do {
-        if (!ReadFile(source, block, PushBlock, &count, nullptr))
-            return false;
-        std::uint32_t done = 0;
-        if (!CeWriteFile(target, block, count, &done) || done != count)
-            return false;
-    } while (count != 0);
-    return true;
-}
-
 } // namespace
 
 bool PushFile(const char* pcPath, const char* devicePath, const char* bareName) {
-    const HANDLE source = CreateFileA(pcPath, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (source == INVALID_HANDLE_VALUE)
-        return false;
-    bool pushed = false;
-    const CeHandle target = CreatePushTarget(devicePath, bareName);
-    if (target != CeInvalidHandle) {
-        pushed = CopyToDevice(source, target);
-        CeCloseHandle(target);
-    }
-    CloseHandle(source);
-    return pushed;
+    return CopyToDevice(pcPath, PushBlock, [=] { return CreatePushTarget(devicePath, bareName); });
 }
 
 bool PushListedFile(const char* name) {
@@ -97,7 +73,7 @@ bool PushFolderFile(const char* name) {
     });
 }
 
-bool DeleteRemoteFile(const char* devicePath) {
+bool DeleteDeviceFile(const char* devicePath) {
     char16_t path[DevicePathRoom];
     return WidenText(devicePath, path) && CeDeleteFile(path);
 }

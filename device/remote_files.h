@@ -13,4 +13,4 @@ bool PushListedFile(const char* name);
 // \Temp\ under the name as listed. False when the folder cannot be listed.
 bool PushFolderFile(const char* name);
 
-bool DeleteRemoteFile(const char* devicePath); // CeDeleteFile on the widened path
+bool DeleteDeviceFile(const char* devicePath); // CeDeleteFile on the widened path

@@ -3,6 +3,15 @@
 
 #include "device/remote_registry.h"
 
+#include <string>
+
+namespace {
+
+constexpr std::uint32_t TextType = 1;
+constexpr std::uint32_t NumberType = 4;
+
+} // namespace
+
 bool SetDeviceValue(CeKey root, const char16_t* key, const char16_t* name, std::uint32_t type,
                     const void* data, std::uint32_t size) {
     CeKey opened = 0;
@@ -13,4 +22,14 @@ bool SetDeviceValue(CeKey root, const char16_t* key, const char16_t* name, std::
     const bool written = CeRegSetValueEx(opened, name, type, data, size) == ERROR_SUCCESS;
     CeRegCloseKey(opened);
     return written;
+}
+
+bool SetDeviceText(const char16_t* key, const char16_t* name, std::u16string_view text) {
+    const std::u16string terminated(text);
+    const auto size = static_cast<std::uint32_t>(2 * (text.size() + 1));
+    return SetDeviceValue(CeLocalMachine, key, name, TextType, terminated.c_str(), size);
+}
+
+bool SetDeviceNumber(const char16_t* key, const char16_t* name, std::uint32_t number) {
+    return SetDeviceValue(CeLocalMachine, key, name, NumberType, &number, sizeof(number));
 }

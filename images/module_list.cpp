@@ -39,7 +39,7 @@ bool IsWellFormed(std::string_view name) {
 void DeleteDeviceModule(const char* name) {
     char path[sizeof("\\Windows\\") + LongestName];
     std::snprintf(path, sizeof(path), "\\Windows\\%s", name);
-    DeleteRemoteFile(path); // most handhelds have only some of the files
+    DeleteDeviceFile(path); // most handhelds have only some of the files
 }
 
 DWORD ReadAsMuch(HANDLE file, char* data, DWORD size) {

@@ -6,6 +6,7 @@
 #include "pages/closing_pages.h"
 
 #include "device/activesync.h"
+#include "device/clock.h"
 #include "link/stall.h"
 #include "pages/resource.h"
 #include "wizard/state.h"
@@ -64,9 +65,12 @@ void OpenReadme() {
         CloseHandle(program.hProcess);
 }
 
+// The clock is set on every way out.
 bool SayGoodbye(HWND page, int command) {
     if (command == IDOK && IsDlgButtonChecked(page, IDC_README) == BST_CHECKED)
         OpenReadme();
+    if (command == IDOK || command == IDCANCEL)
+        SetDeviceClock();
     return false;
 }
 

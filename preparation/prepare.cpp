@@ -13,8 +13,7 @@
 #include "device/remote_files.h"
 #include "link/receive.h"
 #include "pages/error_pages.h"
-#include "preparation/cool_menu.h"
-#include "preparation/device_values.h"
+#include "preparation/device_changes.h"
 #include "wizard/progress_record.h"
 #include "wizard/state.h"
 
@@ -39,8 +38,8 @@ const Flasher& SelectedFlasher() {
 // Removes what an earlier run has left and places the two files of the selected link, in the order
 // of the listing. False when the folder cannot be listed.
 bool PlaceFlasher(const Flasher& flasher) {
-    DeleteRemoteFile(flasher.devicePath);
-    DeleteRemoteFile("\\Temp\\Harbel_Link.exe");
+    DeleteDeviceFile(flasher.devicePath);
+    DeleteDeviceFile("\\Temp\\Harbel_Link.exe");
     return ForEachFolderFile([&flasher](const WIN32_FIND_DATAA& entry) {
         if (lstrcmpiA(entry.cFileName, "Harbel_Link.exe") == 0 ||
             lstrcmpiA(entry.cFileName, flasher.file) == 0)
@@ -78,8 +77,7 @@ void PrepareDevice() {
     const Flasher& flasher = SelectedFlasher();
     if (!PlaceFlasher(flasher))
         return;
-    ClearCoolMenu();
-    WriteDeviceValues(State.Image.ImageVersion);
+    ChangeDevice();
     if (StartFlasher(flasher))
         HandOver();
     else

@@ -27,6 +27,8 @@ constexpr FaultRow Rows[] = {
      [](Faults& faults, Value bytes) { faults.assetSize = ParseNumber32(bytes); }},
     {"--asset-zero", "UNIT", "this unit of the asset file's version field is zero, from 0",
      [](Faults& faults, Value unit) { faults.assetZero = VersionUnit(unit); }},
+    {"--refuse-call", "LINE", "every RAPI call of just this line fails, as one that is not allowed",
+     [](Faults& faults, Value line) { faults.refusedCall = line; }},
     {"--drop-rapi-at", "TEXT", "the connection of the first call whose line holds TEXT is dropped",
      [](Faults& faults, Value text) { faults.dropRapiAt = text; }},
     {"--drop-rapi-after", "COUNT", "not of the first, but after so many of these calls",

@@ -15,6 +15,7 @@ struct Faults {
     bool noTypeFile = false;                  // the flash size is never told
     std::optional<std::uint32_t> assetSize;   // bytes in the asset file, if not all
     std::optional<std::uint32_t> assetZero;   // zero unit in the asset's version field
+    std::string refusedCall;                  // whole line of a call; empty: none
     std::string dropRapiAt;                   // part of the line of a call; empty: none
     std::uint32_t dropRapiAfter = 0;          // such calls that are answered first
     bool dropRapiHalfway = false;             // in the middle of the answer

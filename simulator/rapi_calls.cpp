@@ -28,6 +28,7 @@ struct Row {
     Operation operation;
     const char* name;
     RapiRequest (*read)(Context context, Reader& arguments); // the line without the name
+    std::uint32_t failure = 0;                               // its result when it is refused
 };
 
 std::string Narrow(std::u16string_view text) { return platform::Utf8FromUtf16(text); }
@@ -258,25 +259,25 @@ RapiRequest Invoke(Context context, Reader& arguments) {
 constexpr Row Rows[] = {
     {Operation::Hello, "Hello", Hello},
     {Operation::CreateProcess, "CreateProcess", CreateProcess},
-    {Operation::CreateFile, "CreateFile", CreateFile},
+    {Operation::CreateFile, "CreateFile", CreateFile, NoHandle},
     {Operation::ReadFile, "ReadFile", ReadFile},
     {Operation::WriteFile, "WriteFile", WriteFile},
-    {Operation::GetFileSize, "GetFileSize", GetFileSize},
+    {Operation::GetFileSize, "GetFileSize", GetFileSize, NoHandle},
     {Operation::CloseHandle, "CloseHandle", CloseHandle},
     {Operation::DeleteFile, "DeleteFile", DeleteFile},
     {Operation::MoveFile, "MoveFile", MoveFile},
     {Operation::CopyFile, "CopyFile", CopyFile},
     {Operation::CreateDirectory, "CreateDirectory", CreateDirectory},
     {Operation::RemoveDirectory, "RemoveDirectory", RemoveDirectory},
-    {Operation::FindFirstFile, "FindFirstFile", FindFirstFile},
+    {Operation::FindFirstFile, "FindFirstFile", FindFirstFile, NoHandle},
     {Operation::FindNextFile, "FindNextFile", FindNextFile},
     {Operation::FindClose, "FindClose", CloseHandle},
-    {Operation::RegOpenKey, "RegOpenKey", RegOpenKey},
-    {Operation::RegCreateKey, "RegCreateKey", RegCreateKey},
-    {Operation::RegQueryValue, "RegQueryValue", RegQueryValue},
-    {Operation::RegSetValue, "RegSetValue", RegSetValue},
-    {Operation::RegCloseKey, "RegCloseKey", RegCloseKey},
-    {Operation::RegDeleteKey, "RegDeleteKey", RegDeleteKey},
+    {Operation::RegOpenKey, "RegOpenKey", RegOpenKey, error::AccessDenied},
+    {Operation::RegCreateKey, "RegCreateKey", RegCreateKey, error::AccessDenied},
+    {Operation::RegQueryValue, "RegQueryValue", RegQueryValue, error::AccessDenied},
+    {Operation::RegSetValue, "RegSetValue", RegSetValue, error::AccessDenied},
+    {Operation::RegCloseKey, "RegCloseKey", RegCloseKey, error::AccessDenied},
+    {Operation::RegDeleteKey, "RegDeleteKey", RegDeleteKey, error::AccessDenied},
     {Operation::GetSystemPowerStatus, "GetSystemPowerStatus", GetSystemPowerStatus},
     {Operation::Invoke, "Invoke", Invoke},
 };
@@ -304,6 +305,7 @@ std::optional<RapiRequest> ReadRequest(RapiDevice& device, RapiSession& session,
     RapiRequest request = row->read({device, session}, arguments);
     if (!arguments.Good())
         return std::nullopt;
+    request.failure = row->failure;
     request.line = request.line.empty() ? row->name : row->name + (" " + request.line);
     return request;
 }

@@ -36,6 +36,7 @@ struct RapiAnswer {
 struct RapiRequest {
     std::string line; // for people: "CreateFile \Temp\type.dat"
     std::function<void(RapiAnswer&)> carryOut;
+    std::uint32_t failure = 0; // the result of a call of this kind that is refused
 };
 
 // Nothing for a frame that is no request. The session and the device outlive the request.

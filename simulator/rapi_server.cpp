@@ -132,7 +132,12 @@ bool RapiServer::Answer(Connection& connection, Bytes requested) {
     RapiAnswer answer;
     // Told first, so that what the call brings about stands below it.
     report_.Say("RAPI " + request->line);
-    request->carryOut(answer);
+    if (!faults_.refusedCall.empty() && request->line == faults_.refusedCall) {
+        answer.error = error::AccessDenied;
+        answer.result = request->failure;
+    } else {
+        request->carryOut(answer);
+    }
     if (answer.error != error::Success)
         report_.Say("RAPI   error " + std::to_string(answer.error));
     const Bytes frame = answer.Frame();
@@ -148,7 +153,10 @@ bool RapiServer::IsToBeDropped(const RapiRequest& request) {
 
 void RapiServer::Close(int descriptor) {
     loop_.Unwatch(descriptor);
-    CloseAll(device_, connections_.at(descriptor).session);
+    RapiSession& session = connections_.at(descriptor).session;
+    if (const std::size_t open = session.handles.size() + session.keys.size())
+        report_.Say("RAPI connection ended with " + std::to_string(open) + " handles open");
+    CloseAll(device_, session);
     connections_.erase(descriptor);
 }
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <set>
 #include <sstream>
 
 #include <fcntl.h>
@@ -98,15 +99,47 @@ std::string Describe(const RegistryValue& value) {
     return bytes;
 }
 
-void PrintRegistry(const StateFolder& folder) {
+void PrintRegistry(const DeviceRegistry& registry) {
     std::printf("registry:\n");
-    const DeviceRegistry registry(folder.Path("registry"));
     for (const auto& [foldedKey, key] : registry.Keys()) {
         std::printf("  \\%s\n", platform::Utf8FromUtf16(key.path).c_str());
         for (const auto& [foldedName, value] : key.values)
             std::printf("    %s: type %u, size %zu: %s\n",
                         platform::Utf8FromUtf16(value.name).c_str(), value.type, value.data.size(),
                         Describe(value).c_str());
+    }
+}
+
+// The shortcuts of the file system, each with what it starts.
+void PrintMenus(const StateFolder& folder) {
+    std::printf("menus:\n");
+    const std::filesystem::path root = folder.Path("files");
+    std::set<std::filesystem::path> links;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+        if (entry.path().extension() == ".lnk")
+            links.insert(entry.path());
+    }
+    for (const std::filesystem::path& link : links) {
+        std::string name = "\\" + link.lexically_relative(root).string();
+        std::ranges::replace(name, '/', '\\');
+        std::printf("  %s: %s\n", name.c_str(), ReadWhole(link).value_or("").c_str());
+    }
+}
+
+// What the shell's keys say of the five buttons.
+void PrintButtons(const DeviceRegistry& registry) {
+    std::printf("buttons:\n");
+    for (char16_t digit = u'1'; digit <= u'5'; ++digit) {
+        const auto key = registry.Keys().find(
+            Fold(std::u16string(u"Software\\Microsoft\\Shell\\Keys\\40C") + digit));
+        if (key == registry.Keys().end())
+            continue;
+        const auto value = [&](const char16_t* name) {
+            const auto found = key->second.values.find(Fold(name));
+            return found == key->second.values.end() ? "-" : Describe(found->second);
+        };
+        std::printf("  %c: %s starts %s, icon %s\n", static_cast<char>(digit),
+                    value(u"Name").c_str(), value(u"Default").c_str(), value(u"Icon").c_str());
     }
 }
 
@@ -130,7 +163,10 @@ void PrintStatus(const StateFolder& folder) {
     PrintFlash(folder);
     PrintTransfer(state);
     std::printf("clock: %s", ReadWhole(folder.Path("clock")).value_or("never set\n").c_str());
-    PrintRegistry(folder);
+    PrintMenus(folder);
+    const DeviceRegistry registry(folder.Path("registry"));
+    PrintButtons(registry);
+    PrintRegistry(registry);
     PrintLines("refused", ReadWhole(folder.Path("refused")).value_or(""));
 }
 

@@ -24,7 +24,7 @@ TEST_F(RemoteFiles, pushed_file_arrives_whole_and_hidden_at_any_size) {
         std::string content(size, '\0');
         for (std::size_t i = 0; i < size; ++i)
             content[i] = static_cast<char>(i * 7 + size);
-        DeleteRemoteFile("\\Temp\\pushed.bin");
+        DeleteDeviceFile("\\Temp\\pushed.bin");
         EXPECT_TRUE(Push(content)) << size;
         EXPECT_EQ(content, OnDevice("Temp/pushed.bin")) << size;
         EXPECT_TRUE(Device().Attributes("Temp/pushed.bin") & Hidden) << size;
@@ -59,9 +59,9 @@ TEST_F(RemoteFiles, names_are_widened_from_the_ansi_code_page) {
     WriteFileBytes(Folder() / "d\u00E9mo.bin", "accent");
     EXPECT_TRUE(PushFolderFile("D\xE9MO.BIN"));
     EXPECT_EQ("accent", OnDevice("Temp/d\u00E9mo.bin"));
-    EXPECT_TRUE(DeleteRemoteFile("\\Temp\\d\xE9mo.bin"));
+    EXPECT_TRUE(DeleteDeviceFile("\\Temp\\d\xE9mo.bin"));
     EXPECT_FALSE(IsOnDevice("Temp/d\u00E9mo.bin"));
-    EXPECT_FALSE(DeleteRemoteFile("\\Temp\\d\xE9mo.bin"));
+    EXPECT_FALSE(DeleteDeviceFile("\\Temp\\d\xE9mo.bin"));
 }
 
 TEST_F(RemoteFiles, text_that_does_not_fit_is_refused_whole) {

@@ -1,4 +1,4 @@
-// What the preparation leaves on a handheld, by version and link, up to the open flash link.
+// The preparation by link, up to the open flash link, and where it ends before.
 // label: threads
 
 #include "preparation/prepare.h"
@@ -101,28 +101,6 @@ TEST_F(Preparation, of_a_late_image_sets_up_the_disk_and_hands_over_to_usb) {
     ExpectSame("harbel_bus.nb");
     EXPECT_FALSE(IsOnDevice("Temp/harbel_line.nb"));
     EXPECT_EQ("flasher", Device().StatusOf("mode"));
-}
-
-TEST_F(Preparation, thresholds_are_met_exactly) {
-    struct Case {
-        const char* version;
-        bool late;
-        std::uint32_t windowBase;
-    };
-    // The start is refused, so that the road ends before the flash link.
-    for (const Case& it : {Case{"1.41", true, 0xAE000000},
-                           {"1.59", true, 0xAE000000},
-                           {"2.00", true, 0xB2000000},
-                           {"1.39", false, 0},
-                           {"none", false, 0}}) {
-        Connect(it.version, {.run = {"--refuse-program", "Harbel_Link.exe"}});
-        PrepareDevice();
-        EXPECT_EQ(it.late, Device().HasRegistryKey(Disk)) << it.version;
-        if (!it.late)
-            continue;
-        ExpectNumber(Disk, "WindowBase", it.windowBase);
-        ExpectNumber(Disk, "Size", 0x2000000);
-    }
 }
 
 TEST_F(Preparation, menu_setting_becomes_one_zero_byte_of_no_type) {

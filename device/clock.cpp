@@ -1,0 +1,52 @@
+// The wizard's last use of RAPI. ActiveSync has just been started again, so the connection may not
+// be there yet; then every call fails, and the user sets the clock by hand.
+
+#include "device/clock.h"
+
+#include "device/file_copy.h"
+#include "device/rapi.h"
+#include "device/wide_text.h"
+#include "wizard/state.h"
+
+#include <cstdio>
+
+namespace {
+
+constexpr DWORD CopyBlock = 256; // bytes a read and a write
+
+ClockRecord ReadClock() {
+    ClockRecord record = {};
+    GetTimeZoneInformation(&record.zone);
+    GetSystemTime(&record.time);
+    return record;
+}
+
+// From the folder of the image's language, which need not be that of the handheld.
+bool PlaceClockLibrary() {
+    char pcPath[MAX_PATH];
+    const int length =
+        std::snprintf(pcPath, sizeof(pcPath), "%s\\%s\\%s", State.Places.AppDirectory,
+                      State.Image.ImageLanguageName, "Clepsa.dll");
+    return length >= 0 && length < static_cast<int>(sizeof(pcPath)) &&
+           CopyClockLibrary(pcPath, "\\Windows\\Clepsa.dll");
+}
+
+} // namespace
+
+void SetDeviceClock() {
+    State.RapiInit.size = sizeof(State.RapiInit);
+    if (CeRapiInitEx(&State.RapiInit) != 0)
+        return;
+    const ClockRecord record = ReadClock();
+    if (PlaceClockLibrary())
+        CeRapiInvoke(u"Clepsa.dll", u"ClepsaSet", sizeof(record), &record);
+    CeRapiUninit();
+}
+
+bool CopyClockLibrary(const char* pcPath, const char* devicePath) {
+    char16_t path[DevicePathRoom];
+    return WidenText(devicePath, path) && CopyToDevice(pcPath, CopyBlock, [&path] {
+               return CeCreateFile(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS,
+                                   FILE_ATTRIBUTE_NORMAL);
+           });
+}

@@ -1,0 +1,16 @@
+// The copying of a PC file to the handheld, common to all that is placed there.
+#pragma once
+
+#include "device/rapi.h"
+
+#include <windows.h>
+
+#include <functional>
+
+// Most bytes that go over in one write.
+constexpr DWORD LargestCopyBlock = 4096;
+
+// Opens the PC file, then the target, and copies in writes of `block` bytes. `openTarget` is called
+// only when the file has been opened; CeInvalidHandle from it is a failure. True when the whole
+// file was written; both are closed on every way out, and what a failed copy leaves stays.
+bool CopyToDevice(const char* pcPath, DWORD block, const std::function<CeHandle()>& openTarget);

@@ -1,0 +1,64 @@
+// Names come from the device in UTF-16 and go back as they are.
+
+#include "device/remote_folders.h"
+
+#include "device/rapi.h"
+#include "device/wide_text.h"
+
+#include <functional>
+#include <string>
+
+namespace {
+
+// Folder, backslash and name; empty where they do not fit a device path.
+std::u16string PathIn(const char16_t* folder, const char16_t* name) {
+    std::u16string path = std::u16string(folder) + u"\\" + name;
+    return path.size() < DevicePathRoom ? path : std::u16string();
+}
+
+// Calls `visit` for each entry that is not a plain folder until it gives false: then false. The
+// listing is closed on every way out. A folder without such entries gives true.
+bool ForEachDeviceFile(const char16_t* folder, const char16_t* pattern,
+                       const std::function<bool(const char16_t* name)>& visit) {
+    const std::u16string wanted = PathIn(folder, pattern);
+    CeFindData found = {};
+    const CeHandle search =
+        wanted.empty() ? CeInvalidHandle : CeFindFirstFile(wanted.c_str(), &found);
+    if (search == CeInvalidHandle)
+        return true;
+    bool goOn = true;
+    do {
+        if (found.attributes != FILE_ATTRIBUTE_DIRECTORY)
+            goOn = visit(found.name);
+    } while (goOn && CeFindNextFile(search, &found));
+    CeFindClose(search);
+    return goOn;
+}
+
+} // namespace
+
+bool RemoveDeviceFolder(const char* folder) {
+    char16_t path[DevicePathRoom];
+    if (!WidenText(folder, path))
+        return false;
+    const bool emptied = ForEachDeviceFile(path, u"*.*", [&path](const char16_t* name) {
+        return CeDeleteFile(PathIn(path, name).c_str()) != 0;
+    });
+    return emptied && CeRemoveDirectory(path);
+}
+
+bool CreateDeviceFolder(const char* folder) {
+    char16_t path[DevicePathRoom];
+    return WidenText(folder, path) && CeCreateDirectory(path);
+}
+
+void CopyDeviceLinks(const char* source, const char* target) {
+    char16_t from[DevicePathRoom];
+    char16_t to[DevicePathRoom];
+    if (!WidenText(source, from) || !WidenText(target, to))
+        return;
+    ForEachDeviceFile(from, u"*.lnk", [&](const char16_t* name) {
+        CeCopyFile(PathIn(from, name).c_str(), PathIn(to, name).c_str(), TRUE);
+        return true; // one that is not copied does not stop the others
+    });
+}

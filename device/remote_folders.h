@@ -1,0 +1,12 @@
+// Folders of the handheld, best effort: each operation tells success or failure and shows nothing.
+// Paths are 8-bit in the ANSI code page, without a closing backslash.
+#pragma once
+
+// Deletes the files of the folder, and the folder. It ends at the first file that cannot be
+// deleted; what went before is gone then. True when the folder is gone.
+bool RemoveDeviceFolder(const char* folder);
+
+bool CreateDeviceFolder(const char* folder); // its parent must be there
+
+// Copies every shortcut of one folder into the other, but for those that are there already.
+void CopyDeviceLinks(const char* source, const char* target);

@@ -1,0 +1,20 @@
+// The order is that in which the handheld has always been changed.
+
+#include "preparation/device_changes.h"
+
+#include "preparation/button_map.h"
+#include "preparation/cool_menu.h"
+#include "preparation/device_values.h"
+#include "preparation/layout.h"
+#include "preparation/start_menu.h"
+#include "wizard/state.h"
+
+void ChangeDevice() {
+    ClearCoolMenu();
+    WriteDeviceValues(State.Image.ImageVersion);
+    const std::optional<Layout> layout = LayoutOf(State.Image.ImageVersion);
+    if (!layout)
+        return;
+    WriteButtonMap();
+    MigrateStartMenu(*layout);
+}

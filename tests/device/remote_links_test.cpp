@@ -1,0 +1,112 @@
+// Links and folders of the handheld where the device refuses: what stands there afterwards.
+
+#include "device/remote_folders.h"
+#include "device/remote_links.h"
+#include "tests/device/wizard_place.h"
+
+namespace {
+
+class RemoteLinks : public ConnectedPlace {
+protected:
+    void TearDown() override {
+        CeRapiUninit();
+        EXPECT_FALSE(Device().Handheld().Has("handles open"));
+        ConnectedPlace::TearDown();
+    }
+    // A file that the device neither replaces nor deletes.
+    void AddReadOnly(const char16_t* path) {
+        const CeHandle file = CeCreateFile(path, GENERIC_WRITE, 0, CREATE_ALWAYS, 1);
+        ASSERT_NE(CeInvalidHandle, file);
+        CeCloseHandle(file);
+    }
+    void AddFiles(std::initializer_list<const char*> names) {
+        for (const char* name : names)
+            WriteFileBytes(Device().File(name), name);
+    }
+};
+
+TEST_F(RemoteLinks, text_arrives_as_it_is_in_the_place_of_an_older_one) {
+    Connect();
+    AddFiles({"Temp/a longer content/x", "Temp/Unó.lnk"});
+    EXPECT_TRUE(WriteDeviceLink(u"\\Temp\\", "Un\xF3.lnk", "25#\"\\Windows\\Tavi2.exe\""));
+    EXPECT_EQ("25#\"\\Windows\\Tavi2.exe\"", OnDevice("Temp/Unó.lnk"));
+    EXPECT_TRUE(WriteDeviceFile("\\Temp\\empty.lnk", ""));
+    EXPECT_EQ("", OnDevice("Temp/empty.lnk"));
+    EXPECT_EQ(0x20U, Device().Attributes("Temp/empty.lnk"));
+    EXPECT_TRUE(DeleteDeviceLink(u"\\Temp\\", "Un\xF3.lnk"));
+    EXPECT_FALSE(IsOnDevice("Temp/Unó.lnk"));
+}
+
+TEST_F(RemoteLinks, a_folder_a_read_only_file_a_missing_place_or_a_long_name_is_refused) {
+    Connect();
+    AddFiles({"Temp/folder.lnk/inside"});
+    AddReadOnly(u"\\Temp\\fixed.lnk");
+    const std::string tooLong(260, 'x');
+    for (const std::string& name : {std::string("folder.lnk"), std::string("fixed.lnk"),
+                                    std::string("no\\such.lnk"), tooLong}) {
+        EXPECT_FALSE(WriteDeviceLink(u"\\Temp\\", name.c_str(), "21#:MSPIE")) << name;
+        EXPECT_FALSE(DeleteDeviceLink(u"\\Temp\\", name.c_str())) << name;
+    }
+    EXPECT_FALSE(WriteDeviceFile(("\\Temp\\" + tooLong).c_str(), ""));
+    EXPECT_EQ("", OnDevice("Temp/fixed.lnk"));
+    EXPECT_TRUE(IsOnDevice("Temp/folder.lnk/inside"));
+    EXPECT_FALSE(CreateDeviceFolder("\\Temp\\folder.lnk"));
+    EXPECT_FALSE(CreateDeviceFolder("\\Nowhere\\folder"));
+    EXPECT_FALSE(CreateDeviceFolder(tooLong.c_str()));
+}
+
+TEST_F(RemoteLinks, a_link_in_use_stays) {
+    Connect();
+    AddFiles({"Temp/used.lnk"});
+    const CeHandle reader =
+        CeCreateFile(u"\\Temp\\used.lnk", GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, 0);
+    EXPECT_FALSE(DeleteDeviceLink(u"\\Temp\\", "used.lnk"));
+    EXPECT_FALSE(WriteDeviceLink(u"\\Temp\\", "used.lnk", "new"));
+    CeCloseHandle(reader);
+    EXPECT_EQ("Temp/used.lnk", OnDevice("Temp/used.lnk"));
+}
+
+TEST_F(RemoteLinks, a_folder_goes_with_its_files_or_up_to_the_first_that_stays) {
+    Connect();
+    AddFiles({"Temp/group/a.lnk", "Temp/group/b.txt"});
+    EXPECT_TRUE(RemoveDeviceFolder("\\Temp\\group"));
+    EXPECT_FALSE(IsOnDevice("Temp/group"));
+    EXPECT_FALSE(RemoveDeviceFolder("\\Temp\\group"));
+    EXPECT_TRUE(CreateDeviceFolder("\\Temp\\group"));
+    AddFiles({"Temp/group/a.lnk", "Temp/group/c.lnk"});
+    AddReadOnly(u"\\Temp\\group\\b.lnk");
+    EXPECT_FALSE(RemoveDeviceFolder("\\Temp\\group"));
+    EXPECT_FALSE(IsOnDevice("Temp/group/a.lnk"));
+    EXPECT_TRUE(IsOnDevice("Temp/group/b.lnk") && IsOnDevice("Temp/group/c.lnk"));
+    AddFiles({"Temp/outer/inner/x"}); // passed over, and in the way of the removal
+    EXPECT_FALSE(RemoveDeviceFolder("\\Temp\\outer"));
+    EXPECT_TRUE(IsOnDevice("Temp/outer/inner/x"));
+}
+
+TEST_F(RemoteLinks, links_are_copied_past_one_that_is_there_already) {
+    Connect();
+    AddFiles({"Temp/from/a.lnk", "Temp/from/b.lnk", "Temp/from/c.txt", "Temp/from/d.lnk/x",
+              "Temp/to/a.lnk"});
+    CopyDeviceLinks("\\Temp\\from", "\\Temp\\to");
+    EXPECT_EQ("Temp/to/a.lnk", OnDevice("Temp/to/a.lnk"));
+    EXPECT_EQ("Temp/from/b.lnk", OnDevice("Temp/to/b.lnk"));
+    EXPECT_FALSE(IsOnDevice("Temp/to/c.txt") || IsOnDevice("Temp/to/d.lnk"));
+    CopyDeviceLinks("\\Temp\\nowhere", "\\Temp\\to");
+}
+
+TEST_F(RemoteLinks, a_connection_that_drops_ends_each_operation) {
+    for (const char* call : {"WriteFile \\Temp\\x.lnk", "FindNextFile", "CopyFile"}) {
+        Connect({.run = {"--drop-rapi-at", call}});
+        AddFiles({"Temp/from/a.lnk", "Temp/from/b.lnk", "Temp/to/c.lnk"});
+        CopyDeviceLinks("\\Temp\\from", "\\Temp\\to");
+        const bool dropped = !WriteDeviceLink(u"\\Temp\\", "x.lnk", "text");
+        EXPECT_TRUE(dropped) << call;
+        EXPECT_FALSE(RemoveDeviceFolder("\\Temp\\from")) << call;
+        EXPECT_TRUE(IsOnDevice("Temp/from/b.lnk")) << call;
+        EXPECT_EQ(std::string(call) != "CopyFile", IsOnDevice("Temp/to/a.lnk")) << call;
+        CeRapiUninit();
+    }
+    Connect(); // what the loops of above left open went with their connections
+}
+
+} // namespace
