@@ -1,10 +1,10 @@
 // The checksum of an image file beside `cat` of the same file to nowhere, turn by turn in one run.
 
+#include "bench/median.h"
 #include "images/checksum.h"
 
 #include <windows.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -23,12 +23,6 @@ using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
 constexpr std::size_t FileSize = 32 << 20;
-
-double Median(std::vector<double> values) {
-    std::nth_element(values.begin(),
-                     values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
-    return values[values.size() / 2];
-}
 
 double TimeCat(const std::string& path) {
     const auto start = Clock::now();
@@ -82,6 +76,6 @@ int main(int count, char** words) {
     unlink(path.c_str());
     std::printf("checksum of 32 MiB: %.2f of the speed of cat (wanted: 0.80), medians of %d "
                 "turns\n",
-                Median(cat) / Median(sum), rounds);
+                bench::Median(cat) / bench::Median(sum), rounds);
     return 0;
 }

@@ -4,8 +4,9 @@
 // platform layer carries them over a socket. Everything is synchronous on the calling thread and
 // may be called from any thread. Texts are UTF-16, the registry root is HKEY_LOCAL_MACHINE of the
 // handheld. What the handheld refuses is told by the result alone: the PC's last-error value stays
-// as it was, with the one exception that a CeCreateProcess that started its program sets it to 0.
-// Without a connection every call fails.
+// as it was. CeCreateProcess alone is an exception: one that started its program sets it to 0, and
+// one whose connection broke before the answer, of which nobody knows whether it started, to
+// ERROR_CONNECTION_ABORTED. Without a connection every call fails.
 #pragma once
 
 #include <windows.h>

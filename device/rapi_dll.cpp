@@ -61,6 +61,7 @@ struct RapiFunctions {
     LONG(WINAPI* CeRegCloseKey)(HKEY);
     LONG(WINAPI* CeRegDeleteKey)(HKEY, LPCWSTR);
     BOOL(WINAPI* CeGetSystemPowerStatusEx)(CePowerStatus*, BOOL);
+    HRESULT(WINAPI* CeRapiGetError)();
     HRESULT(WINAPI* CeRapiInvoke)(LPCWSTR, LPCWSTR, DWORD, BYTE*, DWORD*, BYTE**, void**, DWORD);
 };
 
@@ -109,6 +110,7 @@ bool FindOtherFunctions(HMODULE library, RapiFunctions& rapi) {
            Find(library, "CeRegCloseKey", rapi.CeRegCloseKey) &&
            Find(library, "CeRegDeleteKey", rapi.CeRegDeleteKey) &&
            Find(library, "CeGetSystemPowerStatusEx", rapi.CeGetSystemPowerStatusEx) &&
+           Find(library, "CeRapiGetError", rapi.CeRapiGetError) &&
            Find(library, "CeRapiInvoke", rapi.CeRapiInvoke);
 }
 
@@ -199,8 +201,11 @@ BOOL CeCreateProcess(const char16_t* program, const char16_t* commandLine,
     const BOOL started =
         Call(Rapi().CeCreateProcess, FALSE, Wide(program), Wide(commandLine), nullptr, nullptr,
              FALSE, 0, nullptr, nullptr, startup ? &publishedStartup : nullptr, &information);
-    if (!started)
+    if (!started) {
+        if (FAILED(Call(Rapi().CeRapiGetError, S_OK)))
+            SetLastError(ERROR_CONNECTION_ABORTED);
         return FALSE;
+    }
     if (process)
         *process = {Short(information.hProcess), Short(information.hThread),
                     information.dwProcessId, information.dwThreadId};

@@ -140,12 +140,15 @@ std::int32_t CeRapiUninit() {
 
 BOOL CeCreateProcess(const char16_t* program, const char16_t* commandLine, const CeStartupInfo*,
                      CeProcessInformation* process) {
+    const bool reached = RapiSession::Instance().IsConnected();
     const BOOL started = AskWhether(
         Request(Operation::CreateProcess).Text(TextOf(program)).Text(TextOf(commandLine)));
     if (process)
         *process = {};
     if (started)
         SetLastError(ERROR_SUCCESS);
+    else if (reached && !RapiSession::Instance().IsConnected())
+        SetLastError(ERROR_CONNECTION_ABORTED);
     return started;
 }
 

@@ -91,6 +91,11 @@ std::optional<std::uint32_t> RapiSession::Ask(const rapi_wire::Writer& request, 
     return std::nullopt;
 }
 
+bool RapiSession::IsConnected() {
+    const std::lock_guard guard(socketLock_);
+    return socket_.has_value();
+}
+
 void RapiSession::StartConnecting() {
     std::unique_lock lock(attemptLock_);
     attemptOver_ = false;

@@ -27,6 +27,8 @@ public:
     HANDLE Open();
     // Ends what requests are under way, which then fail. Harmless on a session that is not up.
     void Close();
+    // A handheld has answered, and no request has found it gone since.
+    bool IsConnected();
 
     // What a call's outputs are read with. After it the answer must have been read without an
     // error; false is an answer that makes no sense, which ends the connection.

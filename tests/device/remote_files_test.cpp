@@ -41,6 +41,22 @@ TEST_F(RemoteFiles, file_in_the_way_is_set_aside_over_an_older_one) {
     EXPECT_TRUE(Device().Attributes("Windows/pushed.bin") & Hidden);
 }
 
+TEST_F(RemoteFiles, push_leaves_alone_what_it_cannot_set_aside) {
+    Connect();
+    WriteFileBytes(Device().File("Temp/folder/inside"), "inside");
+    WriteFileBytes(Device().File("Windows/old.bin"), "old");
+    for (const char16_t* fixed : {u"\\Windows\\fixed.bin", u"\\Temp\\aside.bin"})
+        CeCloseHandle(CeCreateFile(fixed, GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_READONLY));
+    EXPECT_FALSE(Push("new", "\\Temp\\folder"));
+    EXPECT_FALSE(Push("new", "\\Windows\\fixed.bin"));
+    EXPECT_FALSE(Push("new", "\\Windows\\old.bin")); // the place aside is taken for good
+    EXPECT_EQ("inside", OnDevice("Temp/folder/inside"));
+    EXPECT_EQ("", OnDevice("Windows/fixed.bin"));
+    EXPECT_EQ("old", OnDevice("Windows/old.bin"));
+    CeRapiUninit();
+    EXPECT_FALSE(Device().Handheld().Has("handles open"));
+}
+
 TEST_F(RemoteFiles, push_fails_where_source_or_place_is_missing_or_nobody_answers) {
     Connect({.run = {"--drop-rapi-at", "dropped.bin"}});
     EXPECT_FALSE(PushFile(WindowsPathOf(Folder() / "none.bin").c_str(), "\\Temp\\none.bin", "x"));
@@ -86,6 +102,18 @@ TEST_F(RemoteFiles, value_creates_its_key_and_replaces_an_old_one) {
     EXPECT_EQ((test_support::StoredValue{1, {'a', 0, 'b', 0, 0, 0}}), *stored);
     EXPECT_TRUE(SetDeviceValue(CeLocalMachine, u"Made\\On\\The Way", u"Text", 4, &number, 4));
     EXPECT_EQ(4U, Device().RegistryValue("Made\\On\\The Way", "Text")->type);
+}
+
+TEST_F(RemoteFiles, value_is_refused_with_its_key_closed_at_every_call) {
+    for (const char* call : {"RegOpenKey Software\\New", "RegCreateKey Software\\New",
+                             "RegSetValue Software\\New Text"}) {
+        Connect({.run = {"--refuse-call", call}});
+        const bool opened = std::string(call).starts_with("RegOpenKey");
+        EXPECT_EQ(opened, SetDeviceValue(CeLocalMachine, u"Software\\New", u"Text", 1, u"ab", 6));
+        EXPECT_EQ(opened, Device().RegistryValue("Software\\New", "Text").has_value()) << call;
+        CeRapiUninit();
+        EXPECT_FALSE(Device().Handheld().Has("handles open"));
+    }
 }
 
 } // namespace

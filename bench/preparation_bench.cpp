@@ -1,0 +1,145 @@
+// The preparation of a handheld, in round trips to it: how many it makes beside how many it needs,
+// and how long one takes beside a bare call.
+//
+// Both layouts by turns on one handheld, so that each finds what the other has left; at last the
+// whole preparation up to the start of the flasher. The needed calls are those of the maker's
+// tables, for what stands on the handheld at that moment.
+
+#include "bench/median.h"
+
+#include "device/rapi.h"
+#include "images/header.h"
+#include "link/stall.h"
+#include "preparation/device_changes.h"
+#include "preparation/prepare.h"
+#include "tests/support/cradle.h"
+#include "tests/support/device_facts.h"
+#include "wizard/state.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace test_support;
+using namespace device_model;
+using Clock = std::chrono::steady_clock;
+
+constexpr VersionFacts Early = {"1.40", false, 0xAE000000};
+constexpr VersionFacts Late = {"2.00", true, 0xB2000000};
+
+double MicrosecondsSince(Clock::time_point begin) {
+    return std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
+}
+
+// The calls that the handheld has seen from a line of its output on, up to one that begins so.
+std::size_t CallsUpTo(Cradle& cradle, std::size_t from, const std::string& end) {
+    cradle.Handheld().ExpectLine("RAPI " + end);
+    const auto lines = cradle.Handheld().Lines();
+    std::size_t calls = 0;
+    for (std::size_t at = from; at < lines.size(); ++at) {
+        if (lines[at].starts_with("RAPI " + end))
+            break;
+        calls += lines[at].starts_with("RAPI ") && !lines[at].starts_with("RAPI   ");
+    }
+    return calls;
+}
+
+struct Trips {
+    std::size_t made, needed;
+    double microseconds; // each
+};
+
+Trips MeasureChange(const TestHome& home, Cradle& cradle, const VersionFacts& version) {
+    Content content = Read(home.Device());
+    Trips trips{};
+    trips.needed = Apply(StepsFor("ENG", version), "", content).size();
+    State.Image.ImageVersion = VersionNumber(version.text);
+    const std::size_t before = cradle.Handheld().Lines().size();
+    const auto begin = Clock::now();
+    ChangeDevice();
+    const double all = MicrosecondsSince(begin);
+    CeDeleteFile(u"\\the end");
+    trips.made = CallsUpTo(cradle, before, "DeleteFile \\the end");
+    trips.microseconds = all / static_cast<double>(trips.made);
+    return trips;
+}
+
+double TimeBareCall(std::size_t count) {
+    const auto begin = Clock::now();
+    for (std::size_t call = 0; call < count; ++call)
+        CeDeleteFile(u"\\nothing");
+    return MicrosecondsSince(begin) / static_cast<double>(count);
+}
+
+void PrintChanges(const TestHome& home, Cradle& cradle, int rounds) {
+    std::vector<double> ratios, times;
+    for (int round = 0; round < rounds; ++round) {
+        for (const VersionFacts* version : {&Early, &Late}) {
+            const Trips trips = MeasureChange(home, cradle, *version);
+            const double bare = TimeBareCall(trips.made);
+            ratios.push_back(trips.microseconds / bare);
+            times.push_back(trips.microseconds);
+            if (round == rounds - 1)
+                std::printf("changes of the %s layout: %zu round trips, %zu needed\n",
+                            version->late ? "late" : "early", trips.made, trips.needed);
+        }
+    }
+    std::printf("a round trip: %.0f us, %.2f of a bare call's, medians of %zu turns\n",
+                bench::Median(times), bench::Median(ratios), times.size());
+}
+
+// Opening, a write for each block of 4096 bytes, one of no bytes, closing.
+std::size_t PushCalls(const std::filesystem::path& file) {
+    constexpr std::size_t Block = 4096;
+    return 1 + (std::filesystem::file_size(file) + Block - 1) / Block + 1 + 1;
+}
+
+void PrintPreparation(const TestHome& home, Cradle& cradle) {
+    constexpr std::size_t Deletions = 2;
+    Content content = Read(home.Device());
+    std::size_t needed = Deletions + Apply(StepsFor("ENG", Late), "", content).size();
+    for (const char* file : {"English/Harbel_Link.exe", "English/harbel_line.nb"})
+        needed += PushCalls(home.Tree() / file);
+    const std::size_t before = cradle.Handheld().Lines().size();
+    PrepareDevice();
+    std::printf("up to the start of the flasher: %zu round trips, %zu needed\n",
+                CallsUpTo(cradle, before, "CreateProcess"), needed);
+    TearDownTransfer();
+}
+
+template <std::size_t Size>
+void SetText(char (&target)[Size], const std::string& text) {
+    std::snprintf(target, Size, "%s", text.c_str());
+}
+
+// The run counts as ended, so that no page comes up here.
+void Connect(const TestHome& home) {
+    SetText(State.Places.AppDirectory, "Z:" + home.Tree().string());
+    SetText(State.Places.LanguageFolder, "English");
+    SetText(State.Places.SerialPortName, "COM1:");
+    SetText(State.Image.ImageLanguage, "ENG");
+    State.Run.RunEnded = State.Run.UpgradeUnderway = State.Run.SerialLinkSelected = true;
+    State.RapiInit.size = sizeof(State.RapiInit);
+    CeRapiInitEx(&State.RapiInit);
+    if (WaitForSingleObject(RapiEvent(State.RapiInit), 1200000) != WAIT_OBJECT_0)
+        std::exit(1);
+}
+
+} // namespace
+
+int main(int count, char**) {
+    const bool smoke = count > 1;
+    const TestHome home;
+    for (const auto& [name, value] : home.Variables())
+        setenv(name.c_str(), value.c_str(), 1);
+    home.AddLanguageFolder();
+    Cradle cradle(home);
+    Connect(home);
+    PrintChanges(home, cradle, smoke ? 2 : 20);
+    PrintPreparation(home, cradle);
+    return 0;
+}
