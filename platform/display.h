@@ -19,6 +19,8 @@
 
 namespace platform {
 
+enum class TextAlignment { Left, Centre, Right };
+
 struct ControlView {
     HWND handle;
     int id; // -1: none
@@ -29,6 +31,8 @@ struct ControlView {
     LONG lowest, highest, position; // of a progress bar
     LOGFONTA font;                  // height 0: the display's own
     PaintResult painted;            // colours of a text
+    TextAlignment alignment;        // of a text, across
+    bool centredDown;               // a text of one line, in the middle of its height
 };
 
 struct PageView {
@@ -50,6 +54,7 @@ struct PageAction {
 
 struct FileQuestion {
     bool save;
+    HWND owner;                       // null: none
     std::string proposal;             // UTF-8, may be empty
     std::vector<std::string> filters; // the names that the user is shown, UTF-8
 };
@@ -68,8 +73,10 @@ public:
     virtual void UpdateControl(const PageView& page, const ControlView& control) = 0;
     virtual void UpdatePictures(const PageView&) {}
     virtual void EndPage(const PageView& page) = 0; // once for each page that was shown
+    virtual void UpdateCursor(HWND, bool) {}        // of a page: whether it tells the user to wait
 
     virtual void AskFile(const FileQuestion& question) = 0; // also again, after a complaint
+    virtual void EndQuestion() {}                           // answered, or nobody waits any more
     virtual void Complain(const std::string& sentence) = 0; // UTF-8
 
     // What the user has done on the page, where input is waiting; must not block.

@@ -102,7 +102,7 @@ HDC AddContext() {
     context.bitmap = StockHandle(StockBitmap);
     context.brush = StockHandle(WHITE_BRUSH);
     context.font = StockHandle(SYSTEM_FONT);
-    context.result = {{}, GetSysColor(COLOR_WINDOWTEXT), GetSysColor(COLOR_BTNFACE), true};
+    context.result = UnpaintedColours();
     std::lock_guard hold(Drawing().lock);
     return static_cast<HDC>(Drawing().Add(std::move(context)));
 }
@@ -166,6 +166,10 @@ int GiveDescription(const Description& description, int size, void* buffer) {
 }
 
 } // namespace
+
+PaintResult UnpaintedColours() {
+    return {{}, GetSysColor(COLOR_WINDOWTEXT), GetSysColor(COLOR_BTNFACE), true};
+}
 
 HDC OpenPaintContext() { return AddContext(); }
 

@@ -31,6 +31,9 @@ struct PaintResult {
     bool opaque;
 };
 
+// Of what has not been painted yet, or with no colours of its own.
+PaintResult UnpaintedColours();
+
 // Context of a window for the time of one painting.
 HDC OpenPaintContext();
 PaintResult ClosePaintContext(HDC context);

@@ -45,7 +45,7 @@ std::vector<std::string> FilterNames(const char* filter) {
 
 FileQuestion QuestionOf(const OPENFILENAMEA& dialog, bool save) {
     std::string proposal(dialog.lpstrFile, strnlen(dialog.lpstrFile, dialog.nMaxFile));
-    return {save, Utf8FromAnsi(proposal), FilterNames(dialog.lpstrFilter)};
+    return {save, dialog.hwndOwner, Utf8FromAnsi(proposal), FilterNames(dialog.lpstrFilter)};
 }
 
 // What became of an answer: a path, or why it cannot be taken.
@@ -163,6 +163,7 @@ public:
     ~StandingQuestion() {
         auto hold = LockWindows();
         std::erase(Windows().questions, &open_);
+        TheDisplay().EndQuestion();
         WakeAllThreads();
     }
 

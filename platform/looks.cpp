@@ -63,5 +63,8 @@ HCURSOR WINAPI LoadCursorA(HINSTANCE instance, LPCSTR name) {
 HCURSOR WINAPI SetCursor(HCURSOR cursor) {
     auto queue = platform::CurrentQueue();
     auto hold = platform::LockWindows();
-    return std::exchange(queue->cursor, cursor);
+    HCURSOR before = std::exchange(queue->cursor, cursor);
+    if (before != cursor)
+        platform::RefreshCursor(queue, cursor == ImageHandle(IDC_WAIT));
+    return before;
 }

@@ -4,6 +4,7 @@
 // likes. Threads that still stand in a read or a wait when WinMain returns do not hold the process
 // up: it leaves by _exit, with everything written that was printed.
 
+#include "platform/desktop/desktop_program.h"
 #include "platform/display.h"
 #include "platform/handles.h"
 #include "platform/rapi_session.h"
@@ -22,12 +23,17 @@ namespace {
 constexpr std::uintptr_t ProgramModule = 0x00400000; // where Windows programs used to be loaded
 
 int RunWinMain() {
+    char commandLine[1] = {};
+    return WinMain(reinterpret_cast<HINSTANCE>(ProgramModule), nullptr, commandLine,
+                   SW_SHOWDEFAULT);
+}
+
+// The terminal's display needs no thread of its own; the program has one all the same, so that it
+// meets the same conditions on both.
+int RunAtTerminal() {
+    platform::TheDisplay();
     int exitCode = 0;
-    std::thread program([&exitCode] {
-        char commandLine[1] = {};
-        exitCode = WinMain(reinterpret_cast<HINSTANCE>(ProgramModule), nullptr, commandLine,
-                           SW_SHOWDEFAULT);
-    });
+    std::thread program([&exitCode] { exitCode = RunWinMain(); });
     program.join();
     return exitCode;
 }
@@ -44,11 +50,11 @@ void ReportHandles() {
 
 } // namespace
 
-int main() {
+int main(int count, char** words) {
     // Whoever reads the pages may go away; that must not end a program in the middle of its work.
     std::signal(SIGPIPE, SIG_IGN);
-    platform::TheDisplay();
-    int exitCode = RunWinMain();
+    int exitCode = platform::DesktopIsWanted() ? platform::RunOnDesktop(count, words, RunWinMain)
+                                               : RunAtTerminal();
     // As the unloading of the library would; its event is not the program's to close.
     platform::RapiSession::Instance().Close();
     ReportHandles();

@@ -89,14 +89,6 @@ std::string TrimStart(const std::string& text) {
     return start == std::string::npos ? "" : text.substr(start);
 }
 
-// A button without words of its own goes by the text to its right.
-std::string LabelOf(const PageView& page, const ControlView& control) {
-    if (!control.text.empty())
-        return control.text;
-    const ControlView* text = TextBeside(page, control, true);
-    return text ? text->text : "";
-}
-
 std::string ControlLine(const PageView& page, const ControlView& control) {
     std::string mark;
     if (control.kind == ControlKind::RadioButton)
@@ -110,6 +102,13 @@ std::string ControlLine(const PageView& page, const ControlView& control) {
 }
 
 } // namespace
+
+std::string LabelOf(const PageView& page, const ControlView& control) {
+    if (!control.text.empty())
+        return control.text;
+    const ControlView* text = TextBeside(page, control, true);
+    return text ? text->text : "";
+}
 
 std::string Printable(const std::string& text) {
     std::string safe;

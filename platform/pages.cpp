@@ -37,6 +37,17 @@ bool IsDefaultButton(const Window& control, const DialogState& dialog) {
            control.id == dialog.defaultId;
 }
 
+TextAlignment AlignmentOf(const Window& control) {
+    switch (control.style & SS_TYPEMASK) {
+    case SS_CENTER:
+        return TextAlignment::Centre;
+    case SS_RIGHT:
+        return TextAlignment::Right;
+    default:
+        return TextAlignment::Left;
+    }
+}
+
 ControlView ViewOfControl(const Window& control, const DialogState& dialog) {
     ControlView view = {};
     view.handle = control.handle;
@@ -52,6 +63,8 @@ ControlView ViewOfControl(const Window& control, const DialogState& dialog) {
     view.highest = control.progress.highest;
     view.position = control.progress.position;
     view.painted = control.painted;
+    view.alignment = AlignmentOf(control);
+    view.centredDown = control.style & SS_CENTERIMAGE;
     FontDescription(control.font, &view.font);
     return view;
 }
@@ -148,6 +161,12 @@ void EndPage(Window& page) {
     page.dialog->onScreen = page.dialog->wasShown = false;
     TheDisplay().EndPage(ViewOf(page));
     WakeAllThreads();
+}
+
+void RefreshCursor(const std::shared_ptr<ThreadQueue>& queue, bool waiting) {
+    for (auto& [handle, window] : Windows().windows)
+        if (window->queue == queue && window->dialog && window->dialog->onScreen)
+            TheDisplay().UpdateCursor(handle, waiting);
 }
 
 bool FeedInput(const std::shared_ptr<ThreadQueue>& queue) {

@@ -71,6 +71,18 @@ std::optional<Entry> ReadEntry(std::span<const std::uint8_t> file, std::size_t s
     return entry;
 }
 
+template <class Wanted>
+std::optional<std::span<const std::uint8_t>> FindEntry(Wanted wanted) {
+    std::span<const std::uint8_t> file = ResourceBytes();
+    std::size_t position = 0;
+    while (auto entry = ReadEntry(file, position)) {
+        if (wanted(*entry))
+            return entry->data;
+        position = entry->end;
+    }
+    return std::nullopt;
+}
+
 // The text of a string table entry: a block holds 16, each with its length before it.
 std::u16string StringInBlock(std::span<const std::uint8_t> block, std::size_t index) {
     ByteReader reader(block);
@@ -99,14 +111,11 @@ void UseResources(const void* begin, const void* end) {
 
 std::optional<std::span<const std::uint8_t>> FindResourceData(std::uint16_t type,
                                                               std::uint16_t id) {
-    std::span<const std::uint8_t> file = ResourceBytes();
-    std::size_t position = 0;
-    while (auto entry = ReadEntry(file, position)) {
-        if (entry->type == type && entry->name == id)
-            return entry->data;
-        position = entry->end;
-    }
-    return std::nullopt;
+    return FindEntry([=](const Entry& entry) { return entry.type == type && entry.name == id; });
+}
+
+std::optional<std::span<const std::uint8_t>> FirstResourceData(std::uint16_t type) {
+    return FindEntry([=](const Entry& entry) { return entry.type == type; });
 }
 
 std::optional<std::span<const std::uint8_t>> FindNamedResource(std::uint16_t type, LPCSTR name) {

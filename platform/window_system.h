@@ -189,6 +189,8 @@ void EndThreadQueue(const std::shared_ptr<ThreadQueue>& queue);
 void RefreshPage(Window& page);
 void RefreshControl(Window& control);
 void EndPage(Window& page);
+// The same for the cursor of all pages of a thread.
+void RefreshCursor(const std::shared_ptr<ThreadQueue>& queue, bool waiting);
 
 // Lets the display's next input reach the page or file dialog that it is meant for, where that
 // belongs to this thread. True where there is now something to serve.

@@ -68,6 +68,7 @@ std::shared_ptr<Window> AddWindow(const WindowPlan& plan, const WindowClass& win
     window->parent = plan.parent;
     window->extra.resize(static_cast<std::size_t>(windowClass.extraBytes));
     window->needsPaint = true;
+    window->painted = UnpaintedColours();
     GiveNumber(*window, plan);
     auto hold = LockWindows();
     Windows().windows[window->handle] = window;

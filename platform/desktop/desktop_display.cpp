@@ -1,0 +1,104 @@
+// From the model's threads to the toolkit's, and back.
+
+#include "platform/desktop/desktop_display.h"
+
+#include "platform/desktop/file_question.h"
+#include "platform/desktop/page_window.h"
+#include "platform/desktop/task_bar.h"
+#include "platform/display.h"
+
+#include <QApplication>
+
+#include <map>
+#include <memory>
+
+namespace platform {
+
+namespace {
+
+using namespace desktop;
+
+class Desktop : public Display {
+public:
+    Desktop() { QApplication::setWindowIcon(ProgramIcon()); }
+
+    void ShowPage(const PageView& page) override {
+        Later([this, page] {
+            auto& window = windows_[page.handle];
+            window = std::make_unique<PageWindow>(page);
+            window->Present();
+            TellTaskBar(page);
+        });
+    }
+    void HidePage(const PageView& page) override { Remove(page); }
+    void EndPage(const PageView& page) override { Remove(page); }
+    void UpdateControl(const PageView& page, const ControlView& control) override {
+        Later([this, page, control] {
+            if (PageWindow* window = WindowOf(page.handle)) {
+                window->ShowControl(control);
+                TellTaskBar(page);
+            }
+        });
+    }
+    void UpdatePictures(const PageView& page) override {
+        Later([this, page] {
+            if (PageWindow* window = WindowOf(page.handle))
+                window->ShowPictures(page);
+        });
+    }
+    void UpdateCursor(HWND page, bool waiting) override {
+        Later([this, page, waiting] {
+            if (PageWindow* window = WindowOf(page))
+                window->ShowWaiting(waiting);
+        });
+    }
+    void AskFile(const FileQuestion& question) override {
+        Later([this, question] { files_.Ask(question, WindowOf(question.owner)); });
+    }
+    void EndQuestion() override {
+        Later([this] { files_.End(); });
+    }
+    void Complain(const std::string& sentence) override {
+        Later([this, sentence] { files_.Complain(sentence); });
+    }
+    std::optional<FileAnswer> NextAnswer() override { return files_.TakeAnswer(); }
+
+private:
+    template <class Work>
+    static void Later(Work work) {
+        QMetaObject::invokeMethod(qApp, work, Qt::QueuedConnection);
+    }
+
+    PageWindow* WindowOf(HWND page) {
+        const auto found = windows_.find(page);
+        return found == windows_.end() ? nullptr : found->second.get();
+    }
+
+    void Remove(const PageView& page) {
+        Later([this, page] {
+            windows_.erase(page.handle);
+            taskBar_.Clear();
+        });
+    }
+
+    void TellTaskBar(const PageView& page) {
+        for (const ControlView& control : page.controls)
+            if (control.kind == ControlKind::Progress && control.highest > control.lowest)
+                taskBar_.Show(static_cast<double>(control.position - control.lowest) /
+                              static_cast<double>(control.highest - control.lowest));
+    }
+
+    // On the toolkit's thread, but for the answer of a file question.
+    std::map<HWND, std::unique_ptr<PageWindow>> windows_;
+    FileQuestions files_;
+    TaskBar taskBar_;
+};
+
+} // namespace
+
+Display& DesktopDisplay() {
+    static Display& desktop = *new Desktop;
+    return desktop;
+}
+
+} // namespace platform

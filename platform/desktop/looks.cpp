@@ -1,0 +1,133 @@
+// Fonts, units, colours and pictures.
+
+#include "platform/desktop/looks.h"
+
+#include "platform/byte_reader.h"
+#include "platform/resources.h"
+
+#include <QBuffer>
+#include <QFontMetricsF>
+#include <QImage>
+#include <QImageReader>
+
+#include <algorithm>
+#include <cmath>
+
+namespace platform::desktop {
+
+namespace {
+
+// The two published headers ahead of what the resources hold.
+constexpr std::uint32_t BitmapFileHeader = 14;
+constexpr std::uint16_t IconResource = 3;
+
+constexpr char Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+constexpr double ArialAlphabet = 30.339; // its width in ems, by the published widths of Arial
+constexpr double CellOfEm = 14.0 / 11;   // of Arial on Windows at the size of the pages
+
+int stretch = 100;
+
+// A cell may be higher by what rounding makes of it.
+constexpr double Tolerance = 0.5;
+
+void Put(QByteArray& bytes, std::uint32_t value, int size) {
+    for (int byte = 0; byte < size; ++byte)
+        bytes.append(static_cast<char>(value >> (8 * byte)));
+}
+
+void Put(QByteArray& bytes, std::span<const std::uint8_t> data) {
+    bytes.append(reinterpret_cast<const char*>(data.data()), static_cast<qsizetype>(data.size()));
+}
+
+// Where the pixels start: behind the header and the palette.
+std::uint32_t PixelOffset(std::span<const std::uint8_t> bitmap) {
+    ByteReader reader(bitmap);
+    const std::uint32_t header = reader.Long();
+    reader.Skip(10); // size and planes
+    const unsigned depth = reader.Word();
+    reader.Skip(16); // compression, size of the pixels, resolution
+    std::uint32_t colours = reader.Long();
+    if (depth <= 8 && colours == 0)
+        colours = 1U << depth;
+    return BitmapFileHeader + header + 4 * colours;
+}
+
+} // namespace
+
+void StretchFonts(int percent) { stretch = percent; }
+
+QFont FontOf(const LOGFONTA& description) {
+    QFont font(QString::fromLatin1(description.lfFaceName));
+    font.setWeight(description.lfWeight >= FW_BOLD ? QFont::Bold : QFont::Normal);
+    font.setItalic(description.lfItalic);
+    font.setStretch(stretch);
+    font.setHintingPreference(QFont::PreferVerticalHinting); // widths stay those of the design
+    const int em = static_cast<int>(std::abs(description.lfHeight));
+    const double cell = description.lfHeight < 0 ? std::round(em * CellOfEm) : em;
+    for (int size = em; size > 0; --size) {
+        font.setPixelSize(size);
+        if (QFontMetricsF(font).height() <= cell + Tolerance)
+            break;
+    }
+    return font;
+}
+
+Scale::Scale(const QFont& pageFont)
+    : across_(std::max(1.0, QFontMetricsF(pageFont).horizontalAdvance(QLatin1String(Alphabet)) /
+                                (ArialAlphabet * pageFont.pixelSize()))) {}
+
+QRect Scale::Of(const RECT& rect) const {
+    const int left = static_cast<int>(std::lround(static_cast<double>(rect.left) * across_));
+    const int right = static_cast<int>(std::lround(static_cast<double>(rect.right) * across_));
+    return {left, static_cast<int>(rect.top), right - left,
+            static_cast<int>(rect.bottom - rect.top)};
+}
+
+QSize Scale::Of(const SIZE& size) const { return Of(RECT{0, 0, size.cx, size.cy}).size(); }
+
+QColor ColourOf(COLORREF colour) {
+    return {static_cast<int>(colour & 0xFF), static_cast<int>(colour >> 8 & 0xFF),
+            static_cast<int>(colour >> 16 & 0xFF)};
+}
+
+QPixmap PixmapOf(const Picture& picture) {
+    QByteArray file("BM");
+    Put(file, static_cast<std::uint32_t>(BitmapFileHeader + picture.bitmap.size()), 4);
+    Put(file, 0, 4);
+    Put(file, PixelOffset(picture.bitmap), 4);
+    Put(file, picture.bitmap);
+    return QPixmap::fromImage(QImage::fromData(file, "BMP"));
+}
+
+// The group names its images by number where an icon file has their places.
+QIcon ProgramIcon() {
+    constexpr std::uint32_t GroupHeader = 6, FileEntry = 16;
+    const auto group = FirstResourceData(IconGroupResource);
+    if (!group)
+        return {};
+    ByteReader reader(*group);
+    reader.Skip(4);
+    const std::uint32_t count = reader.Word();
+    QByteArray header, images;
+    Put(header, 1U << 16, 4); // reserved, and the type of an icon
+    Put(header, count, 2);
+    for (std::uint32_t image = 0; image < count && !reader.Failed(); ++image) {
+        Put(header, reader.Long(), 4); // size and colours
+        Put(header, reader.Long(), 4); // planes and depth
+        Put(header, reader.Long(), 4); // bytes
+        const auto data = FindResourceData(IconResource, reader.Word());
+        if (!data)
+            return {};
+        Put(header, GroupHeader + count * FileEntry + static_cast<std::uint32_t>(images.size()), 4);
+        Put(images, *data);
+    }
+    QIcon icon;
+    QByteArray file = header + images;
+    QBuffer buffer(&file);
+    QImageReader pictures(&buffer, "ICO");
+    for (int image = 0; image < pictures.imageCount(); ++image, pictures.jumpToNextImage())
+        icon.addPixmap(QPixmap::fromImageReader(&pictures));
+    return icon;
+}
+
+} // namespace platform::desktop

@@ -1,0 +1,44 @@
+// From the layer's fonts, units, colours and pictures to those of the toolkit. On the toolkit's
+// thread alone.
+#pragma once
+
+#include "platform/display.h"
+
+#include <QColor>
+#include <QFont>
+#include <QIcon>
+#include <QPixmap>
+#include <QPoint>
+#include <QRect>
+#include <QSize>
+
+namespace platform::desktop {
+
+// Fonts this many times as wide as they come, in percent; for tests of what a host's own font for
+// "Arial" may be. Before the first page.
+void StretchFonts(int percent);
+
+// As large as fits: an em and a character cell no higher than the description asks for.
+QFont FontOf(const LOGFONTA& description);
+
+// Pages are laid out for the widths of Arial. A host's own font may be wider, and then all that is
+// laid out grows across with it, as dialog units do; what is painted in pixels stays where it is.
+class Scale {
+public:
+    explicit Scale(const QFont& pageFont);
+    QRect Of(const RECT& rect) const;
+    QSize Of(const SIZE& size) const;
+
+private:
+    double across_;
+};
+
+QColor ColourOf(COLORREF colour);
+
+// Null where the bytes are no picture.
+QPixmap PixmapOf(const Picture& picture);
+
+// The program's own icon; null where its resources have none.
+QIcon ProgramIcon();
+
+} // namespace platform::desktop

@@ -1,0 +1,53 @@
+// A page as a window of the desktop. On the toolkit's thread alone.
+#pragma once
+
+#include "platform/desktop/looks.h"
+#include "platform/display.h"
+
+#include <QDialog>
+
+#include <map>
+
+class QScrollArea;
+
+namespace platform::desktop {
+
+class PageWindow : public QDialog {
+public:
+    explicit PageWindow(const PageView& page);
+
+    // In the middle of the screen that the user looks at, with the focus on the default button.
+    void Present();
+
+    void ShowControl(const ControlView& control);
+    void ShowPictures(const PageView& page);
+    void ShowWaiting(bool waiting); // the cursor
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    bool event(QEvent* event) override;
+
+private:
+    // Where the controls and pictures are, at the size of the page.
+    class Surface;
+
+    QWidget* MakeControl(const PageView& page, const ControlView& control);
+    QWidget* MakeButton(const PageView& page, const ControlView& control);
+    void MakeRoom();
+    void FocusFirst();
+    QWidget* FirstChoice() const;
+    void Enable(QWidget* widget, bool enabled);
+    void PostKey(WPARAM key);
+
+    const HWND page_;
+    Scale scale_;
+    Surface* surface_;
+    QScrollArea* scroller_ = nullptr; // on a screen that is smaller than the page
+    std::map<HWND, QWidget*> controls_;
+    QWidget* default_ = nullptr;
+    QString mnemonics_;
+    bool showing_ = false; // what changes now is not the user's doing
+};
+
+} // namespace platform::desktop

@@ -1,0 +1,314 @@
+// Every page as the desktop shows it: its words whole, nothing over anything else, pictures at
+// their pixels, and every way to its results. A picture of each page is left in the build folder.
+// needs the toolkit
+
+#include "platform/desktop/desktop_display.h"
+#include "platform/desktop/looks.h"
+#include "platform/desktop/text_label.h"
+#include "tests/pages/page_index.h"
+#include "tests/support/child_process.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTest>
+
+#include <atomic>
+#include <thread>
+
+namespace {
+
+using namespace page_test;
+using platform::desktop::TextLabel;
+
+constexpr int LimitMilliseconds = 60000;
+
+template <class Condition>
+bool WaitUntil(Condition condition) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < LimitMilliseconds)
+        QTest::qWait(1);
+    return condition();
+}
+
+std::string Name(const char* variable, const char* standard) {
+    const char* value = std::getenv(variable);
+    return value ? value : standard;
+}
+
+QImage ImageOf(std::uint16_t bitmap) {
+    const auto bytes = platform::FindResourceData(platform::BitmapResource, bitmap);
+    platform::Picture picture;
+    picture.bitmap = *bytes;
+    return platform::desktop::PixmapOf(picture).toImage().convertToFormat(QImage::Format_RGB32);
+}
+
+struct Placed {
+    std::uint16_t bitmap;
+    QPoint place;
+};
+
+// "157@350,65 ..." and the banner.
+std::vector<Placed> PicturesOf(const PageFacts& facts) {
+    std::vector<Placed> pictures = {{127, {10, 10}}};
+    for (const std::string& picture : Split(facts.pictures, ' ')) {
+        const std::size_t at = picture.find('@'), comma = picture.find(',');
+        pictures.push_back(
+            {static_cast<std::uint16_t>(std::stoi(picture)),
+             {std::stoi(picture.substr(at + 1)), std::stoi(picture.substr(comma + 1))}});
+    }
+    return pictures;
+}
+
+// The mean difference of a channel, of 255.
+double Difference(const QImage& one, const QImage& other) {
+    double sum = 0;
+    for (int y = 0; y < one.height(); ++y) {
+        for (int x = 0; x < one.width(); ++x) {
+            const QColor a = one.pixelColor(x, y), b = other.pixelColor(x, y);
+            sum += std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) +
+                   std::abs(a.blue() - b.blue());
+        }
+    }
+    return sum / (3.0 * one.width() * one.height());
+}
+
+class DesktopPage : public IndexedPage {
+protected:
+    void SetUp() override {
+        IndexedPage::SetUp();
+        platform::desktop::StretchFonts(std::stoi(Name("PAGE_STRETCH", "100")));
+        platform::UseDisplay(&platform::DesktopDisplay());
+    }
+    void TearDown() override {
+        if (thread_.joinable())
+            thread_.join();
+        IndexedPage::TearDown();
+    }
+
+    // Shows the page on a thread of its own, as the wizard does.
+    QWidget* Open() {
+        const PageFacts& facts = GetParam();
+        over_ = false;
+        thread_ = std::thread([this, &facts] {
+            result_ = facts.show();
+            over_ = true;
+        });
+        const QString role = QStringLiteral("page-%1").arg(facts.dialog);
+        window_ = nullptr;
+        WaitUntil([&] {
+            for (QWidget* widget : QApplication::topLevelWidgets())
+                if (widget->windowRole() == role && widget->isVisible())
+                    window_ = widget;
+            return window_ && window_->isActiveWindow();
+        });
+        if (!window_)
+            throw std::runtime_error("no page comes up");
+        return window_;
+    }
+    // The result once it has ended and has left the screen.
+    INT_PTR Result() {
+        WaitUntil([&] { return over_.load(); });
+        thread_.join();
+        WaitUntil([&] { return window_.isNull(); });
+        return result_;
+    }
+
+    QWidget* Control(int id) const { return window_->findChild<QWidget*>(QString::number(id)); }
+    QAbstractButton* Button(int id) const {
+        return window_->findChild<QAbstractButton*>(QString::number(id));
+    }
+    QWidget* Surface() const { return window_->findChild<TextLabel*>()->parentWidget(); }
+
+    QImage Grab() const { return Surface()->grab().toImage(); }
+    // A part of the page, as large as it is laid out.
+    static QImage Part(const QImage& page, const QRect& part) {
+        const double ratio = page.devicePixelRatio();
+        QImage cut = page.copy(
+            QRectF(part.x() * ratio, part.y() * ratio, part.width() * ratio, part.height() * ratio)
+                .toRect());
+        cut.setDevicePixelRatio(1);
+        return cut.scaled(part.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+            .convertToFormat(QImage::Format_RGB32);
+    }
+    bool IsPainted(const QImage& page, const Placed& picture) const {
+        const QImage image = ImageOf(picture.bitmap);
+        const double difference = Difference(image, Part(page, {picture.place, image.size()}));
+        return page.devicePixelRatio() == 1 ? difference == 0 : difference < 8;
+    }
+    void ExpectPictures() {
+        for (const Placed& picture : PicturesOf(GetParam()))
+            EXPECT_TRUE(WaitUntil([&] { return IsPainted(Grab(), picture); })) << picture.bitmap;
+    }
+    void SavePicture() {
+        const std::filesystem::path folder =
+            std::filesystem::path(BUILD_FOLDER) / "pages" / Name("PAGE_PICTURES", "96dpi");
+        std::filesystem::create_directories(folder);
+        Grab().save(QString::fromStdString(folder / (std::to_string(GetParam().dialog) + ".png")));
+    }
+
+    void ExpectWords() {
+        for (const std::string& fact : Split(GetParam().texts, ' ')) {
+            const std::size_t equals = fact.find('='), mark = fact.find('!');
+            const int id = std::stoi(fact);
+            QWidget* control = Control(id);
+            ASSERT_TRUE(control) << id;
+            const QString words =
+                QString::fromStdString(Worded(fact.substr(equals + 1, mark - equals - 1)))
+                    .remove('\r');
+            if (auto* label = dynamic_cast<TextLabel*>(control)) {
+                EXPECT_EQ(words.toStdString(), label->text().toStdString()) << id;
+                ExpectLooks(*label, mark == std::string::npos ? ' ' : fact[mark + 1]);
+            } else if (auto* button = Button(id)) {
+                EXPECT_EQ(words.toStdString(), button->text().remove('&').toStdString()) << id;
+                EXPECT_LE(button->fontMetrics().horizontalAdvance(words), button->width() - 8)
+                    << id;
+            }
+        }
+    }
+    // Of the marks of the index: heading, bold, red.
+    void ExpectLooks(const TextLabel& label, char mark) {
+        EXPECT_EQ(mark == 'h' || mark == 'b', label.font().weight() == QFont::Bold);
+        EXPECT_EQ(mark == 'h', label.font().pixelSize() > 12);
+        const auto isRed = [&] { return label.palette().color(QPalette::WindowText) == Qt::red; };
+        EXPECT_EQ(mark == 'r', mark == 'r' ? WaitUntil(isRed) : isRed()); // painted a little later
+    }
+    void ExpectNothingCut() {
+        for (const TextLabel* label : window_->findChildren<TextLabel*>()) {
+            if (!label->isVisible() || label->objectName() == "1152") // one line of three, as told
+                continue;
+            EXPECT_LE(label->TextRect().height(), label->height()) << label->text().toStdString();
+            EXPECT_LE(label->TextRect().width(), label->width()) << label->text().toStdString();
+        }
+    }
+    void ExpectNothingOverlaps() {
+        std::vector<std::pair<std::string, QRect>> places;
+        for (QWidget* control : Surface()->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+            if (control->isVisible())
+                places.emplace_back(control->objectName().toStdString(), control->geometry());
+        for (const Placed& picture : PicturesOf(GetParam()))
+            places.emplace_back("picture " + std::to_string(picture.bitmap),
+                                QRect(picture.place, ImageOf(picture.bitmap).size()));
+        for (std::size_t one = 0; one < places.size(); ++one) {
+            EXPECT_TRUE(Surface()->rect().contains(places[one].second)) << places[one].first;
+            for (std::size_t other = 0; other < one; ++other) {
+                // The bold label stands in the blanks at the start of a text.
+                const bool meant = places[other].first == "1182" && places[one].first == "1177";
+                EXPECT_TRUE(meant || !places[one].second.intersects(places[other].second))
+                    << places[one].first << " over " << places[other].first;
+            }
+        }
+    }
+
+    QPointer<QWidget> window_;
+
+private:
+    std::thread thread_;
+    std::atomic<bool> over_ = false;
+    INT_PTR result_ = 0;
+};
+
+void ExpectNames(QAccessibleInterface* node) {
+    if (!node || node->state().invisible)
+        return;
+    EXPECT_NE("", node->text(QAccessible::Name).toStdString())
+        << node->object()->metaObject()->className() << " "
+        << node->object()->objectName().toStdString();
+    EXPECT_NE(QAccessible::NoRole, node->role());
+    for (int child = 0; child < node->childCount(); ++child)
+        ExpectNames(node->child(child));
+}
+
+TEST_P(DesktopPage, stands_whole_on_the_desktop) {
+    Open();
+    ExpectPictures();
+    SavePicture();
+    ExpectWords();
+    ExpectNothingCut();
+    ExpectNothingOverlaps();
+    ExpectNames(QAccessible::queryAccessibleInterface(window_));
+    EXPECT_EQ(Utf8(CatalogText(11035)).substr(1), window_->windowTitle().toStdString());
+    PostMessageA(FindWindowA(nullptr, CatalogText(11035)), WM_COMMAND,
+                 GetParam().dialog == 165 ? 1175 : 2, 0);
+    Result();
+}
+
+// Tabs to the control and presses it.
+void TabTo(QWidget* window, const QWidget* control) {
+    for (int tab = 0; tab < 10 && QApplication::focusWidget() != control; ++tab)
+        QTest::keyClick(window, Qt::Key_Tab);
+    EXPECT_EQ(control, QApplication::focusWidget());
+}
+
+TEST_P(DesktopPage, gives_its_results_by_mouse_and_by_keyboard) {
+    const PageFacts& facts = GetParam();
+    for (const std::string& row : Split(facts.results, ' ')) {
+        const int command = std::stoi(row);
+        const INT_PTR result = std::stol(row.substr(row.find(':') + 1));
+        for (const bool byKeyboard : {false, true}) {
+            Open();
+            if (*facts.before)
+                QTest::mouseClick(Button(std::stoi(facts.before)), Qt::LeftButton);
+            QAbstractButton* button = Button(command);
+            WaitUntil([&] { return !button || button->isEnabled(); });
+            if (!button && command == IDOK) // a command that has no button
+                QTest::keyClick(window_, Qt::Key_Return);
+            else if (!button && byKeyboard)
+                QTest::keyClick(window_, Qt::Key_Escape);
+            else if (!button)
+                window_->close();
+            else if (byKeyboard)
+                TabTo(window_, button), QTest::keyClick(button, Qt::Key_Return);
+            else
+                QTest::mouseClick(button, Qt::LeftButton);
+            EXPECT_EQ(result, Result()) << row << (byKeyboard ? " by keyboard" : " by mouse");
+        }
+    }
+}
+
+TEST_P(DesktopPage, takes_enter_escape_and_the_close_box_as_it_should) {
+    const PageFacts& facts = GetParam();
+    const bool leaves = std::string(facts.results).find("2:") != std::string::npos;
+    Open();
+    QTest::keyClick(window_, Qt::Key_Escape);
+    if (!leaves) { // nothing has come of it, nor of the close box
+        window_->close();
+        QTest::keyClick(window_, Qt::Key_Return);
+    }
+    const std::string expected = leaves ? "2:" : facts.results;
+    const std::string results = facts.results;
+    EXPECT_EQ(std::to_string(Result()),
+              Split(results.substr(results.find(expected) + expected.find(':') + 1), ' ').front());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, DesktopPage, testing::ValuesIn(Index), NameOfPage);
+
+// A scale is a process's own, so each runs the tests of above anew.
+TEST(Desktop, holds_its_pages_at_every_scale_and_with_a_wider_font) {
+    const struct {
+        const char *pictures, *scale, *stretch;
+    } looks[] = {{"144dpi", "1.5", "100"}, {"192dpi", "2", "100"}, {"wide", "1", "130"}};
+    for (const auto& look : looks) {
+        test_support::ChildProcess process({"/proc/self/exe", "--gtest_filter=*stands_whole*"},
+                                           {.environment = {{"PAGE_PICTURES", look.pictures},
+                                                            {"QT_SCALE_FACTOR", look.scale},
+                                                            {"PAGE_STRETCH", look.stretch}}});
+        process.CloseInput();
+        EXPECT_EQ(0, process.Wait()) << look.pictures << "\n" << process.Transcript();
+    }
+}
+
+} // namespace
+
+int main(int count, char** words) {
+    testing::InitGoogleTest(&count, words);
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    QApplication application(count, words);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QAccessible::setActive(true);
+    return RUN_ALL_TESTS();
+}
