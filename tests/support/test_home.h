@@ -28,7 +28,7 @@ public:
     TestHome(const TestHome&) = delete;
     TestHome& operator=(const TestHome&) = delete;
 
-    std::filesystem::path Path(const std::string& name) const { return root_ / name; }
+    std::filesystem::path Path(const std::string& name = "") const { return root_ / name; }
     std::filesystem::path Home() const { return root_ / "home"; } // ROM_WIZARD_HOME
     std::filesystem::path Tree() const { return root_ / "tree"; } // where the wizard is started
     std::filesystem::path Device() const { return root_ / "device"; }

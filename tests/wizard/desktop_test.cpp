@@ -1,0 +1,121 @@
+// Whole roads on the desktop, led by the keyboard alone: an upgrade, a backup with its restore, and
+// an upgrade that was broken off and is resumed.
+
+#include "tests/support/x_desktop.h"
+#include "tests/wizard/road.h"
+
+namespace {
+
+using namespace road;
+using test_support::Environment;
+using test_support::XDesktop;
+
+class Desk : public testing::Test {
+protected:
+    Environment Variables() const {
+        Environment variables = desktop_.Variables();
+        variables.emplace_back("XDG_RUNTIME_DIR", home_.Path().string());
+        return variables;
+    }
+    // On each page in turn, one key after the other.
+    void Press(int page, std::initializer_list<const char*> keys) {
+        desktop_.AwaitPage(page);
+        for (const char* key : keys)
+            desktop_.Press(key);
+    }
+    void GiveFile(const std::filesystem::path& file) {
+        desktop_.AwaitWindow("file-dialog");
+        desktop_.Press("Control+a");
+        desktop_.Type(file.string());
+        desktop_.Press("Return");
+    }
+    void GoToActionChoice(const char* link) {
+        for (const int page :
+             {UpgradeNoticePage, WelcomePage, HostChecklistPage, DeviceChecklistPage})
+            Press(page, {"Return"});
+        // The first of the two has the focus and is not chosen yet.
+        if (link == Usb)
+            Press(ConnectionTypePage, {"space", "Return"});
+        else
+            Press(ConnectionTypePage, {"Down", "space", "Return"});
+        desktop_.AwaitPage(ActionChoicePage);
+    }
+    void ConfirmWithoutBackup() {
+        Press(VersionConfirmPage, {"Return"});
+        Press(BackupChoicePage, {"Tab", "Tab", "Return"}); // past the one that leaves
+        Press(UpgradeReadyPage, {"Return"});
+    }
+    void FinishUpgrade(int lastPage) {
+        Press(UpgradeDonePage, {"Return"});
+        home_.AwaitConnectionManager();
+        Press(lastPage, {"Tab", "space", "Return"}); // no readme
+    }
+
+    TestHome home_;
+    XDesktop desktop_;
+};
+
+TEST_F(Desk, an_upgrade_by_the_keyboard) {
+    const auto image = home_.AddLanguageFolder();
+    Cradle cradle(home_);
+    WizardRun wizard(home_, Variables());
+    GoToActionChoice(Serial);
+    Press(ActionChoicePage, {"Tab", "Return"});
+    ConfirmWithoutBackup();
+    desktop_.AwaitPage(ProgressPage);
+    desktop_.Press("Escape"); // nothing comes of it
+    FinishUpgrade(FinishPage);
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_TRUE(cradle.FlashEquals(image));
+    EXPECT_EQ("", cradle.Refused());
+}
+
+TEST_F(Desk, a_backup_an_upgrade_and_the_restore_of_the_backup) {
+    home_.AddLanguageFolder();
+    Cradle cradle(home_, {.flashMegabytes = 16});
+    const auto saved = home_.Path("saved.nbf");
+    {
+        WizardRun wizard(home_, Variables());
+        GoToActionChoice(Usb);
+        Press(ActionChoicePage, {"Alt+m"});
+        Press(VersionConfirmPage, {"Return"});
+        Press(BackupChoicePage, {"Alt+s"});
+        GiveFile(saved);
+        Press(UpgradeReadyPage, {"Return"});
+        FinishUpgrade(FinishUsbPage);
+        EXPECT_EQ(0, wizard.Wait());
+        cradle.Handheld().ExpectLine(": complete");
+    }
+    EXPECT_FALSE(cradle.FlashEquals(saved));
+    cradle.Reset();
+    WizardRun wizard(home_, Variables());
+    GoToActionChoice(Serial);
+    Press(ActionChoicePage, {"Tab", "Tab", "space"});
+    GiveFile(saved);
+    ConfirmWithoutBackup();
+    FinishUpgrade(FinishPage);
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_TRUE(cradle.FlashEquals(saved));
+}
+
+TEST_F(Desk, an_upgrade_that_was_broken_off_is_resumed) {
+    const auto image = home_.AddLanguageFolder();
+    Cradle cradle(home_, {.run = {"--dies-at", "300000"}});
+    {
+        WizardRun wizard(home_, Variables());
+        GoToActionChoice(Serial);
+        Press(ActionChoicePage, {"Tab", "Return"});
+        ConfirmWithoutBackup();
+        Press(UpgradeErrorPage, {"Return"});
+        EXPECT_EQ(0, wizard.Wait());
+    }
+    EXPECT_TRUE(HasProgressRecord(home_));
+    cradle.Reset();
+    WizardRun wizard(home_, Variables());
+    FinishUpgrade(FinishPage);
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_TRUE(cradle.FlashEquals(image));
+    EXPECT_FALSE(HasProgressRecord(home_));
+}
+
+} // namespace
