@@ -182,8 +182,18 @@ bool HasEnded(const Window& dialog) {
     return IsOver(dialog);
 }
 
+// So that a display that prints a page once knows the colours of its texts.
+void PaintControls(const Window& dialog) {
+    auto hold = LockWindows();
+    const std::vector<HWND> controls = dialog.children;
+    hold.unlock();
+    for (HWND control : controls)
+        SendMessageA(control, WM_PAINT, 0, 0);
+}
+
 INT_PTR RunModally(const std::shared_ptr<Window>& dialog, HWND owner, bool ownerWasInUse) {
     if (!HasEnded(*dialog)) {
+        PaintControls(*dialog);
         ShowWindow(dialog->handle, SW_SHOWNORMAL);
         RunModalLoop(dialog);
     }

@@ -79,6 +79,16 @@ std::string BarPercentage(const ControlView& bar) {
     return std::to_string(whole > 0 ? done * 100 / whole : 0) + "%";
 }
 
+PageLine TextLine(const ControlView& text, const std::string& printed) {
+    constexpr COLORREF Red = RGB(255, 0, 0);
+    PageLine line = {text.handle, printed};
+    if (text.painted.textColour == Red)
+        line.colour = PageLine::RedText;
+    else if (text.painted.background == Red)
+        line.colour = PageLine::RedBehind;
+    return line;
+}
+
 std::string TrimEnd(std::string text) {
     text.erase(text.find_last_not_of(" \n\t") + 1);
     return text;
@@ -140,7 +150,7 @@ std::vector<PageLine> PageLines(const PageView& page) {
     for (const ControlView* text : FromTopToBottom(page, IsText)) {
         std::string printed = TrimEnd(Printable(text->text));
         if (text != figure && !(figure && IsPercentSign(*text)) && !printed.empty())
-            lines.push_back({text->handle, printed});
+            lines.push_back(TextLine(*text, printed));
     }
     for (const ControlView* control : WorkableControls(page))
         lines.push_back({control->handle, ControlLine(page, *control)});

@@ -12,6 +12,7 @@ namespace platform {
 struct PageLine {
     HWND control; // null: the percentage of the page's progress
     std::string text;
+    enum { Plain, RedText, RedBehind } colour = Plain; // as the page has coloured it
 };
 
 std::string PageHeader(const PageView& page);

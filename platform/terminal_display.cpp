@@ -8,12 +8,16 @@
 #include "platform/display.h"
 #include "platform/line_reader.h"
 #include "platform/page_lines.h"
+#include "platform/wrapping.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <map>
 #include <utility>
 
@@ -43,9 +47,26 @@ std::optional<int> NumberIn(const std::string& line) {
     return number;
 }
 
+// As it is now: a window may be resized between two pages.
+std::size_t Columns() {
+    constexpr std::size_t Usual = 80;
+    winsize size = {};
+    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : Usual;
+}
+
+// By the convention of NO_COLOR, and not where the terminal knows no escape codes.
+bool MayColour() {
+    const char* none = std::getenv("NO_COLOR");
+    const char* kind = std::getenv("TERM");
+    return !(none && *none) && kind && *kind && std::strcmp(kind, "dumb") != 0;
+}
+
 class Terminal : public Display {
 public:
-    Terminal() : input_(STDIN_FILENO, InputArrived), inPlace_(isatty(STDOUT_FILENO) != 0) {}
+    Terminal()
+        : input_(STDIN_FILENO, InputArrived), onTerminal_(isatty(STDOUT_FILENO) != 0),
+          coloured_(onTerminal_ && MayColour()) {}
 
     void ShowPage(const PageView& page) override;
     void HidePage(const PageView& page) override { pages_.erase(page.handle); }
@@ -58,12 +79,13 @@ public:
 
 private:
     void Print(const std::string& line);
+    void Print(const PageLine& line);
     void PrintPercentage(const std::string& percentage);
     std::optional<PageAction> ActionOf(const PageView& page, const std::string& line);
     std::optional<PageAction> ActionAtEnd(const PageView& page);
 
     LineReader input_;
-    const bool inPlace_;
+    const bool onTerminal_, coloured_;
     bool lineIsOpen_ = false; // a percentage stands on the last line, which has no end yet
     std::map<HWND, ShownPage> pages_;
 };
@@ -75,8 +97,16 @@ void Terminal::Print(const std::string& line) {
     std::fprintf(stdout, "%s\n", line.c_str());
 }
 
+// Wrapped to the terminal, if it is one; a script gets each text as it is.
+void Terminal::Print(const PageLine& line) {
+    constexpr const char* Starts[] = {"", "\033[31m", "\033[41m"};
+    const bool coloured = coloured_ && line.colour != PageLine::Plain;
+    const std::string text = onTerminal_ ? Wrapped(line.text, Columns()) : line.text;
+    Print(coloured ? Starts[line.colour] + text + "\033[0m" : text);
+}
+
 void Terminal::PrintPercentage(const std::string& percentage) {
-    if (!inPlace_)
+    if (!onTerminal_)
         return Print(percentage);
     std::fprintf(stdout, "\r%-4s", percentage.c_str());
     lineIsOpen_ = true;
@@ -84,9 +114,9 @@ void Terminal::PrintPercentage(const std::string& percentage) {
 
 void Terminal::ShowPage(const PageView& page) {
     ShownPage shown;
-    Print(PageHeader(page));
+    Print(PageLine{nullptr, PageHeader(page)});
     for (const PageLine& line : PageLines(page)) {
-        Print(line.text);
+        Print(line);
         shown.lines[line.control] = line.text;
     }
     if (std::string percentage = PercentageOf(page); !percentage.empty()) {
@@ -103,7 +133,7 @@ void Terminal::UpdateControl(const PageView& page, const ControlView&) {
         return;
     for (const PageLine& line : PageLines(page))
         if (std::exchange(shown->second.lines[line.control], line.text) != line.text)
-            Print(line.text);
+            Print(line);
     std::string percentage = PercentageOf(page);
     if (!percentage.empty() &&
         std::exchange(shown->second.lines[nullptr], percentage) != percentage)

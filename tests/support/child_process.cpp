@@ -12,6 +12,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -55,6 +56,8 @@ Streams OpenTerminal() {
         Fail("open a pseudo-terminal");
     settings.c_lflag &= ~static_cast<tcflag_t>(ECHO);
     tcsetattr(slave, TCSANOW, &settings);
+    const winsize size = {24, 80, 0, 0};
+    ioctl(slave, TIOCSWINSZ, &size);
     return {slave, fcntl(slave, F_DUPFD_CLOEXEC, 0), fcntl(master, F_DUPFD_CLOEXEC, 0), master};
 }
 

@@ -22,7 +22,7 @@ std::string ProgramFolder();
 struct ProcessOptions {
     std::string folder{};      // working directory; empty: that of the test
     Environment environment{}; // beside that of the test
-    bool terminal = false;     // a pseudo-terminal instead of pipes
+    bool terminal = false;     // a pseudo-terminal of 80 columns instead of pipes
 };
 
 class ChildProcess {

@@ -21,10 +21,12 @@ int NumberIn(const std::string& line) {
 } // namespace
 
 WizardRun::WizardRun(const TestHome& home, const Environment& environment,
-                     const std::string& before)
+                     const std::string& before, bool terminal)
     : home_(home),
       process_({"/bin/sh", "-c", before + "; exec \"$0\"", ProgramFolder() + "/rom-wizard"},
-               {.folder = home.Tree().string(), .environment = home.Variables(environment)}) {}
+               {.folder = home.Tree().string(),
+                .environment = home.Variables(environment),
+                .terminal = terminal}) {}
 
 int WizardRun::NextPage() {
     return NumberIn(process_.ExpectLine([](const std::string& text) { return NumberIn(text) != 0; },

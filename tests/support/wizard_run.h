@@ -48,9 +48,10 @@ enum Page {
 class WizardRun {
 public:
     // Starts it in the tree of that home. `environment` is added to TestHome::Variables; `before`
-    // is what a shell does first, in the process that becomes the wizard.
+    // is what a shell does first, in the process that becomes the wizard; `terminal` as of
+    // ProcessOptions.
     explicit WizardRun(const TestHome& home, const Environment& environment = {},
-                       const std::string& before = ":");
+                       const std::string& before = ":", bool terminal = false);
 
     // Waits for the next page to open, whichever it is: its number.
     int NextPage();
