@@ -34,11 +34,14 @@ void SetDuration(HWND page, bool serialLink) {
 using Place = std::atomic<HWND>; // where a page publishes itself
 
 void Withdraw(Place& place) {
+    SetThreadExecutionState(ES_CONTINUOUS);
     State.Windows.ProgressBar = nullptr;
     place = nullptr;
 }
 
 void StartWorker(HWND page, Place& place, DWORD(WINAPI* worker)(LPVOID)) {
+    // A PC that falls asleep breaks the transfer off.
+    SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
     State.Windows.ProgressBar = GetDlgItem(page, IDC_PROGRESS);
     place = page;
     const HANDLE thread = CreateThread(nullptr, 0, worker, nullptr, 0, nullptr);

@@ -209,6 +209,14 @@ DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all
                                     DWORD milliseconds);
 void WINAPI Sleep(DWORD milliseconds);
 
+typedef DWORD EXECUTION_STATE;
+#define ES_SYSTEM_REQUIRED 0x00000001
+#define ES_CONTINUOUS 0x80000000
+// From ES_CONTINUOUS | ES_SYSTEM_REQUIRED on the machine does not sleep, until the calling thread
+// says ES_CONTINUOUS alone or ends. Gives the state before. A host that cannot be kept awake is no
+// failure.
+EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state);
+
 // Processes.
 struct STARTUPINFOA {
     DWORD cb;

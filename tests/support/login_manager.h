@@ -1,0 +1,48 @@
+// The host's login manager, as far as it keeps a machine awake, on a system bus of its own.
+#pragma once
+
+#include "tests/support/child_process.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+struct sd_bus;
+struct sd_bus_message;
+
+namespace test_support {
+
+class LoginManager {
+public:
+    explicit LoginManager(const std::string& folder); // where its socket may lie
+    ~LoginManager();
+    LoginManager(const LoginManager&) = delete;
+    LoginManager& operator=(const LoginManager&) = delete;
+
+    // What leads a program to this bus.
+    Environment Variables() const;
+
+    // "what mode" of all that have been asked for so far, such as "sleep block".
+    std::vector<std::string> Asked();
+    // How many of them are held now.
+    int Held();
+
+    int Inhibit(sd_bus_message* call); // for the bus
+
+private:
+    void Serve();
+
+    std::string address_;
+    std::unique_ptr<ChildProcess> daemon_;
+    sd_bus* bus_ = nullptr;
+    std::mutex lock_;
+    std::vector<std::string> asked_;
+    std::vector<int> held_; // reading ends: at their end once the other one is closed
+    std::atomic<bool> stop_ = false;
+    std::thread thread_;
+};
+
+} // namespace test_support
