@@ -2,27 +2,19 @@
 
 #include "bench/costs.h"
 
+#include <ctime>
 #include <fstream>
-#include <sstream>
-
-#include <unistd.h>
 
 namespace bench {
 
 Costs CostsOf(pid_t process) {
     Costs costs{};
-    const std::string folder = "/proc/" + std::to_string(process);
-    std::ifstream stat(folder + "/stat");
-    std::string text;
-    std::getline(stat, text);
-    std::istringstream fields(text.substr(text.rfind(')') + 2));
-    std::string skipped;
-    for (int field = 3; field < 14; ++field)
-        fields >> skipped;
-    double user = 0, system = 0;
-    fields >> user >> system;
-    costs.processorSeconds = (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
-    std::ifstream status(folder + "/status");
+    clockid_t clock = 0;
+    timespec time = {};
+    if (clock_getcpuclockid(process, &clock) == 0 && clock_gettime(clock, &time) == 0)
+        costs.processorSeconds =
+            static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
     for (std::string line; std::getline(status, line);) {
         if (line.starts_with("VmHWM:"))
             costs.peakKilobytes = std::stol(line.substr(6));

@@ -73,7 +73,8 @@ RapiSocket::RapiSocket(Descriptor socket, const Interrupt& interrupt)
 std::optional<std::vector<std::uint8_t>> RapiSocket::Ask(const std::vector<std::uint8_t>& request,
                                                          HostClock::time_point deadline) {
     std::vector<std::uint8_t> answer(LengthField);
-    if (!Send(request, deadline) || !Receive(answer.data(), answer.size(), deadline))
+    if (!Send(request, deadline) || !WaitUntilReady(POLLIN, deadline) ||
+        !Receive(answer.data(), answer.size(), deadline))
         return std::nullopt;
     const std::uint32_t length = rapi_wire::Reader(answer).Number();
     if (length > rapi_wire::MaximumFrame)
@@ -106,13 +107,11 @@ bool RapiSocket::WaitUntilReady(short direction, HostClock::time_point deadline)
 bool RapiSocket::Send(const std::vector<std::uint8_t>& bytes,
                       HostClock::time_point deadline) const {
     for (std::size_t done = 0; done < bytes.size();) {
-        if (!WaitUntilReady(POLLOUT, deadline))
-            return false;
         const ssize_t count =
             send(socket_.Number(), bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
         if (count > 0)
             done += static_cast<std::size_t>(count);
-        else if (errno != EAGAIN && errno != EINTR)
+        else if ((errno != EAGAIN && errno != EINTR) || !WaitUntilReady(POLLOUT, deadline))
             return false;
     }
     return true;
@@ -121,12 +120,11 @@ bool RapiSocket::Send(const std::vector<std::uint8_t>& bytes,
 bool RapiSocket::Receive(std::uint8_t* bytes, std::size_t size,
                          HostClock::time_point deadline) const {
     for (std::size_t done = 0; done < size;) {
-        if (!WaitUntilReady(POLLIN, deadline))
-            return false;
         const ssize_t count = recv(socket_.Number(), bytes + done, size - done, 0);
         if (count > 0)
             done += static_cast<std::size_t>(count);
-        else if (count == 0 || (errno != EAGAIN && errno != EINTR))
+        else if (count == 0 || (errno != EAGAIN && errno != EINTR) ||
+                 !WaitUntilReady(POLLIN, deadline))
             return false;
     }
     return true;

@@ -164,7 +164,8 @@ BOOL WINAPI EnableWindow(HWND handle, BOOL enable) {
             window.style &= ~static_cast<DWORD>(WS_DISABLED);
         else
             window.style |= WS_DISABLED;
-        if (window.IsChild())
+        const bool changed = (wasDisabled != FALSE) == (enable != FALSE);
+        if (window.IsChild() && changed)
             RefreshControl(window);
         return wasDisabled;
     });

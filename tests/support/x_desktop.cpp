@@ -61,7 +61,10 @@ XDesktop::XDesktop() {
     connection_ = xcb_connect(display_.c_str(), nullptr);
     if (xcb_connection_has_error(connection_))
         throw std::runtime_error("cannot reach the X server");
-    root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+    root_ = screen->root;
+    width_ = screen->width_in_pixels;
+    height_ = screen->height_in_pixels;
     ReadKeyboard();
 }
 
@@ -131,6 +134,26 @@ void XDesktop::AwaitWindow(const std::string& role) {
             return window && HasFocus(window);
         },
         "a window " + role + " with the focus");
+}
+
+std::vector<std::uint8_t> XDesktop::Picture() {
+    const auto image = Hold(xcb_get_image_reply(
+        connection_,
+        xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, root_, 0, 0, width_, height_, ~0U),
+        nullptr));
+    const std::uint8_t* bytes = xcb_get_image_data(image.get());
+    return {bytes, bytes + xcb_get_image_data_length(image.get())};
+}
+
+void XDesktop::Wipe() {
+    const xcb_window_t cover = xcb_generate_id(connection_);
+    const std::uint32_t values[] = {0x00FF00FF, 1}; // its colour; no window manager's business
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, cover, root_, 0, 0, width_, height_, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+    xcb_map_window(connection_, cover);
+    xcb_destroy_window(connection_, cover);
+    xcb_flush(connection_);
 }
 
 void XDesktop::SendKey(xcb_keycode_t code, bool down) {

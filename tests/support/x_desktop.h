@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace test_support {
 
@@ -31,6 +32,12 @@ public:
     // Whether such a window is on the screen now.
     bool Shows(const std::string& role);
 
+    // The pixels of the whole screen, as the server keeps them.
+    std::vector<std::uint8_t> Picture();
+    // Lays another window over everything and takes it away again: who stands below has to draw
+    // itself anew.
+    void Wipe();
+
     // Real key events, one after the other: "Tab", "Return", "Escape", "space", "Down", a letter,
     // or one of them behind "Alt+" or "Control+".
     void Press(const std::string& key);
@@ -52,6 +59,7 @@ private:
     std::string display_;
     xcb_connection_t* connection_ = nullptr;
     xcb_window_t root_ = 0;
+    std::uint16_t width_ = 0, height_ = 0;
     std::map<std::uint32_t, Key> keys_; // by keysym
 };
 

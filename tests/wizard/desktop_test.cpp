@@ -118,4 +118,28 @@ TEST_F(Desk, an_upgrade_that_was_broken_off_is_resumed) {
     EXPECT_FALSE(HasProgressRecord(home_));
 }
 
+// The handheld never tells its flash size, so the wizard stands in a wait that serves no messages.
+TEST_F(Desk, the_picture_is_drawn_anew_while_the_wizard_blocks) {
+    home_.AddLanguageFolder();
+    Cradle cradle(home_, {.run = {"--no-type-file"}});
+    Environment variables = Variables();
+    variables.emplace_back("ROM_WIZARD_CLOCK", "1");
+    WizardRun wizard(home_, variables);
+    for (const int page : {UpgradeNoticePage, WelcomePage, HostChecklistPage, DeviceChecklistPage})
+        Press(page, {"Return"});
+    Press(ConnectionTypePage, {"space", "Return"});
+    cradle.Handheld().ExpectLine("CreateProcess \\Temp\\Tesselor.exe");
+    desktop_.AwaitPage(BusyPage);
+    std::vector<std::uint8_t> before, now = desktop_.Picture();
+    do {
+        before.swap(now);
+        now = desktop_.Picture();
+    } while (now != before); // drawn
+    desktop_.Wipe();
+    while (desktop_.Picture() != before) { // the test's own limit ends this
+    }
+    EXPECT_TRUE(desktop_.Shows("page-" + std::to_string(BusyPage)));
+    wizard.Process().Signal(SIGKILL);
+}
+
 } // namespace

@@ -1,0 +1,123 @@
+// Pages on the desktop: from a key to the next page on a loaded machine, and what the page costs
+// that watches the power adapter.
+
+#include "bench/costs.h"
+#include "bench/median.h"
+
+#include "tests/support/cradle.h"
+#include "tests/support/pc_side.h"
+#include "tests/support/x_desktop.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace test_support;
+using namespace test_support::pages;
+using Clock = std::chrono::steady_clock;
+
+constexpr int IntroductionPages[] = {UpgradeNoticePage, WelcomePage, HostChecklistPage,
+                                     DeviceChecklistPage};
+
+double MillisecondsSince(Clock::time_point begin) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+}
+
+// As many processes as there are cores, each with nothing to do but to spin.
+class Load {
+public:
+    Load() {
+        for (unsigned core = 0; core < std::thread::hardware_concurrency(); ++core)
+            spinners_.push_back(std::make_unique<ChildProcess>(
+                std::vector<std::string>{"/bin/sh", "-c", "while :; do :; done"}));
+    }
+
+private:
+    std::vector<std::unique_ptr<ChildProcess>> spinners_;
+};
+
+std::vector<double> TimeTurns(const TestHome& home, XDesktop& desktop) {
+    WizardRun wizard(home, desktop.Variables());
+    std::vector<double> turns;
+    desktop.AwaitPage(IntroductionPages[0]);
+    for (std::size_t page = 1; page < std::size(IntroductionPages); ++page) {
+        const auto begin = Clock::now();
+        desktop.Press("Return");
+        desktop.AwaitPage(IntroductionPages[page]);
+        turns.push_back(MillisecondsSince(begin));
+    }
+    desktop.Press("Escape");
+    wizard.Wait();
+    return turns;
+}
+
+void PrintTurns(const TestHome& home, XDesktop& desktop, int rounds) {
+    const Cradle cradle(home);
+    const Load load;
+    std::vector<double> turns;
+    for (int round = 0; round < rounds; ++round) {
+        const std::vector<double> more = TimeTurns(home, desktop);
+        turns.insert(turns.end(), more.begin(), more.end());
+    }
+    std::printf("from a key to the next page, loaded: median %.0f ms, longest of %zu %.0f ms "
+                "(wanted: 100)\n",
+                bench::Median(turns), turns.size(), *std::ranges::max_element(turns));
+}
+
+// Processor time of a bare loop that sleeps and asks the handheld, as often as the watch does.
+double AskingSeconds(const TestHome& home, int times) {
+    RapiClient client(home, "rapi.sock");
+    timespec before = {}, after = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &before);
+    for (int time = 0; time < times; ++time) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        client.Call(rapi_wire::Operation::GetSystemPowerStatus);
+    }
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &after);
+    return static_cast<double>(after.tv_sec - before.tv_sec) +
+           static_cast<double>(after.tv_nsec - before.tv_nsec) / 1e9;
+}
+
+void PrintPowerWatch(const TestHome& home, XDesktop& desktop, int seconds) {
+    const Cradle cradle(home, {.run = {"--battery"}});
+    Environment environment = desktop.Variables();
+    environment.emplace_back("ROM_WIZARD_CLOCK", "1");
+    WizardRun wizard(home, environment);
+    for (const int page : IntroductionPages) {
+        desktop.AwaitPage(page);
+        desktop.Press("Return");
+    }
+    desktop.AwaitPage(ConnectionTypePage);
+    desktop.Press("space");
+    desktop.Press("Return");
+    desktop.AwaitPage(PowerWarningPage);
+    std::this_thread::sleep_for(std::chrono::seconds(1)); // until the page is drawn and at rest
+    const double before = bench::CostsOf(wizard.Process().Id()).processorSeconds;
+    std::this_thread::sleep_for(std::chrono::seconds(seconds));
+    const double cost = bench::CostsOf(wizard.Process().Id()).processorSeconds - before;
+    std::printf("watch of the power adapter: %.3f %% of a core (wanted: 0.1); a bare loop: %.3f "
+                "%%\n",
+                100 * cost / seconds, 100 * AskingSeconds(home, 10 * seconds) / seconds);
+    desktop.Press("Escape");
+    wizard.Wait();
+}
+
+} // namespace
+
+int main(int count, char**) {
+    const bool smoke = count > 1;
+    const TestHome home;
+    home.AddLanguageFolder();
+    XDesktop desktop;
+    PrintTurns(home, desktop, smoke ? 1 : 10);
+    const TestHome other;
+    other.AddLanguageFolder();
+    PrintPowerWatch(other, desktop, smoke ? 1 : 30);
+    return 0;
+}
