@@ -2,11 +2,16 @@
 // their pixels, and every way to its results. A picture of each page is left in the build folder.
 // needs the toolkit
 
+#include "pages/progress_pages.h"
+#include "pages/resource.h"
+#include "pages/waiting_pages.h"
 #include "platform/desktop/desktop_display.h"
 #include "platform/desktop/looks.h"
 #include "platform/desktop/text_label.h"
 #include "tests/pages/page_index.h"
 #include "tests/support/child_process.h"
+
+#include <commctrl.h>
 
 #include <QAccessible>
 #include <QApplication>
@@ -47,6 +52,49 @@ QImage ImageOf(std::uint16_t bitmap) {
     return platform::desktop::PixmapOf(picture).toImage().convertToFormat(QImage::Format_RGB32);
 }
 
+// The page that stands until the test ends it.
+std::atomic<HWND> standing = nullptr;
+
+template <const Page& page>
+INT_PTR ShowWaiting() {
+    standing = OpenWaitingPage(page, nullptr);
+    while (IsWindowVisible(standing))
+        Sleep(1);
+    return DestroyWindow(standing);
+}
+
+// As a worker leaves it a third of the way, without the worker.
+template <const Page& page, int duration, unsigned text>
+INT_PTR ShowTransfer() {
+    Page idle = page;
+    idle.open = [](HWND window) {
+        standing = window;
+        SetDlgItemTextA(window, duration, CatalogText(text));
+        SendDlgItemMessageA(window, IDC_PROGRESS, PBM_SETPOS, 37, 0);
+        SetDlgItemInt(window, IDC_PERCENT, 37, FALSE);
+    };
+    return ShowPage(idle);
+}
+
+INT_PTR ShowOtherModel() {
+    State.Run.ModelMismatch = true;
+    return ShowPage(IncompatibleImagePage);
+}
+
+// Beside those of the index: pages that nobody can leave, and lines with red behind them (!m).
+const PageFacts Others[] = {
+    {122, ShowWaiting<BusyPage>, "", "1072=11057"},
+    {153, ShowWaiting<PreparePage>, "", "1127=11106"},
+    {102, ShowTransfer<ProgressPage, IDC_PROGRESS_DURATION, 11113>, "",
+     "1043=11033 1131=11110!r 1132=11113 1023=37 -1=%"},
+    {132, ShowTransfer<BackupPage, IDC_BACKUP_TEXT, 11066>, "", "1087=11066 1023=37 -1=%"},
+    {123, ShowOtherModel, "2:1",
+     "1056=11042+TOLKP1000!m 1058=11044+11139 1060=11042+TOLKP2000!m 1062=11044+11145"},
+};
+
+// A page that nobody can leave has neither title nor banner.
+bool CanBeLeft(const PageFacts& facts) { return *facts.results != '\0'; }
+
 struct Placed {
     std::uint16_t bitmap;
     QPoint place;
@@ -54,7 +102,9 @@ struct Placed {
 
 // "157@350,65 ..." and the banner.
 std::vector<Placed> PicturesOf(const PageFacts& facts) {
-    std::vector<Placed> pictures = {{127, {10, 10}}};
+    std::vector<Placed> pictures;
+    if (CanBeLeft(facts))
+        pictures.push_back({127, {10, 10}});
     for (const std::string& picture : Split(facts.pictures, ' ')) {
         const std::size_t at = picture.find('@'), comma = picture.find(',');
         pictures.push_back(
@@ -147,8 +197,10 @@ protected:
     void SavePicture() {
         const std::filesystem::path folder =
             std::filesystem::path(BUILD_FOLDER) / "pages" / Name("PAGE_PICTURES", "96dpi");
+        const std::string mark = GetParam().show == ShowOtherModel ? "-model" : "";
         std::filesystem::create_directories(folder);
-        Grab().save(QString::fromStdString(folder / (std::to_string(GetParam().dialog) + ".png")));
+        Grab().save(
+            QString::fromStdString(folder / (std::to_string(GetParam().dialog) + mark + ".png")));
     }
 
     void ExpectWords() {
@@ -170,12 +222,16 @@ protected:
             }
         }
     }
-    // Of the marks of the index: heading, bold, red.
+    // Of the marks of the index: heading, bold, red; m is red behind the text.
     void ExpectLooks(const TextLabel& label, char mark) {
         EXPECT_EQ(mark == 'h' || mark == 'b', label.font().weight() == QFont::Bold);
         EXPECT_EQ(mark == 'h', label.font().pixelSize() > 12);
         const auto isRed = [&] { return label.palette().color(QPalette::WindowText) == Qt::red; };
         EXPECT_EQ(mark == 'r', mark == 'r' ? WaitUntil(isRed) : isRed()); // painted a little later
+        const auto isMarked = [&] {
+            return Part(Grab(), {label.pos(), QSize(1, 1)}).pixelColor(0, 0) == Qt::red;
+        };
+        EXPECT_EQ(mark == 'm', mark == 'm' ? WaitUntil(isMarked) : isMarked());
     }
     void ExpectNothingCut() {
         for (const TextLabel* label : window_->findChildren<TextLabel*>()) {
@@ -223,18 +279,32 @@ void ExpectNames(QAccessibleInterface* node) {
         ExpectNames(node->child(child));
 }
 
-TEST_P(DesktopPage, stands_whole_on_the_desktop) {
+class StandingPage : public DesktopPage {
+protected:
+    void Leave() {
+        if (!CanBeLeft(GetParam()))
+            EndDialog(standing, 1);
+        else if (QAbstractButton* button = Button(1175))
+            button->click();
+        else
+            window_->close();
+        Result();
+    }
+};
+
+TEST_P(StandingPage, stands_whole_on_the_desktop) {
     Open();
     ExpectPictures();
-    SavePicture();
     ExpectWords();
+    SavePicture();
     ExpectNothingCut();
     ExpectNothingOverlaps();
     ExpectNames(QAccessible::queryAccessibleInterface(window_));
-    EXPECT_EQ(Utf8(CatalogText(11035)).substr(1), window_->windowTitle().toStdString());
-    PostMessageA(FindWindowA(nullptr, CatalogText(11035)), WM_COMMAND,
-                 GetParam().dialog == 165 ? 1175 : 2, 0);
-    Result();
+    const std::string title = Utf8(CatalogText(11035)).substr(1);
+    EXPECT_EQ(CanBeLeft(GetParam()), window_->windowTitle().toStdString() == title);
+    const auto* bar = window_->findChild<QProgressBar*>();
+    EXPECT_TRUE(!bar || WaitUntil([&] { return bar->value() == 37; }));
+    Leave();
 }
 
 // Tabs to the control and presses it.
@@ -286,6 +356,8 @@ TEST_P(DesktopPage, takes_enter_escape_and_the_close_box_as_it_should) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, DesktopPage, testing::ValuesIn(Index), NameOfPage);
+INSTANTIATE_TEST_SUITE_P(All, StandingPage, testing::ValuesIn(Index), NameOfPage);
+INSTANTIATE_TEST_SUITE_P(Other, StandingPage, testing::ValuesIn(Others), NameOfPage);
 
 // A scale is a process's own, so each runs the tests of above anew.
 TEST(Desktop, holds_its_pages_at_every_scale_and_with_a_wider_font) {

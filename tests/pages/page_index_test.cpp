@@ -1,7 +1,12 @@
 // Each page of the index with the page on the screen: its controls, and what its commands give.
 
 #include "platform/drawing.h"
+#include "platform/terminal_display.h"
 #include "tests/pages/page_index.h"
+
+#include <stdexcept>
+
+#include <unistd.h>
 
 namespace {
 
@@ -79,6 +84,32 @@ TEST_P(PageIndex, shows_its_texts_and_pictures_and_gives_the_results_of_its_comm
     EXPECT_EQ(extra + (extra.empty() ? "" : " ") + "127@10,10 ", PicturesOf(page));
     EXPECT_EQ(Utf8(CatalogText(11035)), page.title);
     EXPECT_EQ(objects, platform::DrawingObjectCount()) << "fonts, brushes or pictures are left";
+}
+
+// Standard input of this process, from here on; the terminal reads it once for all pages.
+void Type(const std::string& line) {
+    static const int keyboard = [] {
+        int ends[2] = {-1, -1};
+        if (pipe(ends) != 0 || dup2(ends[0], STDIN_FILENO) < 0)
+            throw std::runtime_error("no pipe");
+        return ends[1];
+    }();
+    const std::string text = line + "\n";
+    ASSERT_EQ(static_cast<ssize_t>(text.size()), write(keyboard, text.data(), text.size()));
+}
+
+TEST_P(PageIndex, gives_its_results_at_the_terminal) {
+    const PageFacts& facts = GetParam();
+    for (const std::string& result : Split(facts.results, ' ')) {
+        const std::string command = result.substr(0, result.find(':'));
+        const bool hasButton =
+            (" " + std::string(facts.texts)).find(" " + command + "=") != std::string::npos;
+        if (*facts.before)
+            Type(facts.before);
+        Type(hasButton ? command : command == "2" ? "esc" : "");
+        platform::UseDisplay(&platform::TerminalDisplay());
+        EXPECT_EQ(std::stol(result.substr(command.size() + 1)), facts.show()) << command;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(All, PageIndex, testing::ValuesIn(Index), NameOfPage);
