@@ -359,6 +359,34 @@ INSTANTIATE_TEST_SUITE_P(All, DesktopPage, testing::ValuesIn(Index), NameOfPage)
 INSTANTIATE_TEST_SUITE_P(All, StandingPage, testing::ValuesIn(Index), NameOfPage);
 INSTANTIATE_TEST_SUITE_P(Other, StandingPage, testing::ValuesIn(Others), NameOfPage);
 
+class TransferPage : public DesktopPage {};
+
+// What is posted behind the user's doings is served behind them.
+TEST_P(TransferPage, takes_no_key_and_no_close_box_and_shows_when_to_wait) {
+    static char after[] = "38";
+    State.Run.BusyCursor = true;
+    Open();
+    QTest::keyClick(window_, Qt::Key_Escape);
+    QTest::keyClick(window_, Qt::Key_Return);
+    window_->close();
+    PostMessageA(GetDlgItem(standing, IDC_PERCENT), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(after));
+    const auto* percent = dynamic_cast<TextLabel*>(Control(IDC_PERCENT));
+    EXPECT_TRUE(WaitUntil([&] { return percent->text() == after; }));
+    EXPECT_TRUE(window_->isVisible());
+    if (GetParam().dialog == 102) {
+        QEvent enter(QEvent::Enter); // the mouse comes in
+        QApplication::sendEvent(window_, &enter);
+        EXPECT_TRUE(WaitUntil([&] { return window_->cursor().shape() == Qt::WaitCursor; }));
+        State.Run.BusyCursor = false;
+        PostMessageA(standing, WM_SETCURSOR, 0, 0); // as a transfer does when its data go out
+        EXPECT_TRUE(WaitUntil([&] { return window_->cursor().shape() == Qt::ArrowCursor; }));
+    }
+    EndDialog(standing, 1);
+    EXPECT_EQ(1, Result());
+}
+
+INSTANTIATE_TEST_SUITE_P(Other, TransferPage, testing::Values(Others[2], Others[3]), NameOfPage);
+
 // A scale is a process's own, so each runs the tests of above anew.
 TEST(Desktop, holds_its_pages_at_every_scale_and_with_a_wider_font) {
     const struct {
