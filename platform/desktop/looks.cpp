@@ -5,6 +5,7 @@
 #include "platform/byte_reader.h"
 #include "platform/resources.h"
 
+#include <QApplication>
 #include <QBuffer>
 #include <QFontMetricsF>
 #include <QImage>
@@ -24,8 +25,6 @@ constexpr std::uint16_t IconResource = 3;
 constexpr char Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr double ArialAlphabet = 30.339; // its width in ems, by the published widths of Arial
 constexpr double CellOfEm = 14.0 / 11;   // of Arial on Windows at the size of the pages
-
-int stretch = 100;
 
 // A cell may be higher by what rounding makes of it.
 constexpr double Tolerance = 0.5;
@@ -54,13 +53,11 @@ std::uint32_t PixelOffset(std::span<const std::uint8_t> bitmap) {
 
 } // namespace
 
-void StretchFonts(int percent) { stretch = percent; }
-
 QFont FontOf(const LOGFONTA& description) {
-    QFont font(QString::fromLatin1(description.lfFaceName));
+    QFont font = QApplication::font();
+    font.setFamilies({QString::fromLatin1(description.lfFaceName)});
     font.setWeight(description.lfWeight >= FW_BOLD ? QFont::Bold : QFont::Normal);
     font.setItalic(description.lfItalic);
-    font.setStretch(stretch);
     font.setHintingPreference(QFont::PreferVerticalHinting); // widths stay those of the design
     const int em = static_cast<int>(std::abs(description.lfHeight));
     const double cell = description.lfHeight < 0 ? std::round(em * CellOfEm) : em;

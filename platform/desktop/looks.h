@@ -14,11 +14,8 @@
 
 namespace platform::desktop {
 
-// Fonts this many times as wide as they come, in percent; for tests of what a host's own font for
-// "Arial" may be. Before the first page.
-void StretchFonts(int percent);
-
-// As large as fits: an em and a character cell no higher than the description asks for.
+// As large as fits: an em and a character cell no higher than the description asks for. What the
+// description leaves open is as in the application's font.
 QFont FontOf(const LOGFONTA& description);
 
 // Pages are laid out for the widths of Arial. A host's own font may be wider, and then all that is

@@ -131,7 +131,9 @@ class DesktopPage : public IndexedPage {
 protected:
     void SetUp() override {
         IndexedPage::SetUp();
-        platform::desktop::StretchFonts(std::stoi(Name("PAGE_STRETCH", "100")));
+        QFont font = QApplication::font();
+        font.setStretch(std::stoi(Name("PAGE_STRETCH", "100")));
+        QApplication::setFont(font);
         platform::UseDisplay(&platform::DesktopDisplay());
     }
     void TearDown() override {
