@@ -3,6 +3,7 @@
 #include "pages/progress_bar.h"
 
 #include "pages/resource.h"
+#include "pages/task_bar.h"
 #include "wizard/state.h"
 
 #include <commctrl.h>
@@ -39,4 +40,5 @@ void AdvanceProgress(DWORD bytes, DWORD whole) {
 
 void ShowPercentage(DWORD percentage) {
     SetDlgItemInt(RunningPage(), IDC_PERCENT, static_cast<UINT>(percentage), FALSE);
+    ShowTaskBarProgress(RunningPage(), percentage);
 }

@@ -75,6 +75,8 @@ public:
     virtual void EndPage(const PageView& page) = 0; // once for each page that was shown
     virtual void UpdateCursor(HWND, bool) {}        // of a page: whether it tells the user to wait
 
+    virtual void ShowTaskBar(double) {} // of the program's work, 0 to 1; it ends with its page
+
     virtual void AskFile(const FileQuestion& question) = 0; // also again, after a complaint
     virtual void EndQuestion() {}                           // answered, or nobody waits any more
     virtual void Complain(const std::string& sentence) = 0; // UTF-8

@@ -27,17 +27,14 @@ public:
             auto& window = windows_[page.handle];
             window = std::make_unique<PageWindow>(page);
             window->Present();
-            TellTaskBar(page);
         });
     }
     void HidePage(const PageView& page) override { Remove(page); }
     void EndPage(const PageView& page) override { Remove(page); }
     void UpdateControl(const PageView& page, const ControlView& control) override {
-        Later([this, page, control] {
-            if (PageWindow* window = WindowOf(page.handle)) {
+        Later([this, page = page.handle, control] {
+            if (PageWindow* window = WindowOf(page))
                 window->ShowControl(control);
-                TellTaskBar(page);
-            }
         });
     }
     void UpdatePictures(const PageView& page) override {
@@ -51,6 +48,9 @@ public:
             if (PageWindow* window = WindowOf(page))
                 window->ShowWaiting(waiting);
         });
+    }
+    void ShowTaskBar(double part) override {
+        Later([this, part] { taskBar_.Show(part); });
     }
     void AskFile(const FileQuestion& question) override {
         Later([this, question] { files_.Ask(question, WindowOf(question.owner)); });
@@ -79,13 +79,6 @@ private:
             windows_.erase(page.handle);
             taskBar_.Clear();
         });
-    }
-
-    void TellTaskBar(const PageView& page) {
-        for (const ControlView& control : page.controls)
-            if (control.kind == ControlKind::Progress && control.highest > control.lowest)
-                taskBar_.Show(static_cast<double>(control.position - control.lowest) /
-                              static_cast<double>(control.highest - control.lowest));
     }
 
     // On the toolkit's thread, but for the answer of a file question.

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <stdexcept>
 
@@ -18,6 +19,10 @@ namespace {
 
 int AnswerInhibit(sd_bus_message* call, void* manager, sd_bus_error*) {
     return static_cast<LoginManager*>(manager)->Inhibit(call);
+}
+
+int TakeUpdate(sd_bus_message* signal, void* manager, sd_bus_error*) {
+    return static_cast<LoginManager*>(manager)->Update(signal);
 }
 
 const sd_bus_vtable Calls[] = {
@@ -55,6 +60,9 @@ LoginManager::LoginManager(const std::string& folder) : address_("unix:path=" + 
                                    "org.freedesktop.login1.Manager", Calls, this),
           "offer a call");
     Check(sd_bus_request_name(bus_, "org.freedesktop.login1", 0), "take its name");
+    Check(sd_bus_match_signal(bus_, nullptr, nullptr, nullptr, "com.canonical.Unity.LauncherEntry",
+                              "Update", TakeUpdate, this),
+          "listen");
     thread_ = std::thread(&LoginManager::Serve, this);
 }
 
@@ -66,7 +74,9 @@ LoginManager::~LoginManager() {
         close(held);
 }
 
-Environment LoginManager::Variables() const { return {{"DBUS_SYSTEM_BUS_ADDRESS", address_}}; }
+Environment LoginManager::Variables() const {
+    return {{"DBUS_SYSTEM_BUS_ADDRESS", address_}, {"DBUS_SESSION_BUS_ADDRESS", address_}};
+}
 
 void LoginManager::Serve() {
     constexpr std::uint64_t TurnMicroseconds = 20'000;
@@ -92,6 +102,30 @@ int LoginManager::Inhibit(sd_bus_message* call) {
     asked_.push_back(std::string(what) + " " + mode);
     held_.push_back(ends[0]);
     return result;
+}
+
+// The program's name, and a table of values.
+int LoginManager::Update(sd_bus_message* signal) {
+    const char *program = "", *name = "";
+    double progress = 0;
+    int visible = 0;
+    sd_bus_message_read(signal, "s", &program);
+    sd_bus_message_enter_container(signal, 'a', "{sv}");
+    while (sd_bus_message_enter_container(signal, 'e', "sv") > 0) {
+        sd_bus_message_read(signal, "s", &name);
+        const bool isPart = std::string(name) == "progress";
+        sd_bus_message_read(signal, "v", isPart ? "d" : "b",
+                            isPart ? static_cast<void*>(&progress) : static_cast<void*>(&visible));
+        sd_bus_message_exit_container(signal);
+    }
+    const std::lock_guard guard(lock_);
+    progress_.push_back(visible ? static_cast<int>(std::lround(100 * progress)) : -1);
+    return 0;
+}
+
+std::vector<int> LoginManager::Progress() {
+    const std::lock_guard guard(lock_);
+    return progress_;
 }
 
 std::vector<std::string> LoginManager::Asked() {

@@ -1,4 +1,5 @@
-// The host's login manager, as far as it keeps a machine awake, on a system bus of its own.
+// The host's login manager, as far as it keeps a machine awake, and a dock that shows programs'
+// progress, on a message bus of their own.
 #pragma once
 
 #include "tests/support/child_process.h"
@@ -30,7 +31,11 @@ public:
     // How many of them are held now.
     int Held();
 
+    // What the dock was told, in order: percent, or -1 where nothing is to be shown any more.
+    std::vector<int> Progress();
+
     int Inhibit(sd_bus_message* call); // for the bus
+    int Update(sd_bus_message* signal);
 
 private:
     void Serve();
@@ -40,6 +45,7 @@ private:
     sd_bus* bus_ = nullptr;
     std::mutex lock_;
     std::vector<std::string> asked_;
+    std::vector<int> progress_;
     std::vector<int> held_; // reading ends: at their end once the other one is closed
     std::atomic<bool> stop_ = false;
     std::thread thread_;

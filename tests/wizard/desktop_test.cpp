@@ -1,8 +1,11 @@
 // Whole roads on the desktop, led by the keyboard alone: an upgrade, a backup with its restore, and
 // an upgrade that was broken off and is resumed.
 
+#include "tests/support/login_manager.h"
 #include "tests/support/x_desktop.h"
 #include "tests/wizard/road.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -58,7 +61,11 @@ protected:
 TEST_F(Desk, an_upgrade_by_the_keyboard) {
     const auto image = home_.AddLanguageFolder();
     Cradle cradle(home_);
-    WizardRun wizard(home_, Variables());
+    test_support::LoginManager bus(home_.Path().string());
+    Environment variables = Variables();
+    for (const auto& variable : bus.Variables())
+        variables.push_back(variable);
+    WizardRun wizard(home_, variables);
     GoToActionChoice(Serial);
     Press(ActionChoicePage, {"Tab", "Return"});
     ConfirmWithoutBackup();
@@ -66,6 +73,11 @@ TEST_F(Desk, an_upgrade_by_the_keyboard) {
     desktop_.Press("Escape"); // nothing comes of it
     FinishUpgrade(FinishPage);
     EXPECT_EQ(0, wizard.Wait());
+    std::vector<int> progress = bus.Progress(); // in the task bar; at last nothing
+    ASSERT_GT(progress.size(), 3U);
+    EXPECT_EQ(-1, progress.back());
+    progress.pop_back();
+    EXPECT_TRUE(std::ranges::is_sorted(progress));
     EXPECT_TRUE(cradle.FlashEquals(image));
     EXPECT_EQ("", cradle.Refused());
 }
