@@ -29,7 +29,9 @@ bool DesktopIsWanted() {
 }
 
 int RunOnDesktop(int count, char** words, const std::function<int()>& program) {
-    QApplication application(count, words);
+    // Never destroyed: threads of the program may still show something while the process ends.
+    static int kept = count;
+    auto& application = *new QApplication(kept, words);
     QApplication::setQuitOnLastWindowClosed(false); // there is none between two pages
     QApplication::setApplicationName("rom-wizard");
     UseDisplay(&DesktopDisplay());

@@ -16,7 +16,7 @@ class PageWindow : public QDialog {
 public:
     explicit PageWindow(const PageView& page);
 
-    // In the middle of the screen that the user looks at, with the focus on the default button.
+    // In the middle of the first screen, with the focus on the default button.
     void Present();
 
     void ShowControl(const ControlView& control);

@@ -41,7 +41,7 @@ void TextLabel::Show(const ControlView& control) {
     setFont(FontOf(control.font));
     setVisible(control.visible && !text().isEmpty());
     setEnabled(control.enabled);
-    QPalette colours = parentWidget()->palette();
+    QPalette colours; // the desktop's, also when it changes, but for what is set here
     if (control.painted.textColour != GetSysColor(COLOR_WINDOWTEXT))
         colours.setColor(QPalette::WindowText, ColourOf(control.painted.textColour));
     setPalette(colours);
