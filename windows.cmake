@@ -1,9 +1,13 @@
-# Cross build of the Windows program with the distribution's MinGW-w64.
+# Cross build of the Windows program with the distribution's MinGW-w64, for 64 bits or, with
+# i686-w64-mingw32, for 32.
+set(ROM_WIZARD_WINDOWS x86_64-w64-mingw32 CACHE STRING "The compiler's name for the target")
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ROM_WIZARD_WINDOWS)
+
 set(CMAKE_SYSTEM_NAME Windows)
-set(CMAKE_SYSTEM_PROCESSOR x86_64)
-set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
-set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
-set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
+string(REGEX MATCH "^[^-]+" CMAKE_SYSTEM_PROCESSOR ${ROM_WIZARD_WINDOWS})
+set(CMAKE_CXX_COMPILER ${ROM_WIZARD_WINDOWS}-g++-posix)
+set(CMAKE_RC_COMPILER ${ROM_WIZARD_WINDOWS}-windres)
+set(CMAKE_FIND_ROOT_PATH /usr/${ROM_WIZARD_WINDOWS})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
