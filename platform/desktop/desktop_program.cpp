@@ -7,6 +7,8 @@
 
 #include <QApplication>
 
+#include <xcb/xcb.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -20,12 +22,21 @@ bool IsSet(const char* name) {
     return value && *value;
 }
 
+// The toolkit ends a process that cannot reach the server, and a session may have a name for one
+// that has gone.
+bool ReachesXServer() {
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool reached = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return reached;
+}
+
 } // namespace
 
 bool DesktopIsWanted() {
     if (IsSet("ROM_WIZARD_DISPLAY"))
         return std::strcmp(std::getenv("ROM_WIZARD_DISPLAY"), "desktop") == 0;
-    return IsSet("WAYLAND_DISPLAY") || IsSet("DISPLAY");
+    return IsSet("WAYLAND_DISPLAY") || (IsSet("DISPLAY") && ReachesXServer());
 }
 
 int RunOnDesktop(int count, char** words, const std::function<int()>& program) {

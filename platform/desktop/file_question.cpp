@@ -41,6 +41,8 @@ void FileQuestions::Ask(const FileQuestion& question, QWidget* page) {
         Answer({false, file.toStdString()});
     });
     QObject::connect(dialog, &QFileDialog::rejected, dialog, [this] { Answer({true, {}}); });
+    if (page) // has the keyboard again, also where no window manager sees to it
+        QObject::connect(dialog, &QFileDialog::finished, page, [page] { page->activateWindow(); });
     dialog->open();
     if (complaint_.empty())
         return;

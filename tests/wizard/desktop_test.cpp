@@ -92,6 +92,9 @@ TEST_F(Desk, a_backup_an_upgrade_and_the_restore_of_the_backup) {
         Press(ActionChoicePage, {"Alt+m"});
         Press(VersionConfirmPage, {"Return"});
         Press(BackupChoicePage, {"Alt+s"});
+        desktop_.AwaitWindow("file-dialog");
+        desktop_.Press("Escape"); // the page is up as before
+        Press(BackupChoicePage, {"Alt+s"});
         GiveFile(saved);
         Press(UpgradeReadyPage, {"Return"});
         FinishUpgrade(FinishUsbPage);

@@ -115,4 +115,13 @@ TEST_F(AtTerminal, an_upgrade_that_was_broken_off_is_resumed) {
     ExpectToFit(wizard);
 }
 
+TEST_F(AtTerminal, is_where_a_wizard_shows_itself_that_finds_no_desktop) {
+    TestHome home;
+    home.AddLanguageFolder();
+    Cradle cradle(home);
+    WizardRun wizard(home, {{"ROM_WIZARD_DISPLAY", ""}, {"DISPLAY", ":4711"}});
+    wizard.Answer(UpgradeNoticePage, "2");
+    EXPECT_EQ(0, wizard.Wait());
+}
+
 } // namespace
