@@ -24,10 +24,17 @@ namespace {
 
 constexpr std::size_t LengthField = 4;
 
+// Nearly every answer fits, with its length, and so comes with one call of the host.
+constexpr std::size_t ShortAnswer = 256;
+
 // Milliseconds for poll, rounded up so that no wait ends before its time.
 int PollTime(HostClock::duration time) {
     const auto rounded = std::chrono::ceil<std::chrono::milliseconds>(time).count();
     return static_cast<int>(std::clamp<std::int64_t>(rounded, 0, 1000000));
+}
+
+std::uint32_t ReadLength(const std::vector<std::uint8_t>& frame) {
+    return rapi_wire::Reader({frame.begin(), frame.begin() + LengthField}).Number();
 }
 
 } // namespace
@@ -72,16 +79,19 @@ RapiSocket::RapiSocket(Descriptor socket, const Interrupt& interrupt)
 
 std::optional<std::vector<std::uint8_t>> RapiSocket::Ask(const std::vector<std::uint8_t>& request,
                                                          HostClock::time_point deadline) {
-    std::vector<std::uint8_t> answer(LengthField);
-    if (!Send(request, deadline) || !WaitUntilReady(POLLIN, deadline) ||
-        !Receive(answer.data(), answer.size(), deadline))
+    if (!Send(request, deadline) || !WaitUntilReady(POLLIN, deadline))
         return std::nullopt;
-    const std::uint32_t length = rapi_wire::Reader(answer).Number();
-    if (length > rapi_wire::MaximumFrame)
+    std::vector<std::uint8_t> answer(ShortAnswer);
+    std::size_t have = 0;
+    if (!ReceiveUpTo(LengthField, answer, have, deadline))
         return std::nullopt;
-    answer.resize(length);
-    if (!Receive(answer.data(), answer.size(), deadline))
+    const std::uint32_t length = ReadLength(answer);
+    if (length > rapi_wire::MaximumFrame || have > LengthField + length)
         return std::nullopt;
+    answer.resize(LengthField + length);
+    if (!ReceiveUpTo(answer.size(), answer, have, deadline))
+        return std::nullopt;
+    answer.erase(answer.begin(), answer.begin() + LengthField);
     return answer;
 }
 
@@ -117,12 +127,12 @@ bool RapiSocket::Send(const std::vector<std::uint8_t>& bytes,
     return true;
 }
 
-bool RapiSocket::Receive(std::uint8_t* bytes, std::size_t size,
-                         HostClock::time_point deadline) const {
-    for (std::size_t done = 0; done < size;) {
-        const ssize_t count = recv(socket_.Number(), bytes + done, size - done, 0);
+bool RapiSocket::ReceiveUpTo(std::size_t size, std::vector<std::uint8_t>& bytes, std::size_t& have,
+                             HostClock::time_point deadline) const {
+    while (have < size) {
+        const ssize_t count = recv(socket_.Number(), bytes.data() + have, bytes.size() - have, 0);
         if (count > 0)
-            done += static_cast<std::size_t>(count);
+            have += static_cast<std::size_t>(count);
         else if (count == 0 || (errno != EAGAIN && errno != EINTR) ||
                  !WaitUntilReady(POLLIN, deadline))
             return false;

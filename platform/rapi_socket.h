@@ -32,9 +32,9 @@ public:
     // Null, with nothing left behind, where nobody answers at the path.
     static std::optional<RapiSocket> Connect(const std::string& path, const Interrupt& interrupt);
 
-    // The answer to the frame, both without their lengths as rapi_wire::Reader takes them. Nothing
-    // at the deadline, at the end of the connection, and for an answer over
-    // rapi_wire::MaximumFrame. The request comes with its length.
+    // The answer to the frame, without its length as rapi_wire::Reader takes it; the request comes
+    // with its length. Nothing at the deadline, at the end of the connection, for an answer over
+    // rapi_wire::MaximumFrame, and for one with more bytes behind it.
     std::optional<std::vector<std::uint8_t>> Ask(const std::vector<std::uint8_t>& request,
                                                  HostClock::time_point deadline);
 
@@ -45,7 +45,9 @@ private:
     RapiSocket(Descriptor socket, const Interrupt& interrupt);
     bool WaitUntilReady(short direction, HostClock::time_point deadline) const;
     bool Send(const std::vector<std::uint8_t>& bytes, HostClock::time_point deadline) const;
-    bool Receive(std::uint8_t* bytes, std::size_t size, HostClock::time_point deadline) const;
+    // Takes what has come, as far as the bytes have room, until they hold `size`.
+    bool ReceiveUpTo(std::size_t size, std::vector<std::uint8_t>& bytes, std::size_t& have,
+                     HostClock::time_point deadline) const;
 
     Descriptor socket_;
     const Interrupt* interrupt_;

@@ -1,38 +1,73 @@
-// Threads, their handles and their ends; threads.h tells how a thread is terminated.
+// Threads, their handles, sleeps and ends; threads.h tells how a thread is terminated.
 
 #include "platform/threads.h"
 
+#include "platform/clock.h"
 #include "platform/waits.h"
 
 #include <winbase.h>
 
 #include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <ctime>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 #include <pthread.h>
+#include <sched.h>
+#include <semaphore.h>
 #include <unistd.h>
 
 namespace platform {
 namespace {
 
+// A sleep that another thread can end, for good. A semaphore takes one call of the host where a
+// condition variable takes two, and a thread that looks after something does little but sleep.
+class EndableSleep {
+public:
+    EndableSleep() { sem_init(&end_, 0, 0); }
+    ~EndableSleep() { sem_destroy(&end_); }
+    EndableSleep(const EndableSleep&) = delete;
+    EndableSleep& operator=(const EndableSleep&) = delete;
+
+    void End() { sem_post(&end_); }
+
+    void Until(HostClock::time_point deadline) {
+        const auto time = deadline.time_since_epoch();
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
+        const timespec end = {seconds.count(), std::chrono::nanoseconds(time - seconds).count()};
+        while (sem_clockwait(&end_, CLOCK_MONOTONIC, &end) != 0 && errno == EINTR) {
+        }
+    }
+
+private:
+    sem_t end_;
+};
+
 class Thread : public Waitable {
 public:
     bool IsSignalled() const override { return ended_; }
 
-    // The first end counts: a terminated thread that leaves later keeps the code it was given.
     void End(DWORD exitCode) {
         const std::lock_guard guard(WaitLock());
-        if (!std::exchange(ended_, true))
-            exitCode_ = exitCode;
-        WaitCondition().notify_all();
+        MarkEnded(exitCode);
     }
 
+    // The exit code stands before the thread can learn of its end, and leave with one of its own.
     void Terminate(DWORD exitCode) {
-        terminated_ = true;
-        End(exitCode);
+        {
+            const std::lock_guard guard(WaitLock());
+            MarkEnded(exitCode);
+            terminated_ = true;
+        }
+        sleep_.End();
     }
+
+    // For the thread itself; ends early where it is terminated.
+    void SleepUntil(HostClock::time_point deadline) { sleep_.Until(deadline); }
 
     bool IsTerminated() const { return terminated_; }
 
@@ -54,6 +89,14 @@ public:
     }
 
 private:
+    // The first end counts: a terminated thread that leaves later keeps the code it was given.
+    void MarkEnded(DWORD exitCode) {
+        if (!std::exchange(ended_, true))
+            exitCode_ = exitCode;
+        WaitCondition().notify_all();
+    }
+
+    EndableSleep sleep_;
     DWORD id_ = 0;
     DWORD exitCode_ = 0;
     bool ended_ = false;
@@ -109,6 +152,16 @@ void LeaveIfTerminated() {
         pthread_exit(nullptr);
 }
 
+namespace {
+
+void SleepUntil(HostClock::time_point deadline) {
+    if (running)
+        running->thread->SleepUntil(deadline);
+    else
+        std::this_thread::sleep_until(deadline);
+}
+
+} // namespace
 } // namespace platform
 
 using platform::FindHandleOf;
@@ -160,4 +213,15 @@ BOOL WINAPI GetExitCodeThread(HANDLE handle, LPDWORD exitCode) {
 DWORD WINAPI GetCurrentThreadId() {
     static thread_local const auto id = static_cast<DWORD>(gettid());
     return id;
+}
+
+void WINAPI Sleep(DWORD milliseconds) {
+    platform::LeaveIfTerminated();
+    if (milliseconds == 0)
+        sched_yield();
+    else if (milliseconds == INFINITE)
+        platform::SleepUntil(platform::HostClock::time_point::max());
+    else
+        platform::SleepUntil(platform::SleepDeadline(milliseconds));
+    platform::LeaveIfTerminated();
 }

@@ -6,8 +6,6 @@
 
 #include <winbase.h>
 
-#include <sched.h>
-
 namespace platform {
 namespace {
 
@@ -65,12 +63,6 @@ std::size_t TakeAll(const std::vector<std::shared_ptr<Waitable>>& objects) {
     for (const auto& object : objects)
         object->Take();
     return 0;
-}
-
-void SleepUntil(HostClock::time_point deadline) {
-    std::unique_lock lock(WaitLock());
-    while (WaitForChange(lock, deadline)) {
-    }
 }
 
 } // namespace
@@ -155,14 +147,4 @@ DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL all
             return WAIT_FAILED;
     }
     return platform::WaitForObjects(objects, all != FALSE, deadline);
-}
-
-void WINAPI Sleep(DWORD milliseconds) {
-    platform::LeaveIfTerminated();
-    if (milliseconds == 0)
-        sched_yield();
-    else if (milliseconds == INFINITE)
-        platform::SleepUntil(platform::HostClock::time_point::max());
-    else
-        platform::SleepUntil(platform::SleepDeadline(milliseconds));
 }

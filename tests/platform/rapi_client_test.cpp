@@ -225,8 +225,11 @@ TEST_F(RapiTest, an_answer_that_makes_no_sense_ends_the_connection) {
     tooLong.resize(4 + rapi_wire::MaximumFrame + 1);
     const Bytes length = Writer().Number(rapi_wire::MaximumFrame + 1).Frame();
     std::copy(length.begin() + 4, length.end(), tooLong.begin());
-    const std::array<Bytes, 5> answers = {
+    Bytes stray = Answer(0, 1).Data("1234", 4).Frame(); // good but for a byte behind it
+    stray.push_back(0);
+    const std::array<Bytes, 6> answers = {
         tooLong,
+        stray,
         Answer(0, 1).Frame(),                  // no outputs
         Answer(0, 1).Number(1000).Frame(),     // data that is not there
         Answer(0, 1).Data("12345", 5).Frame(), // more than was asked for
