@@ -1,48 +1,37 @@
-// The task bar is reached through COM, on the thread of the worker that has something to show; each
-// such thread has its own way there, and gives it up when it ends.
+// The task bar is reached through COM, each time anew: a worker may hold nothing of COM when it
+// ends. What a thread still holds is released while it is torn down, behind COM's own end of it.
 
 #include "pages/task_bar.h"
 
 #include <shobjidl.h>
 
-#include <utility>
-
 namespace {
 
-class TaskBar {
+// COM on this thread, as long as it takes.
+class ComUse {
 public:
-    TaskBar() : started_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
-        void* made = nullptr;
-        if (FAILED(CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER,
-                                    IID_ITaskbarList3, &made)))
-            return;
-        list_ = static_cast<ITaskbarList3*>(made);
-        ready_ = SUCCEEDED(list_->HrInit());
-    }
-    TaskBar(const TaskBar&) = delete;
-    TaskBar& operator=(const TaskBar&) = delete;
-    ~TaskBar() {
-        if (list_)
-            list_->Release();
+    ComUse() : started_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}
+    ComUse(const ComUse&) = delete;
+    ComUse& operator=(const ComUse&) = delete;
+    ~ComUse() {
         if (started_)
             CoUninitialize();
     }
 
-    void Show(HWND page, DWORD percentage) {
-        if (ready_ && std::exchange(shown_, percentage) != percentage)
-            list_->SetProgressValue(page, percentage, 100);
-    }
-
 private:
     const bool started_;
-    bool ready_ = false;
-    ITaskbarList3* list_ = nullptr;
-    DWORD shown_ = 0; // a bar at 0 shows nothing
 };
 
 } // namespace
 
 void ShowTaskBarProgress(HWND page, DWORD percentage) {
-    thread_local TaskBar taskBar;
-    taskBar.Show(page, percentage);
+    const ComUse com;
+    void* made = nullptr;
+    if (FAILED(CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER,
+                                IID_ITaskbarList3, &made)))
+        return;
+    auto* list = static_cast<ITaskbarList3*>(made);
+    if (SUCCEEDED(list->HrInit()))
+        list->SetProgressValue(page, percentage, 100);
+    list->Release();
 }
