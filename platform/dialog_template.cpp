@@ -132,8 +132,9 @@ std::optional<DialogTemplate> ReadDialogTemplate(std::span<const std::uint8_t> b
     return dialog;
 }
 
-int PixelsAcross(int units) { return units * BaseWidth / 4; }
+// To the nearest pixel, as MulDiv rounds.
+int PixelsAcross(int units) { return (2 * units * BaseWidth + 4) / 8; }
 
-int PixelsDown(int units) { return units * BaseHeight / 8; }
+int PixelsDown(int units) { return (2 * units * BaseHeight + 8) / 16; }
 
 } // namespace platform

@@ -140,8 +140,10 @@ TEST_F(Resources, both_kinds_of_dialog_template_read_alike) {
         EXPECT_EQ(dialog->controls[3].x, 171);
         EXPECT_EQ(dialog->controls[3].id, 1150);
     }
-    EXPECT_EQ(PixelsAcross(171), 256);
+    EXPECT_EQ(PixelsAcross(171), 257); // rounded, as MulDiv does
+    EXPECT_EQ(PixelsAcross(170), 255);
     EXPECT_EQ(PixelsDown(196), 343);
+    EXPECT_EQ(PixelsDown(13), 23);
 }
 
 TEST_F(Resources, pictures_have_their_real_sizes_and_stay_while_they_are_selected) {
