@@ -2,16 +2,11 @@
 // their pixels, and every way to its results. A picture of each page is left in the build folder.
 // needs the toolkit
 
-#include "pages/progress_pages.h"
-#include "pages/resource.h"
-#include "pages/waiting_pages.h"
 #include "platform/desktop/desktop_display.h"
 #include "platform/desktop/looks.h"
 #include "platform/desktop/text_label.h"
 #include "tests/pages/page_index.h"
 #include "tests/support/child_process.h"
-
-#include <commctrl.h>
 
 #include <QAccessible>
 #include <QApplication>
@@ -21,7 +16,6 @@
 #include <QPushButton>
 #include <QTest>
 
-#include <atomic>
 #include <thread>
 
 namespace {
@@ -45,73 +39,12 @@ std::string Name(const char* variable, const char* standard) {
     return value ? value : standard;
 }
 
-QImage ImageOf(std::uint16_t bitmap) {
-    const auto bytes = platform::FindResourceData(platform::BitmapResource, bitmap);
+QImage ImageOf(const PagePicture& placed) {
+    const auto id = static_cast<std::uint16_t>(placed.bitmap);
+    const auto bytes = platform::FindResourceData(platform::BitmapResource, id);
     platform::Picture picture;
     picture.bitmap = *bytes;
     return platform::desktop::PixmapOf(picture).toImage().convertToFormat(QImage::Format_RGB32);
-}
-
-// The page that stands until the test ends it.
-std::atomic<HWND> standing = nullptr;
-
-template <const Page& page>
-INT_PTR ShowWaiting() {
-    standing = OpenWaitingPage(page, nullptr);
-    while (IsWindowVisible(standing))
-        Sleep(1);
-    return DestroyWindow(standing);
-}
-
-// As a worker leaves it a third of the way, without the worker.
-template <const Page& page, int duration, unsigned text>
-INT_PTR ShowTransfer() {
-    Page idle = page;
-    idle.open = [](HWND window) {
-        standing = window;
-        SetDlgItemTextA(window, duration, CatalogText(text));
-        SendDlgItemMessageA(window, IDC_PROGRESS, PBM_SETPOS, 37, 0);
-        SetDlgItemInt(window, IDC_PERCENT, 37, FALSE);
-    };
-    return ShowPage(idle);
-}
-
-INT_PTR ShowOtherModel() {
-    State.Run.ModelMismatch = true;
-    return ShowPage(IncompatibleImagePage);
-}
-
-// Beside those of the index: pages that nobody can leave, and lines with red behind them (!m).
-const PageFacts Others[] = {
-    {122, ShowWaiting<BusyPage>, "", "1072=11057"},
-    {153, ShowWaiting<PreparePage>, "", "1127=11106"},
-    {102, ShowTransfer<ProgressPage, IDC_PROGRESS_DURATION, 11113>, "",
-     "1043=11033 1131=11110!r 1132=11113 1023=37 -1=%"},
-    {132, ShowTransfer<BackupPage, IDC_BACKUP_TEXT, 11066>, "", "1087=11066 1023=37 -1=%"},
-    {123, ShowOtherModel, "2:1",
-     "1056=11042+TOLKP1000!m 1058=11044+11139 1060=11042+TOLKP2000!m 1062=11044+11145"},
-};
-
-// A page that nobody can leave has neither title nor banner.
-bool CanBeLeft(const PageFacts& facts) { return *facts.results != '\0'; }
-
-struct Placed {
-    std::uint16_t bitmap;
-    QPoint place;
-};
-
-// "157@350,65 ..." and the banner.
-std::vector<Placed> PicturesOf(const PageFacts& facts) {
-    std::vector<Placed> pictures;
-    if (CanBeLeft(facts))
-        pictures.push_back({127, {10, 10}});
-    for (const std::string& picture : Split(facts.pictures, ' ')) {
-        const std::size_t at = picture.find('@'), comma = picture.find(',');
-        pictures.push_back(
-            {static_cast<std::uint16_t>(std::stoi(picture)),
-             {std::stoi(picture.substr(at + 1)), std::stoi(picture.substr(comma + 1))}});
-    }
-    return pictures;
 }
 
 // The mean difference of a channel, of 255.
@@ -187,36 +120,31 @@ protected:
         return cut.scaled(part.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
             .convertToFormat(QImage::Format_RGB32);
     }
-    bool IsPainted(const QImage& page, const Placed& picture) const {
-        const QImage image = ImageOf(picture.bitmap);
-        const double difference = Difference(image, Part(page, {picture.place, image.size()}));
+    bool IsPainted(const QImage& page, const PagePicture& picture) const {
+        const QImage image = ImageOf(picture);
+        const QRect place({picture.x, picture.y}, image.size());
+        const double difference = Difference(image, Part(page, place));
         return page.devicePixelRatio() == 1 ? difference == 0 : difference < 8;
     }
     void ExpectPictures() {
-        for (const Placed& picture : PicturesOf(GetParam()))
+        for (const PagePicture& picture : PicturesOf(GetParam()))
             EXPECT_TRUE(WaitUntil([&] { return IsPainted(Grab(), picture); })) << picture.bitmap;
     }
     void SavePicture() {
         const std::filesystem::path folder =
             std::filesystem::path(BUILD_FOLDER) / "pages" / Name("PAGE_PICTURES", "96dpi");
-        const std::string mark = GetParam().show == ShowOtherModel ? "-model" : "";
         std::filesystem::create_directories(folder);
-        Grab().save(
-            QString::fromStdString(folder / (std::to_string(GetParam().dialog) + mark + ".png")));
+        Grab().save(QString::fromStdString(folder / PictureName(GetParam())));
     }
 
     void ExpectWords() {
-        for (const std::string& fact : Split(GetParam().texts, ' ')) {
-            const std::size_t equals = fact.find('='), mark = fact.find('!');
-            const int id = std::stoi(fact);
+        for (const auto& [id, ansi, mark] : TextsOf(GetParam())) {
             QWidget* control = Control(id);
             ASSERT_TRUE(control) << id;
-            const QString words =
-                QString::fromStdString(Worded(fact.substr(equals + 1, mark - equals - 1)))
-                    .remove('\r');
+            const QString words = QString::fromStdString(Utf8(ansi.c_str())).remove('\r');
             if (auto* label = dynamic_cast<TextLabel*>(control)) {
                 EXPECT_EQ(words.toStdString(), label->text().toStdString()) << id;
-                ExpectLooks(*label, mark == std::string::npos ? ' ' : fact[mark + 1]);
+                ExpectLooks(*label, mark);
             } else if (auto* button = Button(id)) {
                 EXPECT_EQ(words.toStdString(), button->text().remove('&').toStdString()) << id;
                 EXPECT_LE(button->fontMetrics().horizontalAdvance(words), button->width() - 8)
@@ -248,9 +176,9 @@ protected:
         for (QWidget* control : Surface()->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
             if (control->isVisible())
                 places.emplace_back(control->objectName().toStdString(), control->geometry());
-        for (const Placed& picture : PicturesOf(GetParam()))
+        for (const PagePicture& picture : PicturesOf(GetParam()))
             places.emplace_back("picture " + std::to_string(picture.bitmap),
-                                QRect(picture.place, ImageOf(picture.bitmap).size()));
+                                QRect({picture.x, picture.y}, ImageOf(picture).size()));
         for (std::size_t one = 0; one < places.size(); ++one) {
             EXPECT_TRUE(Surface()->rect().contains(places[one].second)) << places[one].first;
             for (std::size_t other = 0; other < one; ++other) {
@@ -318,9 +246,7 @@ void TabTo(QWidget* window, const QWidget* control) {
 
 TEST_P(DesktopPage, gives_its_results_by_mouse_and_by_keyboard) {
     const PageFacts& facts = GetParam();
-    for (const std::string& row : Split(facts.results, ' ')) {
-        const int command = std::stoi(row);
-        const INT_PTR result = std::stol(row.substr(row.find(':') + 1));
+    for (const auto& [command, result] : ResultsOf(facts)) {
         for (const bool byKeyboard : {false, true}) {
             Open();
             if (*facts.before)
@@ -337,24 +263,25 @@ TEST_P(DesktopPage, gives_its_results_by_mouse_and_by_keyboard) {
                 TabTo(window_, button), QTest::keyClick(button, Qt::Key_Return);
             else
                 QTest::mouseClick(button, Qt::LeftButton);
-            EXPECT_EQ(result, Result()) << row << (byKeyboard ? " by keyboard" : " by mouse");
+            EXPECT_EQ(result, Result()) << command << (byKeyboard ? " by keyboard" : " by mouse");
         }
     }
 }
 
 TEST_P(DesktopPage, takes_enter_escape_and_the_close_box_as_it_should) {
     const PageFacts& facts = GetParam();
-    const bool leaves = std::string(facts.results).find("2:") != std::string::npos;
+    const std::vector<PageResult> results = ResultsOf(facts);
+    const auto leaving = std::find_if(results.begin(), results.end(), [](const PageResult& end) {
+        return end.command == IDCANCEL;
+    });
+    const bool leaves = leaving != results.end();
     Open();
     QTest::keyClick(window_, Qt::Key_Escape);
     if (!leaves) { // nothing has come of it, nor of the close box
         window_->close();
         QTest::keyClick(window_, Qt::Key_Return);
     }
-    const std::string expected = leaves ? "2:" : facts.results;
-    const std::string results = facts.results;
-    EXPECT_EQ(std::to_string(Result()),
-              Split(results.substr(results.find(expected) + expected.find(':') + 1), ' ').front());
+    EXPECT_EQ(leaves ? leaving->result : results.front().result, Result());
 }
 
 INSTANTIATE_TEST_SUITE_P(All, DesktopPage, testing::ValuesIn(Index), NameOfPage);

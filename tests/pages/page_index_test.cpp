@@ -26,13 +26,11 @@ char MarkOf(const ControlView& control) {
 
 void CompareTexts(const PageFacts& facts, const PageView& page) {
     std::size_t known = 0;
-    for (const std::string& fact : Split(facts.texts, ' ')) {
-        const std::size_t equals = fact.find('='), mark = fact.find('!');
-        const int id = std::stoi(fact);
-        const ControlView* control = Find(page, id);
-        ASSERT_TRUE(control) << "no control " << id;
-        EXPECT_EQ(Worded(fact.substr(equals + 1, mark - equals - 1)), control->text) << id;
-        EXPECT_EQ(mark == std::string::npos ? ' ' : fact[mark + 1], MarkOf(*control)) << id;
+    for (const TextFact& fact : TextsOf(facts)) {
+        const ControlView* control = Find(page, fact.control);
+        ASSERT_TRUE(control) << "no control " << fact.control;
+        EXPECT_EQ(Utf8(fact.words.c_str()), control->text) << fact.control;
+        EXPECT_EQ(fact.mark, MarkOf(*control)) << fact.control;
         ++known;
     }
     EXPECT_EQ(known, page.controls.size()) << "the template has other controls too";
@@ -49,8 +47,7 @@ std::string NameOf(const platform::PaintedPicture& painted) {
     return "part of a picture, or none of ours";
 }
 
-// The extra pictures of the page, then the banner.
-std::string PicturesOf(const PageView& page) {
+std::string PicturesOn(const PageView& page) {
     std::string pictures;
     for (const platform::PaintedPicture& painted : page.pictures)
         pictures += NameOf(painted) + "@" + std::to_string(painted.x) + "," +
@@ -60,11 +57,11 @@ std::string PicturesOf(const PageView& page) {
 
 class PageIndex : public IndexedPage {
 protected:
-    INT_PTR Take(const std::string& command) {
+    INT_PTR Take(int command) {
         const PageFacts& facts = GetParam();
         if (*facts.before)
             user_.steps.push_back({facts.dialog, facts.before});
-        user_.steps.push_back({facts.dialog, command});
+        user_.steps.push_back({facts.dialog, std::to_string(command)});
         return facts.show();
     }
 };
@@ -72,16 +69,14 @@ protected:
 TEST_P(PageIndex, shows_its_texts_and_pictures_and_gives_the_results_of_its_commands) {
     const PageFacts& facts = GetParam();
     const int objects = platform::DrawingObjectCount();
-    std::vector<std::string> results = Split(facts.results, ' ');
-    for (const std::string& result : results) {
-        const std::string command = result.substr(0, result.find(':'));
-        EXPECT_EQ(std::stol(result.substr(command.size() + 1)), Take(command)) << command;
-    }
+    const std::vector<PageResult> results = ResultsOf(facts);
+    for (const PageResult& end : results)
+        EXPECT_EQ(end.result, Take(end.command)) << end.command;
     ASSERT_EQ(results.size(), user_.ended.size());
     const PageView& page = Last(facts.dialog);
     CompareTexts(facts, page);
     const std::string extra = facts.pictures;
-    EXPECT_EQ(extra + (extra.empty() ? "" : " ") + "127@10,10 ", PicturesOf(page));
+    EXPECT_EQ(extra + (extra.empty() ? "" : " ") + "127@10,10 ", PicturesOn(page));
     EXPECT_EQ(Utf8(CatalogText(11035)), page.title);
     EXPECT_EQ(objects, platform::DrawingObjectCount()) << "fonts, brushes or pictures are left";
 }
@@ -100,15 +95,13 @@ void Type(const std::string& line) {
 
 TEST_P(PageIndex, gives_its_results_at_the_terminal) {
     const PageFacts& facts = GetParam();
-    for (const std::string& result : Split(facts.results, ' ')) {
-        const std::string command = result.substr(0, result.find(':'));
-        const bool hasButton =
-            (" " + std::string(facts.texts)).find(" " + command + "=") != std::string::npos;
+    for (const PageResult& end : ResultsOf(facts)) {
         if (*facts.before)
             Type(facts.before);
-        Type(hasButton ? command : command == "2" ? "esc" : "");
+        const bool hasButton = HasControl(facts, end.command);
+        Type(hasButton ? std::to_string(end.command) : end.command == IDCANCEL ? "esc" : "");
         platform::UseDisplay(&platform::TerminalDisplay());
-        EXPECT_EQ(std::stol(result.substr(command.size() + 1)), facts.show()) << command;
+        EXPECT_EQ(end.result, facts.show()) << end.command;
     }
 }
 

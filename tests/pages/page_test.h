@@ -2,19 +2,17 @@
 // that plays the user and keeps what was on the screen.
 #pragma once
 
-#include "pages/catalog.h"
 #include "pages/frame.h"
 #include "platform/display.h"
 #include "platform/resources.h"
 #include "platform/text.h"
+#include "tests/pages/page_facts.h"
 #include "tests/support/test_home.h"
-#include "wizard/state.h"
 
 #include <gtest/gtest.h>
 
 #include <stdlib.h>
 
-#include <cstring>
 #include <deque>
 #include <filesystem>
 #include <fstream>
@@ -148,14 +146,7 @@ protected:
         State.Windows.AppInstance = reinterpret_cast<HINSTANCE>(std::uintptr_t{0x400000});
         LoadMessageCatalog();
         platform::UseDisplay(&user_);
-        std::strcpy(State.Handheld.DeviceModel, "TOLKP1000");
-        std::strcpy(State.Handheld.DeviceVersionText, "1.87");
-        std::strcpy(State.Places.LanguageFolder, "French");
-        std::strcpy(State.Image.ImageModel, "TOLKP2000");
-        std::strcpy(State.Image.ImageVersionText, "2.01");
-        std::strcpy(State.Image.ImageLanguageName, "Japanese");
-        State.Run.SerialLinkSelected = true;
-        State.Run.RunEnded = false;
+        FillState();
     }
 
     void TearDown() override {
