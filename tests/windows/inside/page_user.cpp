@@ -1,0 +1,255 @@
+// The user of a Windows program with pages: starts it, tells what is on the screen, and does what
+// it is told with mouse and keyboard.
+//
+//   page-user PROGRAM      in the working directory that the program is to have
+//
+// It speaks as the wizard's own terminal does, so that one test can lead either: "== 158 ==" when a
+// page has come up, its texts, "-- 158 --" when it has gone, "== save ==" and "== open ==" for the
+// file dialogs. A line of input is the number of a control to click, "" for Enter, "esc" for
+// Escape, or a path for a file dialog. "window TITLE" waits for a window of any program, "kill"
+// ends the program as a task manager does. It ends with the program, and with its exit code.
+
+#include <windows.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <deque>
+#include <iostream>
+#include <iterator>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr DWORD PollMilliseconds = 10;
+constexpr int Tries = 6000; // of a wait for something on the screen: a minute
+
+// Dialogs do not tell the number of their template; a control that no other page has does.
+struct Mark {
+    int page, control;
+};
+constexpr Mark Marks[] = {
+    {102, 1131}, {103, 1038}, {105, 1040}, {109, 1064}, {114, 1039}, {121, 1044}, {122, 1072},
+    {123, 1055}, {124, 1048}, {125, 1041}, {130, 1128}, {132, 1087}, {138, 1091}, {139, 1093},
+    {140, 1095}, {141, 1097}, {142, 1099}, {143, 1105}, {144, 1106}, {145, 1108}, {146, 1110},
+    {147, 1113}, {151, 1116}, {152, 1122}, {158, 1152}, {160, 1088}, {161, 1045}, {165, 1172},
+    {166, 1176}, {167, 1193}, {153, 1127}, // which the last page has too
+};
+
+std::string NameOf(HWND dialog) {
+    char label[32] = "";
+    GetDlgItemTextA(dialog, IDOK, label, sizeof(label));
+    const std::string button(label);
+    if (button == "&Save" || button == "&Open") // of a common file dialog; here they are English
+        return button == "&Save" ? "save" : "open";
+    const auto mark = std::ranges::find_if(
+        Marks, [dialog](const Mark& one) { return GetDlgItem(dialog, one.control) != nullptr; });
+    return mark == std::end(Marks) ? "?" : std::to_string(mark->page);
+}
+
+struct Shown {
+    HWND window;
+    std::string name;
+};
+
+DWORD program = 0;           // whose dialogs are looked at
+std::vector<Shown> standing; // the newest last
+
+bool IsOnScreen(HWND dialog) {
+    RECT place = {};
+    return IsWindowVisible(dialog) && GetWindowRect(dialog, &place) && place.right > place.left;
+}
+
+BOOL CALLBACK CollectDialog(HWND window, LPARAM list) {
+    DWORD owner = 0;
+    GetWindowThreadProcessId(window, &owner);
+    char name[16] = "";
+    GetClassNameA(window, name, sizeof(name));
+    if (owner == program && std::string(name) == "#32770" && IsOnScreen(window))
+        reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
+    return TRUE;
+}
+
+std::string TextOf(HWND window) {
+    wchar_t text[1024] = L"";
+    GetWindowTextW(window, text, static_cast<int>(std::size(text)));
+    char bytes[3 * std::size(text)] = "";
+    WideCharToMultiByte(CP_UTF8, 0, text, -1, bytes, sizeof(bytes), nullptr, nullptr);
+    return bytes;
+}
+
+BOOL CALLBACK TellControl(HWND control, LPARAM) {
+    if (IsWindowVisible(control))
+        std::printf("[%d]%s %s\n", GetDlgCtrlID(control), IsWindowEnabled(control) ? "" : "-",
+                    TextOf(control).c_str());
+    return TRUE;
+}
+
+void Open(HWND dialog) {
+    standing.push_back({dialog, NameOf(dialog)});
+    std::printf("== %s ==  %s\n", standing.back().name.c_str(), TextOf(dialog).c_str());
+    EnumChildWindows(dialog, TellControl, 0);
+}
+
+void LookAtScreen() {
+    std::vector<HWND> dialogs;
+    EnumWindows(CollectDialog, reinterpret_cast<LPARAM>(&dialogs));
+    std::erase_if(standing, [&](const Shown& shown) {
+        const bool gone = std::ranges::find(dialogs, shown.window) == dialogs.end();
+        if (gone)
+            std::printf("-- %s --\n", shown.name.c_str());
+        return gone;
+    });
+    for (const HWND dialog : dialogs) {
+        if (std::ranges::find(standing, dialog, &Shown::window) == standing.end())
+            Open(dialog);
+    }
+}
+
+void Send(const std::vector<INPUT>& inputs) {
+    SendInput(static_cast<UINT>(inputs.size()), const_cast<INPUT*>(inputs.data()), sizeof(INPUT));
+}
+
+INPUT Key(WORD key, WORD character, DWORD flags) {
+    INPUT input = {};
+    input.type = INPUT_KEYBOARD;
+    input.ki.wVk = key;
+    input.ki.wScan = character;
+    input.ki.dwFlags = flags;
+    return input;
+}
+
+void Press(WORD key) { Send({Key(key, 0, 0), Key(key, 0, KEYEVENTF_KEYUP)}); }
+
+void Type(const std::string& text) {
+    for (const char character : text) {
+        const auto unit = static_cast<WORD>(static_cast<unsigned char>(character));
+        Send({Key(0, unit, KEYEVENTF_UNICODE), Key(0, unit, KEYEVENTF_UNICODE | KEYEVENTF_KEYUP)});
+    }
+}
+
+// What a click comes to once the system has found the control below the mouse. The mouse itself
+// is the X server's, and arrives where it is moved to in its own time.
+void Click(HWND control) {
+    RECT inside = {};
+    GetClientRect(control, &inside);
+    const LPARAM place = MAKELPARAM(inside.right / 2, inside.bottom / 2);
+    PostMessageA(control, WM_LBUTTONDOWN, MK_LBUTTON, place);
+    PostMessageA(control, WM_LBUTTONUP, 0, place);
+}
+
+// What is to be done, and tried anew until it can be.
+class Order {
+public:
+    explicit Order(std::string line) : line_(std::move(line)) {}
+
+    bool TryOnce() {
+        if (line_.starts_with("window "))
+            return FindWindowA(nullptr, line_.c_str() + 7) != nullptr;
+        if (line_ == "kill")
+            return Kill();
+        if (standing.empty() || GetForegroundWindow() != standing.back().window)
+            return false;
+        return Do(standing.back());
+    }
+    void GiveUpAfterTries() {
+        if (++tries_ > Tries) {
+            std::printf("page-user: in vain: %s\n", line_.c_str());
+            std::exit(3);
+        }
+    }
+
+private:
+    static bool Kill() {
+        const HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, program);
+        return TerminateProcess(process, 9) && CloseHandle(process);
+    }
+    bool Do(const Shown& page) const {
+        if (line_.empty())
+            Press(VK_RETURN);
+        else if (line_ == "esc")
+            Press(VK_ESCAPE);
+        else if (page.name == "save" || page.name == "open")
+            Type(line_), Press(VK_RETURN);
+        else
+            return ClickControl(page.window);
+        return true;
+    }
+    bool ClickControl(HWND page) const {
+        const HWND control = GetDlgItem(page, std::atoi(line_.c_str()));
+        if (!control || !IsWindowEnabled(control) || !IsWindowVisible(control))
+            return false;
+        Click(control);
+        return true;
+    }
+
+    std::string line_;
+    int tries_ = 0;
+};
+
+std::mutex inputLock;
+std::deque<std::string> input;
+
+void ReadInput() {
+    for (std::string line; std::getline(std::cin, line);) {
+        if (line.ends_with('\r'))
+            line.pop_back();
+        const std::lock_guard guard(inputLock);
+        input.push_back(line);
+    }
+}
+
+std::optional<Order> NextOrder() {
+    const std::lock_guard guard(inputLock);
+    if (input.empty())
+        return std::nullopt;
+    Order order(input.front());
+    input.pop_front();
+    return order;
+}
+
+HANDLE Start(const char* path) {
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessA(path, nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                        &process)) {
+        std::fprintf(stderr, "page-user: %s: error %lu\n", path, GetLastError());
+        std::exit(2);
+    }
+    CloseHandle(process.hThread);
+    program = process.dwProcessId;
+    return process.hProcess;
+}
+
+} // namespace
+
+int main(int count, char** words) {
+    std::setvbuf(stdout, nullptr, _IONBF, 0); // every line at once
+    if (count != 2) {
+        std::fputs("usage: page-user PROGRAM\n", stderr);
+        return 2;
+    }
+    const HANDLE process = Start(words[1]);
+    std::thread(ReadInput).detach();
+    std::optional<Order> order;
+    while (WaitForSingleObject(process, PollMilliseconds) == WAIT_TIMEOUT) {
+        LookAtScreen();
+        if (!order)
+            order = NextOrder();
+        if (order && order->TryOnce())
+            order.reset();
+        else if (order)
+            order->GiveUpAfterTries();
+    }
+    LookAtScreen(); // the last page has gone
+    DWORD code = 0;
+    GetExitCodeProcess(process, &code);
+    std::printf("ended with %lu\n", code);
+    std::exit(static_cast<int>(code)); // the reader still waits for a line
+}

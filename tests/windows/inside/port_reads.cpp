@@ -1,0 +1,78 @@
+// Reads of a serial port as Windows documents them, for a program under Wine.
+//
+// With an interval of MAXDWORD and no total time (COMMTIMEOUTS) a read returns at once with what
+// has come, "even if no bytes have been received". Wine 8 lets such a read wait for its first byte
+// instead, so the end of a burst would never be seen. The library that holds this file takes the
+// place of ReadFile in the program that loads it, and answers the reads that find nothing.
+
+#include "tests/windows/inside/loopback.h"
+
+#include <cstring>
+
+namespace {
+
+bool ReturnsAtOnce(HANDLE port) {
+    COMMTIMEOUTS times = {};
+    return GetFileType(port) == FILE_TYPE_CHAR && GetCommTimeouts(port, &times) &&
+           times.ReadIntervalTimeout == MAXDWORD && times.ReadTotalTimeoutMultiplier == 0 &&
+           times.ReadTotalTimeoutConstant == 0;
+}
+
+bool IsEmpty(HANDLE port) {
+    DWORD errors = 0;
+    COMSTAT state = {};
+    return ClearCommError(port, &errors, &state) && state.cbInQue == 0;
+}
+
+BOOL WINAPI ReadPort(HANDLE file, LPVOID buffer, DWORD count, LPDWORD done,
+                     LPOVERLAPPED overlapped) {
+    if (!overlapped || !ReturnsAtOnce(file) || !IsEmpty(file))
+        return ReadFile(file, buffer, count, done, overlapped);
+    overlapped->Internal = overlapped->InternalHigh = 0;
+    if (done)
+        *done = 0;
+    if (overlapped->hEvent)
+        SetEvent(overlapped->hEvent);
+    return TRUE;
+}
+
+template <class Type>
+Type* At(std::uint64_t offset) {
+    return reinterpret_cast<Type*>(reinterpret_cast<std::uint8_t*>(GetModuleHandleA(nullptr)) +
+                                   offset);
+}
+
+const IMAGE_IMPORT_DESCRIPTOR* FirstImport() {
+    const auto* header = At<IMAGE_NT_HEADERS>(At<IMAGE_DOS_HEADER>(0)->e_lfanew);
+    return At<IMAGE_IMPORT_DESCRIPTOR>(
+        header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
+}
+
+void Replace(IMAGE_THUNK_DATA* place, void* function) {
+    DWORD protection = 0;
+    VirtualProtect(place, sizeof(*place), PAGE_READWRITE, &protection);
+    place->u1.Function = reinterpret_cast<std::uintptr_t>(function);
+    VirtualProtect(place, sizeof(*place), protection, &protection);
+}
+
+// The program's table of imports: names on one side, addresses on the other.
+void TakeReads() {
+    for (const auto* library = FirstImport(); library->Name; ++library) {
+        const auto* name = At<IMAGE_THUNK_DATA>(library->OriginalFirstThunk);
+        auto* address = At<IMAGE_THUNK_DATA>(library->FirstThunk);
+        for (; name->u1.AddressOfData; ++name, ++address) {
+            if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) &&
+                std::strcmp(At<IMAGE_IMPORT_BY_NAME>(name->u1.AddressOfData)->Name, "ReadFile") ==
+                    0)
+                Replace(address, reinterpret_cast<void*>(ReadPort));
+        }
+    }
+}
+
+} // namespace
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+    if (reason == DLL_PROCESS_ATTACH)
+        TakeReads();
+    return TRUE;
+}

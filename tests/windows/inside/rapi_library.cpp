@@ -1,0 +1,359 @@
+// The rapi.dll of the tests: the published calls, carried to the simulated handheld.
+//
+// It speaks the frames of rapi_wire.h to the connection manager of this folder, over 127.0.0.1, as
+// Wine has no local sockets. All that the wizard uses is here, with the published signatures and
+// records; outputs that it hands in no room for are left out.
+
+#include "tests/windows/inside/loopback.h"
+// Behind the header of Windows, whose macros rename half of the operations, here as there.
+#include "platform/include/rapi_wire.h"
+
+#include <algorithm>
+#include <mutex>
+#include <optional>
+
+#define EXPORT extern "C" __declspec(dllexport)
+
+namespace {
+
+using rapi_wire::Operation;
+using rapi_wire::Reader;
+using rapi_wire::Writer;
+
+struct InitRecord { // RAPIINIT
+    DWORD size;
+    HANDLE event;
+    HRESULT result;
+};
+
+struct FoundRecord { // CE_FIND_DATA
+    DWORD attributes;
+    FILETIME created, accessed, written;
+    DWORD sizeHigh, sizeLow;
+    DWORD objectId;
+    WCHAR name[MAX_PATH];
+};
+
+constexpr std::uint32_t NoHandle = 0xFFFFFFFF;
+constexpr DWORD RetryMilliseconds = 100;
+constexpr DWORD FirstAttemptMilliseconds = 2000; // as long an open waits for a quick answer
+constexpr DWORD LargestPiece = 0x80000;
+
+std::mutex connectionLock; // of the next three
+loopback::Socket connection;
+bool isLost = false;
+SOCKET greeting = INVALID_SOCKET; // a connection whose handheld has not answered yet
+HANDLE connected = nullptr, stop = nullptr, connector = nullptr;
+
+std::optional<Reader> Exchange(const loopback::Socket& socket, const Writer& request) {
+    const std::vector<std::uint8_t> frame = request.Frame();
+    std::uint8_t length[4];
+    if (!socket.Send(frame.data(), frame.size()) || !socket.Receive(length, sizeof(length)))
+        return std::nullopt;
+    const std::uint32_t size = Reader({length, length + sizeof(length)}).Number();
+    std::vector<std::uint8_t> answer(std::min(size, rapi_wire::MaximumFrame));
+    if (size > rapi_wire::MaximumFrame || !socket.Receive(answer.data(), answer.size()))
+        return std::nullopt;
+    return Reader(std::move(answer));
+}
+
+Writer Request(Operation operation) {
+    return Writer().Number(static_cast<std::uint32_t>(operation));
+}
+
+void SetGreeting(SOCKET socket) {
+    const std::lock_guard guard(connectionLock);
+    greeting = socket;
+}
+
+// A handheld that is not in its normal mode may leave the greeting unanswered until it is ended.
+bool Connect() {
+    loopback::Socket socket = loopback::Connect(loopback::ManagerPort());
+    SetGreeting(socket.Get());
+    auto answer = Exchange(socket, Request(Operation::Hello));
+    SetGreeting(INVALID_SOCKET);
+    if (!answer || (answer->Number(), answer->Number()) != 1)
+        return false;
+    const std::lock_guard guard(connectionLock);
+    connection = std::move(socket);
+    isLost = false;
+    SetEvent(connected);
+    return true;
+}
+
+DWORD WINAPI KeepConnecting(void*) {
+    while (!Connect() && WaitForSingleObject(stop, RetryMilliseconds) == WAIT_TIMEOUT) {
+    }
+    return 0;
+}
+
+// The request's result, and what comes behind it; nothing where no handheld answers.
+struct Answer {
+    std::uint32_t result;
+    Reader outputs;
+};
+
+std::optional<Answer> Ask(const Writer& request) {
+    const std::lock_guard guard(connectionLock);
+    auto outputs = connection.IsOpen() ? Exchange(connection, request) : std::nullopt;
+    if (outputs) {
+        outputs->Number(); // the device's last error: nobody asks for it
+        const std::uint32_t result = outputs->Number();
+        if (outputs->Good())
+            return Answer{result, std::move(*outputs)};
+    }
+    isLost = isLost || connection.IsOpen();
+    connection = {};
+    return std::nullopt;
+}
+
+BOOL AskWhether(const Writer& request) {
+    const auto answer = Ask(request);
+    return answer && answer->result != 0;
+}
+
+LONG AskRegistry(const Writer& request, std::optional<Answer>* whole = nullptr) {
+    auto answer = Ask(request);
+    const LONG result = answer ? static_cast<LONG>(answer->result) : ERROR_NOT_CONNECTED;
+    if (whole)
+        *whole = std::move(answer);
+    return result;
+}
+
+std::u16string_view Text(LPCWSTR text) {
+    return text ? std::u16string_view(reinterpret_cast<const char16_t*>(text)) : u"";
+}
+std::uint32_t Number(const void* handle) {
+    return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(handle));
+}
+// Numbers of handles fill up with the sign, so that -1 stays -1.
+template <class Handle>
+Handle HandleOf(std::uint32_t number) {
+    return reinterpret_cast<Handle>(static_cast<LONG_PTR>(static_cast<LONG>(number)));
+}
+
+void TakeFound(Reader& outputs, FoundRecord* found) {
+    *found = {};
+    found->attributes = outputs.Number();
+    const std::u16string name = outputs.Text();
+    std::copy_n(name.begin(), std::min<std::size_t>(name.size(), MAX_PATH - 1), found->name);
+}
+
+// Data into the caller's room; false where it does not fit.
+bool TakeData(Reader& outputs, void* room, DWORD* size) {
+    const std::vector<std::uint8_t> data = outputs.Data();
+    if (data.size() > *size)
+        return false;
+    *size = static_cast<DWORD>(data.size());
+    std::copy(data.begin(), data.end(), static_cast<std::uint8_t*>(room));
+    return true;
+}
+
+} // namespace
+
+EXPORT HRESULT WINAPI CeRapiInitEx(InitRecord* record) {
+    if (!record || record->size != sizeof(InitRecord))
+        return E_INVALIDARG;
+    if (!connector) {
+        connected = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        connector = CreateThread(nullptr, 0, KeepConnecting, nullptr, 0, nullptr);
+        if (loopback::ManagerPort() != 0)
+            WaitForSingleObject(connected, FirstAttemptMilliseconds);
+    }
+    record->event = connected;
+    record->result = S_OK;
+    return S_OK;
+}
+
+EXPORT HRESULT WINAPI CeRapiUninit() {
+    if (!connector)
+        return S_OK;
+    SetEvent(stop);
+    do { // an attempt may just have begun
+        const std::lock_guard guard(connectionLock);
+        shutdown(greeting, SD_BOTH);
+    } while (WaitForSingleObject(connector, RetryMilliseconds) == WAIT_TIMEOUT);
+    for (HANDLE* handle : {&connector, &stop, &connected})
+        CloseHandle(std::exchange(*handle, nullptr));
+    const std::lock_guard guard(connectionLock);
+    connection = {};
+    return S_OK;
+}
+
+EXPORT HRESULT WINAPI CeRapiGetError() {
+    const std::lock_guard guard(connectionLock);
+    return isLost ? HRESULT_FROM_WIN32(ERROR_CONNECTION_ABORTED) : S_OK;
+}
+
+EXPORT BOOL WINAPI CeCreateProcess(LPCWSTR program, LPCWSTR commandLine, LPSECURITY_ATTRIBUTES,
+                                   LPSECURITY_ATTRIBUTES, BOOL, DWORD, LPVOID, LPWSTR,
+                                   LPSTARTUPINFOW, LPPROCESS_INFORMATION process) {
+    if (process)
+        *process = {};
+    return AskWhether(
+        Request(Operation::CreateProcess).Text(Text(program)).Text(Text(commandLine)));
+}
+
+EXPORT HANDLE WINAPI CeCreateFile(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES,
+                                  DWORD disposition, DWORD attributes, HANDLE) {
+    const auto answer = Ask(Request(Operation::CreateFile)
+                                .Text(Text(path))
+                                .Number(access)
+                                .Number(share)
+                                .Number(disposition)
+                                .Number(attributes));
+    return HandleOf<HANDLE>(answer ? answer->result : NoHandle);
+}
+
+EXPORT BOOL WINAPI CeReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD done, LPOVERLAPPED) {
+    for (*done = 0; *done < count;) {
+        const DWORD wanted = std::min(count - *done, LargestPiece);
+        auto answer = Ask(Request(Operation::ReadFile).Number(Number(file)).Number(wanted));
+        DWORD read = wanted;
+        if (!answer || answer->result == 0 ||
+            !TakeData(answer->outputs, static_cast<std::uint8_t*>(buffer) + *done, &read))
+            return FALSE;
+        *done += read;
+        if (read < wanted)
+            break;
+    }
+    return TRUE;
+}
+
+EXPORT BOOL WINAPI CeWriteFile(HANDLE file, LPCVOID data, DWORD count, LPDWORD done, LPOVERLAPPED) {
+    *done = 0;
+    do {
+        const DWORD wanted = std::min(count - *done, LargestPiece);
+        auto answer = Ask(Request(Operation::WriteFile)
+                              .Number(Number(file))
+                              .Data(static_cast<const std::uint8_t*>(data) + *done, wanted));
+        if (!answer || answer->result == 0)
+            return FALSE;
+        const DWORD written = answer->outputs.Number();
+        *done += written;
+        if (written < wanted)
+            break;
+    } while (*done < count);
+    return TRUE;
+}
+
+EXPORT DWORD WINAPI CeGetFileSize(HANDLE file, LPDWORD) {
+    const auto answer = Ask(Request(Operation::GetFileSize).Number(Number(file)));
+    return answer ? answer->result : INVALID_FILE_SIZE;
+}
+
+EXPORT BOOL WINAPI CeCloseHandle(HANDLE file) {
+    return AskWhether(Request(Operation::CloseHandle).Number(Number(file)));
+}
+
+EXPORT BOOL WINAPI CeDeleteFile(LPCWSTR path) {
+    return AskWhether(Request(Operation::DeleteFile).Text(Text(path)));
+}
+
+EXPORT BOOL WINAPI CeMoveFile(LPCWSTR from, LPCWSTR to) {
+    return AskWhether(Request(Operation::MoveFile).Text(Text(from)).Text(Text(to)));
+}
+
+EXPORT BOOL WINAPI CeCopyFile(LPCWSTR from, LPCWSTR to, BOOL failIfExists) {
+    return AskWhether(
+        Request(Operation::CopyFile).Text(Text(from)).Text(Text(to)).Number(failIfExists != 0));
+}
+
+EXPORT BOOL WINAPI CeCreateDirectory(LPCWSTR path, LPSECURITY_ATTRIBUTES) {
+    return AskWhether(Request(Operation::CreateDirectory).Text(Text(path)));
+}
+
+EXPORT BOOL WINAPI CeRemoveDirectory(LPCWSTR path) {
+    return AskWhether(Request(Operation::RemoveDirectory).Text(Text(path)));
+}
+
+EXPORT HANDLE WINAPI CeFindFirstFile(LPCWSTR pattern, FoundRecord* found) {
+    auto answer = Ask(Request(Operation::FindFirstFile).Text(Text(pattern)));
+    if (answer && answer->result != NoHandle)
+        TakeFound(answer->outputs, found);
+    return HandleOf<HANDLE>(answer ? answer->result : NoHandle);
+}
+
+EXPORT BOOL WINAPI CeFindNextFile(HANDLE search, FoundRecord* found) {
+    auto answer = Ask(Request(Operation::FindNextFile).Number(Number(search)));
+    if (!answer || answer->result == 0)
+        return FALSE;
+    TakeFound(answer->outputs, found);
+    return TRUE;
+}
+
+EXPORT BOOL WINAPI CeFindClose(HANDLE search) {
+    return AskWhether(Request(Operation::FindClose).Number(Number(search)));
+}
+
+EXPORT LONG WINAPI CeRegOpenKeyEx(HKEY root, LPCWSTR key, DWORD, REGSAM access, PHKEY opened) {
+    std::optional<Answer> answer;
+    const LONG result = AskRegistry(
+        Request(Operation::RegOpenKey).Number(Number(root)).Text(Text(key)).Number(access),
+        &answer);
+    if (result == ERROR_SUCCESS)
+        *opened = HandleOf<HKEY>(answer->outputs.Number());
+    return result;
+}
+
+EXPORT LONG WINAPI CeRegCreateKeyEx(HKEY root, LPCWSTR key, DWORD, LPWSTR, DWORD, REGSAM,
+                                    LPSECURITY_ATTRIBUTES, PHKEY opened, LPDWORD disposition) {
+    std::optional<Answer> answer;
+    const LONG result =
+        AskRegistry(Request(Operation::RegCreateKey).Number(Number(root)).Text(Text(key)), &answer);
+    if (result == ERROR_SUCCESS) {
+        *opened = HandleOf<HKEY>(answer->outputs.Number());
+        const DWORD made = answer->outputs.Number();
+        if (disposition)
+            *disposition = made;
+    }
+    return result;
+}
+
+EXPORT LONG WINAPI CeRegQueryValueEx(HKEY key, LPCWSTR name, LPDWORD, LPDWORD type, LPBYTE data,
+                                     LPDWORD size) {
+    std::optional<Answer> answer;
+    const LONG result = AskRegistry(
+        Request(Operation::RegQueryValue).Number(Number(key)).Text(Text(name)).Number(*size),
+        &answer);
+    if (result != ERROR_SUCCESS)
+        return result;
+    const DWORD stored = answer->outputs.Number();
+    if (type)
+        *type = stored;
+    return TakeData(answer->outputs, data, size) ? ERROR_SUCCESS : ERROR_MORE_DATA;
+}
+
+EXPORT LONG WINAPI CeRegSetValueEx(HKEY key, LPCWSTR name, DWORD, DWORD type, const BYTE* data,
+                                   DWORD size) {
+    return AskRegistry(Request(Operation::RegSetValue)
+                           .Number(Number(key))
+                           .Text(Text(name))
+                           .Number(type)
+                           .Data(data, size));
+}
+
+EXPORT LONG WINAPI CeRegCloseKey(HKEY key) {
+    return AskRegistry(Request(Operation::RegCloseKey).Number(Number(key)));
+}
+
+EXPORT LONG WINAPI CeRegDeleteKey(HKEY root, LPCWSTR key) {
+    return AskRegistry(Request(Operation::RegDeleteKey).Number(Number(root)).Text(Text(key)));
+}
+
+// SYSTEM_POWER_STATUS_EX, 24 bytes.
+EXPORT BOOL WINAPI CeGetSystemPowerStatusEx(void* status, BOOL) {
+    auto answer = Ask(Request(Operation::GetSystemPowerStatus));
+    DWORD size = 24;
+    return answer && answer->result != 0 && TakeData(answer->outputs, status, &size) && size == 24;
+}
+
+EXPORT HRESULT WINAPI CeRapiInvoke(LPCWSTR library, LPCWSTR function, DWORD size, BYTE* input,
+                                   DWORD* outputSize, BYTE** output, void**, DWORD) {
+    *outputSize = 0;
+    *output = nullptr;
+    const auto answer =
+        Ask(Request(Operation::Invoke).Text(Text(library)).Text(Text(function)).Data(input, size));
+    return answer ? static_cast<HRESULT>(answer->result) : E_FAIL;
+}

@@ -1,0 +1,210 @@
+// Whole runs of the Windows program against the simulated handheld, in the time that they take.
+// label: windows
+
+#include "tests/windows/wine.h"
+
+#include "tests/support/image_file.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using namespace test_support;
+using namespace test_support::pages;
+
+// Radio buttons of ConnectionTypePage.
+constexpr char Usb[] = "1150";
+constexpr char Serial[] = "1151";
+
+constexpr char Record[] = "HKCU\\Software\\FlashUtility";
+
+// What the user does, page by page.
+struct Doing {
+    int page;
+    const char* input;
+};
+
+class Windows : public testing::Test {
+protected:
+    void SetUp() override {
+        if (WindowsFolder().empty())
+            GTEST_SKIP() << "no Windows here: scripts/test-windows-program brings it";
+    }
+
+    // Puts a handheld into the cradle of a PC.
+    void Connect(const CradleOptions& options = {}) {
+        image_ = home_.AddLanguageFolder();
+        Insert(options);
+        pc_ = std::make_unique<WindowsPc>(home_);
+    }
+    void Insert(CradleOptions options) {
+        options.withManager = false;
+        cradle_ = std::make_unique<Cradle>(home_, options);
+    }
+    std::string Flash() const { return ReadBytes(home_.Device() / "flash.bin"); }
+
+    static void Do(WindowsRun& wizard, const std::vector<Doing>& doings) {
+        for (const auto& [page, input] : doings)
+            wizard.Answer(page, input);
+    }
+
+    // From the start to the choice of the action.
+    static void GoToActionChoice(WindowsRun& wizard, const char* link = Serial) {
+        Do(wizard, {{UpgradeNoticePage, "1181"},
+                    {WelcomePage, "1"},
+                    {HostChecklistPage, "1"},
+                    {DeviceChecklistPage, ""}});
+        ChooseLink(wizard, link);
+    }
+    static void ChooseLink(WindowsRun& wizard, const char* link) {
+        wizard.Answer(ConnectionTypePage, link);
+        wizard.Send("1");
+        wizard.ExpectPage(ActionChoicePage);
+    }
+
+    static void Upgrade(WindowsRun& wizard) {
+        GoToActionChoice(wizard);
+        wizard.Send("1035");
+        Do(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
+    }
+
+    // Each piece takes a second at least.
+    void AwaitTransfer() {
+        const auto tells = [](const std::string& line) {
+            return line.find(": piece") != std::string::npos ||
+                   line.find(": complete") != std::string::npos;
+        };
+        while (cradle_->Handheld().ExpectLine(tells, "of the transfer").find(": complete") ==
+               std::string::npos) {
+        }
+    }
+
+    // The wizard brings ActiveSync back before its last page.
+    static void Finish(WindowsRun& wizard) {
+        wizard.Answer(UpgradeDonePage, "1181");
+        wizard.ExpectPage(FinishPage);
+        wizard.Send("window DccMan");
+        wizard.Send("1134"); // no readme
+        wizard.Send("1");
+        EXPECT_EQ(0, wizard.Wait()) << wizard.User().Transcript();
+    }
+
+    // A file of the host as Windows names it.
+    static std::string WindowsPath(const std::filesystem::path& path) {
+        std::string name = "Z:" + path.string();
+        std::ranges::replace(name, '/', '\\');
+        return name;
+    }
+
+    // An upgrade that dies on the way, after so many bytes.
+    void BreakOff(const std::string& bytes, int page) {
+        Connect({.run = {"--dies-at", bytes}});
+        pc_->StartActiveSync();
+        WindowsRun wizard(*pc_);
+        Upgrade(wizard);
+        wizard.Answer(page, "2");
+        EXPECT_EQ(0, wizard.Wait());
+    }
+    void ExpectUpgraded() {
+        EXPECT_TRUE(cradle_->FlashEquals(image_));
+        EXPECT_EQ("", cradle_->Refused());
+        EXPECT_FALSE(pc_->HasRegistryKey(Record));
+    }
+
+    TestHome home_;
+    std::filesystem::path image_;
+    std::unique_ptr<Cradle> cradle_;
+    std::unique_ptr<WindowsPc> pc_;
+};
+
+// Another handheld of the kind takes the backup, so that all of its flash has to change.
+TEST_F(Windows, a_backup_is_saved_and_restored) {
+    Connect({.flashMegabytes = 16});
+    const std::string flash = Flash();
+    const auto saved = home_.Path("saved.nbf");
+    pc_->StartActiveSync();
+    {
+        WindowsRun wizard(*pc_);
+        GoToActionChoice(wizard);
+        wizard.Send("1035");
+        Do(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1030"}});
+        wizard.User().ExpectLine("== save ==");
+        wizard.Send(WindowsPath(saved));
+        wizard.Answer(UpgradeReadyPage, "2");
+        EXPECT_EQ(0, wizard.Wait());
+    }
+    cradle_.reset();
+    std::filesystem::remove_all(home_.Device());
+    Insert({.version = "1.14", .flashMegabytes = 16});
+    EXPECT_FALSE(cradle_->FlashEquals(saved));
+    WindowsRun wizard(*pc_);
+    GoToActionChoice(wizard);
+    wizard.Send("1036");
+    wizard.User().ExpectLine("== open ==");
+    wizard.Send(WindowsPath(saved));
+    Do(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
+    AwaitTransfer();
+    Finish(wizard);
+    EXPECT_TRUE(cradle_->FlashEquals(saved));
+    EXPECT_EQ("", cradle_->Refused());
+    cradle_->Reset();
+    EXPECT_EQ("1.10.00", cradle_->StatusOf("version"));
+    EXPECT_TRUE(Flash() == flash);
+}
+
+TEST_F(Windows, an_upgrade_over_the_serial_link) {
+    Connect();
+    pc_->StartActiveSync();
+    WindowsRun wizard(*pc_);
+    Upgrade(wizard);
+    Finish(wizard);
+    ExpectUpgraded();
+}
+
+TEST_F(Windows, a_transfer_that_broke_off_is_resumed_by_another) {
+    BreakOff("300000", UpgradeErrorPage);
+    EXPECT_TRUE(pc_->HasRegistryValue(Record, "Flash"));
+    EXPECT_FALSE(pc_->HasRegistryValue(Record, "Critical"));
+    cradle_->Reset();
+    WindowsRun wizard(*pc_);
+    Finish(wizard);
+    ExpectUpgraded();
+}
+
+TEST_F(Windows, one_that_broke_off_in_the_held_back_block_is_resumed_by_the_bootloader) {
+    BreakOff("560000", CommunicationErrorPage);
+    EXPECT_TRUE(pc_->HasRegistryValue(Record, "Critical"));
+    cradle_->Reset(true);
+    WindowsRun wizard(*pc_);
+    Finish(wizard);
+    ExpectUpgraded();
+}
+
+// Neither with a port that is not there nor with one whose requests fail can there be a transfer,
+// and each ends on its page with the record of it kept.
+TEST_F(Windows, without_the_usb_driver_the_run_ends_on_the_page_for_what_is_wrong) {
+    Connect();
+    for (const int page : {PortErrorPage, UpgradeErrorPage}) {
+        pc_->StartActiveSync();
+        WindowsRun wizard(*pc_);
+        if (page == PortErrorPage)
+            GoToActionChoice(wizard, Usb);
+        else
+            ChooseLink(wizard, Usb); // a record is there, and so is the handheld
+        wizard.Send("1035");
+        Do(wizard, {{VersionConfirmPage, "1"},
+                    {BackupChoicePage, "1"},
+                    {UpgradeReadyPage, "1"},
+                    {page, "2"}});
+        EXPECT_EQ(0, wizard.Wait());
+        EXPECT_TRUE(pc_->HasRegistryValue(Record, "Flash"));
+        EXPECT_FALSE(pc_->HasRegistryValue(Record, "Critical"));
+        cradle_->Reset();
+        if (page == PortErrorPage)
+            pc_->AddDriverlessUsbPort();
+    }
+}
+
+} // namespace

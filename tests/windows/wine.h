@@ -1,0 +1,66 @@
+// A PC with Windows, as Wine makes it: a prefix of its own, with the handheld's cable as its COM1.
+#pragma once
+
+#include "tests/support/cradle.h"
+#include "tests/support/wizard_run.h"
+#include "tests/support/x_desktop.h"
+
+#include <filesystem>
+
+namespace test_support {
+
+// Where scripts/test-windows-program has laid out what these tests need; empty without it.
+std::string WindowsFolder();
+
+class WindowsPc {
+public:
+    // The prefix lies in the home. Its server takes the ports as they are when it starts, so the
+    // handheld has to be in its cradle already.
+    explicit WindowsPc(const TestHome& home);
+    ~WindowsPc(); // ends everything that runs there
+    WindowsPc(const WindowsPc&) = delete;
+    WindowsPc& operator=(const WindowsPc&) = delete;
+
+    // A program of Windows, by its path on the host; `added` comes to the environment.
+    std::unique_ptr<ChildProcess> Start(const std::vector<std::string>& command,
+                                        const Environment& added = {}) const;
+    // One that is part of Windows, run to its end: its exit code.
+    int Run(const std::vector<std::string>& command) const;
+    // Starts ActiveSync, as a PC has it before the wizard comes, and waits for it.
+    void StartActiveSync();
+
+    // The USB port opens, but it has no driver behind it: its requests fail, as on a lost device.
+    void AddDriverlessUsbPort() const;
+
+    bool HasRegistryKey(const std::string& key) const;
+    bool HasRegistryValue(const std::string& key, const std::string& name) const;
+
+private:
+    void CopyPrefix() const;
+    Environment Variables() const;
+
+    const TestHome& home_;
+    XDesktop desktop_;
+    std::unique_ptr<ChildProcess> bridge_, activeSync_;
+    std::string cradlePort_; // of 127.0.0.1, leads to the handheld's RAPI
+};
+
+// The wizard as Windows runs it, led as by WizardRun.
+class WindowsRun {
+public:
+    explicit WindowsRun(const WindowsPc& pc);
+
+    // The next page that stays until the user leaves it must be that one. Those that end by
+    // themselves may have gone before anybody saw them, and are passed over.
+    void ExpectPage(int page);
+    void Send(const std::string& line) { user_->Send(line); }
+    void Answer(int page, const std::string& line);
+    ChildProcess& User() { return *user_; }
+    // The exit code of the wizard.
+    int Wait() { return user_->Wait(); }
+
+private:
+    std::unique_ptr<ChildProcess> user_;
+};
+
+} // namespace test_support
