@@ -27,8 +27,8 @@ private:
 void ShowTaskBarProgress(HWND page, DWORD percentage) {
     const ComUse com;
     void* made = nullptr;
-    if (FAILED(CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER,
-                                IID_ITaskbarList3, &made)))
+    if (FAILED(CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3,
+                                &made)))
         return;
     auto* list = static_cast<ITaskbarList3*>(made);
     if (SUCCEEDED(list->HrInit()))
