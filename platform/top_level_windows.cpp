@@ -74,15 +74,15 @@ HWND FirstChildOf(HWND handle) {
     return window && !window->children.empty() ? window->children.front() : nullptr;
 }
 
-// Parent of a child or owner of a top-level window; `childrenToo` for GetParent.
-HWND ParentOrOwner(HWND handle, bool childrenToo) {
+// The parent of a window that has one of these styles, or its owner where it is a top-level one.
+HWND ParentOrOwner(HWND handle, bool (*has)(DWORD style)) {
     {
         auto hold = LockWindows();
         if (auto window = FindWindowByHandle(handle))
-            return childrenToo || !window->IsChild() ? window->parent : nullptr;
+            return has(window->style) ? window->parent : nullptr;
     }
     auto record = RequireRecord(handle);
-    return record && record->owner ? WindowOfNumber(record->owner) : nullptr;
+    return record && record->owner && has(record->style) ? WindowOfNumber(record->owner) : nullptr;
 }
 
 bool IsOurs(HWND handle) {
@@ -107,11 +107,14 @@ BOOL WINAPI IsWindow(HWND window) {
     return window && (IsOurs(window) || FindWindowRecord(window)) ? TRUE : FALSE;
 }
 
-HWND WINAPI GetParent(HWND window) { return ParentOrOwner(window, true); }
+// The owner of a popup alone; that of another top-level window does not count as its parent.
+HWND WINAPI GetParent(HWND window) {
+    return ParentOrOwner(window, [](DWORD style) { return (style & (WS_CHILD | WS_POPUP)) != 0; });
+}
 
 HWND WINAPI GetWindow(HWND window, UINT command) {
     if (command == GW_OWNER)
-        return ParentOrOwner(window, false);
+        return ParentOrOwner(window, [](DWORD style) { return (style & WS_CHILD) == 0; });
     if (command == GW_CHILD)
         return FirstChildOf(window);
     auto siblings = Siblings(window);

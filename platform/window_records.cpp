@@ -77,7 +77,7 @@ std::string OneLine(std::string text) {
 std::string Written(const WindowRecord& record) {
     std::ostringstream text;
     text << "pid=" << record.process << "\nstart=" << record.processStart
-         << "\nthread=" << record.thread << "\nowner=" << record.owner
+         << "\nthread=" << record.thread << "\nowner=" << record.owner << "\nstyle=" << record.style
          << "\nclass=" << OneLine(Utf8FromAnsi(record.className))
          << "\ntitle=" << OneLine(Utf8FromAnsi(record.title)) << "\n";
     return text.str().substr(0, LongestRecord);
@@ -110,6 +110,8 @@ WindowRecord ParseRecord(const std::string& text) {
             ReadNumber(value, record.thread);
         else if (name == "owner")
             ReadNumber(value, record.owner);
+        else if (name == "style")
+            ReadNumber(value, record.style);
         else if (name == "class")
             record.className = AnsiFromUtf8(value);
         else if (name == "title")
@@ -189,13 +191,14 @@ void OwnedWindowRecord::SetTitle(const std::string& title) {
     WriteRecord(file_, record_); // a full disk leaves an old title, which is the best there is
 }
 
-std::unique_ptr<OwnedWindowRecord> PublishWindow(const std::string& className,
-                                                 const std::string& title, DWORD owner) {
+std::unique_ptr<OwnedWindowRecord>
+PublishWindow(const std::string& className, const std::string& title, DWORD owner, DWORD style) {
     WindowRecord record;
     record.process = GetCurrentProcessId();
     record.processStart = ProcessStartTime(record.process);
     record.thread = GetCurrentThreadId();
     record.owner = owner;
+    record.style = style;
     record.className = className;
     record.title = title;
     int file = MakeRecordFile(record);

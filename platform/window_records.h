@@ -18,6 +18,7 @@ struct WindowRecord {
     DWORD process = 0, thread = 0;
     std::uint64_t processStart = 0; // tells the process from a later one of the same number
     DWORD owner = 0;                // number of the owning window, 0 for none
+    DWORD style = 0;                // as it was made
     std::string className, title;   // Windows-1252
 };
 
@@ -39,8 +40,8 @@ private:
 
 // Publishes a window of the calling thread under a number of its own. Where the folder cannot be
 // written the window has a number all the same, but is known in this process alone.
-std::unique_ptr<OwnedWindowRecord> PublishWindow(const std::string& className,
-                                                 const std::string& title, DWORD owner);
+std::unique_ptr<OwnedWindowRecord>
+PublishWindow(const std::string& className, const std::string& title, DWORD owner, DWORD style);
 
 // All windows of all processes, the newest first.
 std::vector<WindowRecord> ReadWindowRecords();

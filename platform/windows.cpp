@@ -49,7 +49,8 @@ void GiveNumber(Window& window, const WindowPlan& plan) {
         window.handle = reinterpret_cast<HWND>(last);
         return;
     }
-    window.record = PublishWindow(window.className, plan.text, NumberOfWindow(plan.parent));
+    window.record =
+        PublishWindow(window.className, plan.text, NumberOfWindow(plan.parent), plan.style);
     window.handle = WindowOfNumber(window.record->Number());
 }
 

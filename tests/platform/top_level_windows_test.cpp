@@ -31,14 +31,18 @@ TEST(TopLevelWindows, are_walked_from_the_newest_to_the_oldest_through_all_proce
     TemporaryHome home;
     OtherProcess other([] {
         HWND owner = OpenPlainWindow("CONNECTION", "DccMan");
-        OpenPlainWindow("CONNECTION", "WCES Manager Thunk Window", owner);
+        OpenPlainWindow("CONNECTION", "WCES Manager Thunk Window", owner, DefWindowProcA, WS_POPUP);
+        OpenPlainWindow("CONNECTION", "overlapped", owner);
     });
     HWND mine = OpenPlainWindow("SETUP", "SETUP");
     OtherProcess newer([] { OpenPlainWindow("CONNECTION", "newer"); });
 
-    EXPECT_EQ(TitlesBelow(mine), (Titles{"WCES Manager Thunk Window", "DccMan"}));
-    HWND owned = GetWindow(mine, GW_HWNDNEXT), owner = GetWindow(owned, GW_HWNDNEXT);
-    EXPECT_EQ(GetParent(owned), owner);
+    EXPECT_EQ(TitlesBelow(mine), (Titles{"overlapped", "WCES Manager Thunk Window", "DccMan"}));
+    HWND overlapped = GetWindow(mine, GW_HWNDNEXT), popup = GetWindow(overlapped, GW_HWNDNEXT);
+    HWND owner = GetWindow(popup, GW_HWNDNEXT);
+    EXPECT_EQ(GetParent(popup), owner);
+    EXPECT_EQ(GetParent(overlapped), nullptr);
+    EXPECT_EQ(GetWindow(overlapped, GW_OWNER), owner);
     EXPECT_EQ(GetParent(owner), nullptr);
     DWORD process = 0;
     EXPECT_NE(GetWindowThreadProcessId(owner, &process), 0u);

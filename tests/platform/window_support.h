@@ -149,14 +149,14 @@ private:
 };
 
 inline HWND OpenPlainWindow(const char* className, const char* title, HWND owner = nullptr,
-                            WNDPROC procedure = DefWindowProcA) {
+                            WNDPROC procedure = DefWindowProcA, DWORD style = WS_OVERLAPPEDWINDOW) {
     WNDCLASSEXA windowClass = {};
     windowClass.cbSize = sizeof(windowClass);
     windowClass.lpfnWndProc = procedure;
     windowClass.lpszClassName = className;
     RegisterClassExA(&windowClass); // a second time does nothing
-    return CreateWindowExA(0, className, title, WS_OVERLAPPEDWINDOW, 0, 0, 0, 0, owner, nullptr,
-                           nullptr, nullptr);
+    return CreateWindowExA(0, className, title, style, 0, 0, 0, 0, owner, nullptr, nullptr,
+                           nullptr);
 }
 
 } // namespace window_support
