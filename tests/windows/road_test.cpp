@@ -50,12 +50,15 @@ protected:
             wizard.Answer(page, input);
     }
 
-    // From the start to the choice of the action.
-    static void GoToActionChoice(WindowsRun& wizard, const char* link = Serial) {
+    static void PassIntroduction(WindowsRun& wizard) {
         Do(wizard, {{UpgradeNoticePage, "1181"},
                     {WelcomePage, "1"},
                     {HostChecklistPage, "1"},
                     {DeviceChecklistPage, ""}});
+    }
+    // From the start to the choice of the action.
+    static void GoToActionChoice(WindowsRun& wizard, const char* link = Serial) {
+        PassIntroduction(wizard);
         ChooseLink(wizard, link);
     }
     static void ChooseLink(WindowsRun& wizard, const char* link) {
@@ -180,6 +183,20 @@ TEST_F(Windows, one_that_broke_off_in_the_held_back_block_is_resumed_by_the_boot
     WindowsRun wizard(*pc_);
     Finish(wizard);
     ExpectUpgraded();
+}
+
+// The working directory is a folder from elsewhere, and what lies in it is not run.
+TEST_F(Windows, without_its_library_in_the_system_folder_no_handheld_answers) {
+    Connect();
+    pc_->StartActiveSync();
+    std::filesystem::rename(pc_->SystemFolder() / "rapi.dll", home_.Tree() / "rapi.dll");
+    WindowsRun wizard(*pc_);
+    PassIntroduction(wizard);
+    wizard.ExpectPage(ConnectionErrorPage);
+    EXPECT_FALSE(cradle_->Handheld().Has("RAPI"));
+    EXPECT_EQ(0, pc_->Run({WindowsFolder() + "/rom-wizard.exe"})) << "beside one that runs";
+    wizard.Send("2");
+    EXPECT_EQ(0, wizard.Wait());
 }
 
 // Neither with a port that is not there nor with one whose requests fail can there be a transfer,

@@ -2,6 +2,7 @@
 
 #include "tests/windows/wine.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <set>
@@ -110,6 +111,10 @@ void WindowsPc::StartActiveSync() {
     activeSync_->ExpectLine("ready");
 }
 
+fs::path WindowsPc::SystemFolder() const {
+    return home_.Path("prefix") / "drive_c" / "windows" / "system32";
+}
+
 void WindowsPc::AddDriverlessUsbPort() const {
     fs::create_symlink("/dev/null", home_.Path("prefix") / "dosdevices" / "wceusbsh001");
 }
@@ -137,6 +142,18 @@ void WindowsRun::ExpectPage(int page) {
     if (next != page)
         throw std::runtime_error("instead of page " + std::to_string(page) + " came " +
                                  std::to_string(next) + " in:\n" + user_->Transcript());
+}
+
+int WindowsRun::Wait() {
+    const int code = user_->Wait();
+    const auto isFault = [](const std::string& line) {
+        // A port that is closed ends the wait for its events, as it is meant to.
+        return line.find(":err:") != std::string::npos &&
+               line.find("comm:stop_waiting") == std::string::npos;
+    };
+    if (std::ranges::any_of(user_->Lines(), isFault))
+        throw std::runtime_error("a fault in:\n" + user_->Transcript());
+    return code;
 }
 
 void WindowsRun::Answer(int page, const std::string& line) {

@@ -29,6 +29,8 @@ public:
     // Starts ActiveSync, as a PC has it before the wizard comes, and waits for it.
     void StartActiveSync();
 
+    // Where Windows keeps its libraries, on the host.
+    std::filesystem::path SystemFolder() const;
     // The USB port opens, but it has no driver behind it: its requests fail, as on a lost device.
     void AddDriverlessUsbPort() const;
 
@@ -56,8 +58,8 @@ public:
     void Send(const std::string& line) { user_->Send(line); }
     void Answer(int page, const std::string& line);
     ChildProcess& User() { return *user_; }
-    // The exit code of the wizard.
-    int Wait() { return user_->Wait(); }
+    // The exit code of the wizard. Throws where Wine has found fault with one of its calls.
+    int Wait();
 
 private:
     std::unique_ptr<ChildProcess> user_;

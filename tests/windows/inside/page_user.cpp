@@ -6,8 +6,8 @@
 // It speaks as the wizard's own terminal does, so that one test can lead either: "== 158 ==" when a
 // page has come up, its texts, "-- 158 --" when it has gone, "== save ==" and "== open ==" for the
 // file dialogs. A line of input is the number of a control to click, "" for Enter, "esc" for
-// Escape, or a path for a file dialog. "window TITLE" waits for a window of any program, "kill"
-// ends the program as a task manager does. It ends with the program, and with its exit code.
+// Escape, or a path for a file dialog. "window TITLE" waits for a window of any program. It ends
+// with the program, and with its exit code.
 
 #include <windows.h>
 
@@ -151,8 +151,6 @@ public:
     bool TryOnce() {
         if (line_.starts_with("window "))
             return FindWindowA(nullptr, line_.c_str() + 7) != nullptr;
-        if (line_ == "kill")
-            return Kill();
         if (standing.empty() || GetForegroundWindow() != standing.back().window)
             return false;
         return Do(standing.back());
@@ -165,10 +163,6 @@ public:
     }
 
 private:
-    static bool Kill() {
-        const HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, program);
-        return TerminateProcess(process, 9) && CloseHandle(process);
-    }
     bool Do(const Shown& page) const {
         if (line_.empty())
             Press(VK_RETURN);
