@@ -5,7 +5,7 @@
 // instead, so the end of a burst would never be seen. The library that holds this file takes the
 // place of ReadFile in the program that loads it, and answers the reads that find nothing.
 
-#include "tests/windows/inside/loopback.h"
+#include "simulator/windows/loopback.h"
 
 #include <cstring>
 

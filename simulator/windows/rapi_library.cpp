@@ -1,10 +1,10 @@
-// The rapi.dll of the tests: the published calls, carried to the simulated handheld.
+// A rapi.dll: the published calls, carried to the simulated handheld.
 //
-// It speaks the frames of rapi_wire.h to the connection manager of this folder, over 127.0.0.1, as
+// It speaks the frames of rapi_wire.h to the connection manager beside it, over 127.0.0.1, as
 // Wine has no local sockets. All that the wizard uses is here, with the published signatures and
 // records; outputs that it hands in no room for are left out.
 
-#include "tests/windows/inside/loopback.h"
+#include "simulator/windows/loopback.h"
 // Behind the header of Windows, whose macros rename half of the operations, here as there.
 #include "platform/include/rapi_wire.h"
 

@@ -5,7 +5,7 @@
 // serial port as long as it lives, and carries RAPI to the handheld, the end of which is a port of
 // 127.0.0.1 that the environment names. It is meant to be ended from outside at any instant.
 
-#include "tests/windows/inside/loopback.h"
+#include "simulator/windows/loopback.h"
 
 #include <cstdio>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-// Sockets of 127.0.0.1, for the RAPI library and the connection manager of the tests.
+// Sockets of 127.0.0.1, for the RAPI library and the connection manager.
 #pragma once
 
 #include <winsock2.h>
