@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 
 namespace test_support {
@@ -51,13 +52,17 @@ WindowsPc::WindowsPc(const TestHome& home) : home_(home) {
 }
 
 WindowsPc::~WindowsPc() {
+    try {
+        ShutDown();
+    } catch (const std::runtime_error&) { // what still runs ends with the machine
+    }
+}
+
+void WindowsPc::ShutDown() const {
     for (const char* how : {"-k", "-w"}) {
         ChildProcess end({Server, how}, {.environment = Variables()});
         end.CloseInput();
-        try {
-            end.Wait();
-        } catch (const std::runtime_error&) { // what still runs ends with the machine
-        }
+        end.Wait();
     }
 }
 
@@ -99,12 +104,6 @@ std::unique_ptr<ChildProcess> WindowsPc::Start(const std::vector<std::string>& c
         words, ProcessOptions{.folder = home_.Tree().string(), .environment = variables});
 }
 
-int WindowsPc::Run(const std::vector<std::string>& command) const {
-    const auto process = Start(command);
-    process->CloseInput();
-    return process->Wait();
-}
-
 void WindowsPc::StartActiveSync() {
     activeSync_ = Start({WindowsFolder() + "/wcescomm.exe"});
     activeSync_->ExpectLine("COM1: held");
@@ -119,12 +118,19 @@ void WindowsPc::AddDriverlessUsbPort() const {
     fs::create_symlink("/dev/null", home_.Path("prefix") / "dosdevices" / "wceusbsh001");
 }
 
-bool WindowsPc::HasRegistryKey(const std::string& key) const {
-    return Run({"reg", "query", key}) == 0;
-}
-
-bool WindowsPc::HasRegistryValue(const std::string& key, const std::string& name) const {
-    return Run({"reg", "query", key, "/v", name}) == 0;
+std::string WindowsPc::UserKey(const std::string& key) const {
+    std::string name = key, values;
+    for (std::size_t at = 0; (at = name.find('\\', at)) != std::string::npos; at += 2)
+        name.insert(at, 1, '\\');
+    std::istringstream lines(Read(home_.Path("prefix") / "user.reg"));
+    bool isIn = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with('['))
+            isIn = line.starts_with("[" + name + "]");
+        else if (isIn)
+            values += line + "\n";
+    }
+    return values;
 }
 
 WindowsRun::WindowsRun(const WindowsPc& pc)

@@ -17,15 +17,13 @@ public:
     // The prefix lies in the home. Its server takes the ports as they are when it starts, so the
     // handheld has to be in its cradle already.
     explicit WindowsPc(const TestHome& home);
-    ~WindowsPc(); // ends everything that runs there
+    ~WindowsPc(); // shuts down
     WindowsPc(const WindowsPc&) = delete;
     WindowsPc& operator=(const WindowsPc&) = delete;
 
     // A program of Windows, by its path on the host; `added` comes to the environment.
     std::unique_ptr<ChildProcess> Start(const std::vector<std::string>& command,
                                         const Environment& added = {}) const;
-    // One that is part of Windows, run to its end: its exit code.
-    int Run(const std::vector<std::string>& command) const;
     // Starts ActiveSync, as a PC has it before the wizard comes, and waits for it.
     void StartActiveSync();
 
@@ -34,8 +32,11 @@ public:
     // The USB port opens, but it has no driver behind it: its requests fail, as on a lost device.
     void AddDriverlessUsbPort() const;
 
-    bool HasRegistryKey(const std::string& key) const;
-    bool HasRegistryValue(const std::string& key, const std::string& name) const;
+    // Ends everything that runs there, and with it Windows; the next program starts it anew.
+    void ShutDown() const;
+    // A key of the current user with its values, a line each, as the registry was left on the disk
+    // by ShutDown. Empty without such a key.
+    std::string UserKey(const std::string& key) const;
 
 private:
     void CopyPrefix() const;
