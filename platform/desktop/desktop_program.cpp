@@ -7,10 +7,12 @@
 
 #include <QApplication>
 
+#include <unistd.h>
 #include <xcb/xcb.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <thread>
 
 namespace platform {
@@ -31,6 +33,16 @@ bool ReachesXServer() {
     return reached;
 }
 
+// In a session without a bus the toolkit has one started and waits for its address, now and then
+// for ever, before the first page is up. Nobody would listen on such a bus, neither a screen reader
+// nor a dock, so there is none.
+void DoWithoutAbsentBus() {
+    const char* folder = std::getenv("XDG_RUNTIME_DIR");
+    const bool isThere = folder && access((std::string(folder) + "/bus").c_str(), F_OK) == 0;
+    if (!isThere && !IsSet("DBUS_SESSION_BUS_ADDRESS"))
+        setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+}
+
 } // namespace
 
 bool DesktopIsWanted() {
@@ -40,6 +52,7 @@ bool DesktopIsWanted() {
 }
 
 int RunOnDesktop(int count, char** words, const std::function<int()>& program) {
+    DoWithoutAbsentBus();
     // Never destroyed: threads of the program may still show something while the process ends.
     static int kept = count;
     auto& application = *new QApplication(kept, words);

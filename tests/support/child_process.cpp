@@ -5,8 +5,10 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <stdexcept>
 
@@ -142,6 +144,8 @@ ChildProcess::~ChildProcess() {
     stop_ = true; // a grandchild may hold the output open for ever
     reader_.join();
     close(output_);
+    if (std::uncaught_exceptions() > 0)
+        std::fprintf(stderr, "up to the failure it printed:\n%s", Transcript().c_str());
 }
 
 void ChildProcess::Read() {

@@ -31,7 +31,8 @@ public:
     // it. Throws where it cannot be started.
     explicit ChildProcess(const std::vector<std::string>& command,
                           const ProcessOptions& options = {});
-    ~ChildProcess(); // kills it if it still runs
+    // Kills it if it still runs. While a failure is on its way out, tells what it has printed.
+    ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 

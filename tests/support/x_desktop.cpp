@@ -36,16 +36,6 @@ std::uint32_t KeysymOf(const std::string& name) {
     return found != names.end() ? found->second : static_cast<std::uint8_t>(name.at(0));
 }
 
-template <class Condition>
-void Await(Condition condition, const std::string& what) {
-    const auto end = std::chrono::steady_clock::now() + Limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            throw std::runtime_error("in vain: " + what);
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-}
-
 } // namespace
 
 XDesktop::XDesktop() {
@@ -88,26 +78,32 @@ void XDesktop::ReadKeyboard() {
     }
 }
 
-xcb_window_t XDesktop::Find(const std::string& role) {
+std::vector<XDesktop::ShownWindow> XDesktop::Windows() {
     const auto atom = Hold(xcb_intern_atom_reply(
         connection_, xcb_intern_atom(connection_, 0, 14, "WM_WINDOW_ROLE"), nullptr));
     const auto tree =
         Hold(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root_), nullptr));
+    std::vector<ShownWindow> windows;
     for (int child = 0; child < xcb_query_tree_children_length(tree.get()); ++child) {
         const xcb_window_t window = xcb_query_tree_children(tree.get())[child];
-        const auto found = Hold(xcb_get_property_reply(
+        const auto role = Hold(xcb_get_property_reply(
             connection_, xcb_get_property(connection_, 0, window, atom->atom, XCB_ATOM_ANY, 0, 64),
             nullptr));
         const auto looks = Hold(xcb_get_window_attributes_reply(
             connection_, xcb_get_window_attributes(connection_, window), nullptr));
-        if (!found || !looks || looks->map_state != XCB_MAP_STATE_VIEWABLE)
-            continue;
-        const std::string text(
-            static_cast<const char*>(xcb_get_property_value(found.get())),
-            static_cast<std::size_t>(xcb_get_property_value_length(found.get())));
-        if (text == role)
-            return window;
+        if (role && looks && looks->map_state == XCB_MAP_STATE_VIEWABLE)
+            windows.push_back(
+                {window,
+                 {static_cast<const char*>(xcb_get_property_value(role.get())),
+                  static_cast<std::size_t>(xcb_get_property_value_length(role.get()))}});
     }
+    return windows;
+}
+
+xcb_window_t XDesktop::Find(const std::string& role) {
+    for (const ShownWindow& shown : Windows())
+        if (shown.role == role)
+            return shown.window;
     return 0;
 }
 
@@ -128,12 +124,19 @@ bool XDesktop::HasFocus(xcb_window_t window) {
 bool XDesktop::Shows(const std::string& role) { return Find(role) != 0; }
 
 void XDesktop::AwaitWindow(const std::string& role) {
-    Await(
-        [&] {
-            const xcb_window_t window = Find(role);
-            return window && HasFocus(window);
-        },
-        "a window " + role + " with the focus");
+    const auto end = std::chrono::steady_clock::now() + Limit;
+    for (;;) {
+        const xcb_window_t window = Find(role);
+        if (window && HasFocus(window))
+            return;
+        if (std::chrono::steady_clock::now() > end)
+            break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    std::string shown;
+    for (const ShownWindow& other : Windows())
+        shown += " '" + other.role + (HasFocus(other.window) ? "' (focus)" : "'");
+    throw std::runtime_error("no window " + role + " with the focus; on the screen:" + shown);
 }
 
 std::vector<std::uint8_t> XDesktop::Picture() {

@@ -44,7 +44,13 @@ public:
     void Type(const std::string& text);
 
 private:
-    xcb_window_t Find(const std::string& role);
+    struct ShownWindow {
+        xcb_window_t window;
+        std::string role; // empty: none
+    };
+
+    std::vector<ShownWindow> Windows();
+    xcb_window_t Find(const std::string& role); // 0: not on the screen
     bool HasFocus(xcb_window_t window);
     void ReadKeyboard();
     void SendKey(xcb_keycode_t code, bool down);
