@@ -8,6 +8,7 @@
 #include "link/stall.h"
 #include "link/transfer_buffers.h"
 #include "tests/platform/own_home.h"
+#include "tests/support/comes_true.h"
 #include "wizard/state.h"
 
 #include <gtest/gtest.h>
@@ -22,24 +23,12 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
-#include <thread>
 
 namespace link_test {
 
 using namespace std::chrono_literals;
 
-constexpr auto Limit = 60s;
-
-template <class Condition>
-bool ComesTrue(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + Limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
+using test_support::ComesTrue;
 
 // Slow enough for the pauses in which a loop leaves a token to the sender, which is the test.
 inline const char* Clock = "5,500";

@@ -7,11 +7,9 @@
 #include "platform/pages.h"
 #include "platform/paths.h"
 #include "tests/pages/page_test.h"
+#include "tests/support/comes_true.h"
 
 #include <sys/stat.h>
-
-#include <chrono>
-#include <thread>
 
 namespace {
 
@@ -46,10 +44,7 @@ protected:
     }
 
     static std::string WaitForText(const std::filesystem::path& path) {
-        using namespace std::chrono_literals;
-        const auto limit = std::chrono::steady_clock::now() + 60s;
-        while (!std::filesystem::exists(path) && std::chrono::steady_clock::now() < limit)
-            std::this_thread::sleep_for(5ms);
+        test_support::ComesTrue([&] { return std::filesystem::exists(path); });
         std::ifstream file(path);
         return std::string(std::istreambuf_iterator<char>(file), {});
     }

@@ -2,17 +2,16 @@
 #pragma once
 
 #include "tests/platform/own_home.h"
+#include "tests/support/comes_true.h"
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -24,16 +23,7 @@ namespace port_test {
 
 constexpr DWORD Limit = 60000; // milliseconds until a condition that must come true counts as false
 
-template <class Condition>
-bool ComesTrue(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(Limit);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
+using test_support::ComesTrue;
 
 // A record with its event, which starts out signalled: a call has to reset it.
 struct Call {

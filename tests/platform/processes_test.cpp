@@ -2,6 +2,7 @@
 // label: threads
 
 #include "tests/platform/own_home.h"
+#include "tests/support/comes_true.h"
 
 #include "platform/command_line.h"
 #include "platform/handles.h"
@@ -153,8 +154,7 @@ TEST(Processes, a_terminated_child_has_the_given_code_and_leaves_no_zombie) {
 TEST(Processes, a_child_whose_handle_is_closed_is_reaped_too) {
     DWORD id = 0;
     CloseHandle(Start("Z:\\bin\\true", "", 0, &id));
-    while (kill(static_cast<pid_t>(id), 0) == 0)
-        Sleep(1);
+    EXPECT_TRUE(test_support::ComesTrue([&] { return kill(static_cast<pid_t>(id), 0) != 0; }));
 }
 
 TEST(Processes, a_process_that_others_started_is_opened_and_ended) {

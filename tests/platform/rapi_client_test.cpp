@@ -6,6 +6,7 @@
 #include "platform/descriptor.h"
 #include "platform/handles.h"
 #include "tests/platform/own_home.h"
+#include "tests/support/comes_true.h"
 
 #include <rapi_wire.h>
 
@@ -396,8 +397,7 @@ TEST_F(RapiTest, an_uninit_ends_a_call_that_is_never_answered) {
     ASSERT_EQ(0, CeRapiInitEx(&init));
     BOOL result = TRUE;
     std::thread caller([&] { result = CeDeleteFile(u"\\a"); });
-    while (!asked)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(test_support::ComesTrue([&] { return asked.load(); }));
     CeRapiUninit();
     caller.join();
     EXPECT_FALSE(result);

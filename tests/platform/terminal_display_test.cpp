@@ -3,6 +3,7 @@
 
 #include "tests/platform/page_program.h"
 #include "tests/platform/window_support.h"
+#include "tests/support/comes_true.h"
 
 #include <commctrl.h>
 
@@ -165,9 +166,7 @@ TEST_F(TerminalDisplay, gives_the_line_to_the_newest_of_two_pages_on_two_threads
     PageProgram program([] {
         INT_PTR older = 0;
         std::thread owner([&] { older = Show(158, ChoiceProcedure); });
-        while (!FindWindowA("#32770", " Choix") ||
-               !IsWindowVisible(FindWindowA("#32770", " Choix")))
-            std::this_thread::yield();
+        test_support::ComesTrue([] { return IsWindowVisible(FindWindowA("#32770", " Choix")); });
         INT_PTR newer = Show(165, QuitProcedure);
         owner.join();
         return newer == 1175 && older == IDCANCEL ? 0 : 1;

@@ -2,6 +2,7 @@
 // label: threads
 
 #include "tests/platform/own_home.h"
+#include "tests/support/comes_true.h"
 
 #include "platform/clock.h"
 #include "platform/handles.h"
@@ -15,6 +16,8 @@
 #include <vector>
 
 namespace {
+
+using test_support::ComesTrue;
 
 constexpr DWORD LongEnough = 6000000; // a minute of the host at this rate
 
@@ -162,12 +165,10 @@ TEST(Threads, a_terminated_thread_is_signalled_at_once_and_leaves_its_wait) {
         passed = true;
         return 1;
     });
-    while (!started)
-        Sleep(10);
+    ASSERT_TRUE(ComesTrue([] { return started.load(); }));
     EXPECT_TRUE(TerminateThread(thread, 9));
     EXPECT_EQ(EndOf(thread), 9u);
-    while (!left)
-        Sleep(10);
+    EXPECT_TRUE(ComesTrue([] { return left.load(); }));
     EXPECT_FALSE(passed);
 }
 

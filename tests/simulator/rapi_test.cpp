@@ -1,6 +1,7 @@
 // The simulated handheld answers RAPI as a handheld would: files, registry, programs, and frames
 // that are none.
 
+#include "tests/support/comes_true.h"
 #include "tests/support/cradle.h"
 #include "tests/support/pc_side.h"
 
@@ -104,8 +105,7 @@ TEST_F(RapiTest, share_modes_count_and_an_open_file_stays) {
     // A connection that ends closes what it had open.
     rapi_.emplace(home_);
     cradle_->Handheld().ExpectLine("RAPI GetFileSize");
-    while (Delete(u"\\Temp\\a") == 32)
-        std::this_thread::yield();
+    EXPECT_TRUE(ComesTrue([&] { return Delete(u"\\Temp\\a") != 32; }));
     EXPECT_EQ(Error(Operation::ReadFile, Writer().Number(handle).Number(1)), 6u);
 }
 
@@ -263,8 +263,10 @@ TEST_F(RapiTest, pushed_programs_tell_the_flash_size_and_deliver_the_flash) {
     const ByteList flash = ReadFileBytes(home_.Device() / "flash.bin");
     for (std::size_t at = 0; at < 2 * 0x40000; at += 0x40000) {
         ByteList piece;
-        while (piece.empty())
+        ASSERT_TRUE(ComesTrue([&] {
             piece = rapi_->Fetch(u"\\Temp\\image.nb");
+            return !piece.empty();
+        }));
         const auto begin = flash.begin() + static_cast<std::ptrdiff_t>(at);
         EXPECT_TRUE(piece == ByteList(begin, begin + 0x40000)) << at;
         if (at != 0) {

@@ -2,13 +2,13 @@
 
 #include "tests/support/test_home.h"
 
-#include <chrono>
+#include "tests/support/comes_true.h"
+
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <thread>
 
 #include <unistd.h>
 
@@ -84,12 +84,8 @@ Environment TestHome::Variables(const Environment& added) const {
 }
 
 void TestHome::AwaitConnectionManager() const {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (ConnectionManagerOf(Home()) == 0) {
-        if (std::chrono::steady_clock::now() > limit)
-            throw std::runtime_error("no connection manager comes up");
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    if (!ComesTrue([&] { return ConnectionManagerOf(Home()) != 0; }))
+        throw std::runtime_error("no connection manager comes up");
 }
 
 std::pair<int, std::string> TestHome::TryHandheld(const std::vector<std::string>& words) const {

@@ -5,19 +5,17 @@
 
 #include "tests/support/x_desktop.h"
 
+#include "tests/support/comes_true.h"
+
 #include <xcb/xtest.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
-#include <thread>
 
 namespace test_support {
 
 namespace {
-
-constexpr auto Limit = std::chrono::minutes(2);
 
 template <class Reply>
 using Freed = std::unique_ptr<Reply, decltype(&std::free)>;
@@ -124,15 +122,11 @@ bool XDesktop::HasFocus(xcb_window_t window) {
 bool XDesktop::Shows(const std::string& role) { return Find(role) != 0; }
 
 void XDesktop::AwaitWindow(const std::string& role) {
-    const auto end = std::chrono::steady_clock::now() + Limit;
-    for (;;) {
-        const xcb_window_t window = Find(role);
-        if (window && HasFocus(window))
-            return;
-        if (std::chrono::steady_clock::now() > end)
-            break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    if (ComesTrue([&] {
+            const xcb_window_t window = Find(role);
+            return window && HasFocus(window);
+        }))
+        return;
     std::string shown;
     for (const ShownWindow& other : Windows())
         shown += " '" + other.role + (HasFocus(other.window) ? "' (focus)" : "'");

@@ -24,8 +24,8 @@ public:
     // What makes a program show itself here.
     Environment Variables() const;
 
-    // Waits for a window of that role to be on the screen with the keyboard's focus. Throws after
-    // two minutes.
+    // Waits for a window of that role to be on the screen with the keyboard's focus. Throws
+    // after a minute, with what is on it.
     void AwaitWindow(const std::string& role);
     // The same for a page of the wizard.
     void AwaitPage(int page) { AwaitWindow("page-" + std::to_string(page)); }

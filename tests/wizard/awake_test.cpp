@@ -1,10 +1,8 @@
 // The PC stays awake while a backup or a transfer runs, and no longer.
 
+#include "tests/support/comes_true.h"
 #include "tests/support/login_manager.h"
 #include "tests/wizard/road.h"
-
-#include <chrono>
-#include <thread>
 
 namespace {
 
@@ -12,10 +10,7 @@ using namespace road;
 using test_support::LoginManager;
 
 void ExpectHeld(LoginManager& manager, int count) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (manager.Held() != count && std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    EXPECT_EQ(count, manager.Held());
+    EXPECT_TRUE(test_support::ComesTrue([&] { return manager.Held() == count; })) << manager.Held();
 }
 
 TEST(Awake, the_pc_is_kept_from_sleeping_by_a_backup_and_by_a_transfer) {

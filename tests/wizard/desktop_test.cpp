@@ -1,6 +1,7 @@
 // Whole roads on the desktop, led by the keyboard alone: an upgrade, a backup with its restore, and
 // an upgrade that was broken off and is resumed.
 
+#include "tests/support/comes_true.h"
 #include "tests/support/login_manager.h"
 #include "tests/support/x_desktop.h"
 #include "tests/wizard/road.h"
@@ -10,6 +11,7 @@
 namespace {
 
 using namespace road;
+using test_support::ComesTrue;
 using test_support::Environment;
 using test_support::XDesktop;
 
@@ -146,13 +148,13 @@ TEST_F(Desk, the_picture_is_drawn_anew_while_the_wizard_blocks) {
     cradle.Handheld().ExpectLine("CreateProcess \\Temp\\Tesselor.exe");
     desktop_.AwaitPage(BusyPage);
     std::vector<std::uint8_t> before, now = desktop_.Picture();
-    do {
+    ASSERT_TRUE(ComesTrue([&] { // drawn
         before.swap(now);
         now = desktop_.Picture();
-    } while (now != before); // drawn
+        return now == before;
+    }));
     desktop_.Wipe();
-    while (desktop_.Picture() != before) { // the test's own limit ends this
-    }
+    EXPECT_TRUE(ComesTrue([&] { return desktop_.Picture() == before; }));
     EXPECT_TRUE(desktop_.Shows("page-" + std::to_string(BusyPage)));
     wizard.Process().Signal(SIGKILL);
 }

@@ -66,15 +66,14 @@ const Fault Faults[] = {
     {Start::Bootloader, Link::Usb, {"--burst-at", "1"}, 0},
     // A token and its zero in two bursts; the bootloader's prompt and its last byte. The zero may
     // come together with the next token, which it then hides.
-    {Start::Fresh, Link::Serial, {"--split-at", "start"}, UpgradeDonePage},
+    {Start::Fresh, Link::Serial, {"--split-at", "start"}, 0},
     {Start::Resumed, Link::Serial, {"--split-at", "2"}, 0},
     {Start::Resumed, Link::Serial, {"--split-at", "5"}, UpgradeDonePage},
     {Start::Resumed, Link::Usb, {"--split-at", "start"}, UpgradeDonePage},
     {Start::Resumed, Link::Usb, {"--split-at", "3"}, 0},
     {Start::Bootloader, Link::Serial, {"--split-at", "start"}, UpgradeDonePage},
     // The time of the handheld runs at twice the rate of the wizard's: 8 seconds of the wizard's,
-    // which
-    // a timer grants, and 60, which none does.
+    // which a timer grants, and 60, which none does.
     {Start::Fresh, Link::Usb, {"--late-at", "start", "--late-by", "16000"}, UpgradeDonePage},
     {Start::Resumed, Link::Serial, {"--late-at", "4", "--late-by", "16000"}, UpgradeDonePage},
     {Start::Bootloader, Link::Serial, {"--late-at", "3", "--late-by", "16000"}, UpgradeDonePage},
