@@ -107,9 +107,9 @@ void Handheld::Run() { loop_.Run(); }
 void Handheld::PowerOn(bool navigatorKey) {
     StopEverything();
     StateFolder::Reset(state_, navigatorKey);
-    folder_.Save(state_);
     report_.Say(std::string("mode ") + NameOf(state_.mode));
     StartMode();
+    folder_.Save(state_); // whoever waits for the reset finds it listening
     report_.Say("ready");
 }
 

@@ -2,9 +2,13 @@
 
 #include "tests/support/cradle.h"
 
+#include "tests/support/comes_true.h"
+#include "tests/support/pc_side.h"
+
 #include <csignal>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 
 namespace test_support {
 
@@ -85,6 +89,18 @@ void Cradle::Reset(bool navigatorKey) {
     if (navigatorKey)
         words.push_back("--bootloader");
     home_.RunHandheld(words);
+}
+
+void Cradle::AwaitConnection() const {
+    const auto answers = [this] {
+        try {
+            return RapiClient(home_, "rapi.sock").Call(rapi_wire::Operation::Hello).result == 1;
+        } catch (const std::runtime_error&) {
+            return false;
+        }
+    };
+    if (!ComesTrue(answers))
+        throw std::runtime_error("no connection manager reaches the handheld");
 }
 
 std::string Cradle::Status() const {

@@ -39,6 +39,8 @@ public:
 
     // Presses its reset, with or without the navigator key; it has started anew on return.
     void Reset(bool navigatorKey = false);
+    // Waits until the handheld answers through whichever connection manager runs.
+    void AwaitConnection() const;
     // Takes the handheld out: its process ends, and no port leads anywhere.
     void TakeOut();
     // Takes it out and puts it in again: a new process, with other options.

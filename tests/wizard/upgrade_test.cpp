@@ -91,9 +91,9 @@ TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
         WizardRun wizard(home, {{"PATH", home.Path("bin").string() + ":/usr/bin:/bin"}});
         GoToTransfer(wizard);
         wizard.Answer(UpgradeDonePage, "1181");
-        wizard.Home().AwaitConnectionManager();
         cradle.Handheld().ExpectLine(": complete");
         cradle.Reset();
+        cradle.AwaitConnection(); // through the ActiveSync that the wizard has started again
         EXPECT_EQ("never set", cradle.StatusOf("clock"));
         wizard.ExpectPage(FinishPage);
         for (const char* line : way.lines)
