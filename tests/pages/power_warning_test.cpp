@@ -49,7 +49,6 @@ TEST_F(PowerWarning, next_follows_the_adapter_for_as_long_as_the_page_is_up) {
                                return false;
                            }});
     EXPECT_EQ(0, ShowPage(PowerWarningPage));
-    EXPECT_TRUE(IsEnabled(First(105), 1));
     EXPECT_EQ(1, State.Handheld.PowerStatus);
     EXPECT_EQ(nullptr, State.Windows.PowerWarningPage.load());
 }
