@@ -21,7 +21,7 @@ constexpr std::ptrdiff_t FirstBlock = 0x40000; // never sent
 
 // Limits shrink less than the sleeps that only wait for the world outside: a host under load must
 // not be taken for a handheld that has fallen silent.
-const Environment Clock = {{"ROM_WIZARD_CLOCK", "10,1000"}};
+const Environment Clock = {{"ROM_WIZARD_CLOCK", "5,1000"}};
 
 // What a user answers on each page on the way to the end; nothing where there is nothing to answer.
 struct PageAnswer {
