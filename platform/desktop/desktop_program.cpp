@@ -33,9 +33,9 @@ bool ReachesXServer() {
     return reached;
 }
 
-// In a session without a bus the toolkit has one started and waits for its address, now and then
-// for ever, before the first page is up. Nobody would listen on such a bus, neither a screen reader
-// nor a dock, so there is none.
+// In a session without a bus the toolkit has one started, by a fork from one thread of many, and
+// waits for its address without a limit before the first page is up. Nobody would listen on such a
+// bus, neither a screen reader nor a dock, so there is none.
 void DoWithoutAbsentBus() {
     const char* folder = std::getenv("XDG_RUNTIME_DIR");
     const bool isThere = folder && access((std::string(folder) + "/bus").c_str(), F_OK) == 0;
