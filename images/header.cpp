@@ -7,10 +7,12 @@
 #include "pages/error_pages.h"
 #include "wizard/state.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -78,10 +80,16 @@ bool ReadImageHeader(const char* path) {
     return true;
 }
 
+// Blanks and a plus sign go before a number, too, and an exponent behind it: a later image that is
+// taken for an early one costs the handheld its disk driver.
 float VersionNumber(const char* text) {
-    float number = 0;
-    std::from_chars(text, text + std::strlen(text), number, std::chars_format::fixed);
-    return std::isfinite(number) ? number : 0; // "nan" and "inf" read as numbers
+    const char* start = text + std::strspn(text, " \t\n\v\f\r");
+    start += start[0] == '+' && start[1] != '-';
+    double number = 0;
+    std::from_chars(start, start + std::strlen(start), number);
+    constexpr double Max = std::numeric_limits<float>::max();
+    return std::isfinite(number) ? static_cast<float>(std::clamp(number, -Max, Max))
+                                 : 0; // "nan" and "inf" read as numbers
 }
 
 std::optional<std::uint16_t> ParseChecksumText(const char* text) {

@@ -24,8 +24,9 @@ constexpr std::size_t ImageChecksumOffset = 19;
 // and the run ends.
 bool ReadImageHeader(const char* path);
 
-// A version text such as "1.14" as a number, the same in every locale; 0 for a text that does not
-// start with one. Thresholds compare exactly where they are 32-bit values, too.
+// A version text such as "1.14" as a number, the same in every locale, by plain decimal conversion:
+// " 1.6" is 1.6, "1e1" is 10. 0 for a text that does not start with a number. Thresholds compare
+// exactly where they are 32-bit values, too.
 float VersionNumber(const char* text);
 
 // The value of a checksum text, or nothing where a character is no hexadecimal digit: a damaged

@@ -68,8 +68,23 @@ TEST(VersionNumber, reads_plain_decimals_to_the_nearest_32_bits) {
     EXPECT_EQ(0x3FB47AE1U, std::bit_cast<std::uint32_t>(VersionNumber("1.41")));
     EXPECT_EQ(0x3FCCCCCDU, std::bit_cast<std::uint32_t>(VersionNumber("1.60")));
     const std::pair<const char*, float> cases[] = {
-        {"2", 2.0F},   {"1..2", 1.0F}, {"1.2a", 1.2F}, {"", 0.0F},     {"abcd", 0.0F},
-        {"nan", 0.0F}, {"inf", 0.0F},  {".5", 0.5F},   {"1,14", 1.0F}, {" 1.4", 0.0F},
+        {"2", 2.0F},
+        {"1..2", 1.0F},
+        {"1.2a", 1.2F},
+        {"", 0.0F},
+        {"abcd", 0.0F},
+        {"nan", 0.0F},
+        {"inf", 0.0F},
+        {".5", 0.5F},
+        {"1,14", 1.0F},
+        {" 1.6", 1.6F},
+        {"+2.0", 2.0F},
+        {"1e1", 10.0F},
+        {"+-2", 0.0F},
+        {"-1", -1.0F},
+        {"0x9", 0.0F},
+        {"1e+", 1.0F},
+        {"9e99", std::numeric_limits<float>::max()},
     };
     for (const auto& [text, number] : cases)
         EXPECT_EQ(number, VersionNumber(text)) << text;
