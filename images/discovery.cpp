@@ -30,7 +30,7 @@ std::optional<WIN32_FIND_DATAA> FirstFolderImage() {
     return first;
 }
 
-std::optional<std::uint32_t> FileSize(const char* path) {
+std::optional<std::uint64_t> FileSize(const char* path) {
     const HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
@@ -40,7 +40,7 @@ std::optional<std::uint32_t> FileSize(const char* path) {
     const DWORD size = GetFileSize(file, &high);
     const bool failed = size == INVALID_FILE_SIZE && GetLastError() != NO_ERROR;
     CloseHandle(file);
-    return failed ? std::nullopt : std::optional<std::uint32_t>(size);
+    return failed ? std::nullopt : std::optional(std::uint64_t{high} << 32 | size);
 }
 
 } // namespace
@@ -69,8 +69,8 @@ bool FindDefaultImage() {
     return true;
 }
 
-std::optional<std::uint32_t> ImageFileSize(const char* path) {
-    const std::optional<std::uint32_t> size = FileSize(path);
+std::optional<std::uint64_t> ImageFileSize(const char* path) {
+    const std::optional<std::uint64_t> size = FileSize(path);
     if (!size) {
         CeRapiUninit();
         ShowPage(ImageOpenErrorPage);

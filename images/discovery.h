@@ -15,6 +15,5 @@ std::uint32_t FindFolderImageSize();
 // ImageMissingPage has been shown and the caller ends the run.
 bool FindDefaultImage();
 
-// Size of the file in bytes (low 32 bits). Nothing: ImageOpenErrorPage has been shown and the run
-// ended.
-std::optional<std::uint32_t> ImageFileSize(const char* path);
+// Size of the file in bytes. Nothing: ImageOpenErrorPage has been shown and the run ended.
+std::optional<std::uint64_t> ImageFileSize(const char* path);

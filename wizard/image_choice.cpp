@@ -6,16 +6,21 @@
 
 #include "wizard/image_choice.h"
 
+#include "device/rapi.h"
 #include "images/discovery.h"
 #include "images/header.h"
 #include "images/verify.h"
+#include "link/upgrade_transfer.h"
 #include "pages/decision_pages.h"
 #include "pages/error_pages.h"
 #include "pages/image_file_dialog.h"
 #include "pages/resource.h"
 #include "wizard/state.h"
 
+#include <algorithm>
 #include <cstring>
+#include <limits>
+#include <optional>
 
 namespace {
 
@@ -37,48 +42,52 @@ bool ImageIsForHandheld() {
     return false;
 }
 
-bool MeasureImage(const char* path) {
-    const std::optional<std::uint32_t> size = ImageFileSize(path);
+// Size in bytes of the image in ImagePath, and ImageSizeKB from it.
+std::optional<std::uint64_t> MeasureImage() {
+    const std::optional<std::uint64_t> size = ImageFileSize(State.Places.ImagePath);
     if (size)
-        State.Image.ImageSizeKB = *size / 1024;
-    return size.has_value();
+        State.Image.ImageSizeKB = static_cast<std::uint32_t>(
+            std::min<std::uint64_t>(*size / 1024, std::numeric_limits<std::uint32_t>::max()));
+    return size;
 }
 
-// Whatever was picked before, the default image is the one in hand again.
-bool TakeDefaultImage() {
+// Whatever was picked before, the default image is the current one again.
+std::optional<std::uint64_t> ReadDefaultImage() {
     std::memcpy(State.Places.ImagePath, State.Places.DefaultImagePath,
                 sizeof(State.Places.ImagePath));
-    return ReadImageHeader(State.Places.ImagePath) && MeasureImage(State.Places.ImagePath);
+    return ReadImageHeader(State.Places.ImagePath) ? MeasureImage() : std::nullopt;
 }
 
-Choice TakeUpgrade() {
-    if (!ImageIsForHandheld())
-        return Choice::Ended;
-    if (ImageFitsFlash())
+// A file that is too short to be sent would be met by the transfer alone, when the handheld has
+// been changed and waits for its image.
+Choice CheckSize(std::uint64_t size, Choice whenTooLarge) {
+    if (!ImageFitsFlash()) {
+        ShowPage(ImageTooLargePage);
+        return whenTooLarge;
+    }
+    if (size >= SmallestImageFile)
         return Choice::Taken;
-    ShowPage(ImageTooLargePage);
+    CeRapiUninit();
+    ShowPage(ImageOpenErrorPage);
     return Choice::Ended;
 }
 
-Choice TakeRestore() {
+Choice ChooseRestore() {
     State.Places.ImagePath[0] = '\0';
     if (!AskForImageFile(State.Windows.MainWindow, State.Places.ImagePath))
         return Choice::Again;
-    if (!ReadImageHeader(State.Places.ImagePath) || !VerifyOrReport() || !ImageIsForHandheld() ||
-        !MeasureImage(State.Places.ImagePath))
+    if (!ReadImageHeader(State.Places.ImagePath) || !VerifyOrReport() || !ImageIsForHandheld())
         return Choice::Ended;
-    if (ImageFitsFlash())
-        return Choice::Taken;
-    ShowPage(ImageTooLargePage);
-    return Choice::Again;
+    const std::optional<std::uint64_t> size = MeasureImage();
+    return size ? CheckSize(*size, Choice::Again) : Choice::Ended;
 }
 
-Choice TakeAction(INT_PTR action) {
+Choice ApplyAction(INT_PTR action, std::uint64_t defaultSize) {
     switch (action) {
     case IDC_UPGRADE:
-        return TakeUpgrade();
+        return ImageIsForHandheld() ? CheckSize(defaultSize, Choice::Ended) : Choice::Ended;
     case IDC_RESTORE:
-        return TakeRestore();
+        return ChooseRestore();
     default:
         return Choice::Ended;
     }
@@ -97,9 +106,12 @@ bool ChooseImage() {
     Choice choice = Choice::Again;
     while (choice == Choice::Again && !State.Run.RunEnded) {
         const INT_PTR action = ShowPage(ActionChoicePage);
-        if (action == PageNotShown || !TakeDefaultImage())
+        if (action == PageNotShown)
             return false;
-        choice = TakeAction(action);
+        const std::optional<std::uint64_t> defaultSize = ReadDefaultImage();
+        if (!defaultSize)
+            return false;
+        choice = ApplyAction(action, *defaultSize);
     }
     return choice == Choice::Taken;
 }

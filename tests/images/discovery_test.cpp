@@ -65,10 +65,12 @@ TEST_F(Discovery, image_whose_path_is_too_long_is_missing_rather_than_cut) {
     EXPECT_FALSE(FindDefaultImage());
 }
 
-TEST_F(Discovery, size_of_a_file_that_has_vanished_is_none) {
+TEST_F(Discovery, size_of_a_file_is_told_whole_and_of_one_that_has_vanished_is_none) {
     EXPECT_FALSE(ImageFileSize(TreePath("English\\gone.nbf").c_str()));
     WriteFileBytes(Folder() / "empty.nbf", "");
     EXPECT_EQ(0U, ImageFileSize(TreePath("English\\empty.nbf").c_str()));
+    std::filesystem::resize_file(Folder() / "empty.nbf", 0x100000007); // sparse
+    EXPECT_EQ(0x100000007U, ImageFileSize(TreePath("English\\empty.nbf").c_str()));
 }
 
 } // namespace

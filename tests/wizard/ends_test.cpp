@@ -265,6 +265,29 @@ TEST(End, an_image_larger_than_the_flash_ends_an_upgrade_but_not_a_restore) {
     ExpectQuit(wizard, VersionConfirmPage);
 }
 
+// The transfer alone would meet it, with the handheld changed and waiting for its image.
+TEST(End, an_image_too_short_to_be_sent_is_error_104_before_the_handheld_is_touched) {
+    for (const bool restore : {false, true}) {
+        TestHome home;
+        const fs::path good = home.AddLanguageFolder();
+        const fs::path image = home.MakeImage({.folder = "saved", .size = 0x8001F});
+        if (!restore)
+            fs::rename(image, good);
+        Cradle cradle(home);
+        WizardRun wizard(home);
+        GoToActionChoice(wizard);
+        wizard.Send(restore ? "1036" : "1035");
+        if (restore) {
+            wizard.ExpectLine("== open ==");
+            wizard.Send(image.string());
+            wizard.ExpectPage(BusyPage);
+        }
+        ExpectQuit(wizard, ImageOpenErrorPage);
+        EXPECT_FALSE(cradle.Handheld().Has("RegSetValue"));
+        EXPECT_FALSE(HasProgressRecord(home));
+    }
+}
+
 TEST(End, cancelling_the_file_dialog_leads_back_to_the_default_image) {
     TestHome home;
     home.AddLanguageFolder();
