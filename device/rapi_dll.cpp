@@ -187,7 +187,8 @@ std::int32_t CeRapiInitEx(RapiInitRecord* record) {
     static PublishedInit init;
     init = {sizeof(init), nullptr, 0};
     const std::int32_t result = Call(Rapi().CeRapiInitEx, std::int32_t{0}, &init);
-    record->event = Short(init.event);
+    // A failed init leaves no event, and a wait without one would look like an answer.
+    record->event = Short(result == 0 && init.event ? init.event : NeverSignalled());
     record->result = static_cast<std::int32_t>(init.result);
     return result;
 }
@@ -198,11 +199,14 @@ BOOL CeCreateProcess(const char16_t* program, const char16_t* commandLine,
                      const CeStartupInfo* startup, CeProcessInformation* process) {
     STARTUPINFOW publishedStartup = startup ? PublishedStartup(*startup) : STARTUPINFOW{};
     PROCESS_INFORMATION information = {};
+    // RAPI keeps the failure of a connection that was lost earlier: nothing can have been started
+    // over that one.
+    const bool connected = SUCCEEDED(Call(Rapi().CeRapiGetError, E_FAIL));
     const BOOL started =
         Call(Rapi().CeCreateProcess, FALSE, Wide(program), Wide(commandLine), nullptr, nullptr,
              FALSE, 0, nullptr, nullptr, startup ? &publishedStartup : nullptr, &information);
     if (!started) {
-        if (FAILED(Call(Rapi().CeRapiGetError, S_OK)))
+        if (connected && FAILED(Call(Rapi().CeRapiGetError, S_OK)))
             SetLastError(ERROR_CONNECTION_ABORTED);
         return FALSE;
     }

@@ -154,12 +154,15 @@ bool TakeData(Reader& outputs, void* room, DWORD* size) {
 EXPORT HRESULT WINAPI CeRapiInitEx(InitRecord* record) {
     if (!record || record->size != sizeof(InitRecord))
         return E_INVALIDARG;
+    // Without ActiveSync's process the real library fails, too, and hands out no event.
+    record->event = nullptr;
+    if (!connector && !loopback::Connect(loopback::ManagerPort()).IsOpen())
+        return E_FAIL;
     if (!connector) {
         connected = CreateEventW(nullptr, TRUE, FALSE, nullptr);
         stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
         connector = CreateThread(nullptr, 0, KeepConnecting, nullptr, 0, nullptr);
-        if (loopback::ManagerPort() != 0)
-            WaitForSingleObject(connected, FirstAttemptMilliseconds);
+        WaitForSingleObject(connected, FirstAttemptMilliseconds);
     }
     record->event = connected;
     record->result = S_OK;
