@@ -62,6 +62,20 @@ BOOL WINAPI WaitCommEvent(HANDLE file, LPDWORD events, LPOVERLAPPED overlapped) 
     return port && port->Wait(events, overlapped);
 }
 
+BOOL WINAPI ClearCommError(HANDLE file, LPDWORD errors, LPCOMSTAT status) {
+    const auto port = FindHandleOf<Port>(file);
+    if (!port)
+        return FALSE;
+    COMSTAT queues = {};
+    if (!port->GetQueues(&queues))
+        return FALSE;
+    if (errors)
+        *errors = 0;
+    if (status)
+        *status = queues;
+    return TRUE;
+}
+
 // A file's calls are over before they return, so there is nothing to cancel.
 BOOL WINAPI CancelIo(HANDLE file) {
     const auto stream = FindHandleOf<platform::StreamObject>(file);

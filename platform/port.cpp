@@ -14,6 +14,7 @@
 #include <utility>
 
 #include <sys/epoll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace platform {
@@ -220,6 +221,19 @@ BOOL Port::SetLineSignal(int line, bool raised) {
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
     return SetModemLine(tty_.Number(), line, raised) || Fail(ERROR_IO_DEVICE);
+}
+
+// What a caller has handed over waits here first, and then in the tty.
+BOOL Port::GetQueues(COMSTAT* status) {
+    const std::lock_guard guard(lock_);
+    if (closed_)
+        return Fail(ERROR_INVALID_HANDLE);
+    int inTty = 0;
+    if (lost_ || ioctl(tty_.Number(), TIOCOUTQ, &inTty) != 0)
+        return Fail(ERROR_IO_DEVICE);
+    status->cbInQue = static_cast<DWORD>(requests_.InputSize());
+    status->cbOutQue = static_cast<DWORD>(requests_.OutputSize()) + static_cast<DWORD>(inTty);
+    return TRUE;
 }
 
 void Port::CancelOfThisThread() {

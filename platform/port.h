@@ -45,6 +45,7 @@ public:
     BOOL SetTimeouts(const COMMTIMEOUTS& timeouts);
     BOOL GetTimeouts(COMMTIMEOUTS* timeouts);
     BOOL SetLineSignal(int line, bool raised); // TIOCM_DTR or TIOCM_RTS
+    BOOL GetQueues(COMSTAT* status);
     void CancelOfThisThread();
     bool TakesUsbRequests() const { return access_.usb; }
     // False, with the last error, once the tty has hung up and all that it brought has been read

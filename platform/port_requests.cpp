@@ -44,6 +44,13 @@ void PortRequests::Arrived(std::span<const std::uint8_t> bytes) {
     ServeWait();
 }
 
+std::size_t PortRequests::OutputSize() const {
+    std::size_t size = 0;
+    for (const Write& write : writes_)
+        size += write.source.size() - write.done;
+    return size;
+}
+
 std::span<const std::uint8_t> PortRequests::NextOutput() const {
     return writes_.front().source.subspan(writes_.front().done);
 }

@@ -31,9 +31,11 @@ public:
     // How many bytes may be handed to Arrived now.
     std::size_t InputRoom() const { return InputQueueSize - input_.size(); }
     bool HasInput() const { return !input_.empty(); }
+    std::size_t InputSize() const { return input_.size(); }
     void Arrived(std::span<const std::uint8_t> bytes);
 
     bool HasOutput() const { return !writes_.empty(); }
+    std::size_t OutputSize() const; // bytes of all writes that are not sent yet
     // What is to be sent next; never empty while HasOutput.
     std::span<const std::uint8_t> NextOutput() const;
     void Sent(std::size_t count);

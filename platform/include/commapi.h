@@ -87,6 +87,19 @@ typedef struct _COMMTIMEOUTS {
     DWORD WriteTotalTimeoutConstant;
 } COMMTIMEOUTS, *LPCOMMTIMEOUTS;
 
+typedef struct _COMSTAT {
+    DWORD fCtsHold : 1;
+    DWORD fDsrHold : 1;
+    DWORD fRlsdHold : 1;
+    DWORD fXoffHold : 1;
+    DWORD fXoffSent : 1;
+    DWORD fEof : 1;
+    DWORD fTxim : 1;
+    DWORD fReserved : 25;
+    DWORD cbInQue;
+    DWORD cbOutQue;
+} COMSTAT, *LPCOMSTAT;
+
 // A call on a handle that is no open port fails with ERROR_INVALID_HANDLE. Any thread may call.
 BOOL WINAPI GetCommState(HANDLE file, LPDCB settings);
 BOOL WINAPI SetCommState(HANDLE file, LPDCB settings);
@@ -119,6 +132,11 @@ BOOL WINAPI DeviceIoControl(HANDLE device, DWORD code, LPVOID input, DWORD input
 // ERROR_IO_INCOMPLETE while the call is under way, and with the call's own error where it failed.
 BOOL WINAPI GetOverlappedResult(HANDLE file, LPOVERLAPPED overlapped, LPDWORD transferred,
                                 BOOL wait);
+
+// Errors are always 0. Of the status, which may be null, cbInQue (arrived and not yet read) and
+// cbOutQue (taken and not yet on the wire) are told. Fails with ERROR_IO_DEVICE once the device has
+// gone.
+BOOL WINAPI ClearCommError(HANDLE file, LPDWORD errors, LPCOMSTAT status);
 
 // Completes with ERROR_OPERATION_ABORTED what the calling thread has outstanding on the port.
 BOOL WINAPI CancelIo(HANDLE file);
