@@ -7,6 +7,8 @@
 #include "link/port.h"
 
 #include "pages/error_pages.h"
+#include "pages/link_error_pages.h"
+#include "wizard/progress_record.h"
 #include "wizard/state.h"
 
 #include <algorithm>
@@ -50,12 +52,20 @@ void ConfigureLine(HANDLE port) {
     EscapeCommFunction(port, SETRTS);
 }
 
+// A handheld that lost its upgrade in the held-back block and was then reset is on no bus any more,
+// and its port will never open again. The first time the cable may just be out.
+bool IsGoneFromUsb() {
+    return !State.Run.SerialLinkSelected && !State.Run.BootloaderResume && NoteClosedPort();
+}
+
 void ReportPortFailure() {
     if (State.Windows.PreparePage)
         EndDialog(State.Windows.PreparePage, 2);
     if (State.Windows.ProgressPage)
         ShowWindow(State.Windows.ProgressPage, SW_HIDE);
     ShowPage(PortErrorPage);
+    if (IsGoneFromUsb())
+        ShowPage(CommunicationErrorPage);
     // Posted, not sent: on a worker thread the main thread's page loop picks it up. The flag keeps
     // the chain from showing another page before it does.
     State.Run.RunEnded = true;
@@ -103,6 +113,16 @@ bool WriteLinkPiece(const std::uint8_t* data, std::uint32_t length) {
     return (started || pending) && written == length;
 }
 
+// Bytes that the driver has taken and not yet sent.
+DWORD OutputQueue() {
+    const std::lock_guard lock(State.Link.LinkLock);
+    DWORD errors = 0;
+    COMSTAT status = {};
+    if (!State.Link.LinkHandle || !ClearCommError(State.Link.LinkHandle, &errors, &status))
+        return 0;
+    return status.cbOutQue;
+}
+
 } // namespace
 
 void FormatPortName(const char* portName, bool serial, char (&name)[48]) {
@@ -140,6 +160,15 @@ bool WriteLink(const void* data, std::uint32_t length) {
         length -= LargestWrite;
     }
     return !State.Link.StopReceive && WriteLinkPiece(next, length);
+}
+
+bool AwaitOutputSent() {
+    while (!State.Run.TransferAborted && !State.Link.StopReceive) {
+        if (OutputQueue() == 0)
+            return true;
+        Sleep(1);
+    }
+    return false;
 }
 
 void CloseLinkPort() {

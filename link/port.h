@@ -6,7 +6,9 @@
 #include <cstdint>
 
 // Opens and configures the link into State.Link.LinkHandle. False: PortErrorPage has been shown,
-// PreparePage ended, ProgressPage hidden, and the run is over. Any thread.
+// PreparePage ended, ProgressPage hidden, and the run is over. Where a resumed run of a USB link
+// ends so for the second time, and only the held-back block was left, the page that leads to the
+// bootloader follows. Any thread.
 bool OpenLinkPort(const char* portName);
 
 // Sends all bytes in writes of at most 12288, in order, and returns when the last has been handed
@@ -14,6 +16,11 @@ bool OpenLinkPort(const char* portName);
 // come, since a device that got less stays silent. A write that never completes has two ways out:
 // StopReceive, and a limit of a minute.
 bool WriteLink(const void* data, std::uint32_t length);
+
+// Waits until the driver has sent what was handed to it, on the thread of the sender. False when
+// the transfer has been given up meanwhile: the stall timer, which still runs, bounds the wait. A
+// driver that cannot be asked counts as done.
+bool AwaitOutputSent();
 
 // Closes the port if it is open; whatever waits on it comes back.
 void CloseLinkPort();

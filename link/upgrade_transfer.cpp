@@ -126,6 +126,7 @@ void BeginUpgradeTransfer() {
     if (!AwaitToken(FlasherIsReady))
         return;
     // The token is not cleared: the next burst replaces it.
+    State.Run.FlasherAnswered = true;
     KillStallTimer(AnswerTimer);
     SendImage();
 }

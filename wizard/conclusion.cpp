@@ -10,7 +10,18 @@
 #include "link/upgrade_transfer.h"
 #include "pages/closing_pages.h"
 #include "pages/link_error_pages.h"
+#include "wizard/progress_record.h"
 #include "wizard/state.h"
+
+namespace {
+
+// The bootloader was talked to; or a flasher that the interrupted transfer may have outlived has
+// not answered, so that nobody but the bootloader ever will.
+bool OnlyBootloaderCanAnswer() {
+    return State.Run.BootloaderResume || (!State.Run.FlasherAnswered && HeldBackBlockNoted());
+}
+
+} // namespace
 
 bool OnlyBootloaderHelps(std::uint32_t bytesRemaining, bool bootloaderTransfer) {
     return bootloaderTransfer || bytesRemaining <= HeldBackSize;
@@ -23,7 +34,7 @@ void ConcludeTransfer(INT_PTR result, Road road) {
         if (ShowPage(UpgradeDonePage) == 0)
             ShowFinishPage();
     } else {
-        const bool bootloader = road == Road::Resumed && State.Run.BootloaderResume;
+        const bool bootloader = road == Road::Resumed && OnlyBootloaderCanAnswer();
         ShowPage(OnlyBootloaderHelps(State.Run.BytesRemaining, bootloader) ? CommunicationErrorPage
                                                                            : UpgradeErrorPage);
     }

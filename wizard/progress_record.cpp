@@ -15,10 +15,11 @@ namespace {
 constexpr char SoftwareKey[] = "Software";
 constexpr char RecordName[] = "FlashUtility";
 constexpr char RecordKey[] = "Software\\FlashUtility";
-constexpr char NoteName[] = "FlashUtilityHeldBack"; // its being there is all that it says
+constexpr char NoteName[] = "FlashUtilityHeldBack"; // it says so by being there
 constexpr char NoteKey[] = "Software\\FlashUtilityHeldBack";
-constexpr DWORD NameRoom = 100; // characters
-constexpr DWORD DataRoom = 260; // bytes
+constexpr char ClosedPortName[] = "ClosedPort"; // a value of the note
+constexpr DWORD NameRoom = 100;                 // characters
+constexpr DWORD DataRoom = 260;                 // bytes
 
 // The key is damaged rather than long beyond this many values; the enumeration has to end even
 // where the registry answers every index with an error of its own.
@@ -32,6 +33,13 @@ HKEY CreateKey(const char* path) {
     return key;
 }
 
+// Null where there is no note.
+HKEY OpenNote(REGSAM access) {
+    HKEY note = nullptr;
+    return RegOpenKeyExA(HKEY_CURRENT_USER, NoteKey, 0, access, &note) == ERROR_SUCCESS ? note
+                                                                                        : nullptr;
+}
+
 void DeleteKeyOfSoftware(const char* name) {
     HKEY software = nullptr;
     if (RegOpenKeyExA(HKEY_CURRENT_USER, SoftwareKey, 0, KEY_ALL_ACCESS, &software) !=
@@ -39,14 +47,6 @@ void DeleteKeyOfSoftware(const char* name) {
         return;
     RegDeleteKeyA(software, name);
     RegCloseKey(software);
-}
-
-bool NoteIsThere() {
-    HKEY note = nullptr;
-    if (RegOpenKeyExA(HKEY_CURRENT_USER, NoteKey, 0, KEY_READ, &note) != ERROR_SUCCESS)
-        return false;
-    RegCloseKey(note);
-    return true;
 }
 
 // A failed write is not reported anywhere: the upgrade then cannot be resumed, but it can be done.
@@ -59,11 +59,26 @@ void SetText(HKEY key, const char* name, const char* text, std::size_t size) {
                    static_cast<DWORD>(size));
 }
 
+// The whole size of the buffer, with zeros behind the text whatever an earlier text has left there.
+template <std::size_t Size>
+void SetPaddedText(HKEY key, const char* name, const char (&text)[Size]) {
+    char padded[Size] = {};
+    std::memcpy(padded, text, strnlen(text, Size - 1));
+    SetText(key, name, padded, Size);
+}
+
 template <std::size_t Size>
 void CopyStored(char (&target)[Size], const BYTE* data, DWORD length) {
     const std::size_t stored = std::min<std::size_t>(length, Size - 1);
     std::memset(target, 0, Size);
     std::memcpy(target, data, stored);
+}
+
+// A path that does not fit is no path: cut, it would name another file.
+void ReadImagePath(const BYTE* data, DWORD length) {
+    CopyStored(State.Places.ImagePath, data, length);
+    if (length >= sizeof(State.Places.ImagePath) && !std::memchr(data, 0, length))
+        State.Places.ImagePath[0] = '\0';
 }
 
 // What one value of the record means for the state. For numbers the first byte counts.
@@ -80,7 +95,7 @@ constexpr StoredValue StoredValues[] = {
     {"Version",
      [](const BYTE* data, DWORD n) { CopyStored(State.Handheld.DeviceVersionText, data, n); }},
     {"USB", [](const BYTE* data, DWORD) { State.Run.SerialLinkSelected = data[0] != 1; }},
-    {"FlashFile", [](const BYTE* data, DWORD n) { CopyStored(State.Places.ImagePath, data, n); }},
+    {"FlashFile", ReadImagePath},
     {"Critical", [](const BYTE* data, DWORD) { State.Run.BootloaderResume = data[0] == 1; }},
 };
 
@@ -101,11 +116,10 @@ void WriteProgressRecord() {
     if (!key)
         return;
     SetNumber(key, "Flash", 1);
-    SetText(key, "Language", State.Places.LanguageFolder, sizeof(State.Places.LanguageFolder));
-    SetText(key, "ModelID", State.Handheld.DeviceModel, sizeof(State.Handheld.DeviceModel));
-    SetText(key, "Lang", State.Handheld.DeviceLanguage, sizeof(State.Handheld.DeviceLanguage));
-    SetText(key, "Version", State.Handheld.DeviceVersionText,
-            sizeof(State.Handheld.DeviceVersionText));
+    SetPaddedText(key, "Language", State.Places.LanguageFolder);
+    SetPaddedText(key, "ModelID", State.Handheld.DeviceModel);
+    SetPaddedText(key, "Lang", State.Handheld.DeviceLanguage);
+    SetPaddedText(key, "Version", State.Handheld.DeviceVersionText);
     SetNumber(key, "USB", State.Run.SerialLinkSelected ? 0 : 1);
     SetText(key, "FlashFile", State.Places.ImagePath, std::strlen(State.Places.ImagePath));
     RegCloseKey(key);
@@ -130,6 +144,25 @@ void NoteHeldBackBlock() {
         RegCloseKey(note);
 }
 
+bool HeldBackBlockNoted() {
+    if (const HKEY note = OpenNote(KEY_READ)) {
+        RegCloseKey(note);
+        return true;
+    }
+    return false;
+}
+
+bool NoteClosedPort() {
+    const HKEY note = OpenNote(KEY_ALL_ACCESS);
+    if (!note)
+        return false;
+    const bool again =
+        RegQueryValueExA(note, ClosedPortName, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+    SetNumber(note, ClosedPortName, 1);
+    RegCloseKey(note);
+    return again;
+}
+
 bool ReadProgressRecord() {
     HKEY key = nullptr;
     if (RegOpenKeyExA(HKEY_CURRENT_USER, RecordKey, 0, KEY_READ, &key) != ERROR_SUCCESS)
@@ -148,7 +181,5 @@ bool ReadProgressRecord() {
             TakeValue(name, data, dataLength, &pending);
     }
     RegCloseKey(key);
-    if (pending && NoteIsThere())
-        State.Run.BootloaderResume = true;
     return pending;
 }

@@ -29,7 +29,9 @@ struct WindowValues {
 
 // Places on the PC, 8-bit text in the ANSI code page. Written by the start-up and the chain.
 struct PlaceValues {
-    char AppDirectory[260];     // working directory at start, not the folder of the program
+    // Working directory at start, not the folder of the program. Empty where it could not be read:
+    // then there are no files beside the wizard.
+    char AppDirectory[260];
     char LanguageFolder[20];    // sub-folder for the handheld's language, or empty
     char ImagePath[260];        // full path of the image being worked on
     char DefaultImagePath[260]; // full path of the image found in the language folder
@@ -65,11 +67,13 @@ struct RunValues {
     bool ModelMismatch, LanguageMismatch; // which lines IncompatibleImagePage marks; it clears them
     bool UpgradeUnderway;                 // PrepareDevice does nothing without it
     std::atomic<bool> BackupDone;
-    std::atomic<bool> RunEnded; // MainWindow has been destroyed: no page comes up any more
+    std::atomic<bool> RunEnded;       // no page comes up any more; MainWindow closes or has closed
+    std::atomic<bool> MainWindowGone; // it has been destroyed, and its handle may be another's
     std::atomic<bool> BusyCursor{true};
     std::atomic<bool> TransferAborted;
     // Image bytes not yet sent. Before the first block this counts as much left to send.
     std::atomic<std::uint32_t> BytesRemaining{0x60000};
+    std::atomic<bool> FlasherAnswered; // token 5 has come: the flasher is there
 };
 
 enum class TransferVerdict { Open, Sent, Stalled };
@@ -93,13 +97,20 @@ struct LinkValues {
     std::array<std::atomic<std::uint8_t>, ReceiveBufferSize> ReceiveBuffer;
     std::atomic<std::size_t> ReceiveCursor;
     std::mutex BufferLock; // for storing into the two and clearing them
+    // Counts the sender's looks at the buffer, each before it is made: a loop that sees it grow by
+    // two knows that one whole look has come in between.
+    std::atomic<std::uint32_t> SenderLooks;
     // Buffers and file of the transfer: the sender's while SenderRuns; see link/transfer_buffers.h.
     std::atomic<bool> SenderRuns;
     std::uint8_t* TransferBufferA;
     std::uint8_t* TransferBufferB;
     HANDLE ImageFile;
-    // Decided once: by the sender's last step or by a stall timer, whichever comes first.
-    std::atomic<TransferVerdict> Verdict;
+    std::uint32_t ImageBytesUnread; // of ImageFile, by its size at opening; the sender's alone
+    // Decided once: by the sender's last step or by a stall timer, whichever comes first. The lock
+    // is for these two and BytesRemaining alone and is never held across a call of the system: the
+    // timer must come through while a driver or a disk blocks the sender.
+    std::mutex VerdictLock;
+    TransferVerdict Verdict;
 };
 
 struct WizardState {

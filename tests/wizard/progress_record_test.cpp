@@ -75,6 +75,7 @@ protected:
 };
 
 TEST_F(ProgressRecord, is_stored_to_the_byte) {
+    std::memset(State.Places.LanguageFolder + sizeof("French"), 'x', 5); // of an earlier text
     WriteProgressRecord();
     EXPECT_EQ(std::string("\1\0\0\0", 4), Read("Flash").data);
     EXPECT_EQ(Padded("French", 20), Read("Language").data);
@@ -117,27 +118,22 @@ TEST_F(ProgressRecord, with_critical_alone_is_not_pending_but_marks_the_bootload
     EXPECT_TRUE(State.Run.BootloaderResume);
 }
 
-// A wizard that is killed while no more than the held-back block is left shows no page, so nothing
-// marks the record.
-TEST_F(ProgressRecord, with_the_note_of_the_held_back_block_is_one_for_the_bootloader) {
+// The road of the next run is the record's alone.
+TEST_F(ProgressRecord, has_a_note_beside_it_that_changes_nothing_it_says_and_goes_with_it) {
     WriteProgressRecord();
+    EXPECT_FALSE(NoteClosedPort());
     NoteHeldBackBlock();
     EXPECT_TRUE(ReadProgressRecord());
-    EXPECT_TRUE(State.Run.BootloaderResume);
-
-    State.Run.BootloaderResume = false;
-    DeleteProgressRecord();
+    EXPECT_FALSE(State.Run.BootloaderResume);
+    EXPECT_TRUE(HeldBackBlockNoted());
+    EXPECT_FALSE(NoteClosedPort());
+    EXPECT_TRUE(NoteClosedPort());
     WriteProgressRecord(); // another transfer
-    EXPECT_TRUE(ReadProgressRecord());
-    EXPECT_FALSE(State.Run.BootloaderResume);
-
+    EXPECT_FALSE(HeldBackBlockNoted());
+    NoteHeldBackBlock();
+    EXPECT_FALSE(NoteClosedPort());
     DeleteProgressRecord();
-    NoteHeldBackBlock(); // killed between the two deletions
-    EXPECT_FALSE(ReadProgressRecord());
-    EXPECT_FALSE(State.Run.BootloaderResume);
-    WriteProgressRecord();
-    EXPECT_TRUE(ReadProgressRecord());
-    EXPECT_FALSE(State.Run.BootloaderResume);
+    EXPECT_FALSE(HeldBackBlockNoted());
 }
 
 TEST_F(ProgressRecord, takes_names_in_any_case_and_passes_over_values_that_do_not_fit) {
@@ -146,6 +142,14 @@ TEST_F(ProgressRecord, takes_names_in_any_case_and_passes_over_values_that_do_no
     Write("modelid", REG_SZ, std::string(100, 'M'));
     EXPECT_TRUE(ReadProgressRecord());
     EXPECT_EQ(std::string(14, 'M'), State.Handheld.DeviceModel);
+}
+
+TEST_F(ProgressRecord, names_no_image_rather_than_another_one_where_the_path_does_not_fit) {
+    for (const std::size_t length : {259U, 260U}) {
+        Write("FlashFile", REG_SZ, "Z:\\" + std::string(length - 3, 'f'));
+        ReadProgressRecord();
+        EXPECT_EQ(length == 259 ? 259 : 0, std::strlen(State.Places.ImagePath));
+    }
 }
 
 TEST(Conclusion, from_the_held_back_block_on_only_the_bootloader_helps) {

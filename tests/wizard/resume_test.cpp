@@ -20,6 +20,7 @@ struct Record {
     std::string folder = "English";
     bool usb = false;
     bool critical = false;
+    bool heldBack = false; // the note beside it
 };
 
 // The registry's own text; the manager has written the head of the file.
@@ -33,7 +34,8 @@ void LeaveRecord(const TestHome& home, const Record& record) {
         << "\"Flash\"=dword:00000001\n\"Language\"=\"" << record.folder << "\"\n\"ModelID\"=\""
         << record.model << "\"\n\"Lang\"=\"" << record.language << "\"\n\"Version\"=\"1.10\"\n"
         << "\"USB\"=dword:0000000" << record.usb << "\n\"FlashFile\"=\"" << escaped << "\"\n"
-        << (record.critical ? "\"Critical\"=dword:00000001\n" : "");
+        << (record.critical ? "\"Critical\"=dword:00000001\n" : "")
+        << (record.heldBack ? "\n[HKEY_CURRENT_USER\\Software\\FlashUtilityHeldBack]\n" : "");
 }
 
 // As a transfer leaves it that died before the held-back block.
@@ -80,6 +82,48 @@ TEST(Resume, without_its_image_or_with_one_for_another_handheld_keeps_the_record
         ExpectEndWithRecord(home, wizard, one.page);
     }
     EXPECT_EQ("", cradle.Refused()); // not a byte has gone out
+}
+
+// A wizard that was killed in the held-back block has shown no page. Its flasher may be listening
+// still, and is asked over its own link; only where it is silent the note leads to the bootloader.
+TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
+    struct Case {
+        const char* name;
+        bool usb, noted;
+        std::vector<std::string> faults;
+        int page;
+    };
+    const Case cases[] = {
+        {"listens on usb", true, true, {}, UpgradeDonePage},
+        {"silent", false, true, {"--silent-at", "start"}, CommunicationErrorPage},
+        {"silent, much was left", false, false, {"--silent-at", "start"}, UpgradeErrorPage},
+        {"silent later", false, true, {"--silent-at", "size"}, UpgradeErrorPage},
+        {"off the bus", true, true, {"--port-held"}, PortErrorPage},
+        {"off the bus, much was left", true, false, {"--port-held"}, PortErrorPage},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.name);
+        TestHome home;
+        const fs::path image = home.AddLanguageFolder();
+        Cradle cradle(home);
+        LeaveRecord(home, {.image = image, .usb = one.usb, .heldBack = one.noted});
+        LeaveInFlasher(home, cradle, one.faults);
+        for (const bool again : {false, true}) {
+            WizardRun wizard(home);
+            wizard.ExpectPage(BusyPage);
+            wizard.ExpectPage(ProgressPage);
+            wizard.Answer(one.page, "esc");
+            const bool gone = again && one.noted;
+            if (one.page == PortErrorPage && gone)
+                wizard.Answer(CommunicationErrorPage, "2");
+            EXPECT_EQ(0, wizard.Wait());
+            EXPECT_EQ(one.page == CommunicationErrorPage || (one.page == PortErrorPage && gone),
+                      IsMarkedCritical(home));
+            if (one.page != PortErrorPage)
+                break;
+        }
+        EXPECT_EQ(one.page == UpgradeDonePage, !HasProgressRecord(home));
+    }
 }
 
 TEST(Resume, an_image_without_a_held_back_block_is_not_announced) {
