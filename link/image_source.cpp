@@ -1,6 +1,6 @@
-// Reading pieces. A short read at the end of the file is filled up; a read that fails is another
-// matter: the file is longer than what came, and sending filler in its place would write a broken
-// ROM and call it a success.
+// Reading pieces. What lies behind the size that the file had at its opening is filled up. A read
+// that fails or ends before that size is another matter: filler in the place of what the file held
+// would write a broken ROM and call it a success.
 
 #include "link/image_source.h"
 
@@ -8,6 +8,7 @@
 #include "pages/error_pages.h"
 #include "wizard/state.h"
 
+#include <algorithm>
 #include <cstring>
 
 std::uint32_t OpenTransferImage(std::uint32_t smallest) {
@@ -18,20 +19,21 @@ std::uint32_t OpenTransferImage(std::uint32_t smallest) {
     State.Link.ImageFile = file;
     DWORD high = 0;
     const DWORD size = GetFileSize(file, &high);
-    return size == INVALID_FILE_SIZE || high != 0 || size < smallest ? 0 : size;
+    if (size == INVALID_FILE_SIZE || high != 0 || size < smallest)
+        return 0;
+    State.Link.ImageBytesUnread = size;
+    return size;
 }
 
 bool ReadPiece(std::uint8_t* buffer, std::uint32_t size) {
-    DWORD filled = 0;
-    while (filled < size) {
-        DWORD count = 0;
-        if (!ReadFile(State.Link.ImageFile, buffer + filled, size - filled, &count, nullptr))
+    const std::uint32_t wanted = std::min(size, State.Link.ImageBytesUnread);
+    for (DWORD filled = 0, count = 0; filled < wanted; filled += count) {
+        if (!ReadFile(State.Link.ImageFile, buffer + filled, wanted - filled, &count, nullptr) ||
+            count == 0)
             return false;
-        if (count == 0)
-            break;
-        filled += count;
     }
-    std::memset(buffer + filled, 0xFF, size - filled);
+    State.Link.ImageBytesUnread -= wanted;
+    std::memset(buffer + wanted, 0xFF, size - wanted);
     return true;
 }
 

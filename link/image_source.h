@@ -9,8 +9,9 @@
 // measured, or is smaller than `smallest`.
 std::uint32_t OpenTransferImage(std::uint32_t smallest);
 
-// Reads the next `size` bytes; what the file does not fill becomes 0xFF, the state of erased
-// flash. False when the read failed: what then stands in the buffer must not be sent.
+// Reads the next `size` bytes; what lies behind the size measured at opening becomes 0xFF, the
+// state of erased flash. False when the read failed or the file has become shorter: what then
+// stands in the buffer must not be sent, and nothing behind it.
 bool ReadPiece(std::uint8_t* buffer, std::uint32_t size);
 
 // A buffer of a transfer, freed by AbandonTransfer; null when there is no memory.
