@@ -71,7 +71,7 @@ bool Answer(Said said, std::uint32_t* offset, std::uint32_t fileSize) {
     }
 }
 
-// True when the last block has been handed over; false when the transfer has been given up or
+// True when the last block has gone out; false when the transfer has been given up or
 // cannot go on, which the timer then ends.
 bool HoldDialogue(std::uint32_t fileSize) {
     std::uint32_t offset = BlockSize;
@@ -87,7 +87,7 @@ bool HoldDialogue(std::uint32_t fileSize) {
         if (!answered)
             return false;
         if (said == Said::Block && offset >= fileSize)
-            return true;
+            return AwaitOutputSent();
     }
     return false;
 }

@@ -1,8 +1,9 @@
 // How a loop is started, and the loop of a serial link.
 //
-// A burst clears the whole buffer, so a token followed by any further byte would be wiped out
-// before the sender has seen it. That is why this loop holds off for a second once a token stands
-// in the buffer: the sender polls every millisecond and has it long before.
+// A burst clears the whole buffer, so a token followed by any further byte, its own zero among
+// them, would be wiped out before the sender has seen it. That is why this loop holds off once a
+// token stands in the buffer: for a second, and for as long as the sender is kept from looking, by
+// a display that is stopped or a slow disk.
 
 #include "link/receive.h"
 
@@ -18,6 +19,7 @@ namespace {
 
 constexpr DWORD FlasherStartMilliseconds = 20000;
 constexpr DWORD TokenHoldMilliseconds = 1000;
+constexpr DWORD HoldStepMilliseconds = 10;
 constexpr DWORD FirstMask = EV_RXCHAR | EV_CTS | EV_DSR | EV_RLSD | EV_RING;
 constexpr DWORD LaterMask = FirstMask & ~static_cast<DWORD>(EV_RLSD);
 static_assert(FirstMask == 0x139 && LaterMask == 0x119);
@@ -44,6 +46,17 @@ void ReadBurst(OVERLAPPED* overlapped) {
     }
     if (!State.Link.StopReceive)
         StoreBurst({burst.data(), count});
+}
+
+// Ends: a sender that waits for a token looks every millisecond, one that has gone leaves with
+// StopReceive.
+void LeaveTokenToSender() {
+    const std::uint32_t looks = State.Link.SenderLooks;
+    for (DWORD held = 0; held < TokenHoldMilliseconds && !State.Link.StopReceive;
+         held += HoldStepMilliseconds)
+        Sleep(HoldStepMilliseconds);
+    while (State.Link.SenderLooks - looks < 2 && !State.Link.StopReceive)
+        Sleep(1);
 }
 
 } // namespace
@@ -121,7 +134,7 @@ DWORD WINAPI SerialReceiveLoop(LPVOID) {
         if (events & EV_RXCHAR)
             ReadBurst(&overlapped);
         if (TokenStands())
-            Sleep(TokenHoldMilliseconds);
+            LeaveTokenToSender();
         else if (events == 0)
             Sleep(1); // a lost device fails every wait at once; the stall timer ends this
     }

@@ -38,7 +38,7 @@ bool WaitForLoopToLeave() { return WaitToLeave(State.Link.ReceiveRunning); }
 
 // Decides how the transfer has ended, unless that is decided.
 bool Decide(TransferVerdict verdict) {
-    const std::lock_guard lock(State.Link.LinkLock);
+    const std::lock_guard lock(State.Link.VerdictLock);
     if (State.Link.Verdict != TransferVerdict::Open)
         return false;
     State.Link.Verdict = verdict;
@@ -74,12 +74,15 @@ void SetStallTimer(HWND page, UINT_PTR timer, DWORD milliseconds) {
         SetTimer(page, timer, milliseconds, nullptr);
 }
 
-// Under the lock, with the note: a stall is decided before both or after both.
+// A stall is decided before the recording or after it. The note takes the registry's lock and its
+// disk, so it comes behind; the device asks for the held-back block only after this.
 bool RecordBytesRemaining(std::uint32_t remaining) {
-    const std::lock_guard lock(State.Link.LinkLock);
-    if (State.Link.Verdict != TransferVerdict::Open)
-        return false;
-    State.Run.BytesRemaining = remaining;
+    {
+        const std::lock_guard lock(State.Link.VerdictLock);
+        if (State.Link.Verdict != TransferVerdict::Open)
+            return false;
+        State.Run.BytesRemaining = remaining;
+    }
     if (remaining <= HeldBackSize)
         NoteHeldBackBlock();
     return true;

@@ -23,14 +23,17 @@ constexpr std::uint8_t ReadyToken = 5;
 constexpr std::uint32_t PieceSize = 0x20000;
 constexpr std::uint32_t HeaderSize = 32;
 
-// Polls for the token; false when the transfer has been given up.
+// Polls for the token; false when the transfer has been given up. The receive loop leaves a token
+// alone until two more looks are counted; one that has found it counts for both, since the next
+// look may be a whole piece away.
 template <class Arrived>
 bool AwaitToken(Arrived arrived) {
-    while (!arrived()) {
+    for (++State.Link.SenderLooks; !arrived(); ++State.Link.SenderLooks) {
         if (State.Run.TransferAborted)
             return false;
         Sleep(1);
     }
+    State.Link.SenderLooks += 2;
     return !State.Run.TransferAborted;
 }
 
@@ -89,10 +92,10 @@ bool SendPiecesFromFile(std::uint32_t remaining) {
 }
 
 // The timer is not restarted for the second half: it has to cover both. No token is awaited after
-// the last piece, so this is the one piece whose hand-over decides.
+// the last piece, so this is the one piece whose way out decides.
 bool SendHeldBackBlock() {
-    SendPiece(State.Link.TransferBufferB);
-    return AwaitToken(PieceIsWanted) && SendPiece(State.Link.TransferBufferB + PieceSize);
+    return SendPiece(State.Link.TransferBufferB) && AwaitToken(PieceIsWanted) &&
+           SendPiece(State.Link.TransferBufferB + PieceSize) && AwaitOutputSent();
 }
 
 void EndProgressPage() {

@@ -66,6 +66,12 @@ protected:
         HangUp();
     }
 
+    // As a sender does that has seen the token.
+    static void TakeToken() {
+        State.Link.SenderLooks += 2;
+        ClearReceivedToken();
+    }
+
     void HangUp() {
         if (device_ >= 0)
             close(device_);

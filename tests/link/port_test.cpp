@@ -3,6 +3,30 @@
 
 #include "tests/link/link_fixture.h"
 
+#include <cstdarg>
+
+#include <sys/syscall.h>
+
+namespace {
+
+// What a tty tells of its output queue, while that is set. A pseudo-terminal has none.
+std::atomic<int> outputQueue = -1;
+std::atomic<int> questions = 0;
+
+} // namespace
+
+extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, request);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (request != TIOCOUTQ || outputQueue < 0)
+        return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
+    *static_cast<int*>(argument) = outputQueue;
+    ++questions;
+    return 0;
+}
+
 namespace {
 
 using namespace link_test;
@@ -63,6 +87,28 @@ TEST_F(LinkTest, closing_the_port_ends_a_write_and_a_later_one_reports_it) {
     sender.join();
     EXPECT_FALSE(handedOver);
     EXPECT_FALSE(WriteLink("A", 1));
+}
+
+TEST_F(LinkTest, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_be_asked) {
+    for (const bool abandoned : {false, true}) {
+        outputQueue = 1;
+        questions = 0;
+        bool sent = abandoned;
+        std::atomic<bool> over = false;
+        std::thread sender([&] {
+            sent = AwaitOutputSent();
+            over = true;
+        });
+        EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
+        EXPECT_FALSE(over);
+        abandoned ? AbandonTransfer() : void(outputQueue = 0);
+        sender.join();
+        EXPECT_EQ(!abandoned, sent);
+    }
+    State.Run.TransferAborted = false;
+    outputQueue = -1;
+    HangUp(); // nobody can be asked any more
+    EXPECT_TRUE(ComesTrue([] { return AwaitOutputSent(); }));
 }
 
 TEST(PortName, has_its_colon_cut_off_and_com1_as_its_default) {

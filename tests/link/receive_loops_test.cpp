@@ -3,6 +3,9 @@
 
 #include "tests/link/link_fixture.h"
 
+#include "wizard/progress_record.h"
+
+#include <sys/file.h>
 #include <sys/inotify.h>
 
 namespace {
@@ -14,13 +17,52 @@ TEST_F(LinkTest, the_serial_loop_shows_a_token_and_leaves_when_the_link_is_relea
     for (int round = 0; round < 5; ++round) {
         SayAsDevice(std::string("\4\0", 2));
         ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
-        ClearReceivedToken();
+        TakeToken();
     }
     ReleaseLink();
     EXPECT_FALSE(State.Link.ReceiveRunning);
     EXPECT_EQ(nullptr, State.Link.LinkHandle);
     EXPECT_EQ(nullptr, State.Link.ReceiveEvent);
     EXPECT_EQ(nullptr, State.Link.ReceiveThread);
+}
+
+// A sender may be held up by its display or by a disk, and the zero behind a token come by itself.
+TEST_F(LinkTest, the_serial_loop_leaves_a_token_for_a_second_and_until_the_sender_has_looked) {
+    StartReceiveLoop(SerialReceiveLoop, true);
+    SayAsDevice("\4");
+    ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
+    SayAsDevice(std::string(1, '\0'));
+    Sleep(2500);
+    ++State.Link.SenderLooks; // that look may have begun before the token came
+    Sleep(500);
+    EXPECT_TRUE(HoldsToken(4));
+    ++State.Link.SenderLooks;
+    EXPECT_TRUE(ComesTrue([] { return !HoldsToken(4); }));
+
+    const DWORD start = GetTickCount();
+    SayAsDevice("\5");
+    ASSERT_TRUE(ComesTrue([] { return HoldsToken(5); }));
+    State.Link.SenderLooks += 2;
+    SayAsDevice("\7");
+    EXPECT_TRUE(ComesTrue([] { return State.Link.ReceiveBuffer[0] == 7; }));
+    EXPECT_GE(GetTickCount() - start, 1000u);
+}
+
+// The registry's lock is somebody else's, as a slow disk would hold it.
+TEST_F(LinkTest, a_stall_is_decided_while_the_note_of_the_held_back_block_waits) {
+    const int lock = open((home_ / "registry.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(0, flock(lock, LOCK_EX));
+    std::thread sender([] { EXPECT_TRUE(RecordBytesRemaining(0x40000)); });
+    EXPECT_TRUE(ComesTrue([] { return State.Run.BytesRemaining == 0x40000; }));
+    EndStalledTransfer(nullptr, PieceTimer);
+    EXPECT_TRUE(State.Run.TransferAborted);
+    EXPECT_FALSE(HeldBackBlockNoted());
+    EXPECT_FALSE(TakeSuccess());
+    close(lock);
+    sender.join();
+    EXPECT_TRUE(HeldBackBlockNoted());
+    EXPECT_FALSE(RecordBytesRemaining(0x20000));
+    State.Link.Verdict = TransferVerdict::Open;
 }
 
 TEST_F(LinkTest, a_loop_that_has_just_started_or_ended_never_blocks_the_teardown) {
