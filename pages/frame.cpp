@@ -115,8 +115,8 @@ HWND OpenWaitingPage(const Page& page, HWND owner) {
 }
 
 void CloseMainWindow() {
-    // The handle outlives its window and may then be somebody else's.
-    if (!State.Run.RunEnded)
+    State.Run.RunEnded = true;
+    if (!State.Run.MainWindowGone)
         SendMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
 }
 

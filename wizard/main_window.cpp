@@ -38,13 +38,20 @@ void ReleaseBanner() {
 }
 
 void ReadPlaces() {
-    GetCurrentDirectoryA(sizeof(State.Places.AppDirectory), State.Places.AppDirectory);
+    char(&directory)[260] = State.Places.AppDirectory;
+    const DWORD length = GetCurrentDirectoryA(sizeof(directory), directory);
+    if (length == 0 || length >= sizeof(directory))
+        directory[0] = '\0'; // no file is looked for: it would be looked for in the root of a drive
     State.Run.ResumePending = ReadProgressRecord();
     if (!State.Run.ResumePending) {
         State.Run.SerialLinkSelected = true;
         ReadSerialPortName(State.Places.SerialPortName);
     }
 }
+
+// Nobody outside ends a transfer: an upgrade that is broken off leaves a handheld without a system.
+// A transfer that ends the run itself has set RunEnded.
+bool TransferRuns() { return State.Windows.ProgressPage || State.Windows.BackupPage; }
 
 void RunWizard(HWND window) {
     if (IsWindows95())
@@ -89,8 +96,12 @@ LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM first, LPARAM 
     case WM_CREATE:
         RunWizard(window);
         return 0;
+    case WM_CLOSE:
+        if (TransferRuns() && !State.Run.RunEnded)
+            return 0;
+        return DefWindowProcA(window, message, first, second);
     case WM_DESTROY:
-        State.Run.RunEnded = true;
+        State.Run.RunEnded = State.Run.MainWindowGone = true;
         ReleaseBanner();
         PostQuitMessage(0);
         return 0;

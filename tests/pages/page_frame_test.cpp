@@ -39,6 +39,19 @@ TEST_F(Frame, the_end_of_the_run_ends_a_page_that_is_up_without_a_result) {
     CloseMainWindow(); // a second end, from whoever else met a failure, does nothing
 }
 
+TEST_F(Frame, the_main_window_goes_with_the_run_but_not_while_a_transfer_runs) {
+    OpenMainWindow();
+    for (std::atomic<HWND>* page : {&State.Windows.ProgressPage, &State.Windows.BackupPage}) {
+        *page = State.Windows.MainWindow;
+        SendMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
+        EXPECT_TRUE(IsWindow(State.Windows.MainWindow));
+        *page = nullptr;
+    }
+    State.Run.RunEnded = true; // by a port that did not open, on any thread
+    CloseMainWindow();
+    EXPECT_FALSE(IsWindow(State.Windows.MainWindow));
+}
+
 TEST_F(Frame, a_page_opens_in_the_middle_of_the_screen_at_its_own_size) {
     user_.steps.push_back({143, "2"});
     EXPECT_EQ(1, ShowPage(PortErrorPage));

@@ -8,6 +8,7 @@
 #include "platform/text.h"
 #include "tests/pages/page_facts.h"
 #include "tests/support/test_home.h"
+#include "wizard/main_window.h"
 
 #include <gtest/gtest.h>
 
@@ -158,17 +159,13 @@ protected:
         std::filesystem::remove_all(folder_);
     }
 
-    // A window whose end is the end of the run, as the wizard's own.
+    // The wizard's own window, without the wizard in it.
     static void OpenMainWindow() {
         WNDCLASSEXA windowClass = {};
         windowClass.cbSize = sizeof(windowClass);
         windowClass.lpszClassName = "PAGETEST";
         windowClass.lpfnWndProc = [](HWND window, UINT message, WPARAM first, LPARAM second) {
-            if (message != WM_DESTROY)
-                return DefWindowProcA(window, message, first, second);
-            State.Run.RunEnded = true;
-            PostQuitMessage(0);
-            return LRESULT{0};
+            return message == WM_CREATE ? 0 : MainWindowProc(window, message, first, second);
         };
         RegisterClassExA(&windowClass);
         State.Windows.MainWindow =
