@@ -10,7 +10,10 @@ namespace {
 
 constexpr char PathKey[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE";
 constexpr DWORD PathRoom = 256; // bytes
-constexpr int TitleRoom = 100;  // characters; a longer title is cut
+// All access as Windows XP and its forerunners know it. The headers' constant is that of later
+// systems, which these refuse.
+constexpr DWORD ProcessAllAccess = 0x1F0FFF;
+constexpr int TitleRoom = 100; // characters; a longer title is cut
 
 // The list changes while it is walked and could lead in a circle. No session holds more windows.
 constexpr int MostWindows = 0x10000;
@@ -29,7 +32,7 @@ DWORD ProcessOf(HWND window) {
 
 void EndProcessOfWindow(HWND window, const char* title) {
     const DWORD id = ProcessOf(window);
-    const HANDLE process = id ? OpenProcess(PROCESS_ALL_ACCESS, FALSE, id) : nullptr;
+    const HANDLE process = id ? OpenProcess(ProcessAllAccess, FALSE, id) : nullptr;
     if (!process)
         return;
     if (ProcessOf(window) == id && HasTitle(window, title))
