@@ -4,11 +4,10 @@
 #include "device/clock.h"
 
 #include "device/file_copy.h"
+#include "device/language_folder.h"
 #include "device/rapi.h"
 #include "device/wide_text.h"
 #include "wizard/state.h"
-
-#include <cstdio>
 
 namespace {
 
@@ -24,10 +23,7 @@ ClockRecord ReadClock() {
 // From the folder of the image's language, which need not be that of the handheld.
 bool PlaceClockLibrary() {
     char pcPath[MAX_PATH];
-    const int length =
-        std::snprintf(pcPath, sizeof(pcPath), "%s\\%s\\%s", State.Places.AppDirectory,
-                      State.Image.ImageLanguageName, "Clepsa.dll");
-    return length >= 0 && length < static_cast<int>(sizeof(pcPath)) &&
+    return TreeFilePath(State.Image.ImageLanguageName, "Clepsa.dll", pcPath) &&
            CopyClockLibrary(pcPath, "\\Windows\\Clepsa.dll");
 }
 

@@ -2,8 +2,8 @@
 //
 // Model, version and language stand in an asset file that a program of the handheld brings up to
 // date; the flash size comes from a probe that is pushed, and its result file is removed so that
-// the next question waits for a fresh one. A file too short for a field leaves the field empty: no
-// image suits a handheld without a model.
+// the next question waits for a fresh one. An asset file too short for its fields says nothing: the
+// program that writes it has failed.
 
 #include "device/identity.h"
 
@@ -34,11 +34,6 @@ constexpr DWORD PollMilliseconds = 100;
 // 60 seconds of waiting. The waits are counted, not timed: the questions in between take what a
 // slow cable makes them take, and that must not use up the handheld's time.
 constexpr int MostPolls = 600;
-
-// The field's bytes, or none where the file ends before the field does.
-Bytes Field(Bytes asset, std::size_t offset, std::size_t units) {
-    return asset.size() < offset + 2 * units ? Bytes{} : asset.subspan(offset, 2 * units);
-}
 
 bool IsZeroUnit(Bytes field, std::size_t unit) {
     return field[2 * unit] == 0 && field[2 * unit + 1] == 0;
@@ -113,17 +108,16 @@ bool ReadAssetData() {
                                        FILE_SHARE_READ, OPEN_EXISTING, 0);
     if (file == CeInvalidHandle)
         return false;
-    const bool sized = CeGetFileSize(file) != INVALID_FILE_SIZE;
-    if (sized) {
-        std::array<std::uint8_t, AssetBytes> asset = {};
-        std::uint32_t done = 0;
+    std::array<std::uint8_t, AssetBytes> asset = {};
+    std::uint32_t done = 0;
+    if (CeGetFileSize(file) != INVALID_FILE_SIZE)
         CeReadFile(file, asset.data(), AssetBytes, &done); // the count tells what came
-        const Bytes read{asset.data(), std::min(done, AssetBytes)};
-        TakeModel(Field(read, ModelOffset, ModelUnits));
-        TakeVersionAndLanguage(Field(read, VersionOffset, VersionUnits));
-    }
     CeCloseHandle(file);
-    return sized;
+    if (done < VersionOffset + 2 * VersionUnits)
+        return false;
+    TakeModel(Bytes(asset).subspan(ModelOffset, 2 * ModelUnits));
+    TakeVersionAndLanguage(Bytes(asset).subspan(VersionOffset, 2 * VersionUnits));
+    return true;
 }
 
 bool ReadFlashSize() {

@@ -2,7 +2,8 @@
 // program that is pushed to it. Main thread.
 #pragma once
 
-// True when DeviceModel, DeviceVersionText and DeviceLanguage are set. A language code that is
+// True when DeviceModel, DeviceVersionText and DeviceLanguage are set; false also for an asset file
+// too short for them. A language code that is
 // none of the eight is no failure.
 bool ReadAssetData();
 

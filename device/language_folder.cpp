@@ -8,13 +8,17 @@
 
 #include <cstdio>
 
-bool FolderFilePath(const char* name, char (&path)[MAX_PATH]) {
-    const int length = std::snprintf(path, sizeof(path), "%s\\%s\\%s", State.Places.AppDirectory,
-                                     State.Places.LanguageFolder, name);
-    if (length >= 0 && length < static_cast<int>(sizeof(path)))
+bool TreeFilePath(const char* folder, const char* name, char (&path)[MAX_PATH]) {
+    const int length =
+        std::snprintf(path, sizeof(path), "%s\\%s\\%s", State.Places.AppDirectory, folder, name);
+    if (State.Places.AppDirectory[0] && length >= 0 && length < static_cast<int>(sizeof(path)))
         return true;
     path[0] = '\0';
     return false;
+}
+
+bool FolderFilePath(const char* name, char (&path)[MAX_PATH]) {
+    return TreeFilePath(State.Places.LanguageFolder, name, path);
 }
 
 bool ForEachFolderFile(const std::function<bool(const WIN32_FIND_DATAA&)>& visit) {

@@ -5,7 +5,11 @@
 
 #include <functional>
 
-// AppDirectory\LanguageFolder\name. False, with an empty text, where that does not fit.
+// AppDirectory\folder\name. False, with an empty text, where that does not fit or there is no
+// AppDirectory.
+bool TreeFilePath(const char* folder, const char* name, char (&path)[MAX_PATH]);
+
+// The same with LanguageFolder.
 bool FolderFilePath(const char* name, char (&path)[MAX_PATH]);
 
 // Calls `visit` for each file of AppDirectory\LanguageFolder in the order of the listing, until it

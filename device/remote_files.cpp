@@ -58,17 +58,18 @@ bool PushFile(const char* pcPath, const char* devicePath, const char* bareName) 
     return CopyToDevice(pcPath, PushBlock, [=] { return CreatePushTarget(devicePath, bareName); });
 }
 
-bool PushListedFile(const char* name) {
+bool PushListedFile(const char* name, const char* deviceName) {
     char pcPath[MAX_PATH];
     char devicePath[DevicePathRoom];
-    return FolderFilePath(name, pcPath) && TempPath(name, devicePath) &&
-           PushFile(pcPath, devicePath, name);
+    return FolderFilePath(name, pcPath) && TempPath(deviceName, devicePath) &&
+           PushFile(pcPath, devicePath, deviceName);
 }
 
-bool PushFolderFile(const char* name) {
-    return ForEachFolderFile([name](const WIN32_FIND_DATAA& entry) {
-        if (lstrcmpiA(entry.cFileName, name) == 0)
-            PushListedFile(entry.cFileName); // a failure shows when the file is used
+bool PushFolderFile(const char* name, const char* deviceName) {
+    return ForEachFolderFile([=](const WIN32_FIND_DATAA& entry) {
+        const char* listed = entry.cFileName;
+        if (lstrcmpiA(listed, name) == 0)
+            PushListedFile(listed, deviceName ? deviceName : listed); // a failure shows in its use
         return true;
     });
 }

@@ -6,11 +6,12 @@
 // \Temp\ under `bareName`. True when the whole file was written.
 bool PushFile(const char* pcPath, const char* devicePath, const char* bareName);
 
-// Pushes a file of the language folder to \Temp\ under its own name.
-bool PushListedFile(const char* name);
+// Pushes a file of the language folder to \Temp\deviceName.
+bool PushListedFile(const char* name, const char* deviceName);
 
 // Pushes every file of the language folder whose name equals `name` (without regard to case) to
-// \Temp\ under the name as listed. False when the folder cannot be listed.
-bool PushFolderFile(const char* name);
+// \Temp\deviceName, or under the name as listed where that is null. False when the folder cannot be
+// listed.
+bool PushFolderFile(const char* name, const char* deviceName = nullptr);
 
 bool DeleteDeviceFile(const char* devicePath); // CeDeleteFile on the widened path

@@ -52,7 +52,7 @@ void DeleteRemnants() {
 
 bool StartBackupProgram() {
     DeleteRemnants();
-    PushFolderFile("sarvel.exe"); // without it in the folder the start fails
+    PushFolderFile("sarvel.exe", "sarvel.exe"); // without it in the folder the start fails
     return StartRemoteProgram(BackupProgram);
 }
 

@@ -43,7 +43,8 @@ bool PlaceFlasher(const Flasher& flasher) {
     return ForEachFolderFile([&flasher](const WIN32_FIND_DATAA& entry) {
         if (lstrcmpiA(entry.cFileName, "Harbel_Link.exe") == 0 ||
             lstrcmpiA(entry.cFileName, flasher.file) == 0)
-            PushListedFile(entry.cFileName); // a failure shows at the start, or as silence
+            PushListedFile(entry.cFileName,
+                           entry.cFileName); // a failure shows at the start, or as silence
         return true;
     });
 }

@@ -30,6 +30,9 @@ class Backup : public testing::Test {
 protected:
     void SetUp() override {
         home_.AddLanguageFolder();
+        // However the folder spells it, the handheld has it under one name.
+        std::filesystem::rename(home_.Tree() / "English/sarvel.exe",
+                                home_.Tree() / "English/SARVEL.EXE");
         std::ofstream(file_) << Old;
     }
 
@@ -120,7 +123,7 @@ TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_it_has) {
 TEST_F(Backup, without_its_program_on_the_pc_does_not_start_an_old_one) {
     Connect();
     std::ofstream(cradle_->File("Temp/sarvel.exe")) << "old";
-    std::filesystem::remove(home_.Tree() / "English/sarvel.exe");
+    std::filesystem::remove(home_.Tree() / "English/SARVEL.EXE");
     ExpectFailure(Begin(), RemoteProgramErrorPage);
     EXPECT_FALSE(IsOnDevice("Temp/sarvel.exe"));
     EXPECT_FALSE(cradle_->Handheld().Has("no whole program"));
