@@ -2,6 +2,7 @@
 
 #include "images/discovery.h"
 
+#include "device/language_folder.h"
 #include "tests/device/wizard_place.h"
 
 namespace {
@@ -32,6 +33,9 @@ TEST_F(Discovery, finds_nothing_in_a_folder_that_holds_no_image_or_is_none) {
     EXPECT_FALSE(FindDefaultImage());
     EXPECT_EQ(0U, FindFolderImageSize());
     EXPECT_STREQ("", State.Places.DefaultImagePath);
+    State.Places.AppDirectory[0] = '\0'; // it could not be read: the root of the drive is no tree
+    SetText(State.Places.LanguageFolder, "usr");
+    EXPECT_FALSE(ForEachFolderFile([](const WIN32_FIND_DATAA&) { return true; }));
 }
 
 TEST_F(Discovery, language_chooses_the_folder_and_measures_its_image) {

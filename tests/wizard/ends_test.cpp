@@ -140,13 +140,20 @@ TEST(End, a_flasher_that_does_not_start_is_error_106_without_a_record) {
 }
 
 TEST(End, without_an_image_or_its_folder_comes_error_103) {
-    for (const bool folder : {true, false}) {
+    for (const char* missing : {"image", "folder", "working directory"}) {
         TestHome home;
         const fs::path image = home.AddLanguageFolder();
-        folder ? fs::remove(image) : fs::remove_all(image.parent_path());
-        fs::create_directories(home.Tree());
+        const fs::path deep = home.Tree() / std::string(200, 'd') / std::string(60, 'd');
+        fs::create_directories(deep); // too long for Windows
+        std::string before = ":";
+        if (missing == std::string("image"))
+            fs::remove(image);
+        else if (missing == std::string("folder"))
+            fs::remove_all(image.parent_path());
+        else
+            before = "cd '" + deep.string() + "'";
         Cradle cradle(home);
-        WizardRun wizard(home);
+        WizardRun wizard(home, {}, before);
         GoToIdentification(wizard);
         ExpectQuit(wizard, ImageMissingPage);
     }
