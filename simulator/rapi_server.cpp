@@ -154,8 +154,9 @@ bool RapiServer::IsToBeDropped(const RapiRequest& request) {
 void RapiServer::Close(int descriptor) {
     loop_.Unwatch(descriptor);
     RapiSession& session = connections_.at(descriptor).session;
-    if (const std::size_t open = session.handles.size() + session.keys.size())
-        report_.Say("RAPI connection ended with " + std::to_string(open) + " handles open");
+    const std::size_t open = session.handles.size() + session.keys.size();
+    const std::string left = " with " + std::to_string(open) + " handles open";
+    report_.Say("RAPI connection ended" + (open > 0 ? left : ""));
     CloseAll(device_, session);
     connections_.erase(descriptor);
 }

@@ -1,9 +1,11 @@
 // The write path on a real terminal pair.
 // label: threads
 
+#include "link/upgrade_transfer.h"
 #include "tests/link/link_fixture.h"
 
 #include <cstdarg>
+#include <fstream>
 
 #include <sys/syscall.h>
 
@@ -109,6 +111,47 @@ TEST_F(LinkTest, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_
     outputQueue = -1;
     HangUp(); // nobody can be asked any more
     EXPECT_TRUE(ComesTrue([] { return AwaitOutputSent(); }));
+}
+
+// The last thing that an upgrade has to go by is the driver's word.
+TEST_F(LinkTest, an_upgrade_succeeds_when_its_last_bytes_are_on_the_wire) {
+    const auto image = home_ / "image.nbf";
+    std::ofstream(image) << 'x';
+    std::filesystem::resize_file(image, SmallestImageFile);
+    std::snprintf(State.Places.ImagePath, sizeof(State.Places.ImagePath), "Z:%s", image.c_str());
+    StartReceiveLoop(SerialReceiveLoop, true);
+    outputQueue = 1;
+    questions = 0;
+    std::thread sender(BeginUpgradeTransfer);
+    EXPECT_EQ("A", ReceiveAtDevice(1));
+    SayAsDevice(std::string("\5\0", 2));
+    EXPECT_EQ(4U, ReceiveAtDevice(4).size());
+    for (int half = 0; half < 2; ++half) {
+        SayAsDevice(std::string("\4\0", 2));
+        EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
+    }
+    const auto verdict = [] {
+        const std::lock_guard lock(State.Link.VerdictLock);
+        return State.Link.Verdict;
+    };
+    EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
+    EXPECT_EQ(TransferVerdict::Open, verdict());
+    outputQueue = 0;
+    sender.join();
+    EXPECT_EQ(TransferVerdict::Sent, verdict());
+    outputQueue = -1;
+    State.Link.Verdict = TransferVerdict::Open;
+}
+
+TEST_F(LinkTest, the_port_is_opened_for_itself_alone_at_115200_baud_without_flow_control) {
+    termios line = {};
+    ASSERT_EQ(0, tcgetattr(device_, &line));
+    EXPECT_EQ(speed_t{B115200}, cfgetospeed(&line));
+    EXPECT_EQ(tcflag_t{CS8}, line.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS));
+    EXPECT_EQ(0U, line.c_iflag & (IXON | IXOFF | IGNBRK | ISTRIP | INLCR | ICRNL));
+    EXPECT_EQ(INVALID_HANDLE_VALUE,
+              CreateFileA("\\\\.\\COM1", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                          OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
 }
 
 TEST(PortName, has_its_colon_cut_off_and_com1_as_its_default) {

@@ -18,6 +18,14 @@ void ExpectQuit(WizardRun& wizard, int page, const std::string& button = "2") {
     EXPECT_EQ(page, wizard.Pages().back());
 }
 
+// The same with the connection to the handheld given up before the page.
+void ExpectQuitWithoutConnection(WizardRun& wizard, Cradle& cradle, int page) {
+    wizard.ExpectPage(page);
+    cradle.Handheld().ExpectLine("RAPI connection ended");
+    wizard.Send("2");
+    EXPECT_EQ(0, wizard.Wait());
+}
+
 void GoToIdentification(WizardRun& wizard) {
     PassIntroduction(wizard);
     ChooseSerial(wizard);
@@ -111,7 +119,7 @@ TEST(End, a_program_that_does_not_run_on_the_handheld_is_error_106) {
         GoToIdentification(wizard);
         if (std::string(program) == "Tesselor.exe")
             wizard.ExpectPage(BusyPage);
-        ExpectQuit(wizard, RemoteProgramErrorPage);
+        ExpectQuitWithoutConnection(wizard, cradle, RemoteProgramErrorPage);
         EXPECT_FALSE(HasProgressRecord(home));
     }
 }
@@ -134,7 +142,7 @@ TEST(End, a_flasher_that_does_not_start_is_error_106_without_a_record) {
     wizard.Send("1035");
     ConfirmUpgrade(wizard);
     wizard.ExpectPage(PreparePage);
-    ExpectQuit(wizard, RemoteProgramErrorPage);
+    ExpectQuitWithoutConnection(wizard, cradle, RemoteProgramErrorPage);
     EXPECT_FALSE(HasProgressRecord(home));
     EXPECT_EQ("1.10", cradle.StatusOf("version").substr(0, 4));
 }
@@ -289,7 +297,7 @@ TEST(End, an_image_too_short_to_be_sent_is_error_104_before_the_handheld_is_touc
             wizard.Send(image.string());
             wizard.ExpectPage(BusyPage);
         }
-        ExpectQuit(wizard, ImageOpenErrorPage);
+        ExpectQuitWithoutConnection(wizard, cradle, ImageOpenErrorPage);
         EXPECT_FALSE(cradle.Handheld().Has("RegSetValue"));
         EXPECT_FALSE(HasProgressRecord(home));
     }
@@ -353,6 +361,7 @@ TEST(End, a_port_that_is_not_there_is_error_105_and_can_be_resumed) {
     wizard.Send("1035");
     ConfirmUpgrade(wizard);
     wizard.ExpectPage(PreparePage);
+    wizard.ExpectEnd(PreparePage);
     ExpectQuit(wizard, PortErrorPage);
     EXPECT_TRUE(HasProgressRecord(home));
 }

@@ -93,11 +93,15 @@ TEST_F(ProgressRecord, comes_back_whole_in_the_next_run) {
     WriteProgressRecord();
     MarkCriticalFailure();
     State.Places = {};
-    std::memset(State.Handheld.DeviceModel, 'x', sizeof(State.Handheld.DeviceModel));
+    for (auto* text : {State.Handheld.DeviceModel, State.Handheld.DeviceLanguage,
+                       State.Handheld.DeviceVersionText})
+        text[0] = '\0';
     State.Run.SerialLinkSelected = true;
     EXPECT_TRUE(ReadProgressRecord());
     EXPECT_STREQ("French", State.Places.LanguageFolder);
     EXPECT_STREQ("TOLKP1000", State.Handheld.DeviceModel);
+    EXPECT_STREQ("FRE", State.Handheld.DeviceLanguage);
+    EXPECT_STREQ("1.14", State.Handheld.DeviceVersionText);
     EXPECT_STREQ("Z:\\images\\rom\xE9.nbf", State.Places.ImagePath);
     EXPECT_FALSE(State.Run.SerialLinkSelected);
     EXPECT_TRUE(State.Run.BootloaderResume);

@@ -4,6 +4,7 @@
 
 #include "tests/wizard/road.h"
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -117,6 +118,7 @@ TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
             if (one.page == PortErrorPage && gone)
                 wizard.Answer(CommunicationErrorPage, "2");
             EXPECT_EQ(0, wizard.Wait());
+            EXPECT_EQ(128 + SIGKILL, cradle.Manager().Wait()); // it may hold the port
             EXPECT_EQ(one.page == CommunicationErrorPage || (one.page == PortErrorPage && gone),
                       IsMarkedCritical(home));
             if (one.page != PortErrorPage)
@@ -180,10 +182,14 @@ TEST(Resume, the_bootloader_hears_every_block_in_order_and_erased_flash_behind_t
         cradle.RestartHandheld({"--bootloader", "--log", log});
         EXPECT_EQ("bootloader, shows its picture", cradle.StatusOf("mode"));
         LeaveRecord(home, {.image = image, .usb = true, .critical = true});
+        if (more != 0)
+            MoveToSecondPort(home);
         WizardRun wizard(home);
         wizard.ExpectPage(BusyPage);
         wizard.ExpectPage(ProgressPage);
         wizard.ExpectLine("30 minutes"); // the serial link's, whatever the first attempt used
+        for (const char* percentage : {"33%", "66%", "99%", "133%", "100%"})
+            wizard.ExpectLine(percentage);
         FinishUpgrade(wizard, FinishUsbPage);
         EXPECT_EQ(0, wizard.Wait());
         EXPECT_TRUE(test_support::ReadFileBytes(log) ==
@@ -212,6 +218,7 @@ TEST(Resume, a_full_size_image_goes_to_the_flasher_over_usb_and_to_the_bootloade
         wizard.ExpectPage(BusyPage);
         wizard.ExpectPage(ProgressPage);
         wizard.ExpectLine(bootloader ? "60 minutes" : "8 minutes");
+        wizard.ExpectLine(bootloader ? "100%" : "98%");
         FinishUpgrade(wizard, FinishUsbPage);
         EXPECT_EQ(0, wizard.Wait());
         cradle.Handheld().ExpectLine(": complete");

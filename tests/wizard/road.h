@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 namespace road {
@@ -26,6 +28,19 @@ inline void PassIntroduction(WizardRun& wizard) {
     wizard.Answer(WelcomePage, "1");
     wizard.Answer(HostChecklistPage, "1");
     wizard.Answer(DeviceChecklistPage, "1");
+}
+
+// ActiveSync is said to use another port than the one that is taken by default, and the handheld is
+// connected there.
+inline void MoveToSecondPort(const TestHome& home) {
+    const auto ports = home.Home() / "ports";
+    std::filesystem::remove(ports / "COM2");
+    std::filesystem::copy_symlink(ports / "COM1", ports / "COM2");
+    std::filesystem::remove(ports / "COM1");
+    std::filesystem::create_symlink("no such port", ports / "COM1");
+    std::ofstream(home.Home() / "registry.reg", std::ios::app)
+        << "\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows CE Services]\n"
+        << "\"SerialPort\"=\"COM2\"\n";
 }
 
 // Radio buttons of ConnectionTypePage.
@@ -69,6 +84,7 @@ inline void GoToTransfer(WizardRun& wizard, const char* link = Serial) {
     wizard.Send("1035");
     ConfirmUpgrade(wizard);
     wizard.ExpectPage(PreparePage);
+    wizard.ExpectEnd(PreparePage);
     wizard.ExpectPage(ProgressPage);
 }
 
