@@ -33,7 +33,7 @@ TEST_F(LinkTest, the_serial_loop_leaves_a_token_for_a_second_and_until_the_sende
     ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
     SayAsDevice(std::string(1, '\0'));
     for (int i = 0; i < 3; ++i)
-        Sleep(900); // a longer one would run at another rate
+        Sleep(900);           // a longer one would run at another rate
     ++State.Link.SenderLooks; // that look may have begun before the token came
     Sleep(500);
     EXPECT_TRUE(HoldsToken(4));
@@ -47,6 +47,25 @@ TEST_F(LinkTest, the_serial_loop_leaves_a_token_for_a_second_and_until_the_sende
     SayAsDevice("\7");
     EXPECT_TRUE(ComesTrue([] { return State.Link.ReceiveBuffer[0] == 7; }));
     EXPECT_GE(GetTickCount() - start, 1000u);
+}
+
+// Which limit is whose shows on a clock alone that no test can wait for.
+TEST_F(LinkTest, the_page_is_told_to_wait_20_seconds_for_the_answer_and_30_for_a_piece) {
+    const HWND page =
+        CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
+    State.Windows.ProgressPage = page;
+    StartStallTimer(AnswerTimer);
+    StartStallTimer(PieceTimer);
+    KillStallTimer(PieceTimer);
+    State.Windows.ProgressPage = nullptr;
+    for (const auto& [timer, milliseconds] : {std::pair{2, 20000}, {1, 30000}, {1, 0}}) {
+        MSG message = {};
+        while (message.message != StallTimerMessage)
+            ASSERT_TRUE(PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE));
+        EXPECT_EQ(static_cast<WPARAM>(timer), message.wParam);
+        EXPECT_EQ(milliseconds, message.lParam);
+    }
+    DestroyWindow(page);
 }
 
 // The registry's lock is somebody else's, as a slow disk would hold it.

@@ -60,7 +60,10 @@ protected:
     }
     // The run ends with that page, by itself once the user has left it.
     void ExpectFailure(WizardRun& wizard, int page) {
-        wizard.Answer(page, "2");
+        wizard.ExpectPage(page);
+        if (page == RemoteProgramErrorPage)
+            cradle_->Handheld().ExpectLine("RAPI connection ended");
+        wizard.Send("2");
         EXPECT_EQ(0, wizard.Wait());
         EXPECT_EQ(page, wizard.Pages().back());
         EXPECT_FALSE(HasProgressRecord(home_));

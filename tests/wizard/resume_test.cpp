@@ -128,6 +128,25 @@ TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
     }
 }
 
+// With a handheld that answers, the transfer is one with its flasher, whatever the last one was.
+TEST(Resume, an_old_mark_of_the_bootloader_does_not_choose_the_page_of_a_fresh_run) {
+    TestHome home;
+    const fs::path image = home.AddLanguageFolder();
+    Cradle cradle(home, {.run = {"--silent-at", "start"}});
+    LeaveRecord(home, {.image = image, .critical = true});
+    WizardRun wizard(home);
+    ChooseSerial(wizard);
+    for (const int page : {BusyPage, BusyPage, ActionChoicePage})
+        wizard.ExpectPage(page);
+    wizard.Send("1035");
+    ConfirmUpgrade(wizard);
+    wizard.ExpectPage(PreparePage);
+    wizard.ExpectPage(ProgressPage);
+    wizard.Answer(UpgradeErrorPage, "2");
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_FALSE(IsMarkedCritical(home));
+}
+
 TEST(Resume, an_image_without_a_held_back_block_is_not_announced) {
     for (const bool bootloader : {false, true}) {
         TestHome home;

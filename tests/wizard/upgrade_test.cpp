@@ -143,10 +143,11 @@ TEST(Upgrade, files_of_the_module_list_are_gone_and_others_are_not) {
     EXPECT_TRUE(std::filesystem::exists(cradle.File("Windows/kept.dll")));
 }
 
-TEST(Upgrade, activesync_is_ended_for_the_transfer_and_back_after_it) {
+TEST(Upgrade, activesync_is_ended_for_the_transfer_and_its_port_is_the_one_in_the_registry) {
     TestHome home;
     home.AddLanguageFolder();
     Cradle cradle(home);
+    MoveToSecondPort(home);
     WizardRun wizard(home);
     GoToTransfer(wizard);
     EXPECT_EQ(128 + 9, cradle.Manager().Wait());
