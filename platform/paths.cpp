@@ -1,8 +1,10 @@
 // Windows paths on the host's file system.
 //
-// Each part is looked up by its exact name first; only where that is missing is the folder read and
-// searched without regard to case. ".." is taken back in the text, as Windows does, so that it
-// works behind a folder that does not exist.
+// Different names of the host can be one name of Windows: letters outside Windows-1252 all become
+// '?', and case does not count. What is opened here may be flashed, so a name that fits more than
+// one entry means none of them, and a path that leaves here has a number in place of such a name.
+// ".." is taken back in the text, as Windows does, so that it works behind a folder that does not
+// exist.
 
 #include "platform/paths.h"
 
@@ -10,6 +12,8 @@
 
 #include <winbase.h>
 
+#include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <vector>
@@ -38,25 +42,49 @@ struct DirectoryCloser {
     void operator()(DIR* directory) const { closedir(directory); }
 };
 
-// The entry whose name differs in case only, or is no exact UTF-8; of several the first in the
-// order of bytes, so that the answer does not depend on the file system. Empty: none.
-std::string FindEntry(const std::string& folder, const std::string& ansiName) {
-    const std::unique_ptr<DIR, DirectoryCloser> directory(opendir(folder.c_str()));
-    std::string found;
-    while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
-        const std::string name = entry->d_name;
-        if (CompareAnsiNoCase(AnsiName(name), ansiName) == 0 && (found.empty() || name < found))
-            found = name;
-    }
-    return found;
+// "?" and a hash (FNV-1a, 32 bits) of the entry's name, as no file of Windows can be called.
+std::string NumberedName(std::string_view hostName) {
+    std::uint32_t hash = 0x811C9DC5;
+    for (const unsigned char byte : hostName)
+        hash = (hash ^ byte) * 0x01000193;
+    char name[sizeof("?01234567")];
+    std::snprintf(name, sizeof(name), "?%08X", static_cast<unsigned>(hash));
+    return name;
 }
 
+// What leads back to this entry, whatever lies beside it.
+std::string NameInPath(std::string_view hostName) {
+    const std::string ansi = AnsiName(hostName);
+    const bool unmistakable =
+        Utf8FromAnsi(ansi) == hostName && ansi.find_first_of("?\\") == std::string::npos;
+    return unmistakable ? ansi : NumberedName(hostName);
+}
+
+// The entries that bear just this name, in a listing or in a path; where there are none, those
+// whose names differ in case only.
+std::vector<std::string> FindEntries(const std::string& folder, const std::string& ansiName) {
+    const std::unique_ptr<DIR, DirectoryCloser> directory(opendir(folder.c_str()));
+    std::vector<std::string> same, otherCase;
+    while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
+        const std::string ansi = AnsiName(entry->d_name);
+        if (ansi == ansiName || NumberedName(entry->d_name) == ansiName)
+            same.push_back(entry->d_name);
+        else if (CompareAnsiNoCase(ansi, ansiName) == 0)
+            otherCase.push_back(entry->d_name);
+    }
+    return same.empty() ? otherCase : same;
+}
+
+// The entry that is written just so, unless it holds a '?', which stands for many letters; else the
+// only one that fits. Empty where what is written exists and is not the only one.
 std::string Resolve(const std::string& folder, const std::string& ansiName) {
-    const std::string exact = Joined(folder, Utf8FromAnsi(ansiName));
-    if (Exists(exact))
-        return exact;
-    const std::string other = FindEntry(folder, ansiName);
-    return other.empty() ? exact : Joined(folder, other);
+    const std::string written = Joined(folder, Utf8FromAnsi(ansiName));
+    if (ansiName.find('?') == std::string::npos && Exists(written))
+        return written;
+    const auto entries = FindEntries(folder, ansiName);
+    if (entries.size() == 1)
+        return Joined(folder, entries.front());
+    return entries.empty() || !Exists(written) ? written : std::string();
 }
 
 std::string CurrentFolder() {
@@ -117,8 +145,8 @@ std::string HostPath(std::string_view windowsPath) {
         return {};
     const SplitPath split = Split(windowsPath);
     std::string path = split.start;
-    for (const auto& part : split.parts)
-        path = Resolve(path, part);
+    for (auto part = split.parts.begin(); part != split.parts.end() && !path.empty(); ++part)
+        path = Resolve(path, *part);
     return path;
 }
 
@@ -127,7 +155,7 @@ std::string WindowsPath(std::string_view hostPath) {
     std::string part;
     const auto add = [&path, &part] {
         if (!part.empty())
-            path += "\\" + AnsiName(part);
+            path += "\\" + NameInPath(part);
         part.clear();
     };
     for (const char character : hostPath) {

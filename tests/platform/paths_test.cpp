@@ -40,7 +40,7 @@ TEST_F(Paths, names_match_exactly_first_and_without_regard_to_case_else) {
     EXPECT_EQ(HostPath("english\\image.nbf"), Work("ENGLISH/Image.NBF"));
     EXPECT_EQ(HostPath("both"), Work("both"));
     EXPECT_EQ(HostPath("BOTH"), Work("BOTH"));
-    EXPECT_EQ(HostPath("Both"), Work("BOTH")); // always the same one of the two
+    EXPECT_EQ(HostPath("Both"), Work("Both")) << "which is none of the two";
     EXPECT_EQ(HostPath("\xE9T\xE9"), Work("\xC3\x89t\xC3\xA9"));
     EXPECT_EQ(HostPath("english/none\\Deep"), Work("ENGLISH/none/Deep"));
     EXPECT_EQ(HostPath("n\xE9w"), Work("n\xC3\xA9w"));
@@ -65,14 +65,48 @@ TEST_F(Paths, drives_separators_and_dots_are_understood) {
 TEST_F(Paths, a_name_that_windows_cannot_say_is_found_again_by_what_it_says_instead) {
     const std::string greek = Work("\xCE\xA9mega"); // "Ωmega"
     std::filesystem::create_directory(greek);
-    EXPECT_EQ(platform::WindowsPath(greek), platform::WindowsPath(Work()) + "\\?mega");
     EXPECT_EQ(HostPath("?mega"), greek);
+    const std::string separator = Work("a\\b");
+    std::filesystem::create_directories(Work("a/b"));
+    WriteText(separator, "x");
+    EXPECT_EQ(HostPath(platform::WindowsPath(separator)), separator);
     const std::string latin = Work("Fran\xE7"
                                    "ais"); // a name from a disk that is no UTF-8
     WriteText(latin, "x");
     EXPECT_EQ(HostPath("fran\xC7"
                        "ais"),
               latin);
+    WriteText(Work("Français"), "x");
+    EXPECT_EQ(HostPath(platform::WindowsPath(latin)), latin);
+}
+
+TEST_F(Paths, a_name_that_fits_several_entries_opens_none_and_each_ones_path_leads_to_it) {
+    struct {
+        const char *one, *other, *name;
+    } const cases[] = {
+        {"日本", "中国", "??"},
+        {"日.nbf", "中.nbf", "?.nbf"},
+        {"?mage", "Ωmage", "?mage"},
+        {"twins", "TWINS", "Twins"},
+    };
+    for (const auto& [one, other, name] : cases) {
+        for (const std::string& folder : {Work(one), Work(other)}) {
+            std::filesystem::create_directories(folder);
+            WriteText(folder + "/x", "x");
+        }
+        for (const std::string& folder : {Work(one), Work(other)}) {
+            char told[MAX_PATH] = "";
+            std::filesystem::current_path(folder);
+            GetCurrentDirectoryA(sizeof(told), told);
+            std::filesystem::current_path(Work());
+            EXPECT_EQ(HostPath(told + "\\X"s), folder + "/x");
+        }
+        EXPECT_FALSE(std::filesystem::exists(HostPath(name))) << name;
+        EXPECT_FALSE(std::filesystem::exists(HostPath(name + "\\x"s))) << name;
+        std::filesystem::remove_all(Work(one));
+        EXPECT_EQ(HostPath(name), Work(other));
+        std::filesystem::remove_all(Work(other));
+    }
 }
 
 TEST_F(Paths, the_current_folder_is_told_with_its_drive) {
