@@ -1,8 +1,8 @@
 // Files: opening, reading, writing, positions.
 //
 // An existing file is emptied only after its lock has been taken: a name that somebody else holds
-// open must not lose its content to an open that is then refused. What is neither a file nor a
-// character device is refused, since the open of a pipe could wait for ever.
+// open must not lose its content to an open that is then refused. Only regular files are opened: a
+// pipe may wait for ever, a device never comes to its end, and opening alone may set one off.
 
 #include "platform/errors.h"
 #include "platform/file_names.h"
@@ -161,6 +161,16 @@ bool IsValid(const OpenRequest& request) {
     return known && mayEmpty;
 }
 
+// As open; EACCES for what is no regular file, which is not touched.
+int OpenRegular(const char* path, int flags) {
+    struct stat status;
+    if (stat(path, &status) == 0 && !S_ISREG(status.st_mode)) {
+        errno = EACCES;
+        return -1;
+    }
+    return open(path, flags);
+}
+
 // The descriptor, or -1 with errno. Whether the file was there before decides what callers are
 // told, so creating and opening are two steps; somebody else may come between them.
 int OpenDescriptor(const OpenRequest& request, bool& existed) {
@@ -169,7 +179,7 @@ int OpenDescriptor(const OpenRequest& request, bool& existed) {
     const char* path = request.path.c_str();
     for (int attempt = 0; attempt < Attempts; ++attempt) {
         existed = request.disposition != CREATE_NEW;
-        int descriptor = existed ? open(path, flags) : -1;
+        int descriptor = existed ? OpenRegular(path, flags) : -1;
         const bool missing = !existed || (descriptor < 0 && errno == ENOENT);
         if (!missing || !request.MayCreate())
             return descriptor;
@@ -199,12 +209,9 @@ DWORD PrepareFile(int descriptor, const OpenRequest& request) {
     struct stat status;
     if (fstat(descriptor, &status) != 0)
         return ErrorFromErrno(errno);
-    const bool regular = S_ISREG(status.st_mode);
-    if (!regular && !S_ISCHR(status.st_mode))
+    if (!S_ISREG(status.st_mode)) // put there since it was looked at
         return ERROR_ACCESS_DENIED;
     fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
-    if (!regular)
-        return 0;
     if (const int refused = LockAgainstOthers(descriptor, request))
         return static_cast<DWORD>(refused);
     if (request.Empties() && ftruncate(descriptor, 0) != 0)
@@ -337,7 +344,7 @@ BOOL WINAPI FlushFileBuffers(HANDLE handle) {
     const auto file = FindHandleOf<File>(handle);
     if (!file)
         return FALSE;
-    if (fsync(file->Descriptor()) == 0 || errno == EINVAL) // a device has nothing to flush
+    if (fsync(file->Descriptor()) == 0 || errno == EINVAL) // a file system that cannot
         return TRUE;
     platform::SetErrorFromErrno();
     return FALSE;

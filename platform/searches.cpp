@@ -77,7 +77,8 @@ private:
     std::size_t next_ = 0;
 };
 
-// What Windows would tell of an entry; nothing where its name cannot be told there.
+// What Windows would tell of an entry; nothing where its name cannot be told there, and for
+// devices, pipes and sockets. A link that leads nowhere is a file: its open fails where it is used.
 std::optional<WIN32_FIND_DATAA> Describe(const std::string& folder, const std::string& hostName) {
     const std::string name = AnsiName(hostName);
     const std::string path = folder + "/" + hostName;
@@ -85,6 +86,8 @@ std::optional<WIN32_FIND_DATAA> Describe(const std::string& folder, const std::s
     struct stat status;
     const bool known = stat(path.c_str(), &status) == 0 || lstat(path.c_str(), &status) == 0;
     if (!known || name.size() >= sizeof(data.cFileName) || name.find('\\') != std::string::npos)
+        return std::nullopt;
+    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode) && !S_ISLNK(status.st_mode))
         return std::nullopt;
     name.copy(data.cFileName, name.size());
     data.dwFileAttributes = FILE_ATTRIBUTE_ARCHIVE;
