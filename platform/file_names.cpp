@@ -1,5 +1,5 @@
-// Calls that take a file or a folder by its name: deleting, attributes, the current directory, the
-// room on a disk.
+// Calls that take a file or a folder by its name: deleting, the current directory, the free space
+// of a disk.
 
 #include "platform/file_names.h"
 
@@ -77,17 +77,7 @@ BOOL WINAPI DeleteFileA(LPCSTR name) {
     return unlink(path.c_str()) == 0 ? TRUE : Fail(NameError(path));
 }
 
-DWORD WINAPI GetFileAttributesA(LPCSTR name) {
-    const std::string path = HostPath(name ? name : "");
-    struct stat status;
-    if (path.empty() || stat(path.c_str(), &status) != 0) {
-        SetLastError(path.empty() ? DWORD{ERROR_PATH_NOT_FOUND} : NameError(path));
-        return INVALID_FILE_ATTRIBUTES;
-    }
-    return S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
-}
-
-// With too little room: the room needed, terminator included, and nothing is written.
+// With too small a buffer: the size needed, terminator included, and nothing is written.
 DWORD WINAPI GetCurrentDirectoryA(DWORD size, LPSTR buffer) {
     std::error_code error;
     const auto current = std::filesystem::current_path(error);

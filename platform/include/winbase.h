@@ -135,7 +135,6 @@ typedef int HFILE;
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1)))
 #define INVALID_FILE_SIZE (static_cast<DWORD>(0xFFFFFFFF))
 #define INVALID_SET_FILE_POINTER (static_cast<DWORD>(-1))
-#define INVALID_FILE_ATTRIBUTES (static_cast<DWORD>(-1))
 #define HFILE_ERROR (static_cast<HFILE>(-1))
 
 #define GENERIC_READ 0x80000000
@@ -177,7 +176,6 @@ BOOL WINAPI FindNextFileA(HANDLE search, LPWIN32_FIND_DATAA found);
 BOOL WINAPI FindClose(HANDLE search);
 
 BOOL WINAPI DeleteFileA(LPCSTR name);
-DWORD WINAPI GetFileAttributesA(LPCSTR name);
 DWORD WINAPI GetCurrentDirectoryA(DWORD size, LPSTR buffer);
 BOOL WINAPI SetCurrentDirectoryA(LPCSTR path);
 BOOL WINAPI GetDiskFreeSpaceExA(LPCSTR directory, PULARGE_INTEGER freeToCaller,
