@@ -1,10 +1,12 @@
 // The home folder of the layer's state.
 //
-// Its place is fixed at the first use and made absolute then: a file dialog may change the current
-// directory later, and the registry must not move with it.
+// It is chosen at the first use and made absolute then: a file dialog may change the current
+// directory later, and the registry must not move with it. It is judged then, too: a window record
+// says which process to end and a port link what to write on, so nobody else may put one there.
 
 #include "platform/home.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 
@@ -16,6 +18,8 @@ namespace platform {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr int UnsafeHome = 2; // exit code
 
 fs::path Setting(const char* name) {
     const char* value = std::getenv(name);
@@ -49,10 +53,38 @@ void MakeFolders(const fs::path& folder) {
     }
 }
 
+// Ends the program where somebody else could have written into the folder.
+void RequireOwn(const fs::path& folder) {
+    struct stat status;
+    if (stat(folder.c_str(), &status) != 0)
+        return; // it will be made by us, or its user meets the reason
+    if (status.st_uid != geteuid())
+        std::fprintf(stderr,
+                     "ROM_WIZARD_HOME: %s belongs to user %u, not to user %u who runs this; name a "
+                     "folder of your own\n",
+                     folder.c_str(), status.st_uid, geteuid());
+    else if (status.st_mode & (S_IWGRP | S_IWOTH))
+        std::fprintf(stderr,
+                     "ROM_WIZARD_HOME: others may write in %s (mode %04o); name a folder of your "
+                     "own, or look through this one and chmod go-w it\n",
+                     folder.c_str(), status.st_mode & 07777u);
+    else
+        return;
+    _exit(UnsafeHome);
+}
+
+fs::path PrepareHome() {
+    fs::path home = ChooseHome();
+    MakeFolders(home);
+    for (const fs::path& folder : {home, home / "windows", home / "ports"})
+        RequireOwn(folder);
+    return home;
+}
+
 } // namespace
 
 std::string HomePath(const std::string& name) {
-    static const auto& home = *new fs::path(ChooseHome());
+    static const auto& home = *new fs::path(PrepareHome());
     const fs::path path = home / name;
     MakeFolders(path.parent_path());
     return path.string();

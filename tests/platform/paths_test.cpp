@@ -10,9 +10,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -133,6 +135,34 @@ TEST_F(Paths, the_home_folder_is_private_and_stays_where_it_was) {
     EXPECT_TRUE(std::filesystem::is_directory(ownHome.Home() / "ports"));
     std::filesystem::current_path("/");
     EXPECT_EQ(platform::HomePath("ports/COM1"), path);
+}
+
+// By its name it runs first: the layer chooses its home once in a process.
+TEST(HomeDeathTest, a_home_that_others_may_write_or_own_is_refused_before_anything_is_read_in_it) {
+    struct {
+        const char* command; // makes the home "h"
+        const char* told;    // with exit code 2; null: the home is used
+    } const cases[] = {
+        {"true", nullptr},
+        {"mkdir -m 755 h h/windows", nullptr},
+        {"mkdir -m 720 h", "ROM_WIZARD_HOME: others may write in .*/h .mode 0720.*chmod"},
+        {"mkdir -m 702 h", "others may write in .*/h "},
+        {"mkdir -m 700 h; mkdir -m 777 h/ports", "others may write in .*/h/ports "},
+        {"mkdir -m 700 h; mkdir -m 775 h/windows", "others may write in .*/h/windows "},
+        {"mkdir -m 700 h; chown 1 h", "/h belongs to user 1, not to user 0 "},
+    };
+    std::filesystem::current_path(Work());
+    for (const auto& [command, told] : cases) {
+        if (std::strstr(command, "chown") && geteuid() != 0)
+            continue;
+        std::filesystem::remove_all("h");
+        const auto use = [command = command] {
+            setenv("ROM_WIZARD_HOME", "h", 1);
+            _exit(std::system(command) == 0 && !FindWindowA("none", nullptr) ? 0 : 9);
+        };
+        EXPECT_EXIT(use(), testing::ExitedWithCode(told ? 2 : 0), told ? told : "") << command;
+        EXPECT_EQ(std::filesystem::exists("h/windows/.last"), !told) << command;
+    }
 }
 
 TEST(Text, every_byte_has_a_wide_character_of_its_own) {
