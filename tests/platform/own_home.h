@@ -11,11 +11,14 @@
 #include <stdexcept>
 #include <string>
 
+#include <sys/stat.h>
+
 namespace {
 
 class OwnHome {
 public:
     OwnHome() {
+        umask(022); // a home that others may write in is refused
         std::string name = (std::filesystem::temp_directory_path() / "platform-XXXXXX").string();
         if (!mkdtemp(name.data()))
             throw std::runtime_error("cannot make " + name);

@@ -44,6 +44,7 @@ TestHome::TestHome() {
 void TestHome::TakePortsAway() const {
     const auto ports = Home() / "ports";
     std::filesystem::create_directories(ports);
+    std::filesystem::permissions(ports, std::filesystem::perms::owner_all);
     for (const char* port : {"COM1", "COM2", "COM3", "COM4", "WCEUSBSH001"}) {
         std::filesystem::remove(ports / port);
         std::filesystem::create_symlink(Path("no such port"), ports / port);
