@@ -1,7 +1,12 @@
 // ShellExecuteExA: the named program if the host has it, else the document with the desktop's own
 // opener. A host seldom has the program of that name, and the user wants to see the document.
+//
+// The program gets its arguments one by one and in the host's letters: a folder's name may hold
+// quotation marks, and letters that a command line of Windows cannot say.
 
+#include "platform/command_line.h"
 #include "platform/paths.h"
+#include "platform/processes.h"
 #include "platform/text.h"
 
 #include <windows.h>
@@ -10,11 +15,13 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 
@@ -29,12 +36,13 @@ bool IsProgram(const fs::path& path) {
     return fs::is_regular_file(path, ignored) && access(path.c_str(), X_OK) == 0;
 }
 
-// The program in PATH; empty when there is none.
+// The program in PATH; empty when there is none. An entry that starts at the current folder counts
+// for nothing: there a tree that came from elsewhere could bring programs along.
 std::string FindInPath(const std::string& name) {
     const char* path = std::getenv("PATH");
     std::istringstream folders(path ? path : "");
     for (std::string folder; std::getline(folders, folder, ':');)
-        if (!folder.empty() && IsProgram(fs::path(folder) / name))
+        if (fs::path(folder).is_absolute() && IsProgram(fs::path(folder) / name))
             return fs::path(folder) / name;
     return {};
 }
@@ -57,30 +65,32 @@ std::string FindDocument(const SHELLEXECUTEINFOA& info) {
     return fs::is_regular_file(host, ignored) ? fs::absolute(host).string() : std::string();
 }
 
-bool Start(const std::string& program, const std::string& arguments, SHELLEXECUTEINFOA& info) {
-    std::string line = "\"" + platform::AnsiFromUtf8(program) + "\" " + arguments;
-    std::string application = platform::WindowsPath(fs::absolute(program).string());
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessA(application.c_str(), line.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS,
-                        nullptr, info.lpDirectory, &startup, &process))
-        return false;
-    CloseHandle(process.hThread);
-    if (info.fMask & SEE_MASK_NOCLOSEPROCESS)
-        info.hProcess = process.hProcess;
-    else
-        CloseHandle(process.hProcess);
-    return true;
+// The words of the command line, in UTF-8, with the program's path first.
+std::vector<std::string> CommandFor(const std::string& program, const char* parameters) {
+    auto words = platform::SplitCommandLine("program " + std::string(parameters ? parameters : ""));
+    std::transform(words.begin(), words.end(), words.begin(), platform::Utf8FromAnsi);
+    words.front() = program;
+    return words;
+}
+
+bool Start(const std::vector<std::string>& command, SHELLEXECUTEINFOA& info) {
+    platform::ProgramStart start{command.front(), command, {}, true};
+    if (info.lpDirectory && *info.lpDirectory) {
+        start.directory = platform::HostPath(info.lpDirectory);
+        if (start.directory.empty())
+            return false;
+    }
+    const auto process = platform::StartProgram(start);
+    if (process && (info.fMask & SEE_MASK_NOCLOSEPROCESS))
+        info.hProcess = platform::AddHandle(process);
+    return process != nullptr;
 }
 
 bool Execute(SHELLEXECUTEINFOA& info) {
     if (std::string program = FindProgram(info.lpFile); !program.empty())
-        return Start(program, info.lpParameters ? info.lpParameters : "", info);
+        return Start(CommandFor(program, info.lpParameters), info);
     std::string opener = FindInPath(Opener), document = FindDocument(info);
-    if (opener.empty() || document.empty())
-        return false;
-    return Start(opener, "\"" + platform::AnsiFromUtf8(document) + "\"", info);
+    return !opener.empty() && !document.empty() && Start({opener, document}, info);
 }
 
 } // namespace

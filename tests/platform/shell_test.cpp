@@ -3,6 +3,8 @@
 
 #include "tests/platform/window_support.h"
 
+#include "platform/paths.h"
+
 #include <shellapi.h>
 
 using namespace window_support;
@@ -12,8 +14,8 @@ namespace {
 class Shell : public testing::Test {
 protected:
     Shell() {
-        std::filesystem::create_directory(home_.Path() / "French");
-        std::ofstream(home_.Path() / "French" / "Readme.doc") << "text";
+        std::filesystem::create_directory(Folder());
+        std::ofstream(Folder() / "Readme.doc") << "text";
         std::filesystem::remove_all(home_.Path() / "bin");
         std::filesystem::create_directory(home_.Path() / "bin");
         std::filesystem::remove(Told());
@@ -22,16 +24,18 @@ protected:
 
     // A program that writes down its folder and arguments, in one step.
     void Install(const std::string& name) {
-        auto path = home_.Path() / "bin" / name;
-        std::ofstream(path) << "#!/bin/sh\nprintf '%s|%s' \"$PWD\" \"$*\" > " << Told().string()
+        auto path = home_.Path() / name;
+        std::ofstream(path) << "#!/bin/sh\nprintf '%s|' \"$PWD\" \"$@\" > " << Told().string()
                             << ".new\nmv " << Told().string() << ".new " << Told().string() << "\n";
         std::filesystem::permissions(path, std::filesystem::perms::owner_all);
     }
+    // No command line of Windows could carry its name.
+    std::filesystem::path Folder() const { return home_.Path() / "\" --manual \"日"; }
     std::filesystem::path Told() const { return home_.Path() / "told"; }
 
     // Executes, waits for the program's end, and gives what it told.
     std::string Execute() {
-        std::string folder = "Z:" + (home_.Path() / "French").string();
+        std::string folder = platform::WindowsPath(Folder().string());
         SHELLEXECUTEINFOA info = {};
         info.cbSize = sizeof(info);
         info.fMask = SEE_MASK_NOCLOSEPROCESS;
@@ -54,15 +58,18 @@ protected:
 } // namespace
 
 TEST_F(Shell, starts_the_program_that_is_named_where_the_host_has_it) {
-    Install("wordpad.exe");
-    Install("xdg-open");
-    EXPECT_EQ(Execute(), (home_.Path() / "French").string() + "|readme.doc");
+    Install("bin/wordpad.exe");
+    Install("bin/xdg-open");
+    EXPECT_EQ(Execute(), Folder().string() + "|readme.doc|");
 }
 
 TEST_F(Shell, opens_the_document_where_the_host_has_no_such_program) {
-    Install("xdg-open");
-    std::string folder = (home_.Path() / "French").string();
-    EXPECT_EQ(Execute(), folder + "|" + folder + "/Readme.doc") << "by its name on the host";
+    Install("bin/xdg-open");
+    Install("wordpad.exe"); // in the current folder, which a PATH may name
+    std::filesystem::current_path(home_.Path());
+    setenv("PATH", (".::" + std::string(getenv("PATH"))).c_str(), 1);
+    std::string folder = Folder().string();
+    EXPECT_EQ(Execute(), folder + "|" + folder + "/Readme.doc|") << "by its name on the host";
     std::filesystem::remove(folder + "/Readme.doc");
     EXPECT_EQ(Execute(), "failed 2");
 }
