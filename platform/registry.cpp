@@ -1,7 +1,8 @@
 // The calls of the registry.
 //
-// An open key is a path, not a place in memory: each call reads the file anew, so that it sees what
-// other processes and people have written, and a key that has been deleted meanwhile is told so.
+// An open key is a path, not a place in memory: each call looks at the file anew, so that it sees
+// what other processes and people have written, and a key that has been deleted meanwhile is told
+// so.
 
 #include "platform/handles.h"
 #include "platform/registry_file.h"
@@ -100,11 +101,13 @@ LSTATUS Deliver(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD s
 }
 
 // Reads the file and finds an open key in it. A root without any content is an empty key.
-LSTATUS ReadKey(const OpenKey& key, RegistryTree& tree, RegistryKey*& found) {
+LSTATUS ReadKey(const OpenKey& key, SharedRegistry& tree, const RegistryKey*& found) {
+    static const RegistryKey empty;
     if (const LSTATUS status = ReadRegistry(tree); status != ERROR_SUCCESS)
         return status;
-    bool made;
-    found = key.IsRoot() ? &tree.Make(key.path, made) : tree.Find(key.path);
+    found = tree->Find(key.path);
+    if (!found && key.IsRoot())
+        found = &empty;
     return found ? ERROR_SUCCESS : ERROR_KEY_DELETED;
 }
 
@@ -113,13 +116,9 @@ RegistryChange StoreValue(RegistryTree& tree, const OpenKey& key, const Registry
     RegistryKey* target = key.IsRoot() ? &tree.Make(key.path, made) : tree.Find(key.path);
     if (!target)
         return {ERROR_KEY_DELETED};
-    RegistryValue* stored = target->FindValue(value.name);
-    if (!stored) {
-        stored = &target->values.emplace_back();
-        stored->name = value.name;
-    }
-    stored->type = value.type;
-    stored->data = value.data;
+    RegistryValue& stored = target->values.FindOrAdd(value.name);
+    stored.type = value.type;
+    stored.data = value.data;
     return {ERROR_SUCCESS, true};
 }
 
@@ -127,7 +126,7 @@ RegistryChange DeleteKey(RegistryTree& tree, const RegistryPath& path) {
     const RegistryKey* key = tree.Find(path);
     if (!key)
         return {ERROR_FILE_NOT_FOUND};
-    if (!key->subKeys.empty() || path.size() < 2)
+    if (key->subKeys.Size() > 0 || path.size() < 2)
         return {ERROR_ACCESS_DENIED};
     return {ERROR_SUCCESS, tree.Delete(path)};
 }
@@ -136,10 +135,8 @@ RegistryChange DeleteValue(RegistryTree& tree, const OpenKey& key, std::u16strin
     RegistryKey* target = tree.Find(key.path);
     if (!target)
         return {key.IsRoot() ? ERROR_FILE_NOT_FOUND : ERROR_KEY_DELETED};
-    const auto erased = std::erase_if(target->values, [name](const RegistryValue& value) {
-        return SameNameNoCase(value.name, name);
-    });
-    return {erased > 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND, erased > 0};
+    const bool deleted = target->values.Delete(name);
+    return {deleted ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND, deleted};
 }
 
 LSTATUS CheckAccess(const std::shared_ptr<OpenKey>& key, REGSAM needed) {
@@ -157,14 +154,14 @@ LSTATUS WINAPI RegOpenKeyExA(HKEY parent, LPCSTR subKey, DWORD, REGSAM access, P
     const auto key = FindKey(parent);
     if (!key || !opened)
         return key ? ERROR_INVALID_PARAMETER : ERROR_INVALID_HANDLE;
-    RegistryTree tree;
+    SharedRegistry tree;
     RegistryPath path;
     LSTATUS status = PathBelow(*key, subKey, path);
     if (status == ERROR_SUCCESS)
         status = ReadRegistry(tree);
     if (status != ERROR_SUCCESS)
         return status;
-    if (path.size() > 1 && !tree.Find(path))
+    if (path.size() > 1 && !tree->Find(path))
         return ERROR_FILE_NOT_FOUND;
     *opened = AddKey(std::move(path), access);
     return ERROR_SUCCESS;
@@ -218,11 +215,11 @@ LSTATUS WINAPI RegQueryValueExA(HKEY handle, LPCSTR name, LPDWORD, LPDWORD type,
         return status;
     if (data && !size)
         return ERROR_INVALID_PARAMETER;
-    RegistryTree tree;
-    RegistryKey* found;
+    SharedRegistry tree;
+    const RegistryKey* found;
     if (const LSTATUS status = ReadKey(*key, tree, found); status != ERROR_SUCCESS)
         return status;
-    const RegistryValue* value = found->FindValue(NameFrom(name));
+    const RegistryValue* value = found->values.Find(NameFrom(name));
     return value ? Deliver(*value, type, data, size) : ERROR_FILE_NOT_FOUND;
 }
 
@@ -233,13 +230,14 @@ LSTATUS WINAPI RegEnumValueA(HKEY handle, DWORD index, LPSTR name, LPDWORD nameL
         return status;
     if (!name || !nameLength || (data && !size))
         return ERROR_INVALID_PARAMETER;
-    RegistryTree tree;
-    RegistryKey* found;
+    SharedRegistry tree;
+    const RegistryKey* found;
     if (const LSTATUS status = ReadKey(*key, tree, found); status != ERROR_SUCCESS)
         return status;
-    if (index >= found->values.size())
+    const auto& values = found->values.All();
+    if (index >= values.size())
         return ERROR_NO_MORE_ITEMS;
-    const RegistryValue& value = found->values[index];
+    const RegistryValue& value = *values[index];
     const std::string text = AnsiFromUtf16(value.name);
     if (*nameLength <= text.size())
         return ERROR_MORE_DATA;

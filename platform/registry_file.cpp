@@ -1,31 +1,41 @@
 // Reading and replacing the registry's file. Raw calls of the host throughout: the calls of the
 // registry must not touch the last error.
+//
+// What was read last is kept, since a reader goes through the values of a key one call at a time.
+// It is given again as long as the file has not been touched, or holds the same text.
 
 #include "platform/registry_file.h"
 
 #include "platform/descriptor.h"
 #include "platform/errors.h"
+#include "platform/file_lock.h"
 #include "platform/home.h"
 #include "platform/registry_text.h"
 
+#include <array>
 #include <cerrno>
-#include <chrono>
+#include <cstdint>
 #include <cstdio>
+#include <ctime>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace platform {
 namespace {
 
-constexpr std::size_t LargestFile = 64 * 1024 * 1024;
-constexpr auto LongestLockWait = std::chrono::seconds(10);
+// A thousand times what is ever in it. More would take its readers seconds, and keys that go deep
+// take two hundred times their text in memory.
+constexpr std::size_t MaxFileSize = 4 * 1024 * 1024;
+
+// A file that was changed less than so many seconds ago may change again without a new time stamp:
+// those of the coarsest file systems go in steps of two seconds.
+constexpr std::int64_t SettleSeconds = 3;
 
 std::string RegistryName() { return HomePath("registry.reg"); }
 
@@ -35,19 +45,37 @@ Descriptor Open(const std::string& path, int flags) {
 
 LSTATUS HostError() { return static_cast<LSTATUS>(ErrorFromErrno(errno)); }
 
+// Equal for a file that has stayed the same: device, number, size, and when it was written and
+// changed in any way.
+using FileIdentity = std::array<std::int64_t, 7>;
+
+FileIdentity IdentityOf(const struct stat& status) {
+    return {static_cast<std::int64_t>(status.st_dev),
+            static_cast<std::int64_t>(status.st_ino),
+            status.st_size,
+            status.st_mtim.tv_sec,
+            status.st_mtim.tv_nsec,
+            status.st_ctim.tv_sec,
+            status.st_ctim.tv_nsec};
+}
+
+bool IsSettled(const struct stat& status) {
+    return std::time(nullptr) - status.st_ctim.tv_sec > SettleSeconds;
+}
+
+// Up to a block more than MaxFileSize.
 LSTATUS ReadWhole(const Descriptor& file, std::string& content) {
     char block[16384];
-    for (;;) {
+    while (content.size() <= MaxFileSize) {
         const ssize_t count = read(file.Number(), block, sizeof(block));
         if (count < 0 && errno != EINTR)
             return HostError();
         if (count == 0)
-            return ERROR_SUCCESS;
+            break;
         if (count > 0)
             content.append(block, static_cast<std::size_t>(count));
-        if (content.size() > LargestFile)
-            return ERROR_REGISTRY_CORRUPT;
     }
+    return ERROR_SUCCESS;
 }
 
 // Once for each fault: the registry is read very often.
@@ -62,6 +90,38 @@ void TellFault(const std::string& fault) {
                  RegistryName().c_str(), fault.c_str());
 }
 
+LSTATUS Refuse(const std::string& fault) {
+    TellFault(fault);
+    return ERROR_REGISTRY_CORRUPT;
+}
+
+// A pipe under the file's name does not hold the caller. No file where there is none.
+LSTATUS OpenRegistry(Descriptor& file, struct stat& status) {
+    file = Open(RegistryName(), O_RDONLY | O_NONBLOCK);
+    if (!file && errno == ENXIO) // a socket
+        return Refuse("this is no regular file");
+    if (!file)
+        return errno == ENOENT ? ERROR_SUCCESS : HostError();
+    return fstat(file.Number(), &status) == 0 ? ERROR_SUCCESS : HostError();
+}
+
+// Nothing where there is no file, which is an empty registry.
+LSTATUS ReadContent(const Descriptor& file, const struct stat& status, std::string& content) {
+    if (!file)
+        return ERROR_SUCCESS;
+    if (!S_ISREG(status.st_mode))
+        return Refuse("this is no regular file");
+    const LSTATUS result = ReadWhole(file, content);
+    if (result == ERROR_SUCCESS && content.size() > MaxFileSize)
+        return Refuse("this is larger than " + std::to_string(MaxFileSize) + " bytes");
+    return result;
+}
+
+LSTATUS ParseContent(const std::string& content, RegistryTree& tree) {
+    std::string fault;
+    return ParseRegistry(content, tree, fault) ? ERROR_SUCCESS : Refuse(fault);
+}
+
 LSTATUS WriteWhole(const Descriptor& file, std::string_view content) {
     while (!content.empty()) {
         const ssize_t count = write(file.Number(), content.data(), content.size());
@@ -73,8 +133,10 @@ LSTATUS WriteWhole(const Descriptor& file, std::string_view content) {
     return fsync(file.Number()) == 0 ? ERROR_SUCCESS : HostError();
 }
 
+// In the place of what a killed writer has left.
 LSTATUS WriteNewFile(const std::string& path, std::string_view content) {
-    const Descriptor file = Open(path, O_WRONLY | O_CREAT | O_TRUNC);
+    unlink(path.c_str());
+    const Descriptor file = Open(path, O_WRONLY | O_CREAT | O_EXCL);
     return file ? WriteWhole(file, content) : HostError();
 }
 
@@ -86,7 +148,10 @@ LSTATUS SyncFolder() {
 
 LSTATUS StoreRegistry(const RegistryTree& tree) {
     const std::string newName = HomePath("registry.new");
-    LSTATUS status = WriteNewFile(newName, FormatRegistry(tree));
+    const std::string content = FormatRegistry(tree);
+    if (content.size() > MaxFileSize) // nobody could read it
+        return ERROR_NOT_ENOUGH_MEMORY;
+    LSTATUS status = WriteNewFile(newName, content);
     if (status == ERROR_SUCCESS && rename(newName.c_str(), RegistryName().c_str()) != 0)
         status = HostError();
     if (status == ERROR_SUCCESS)
@@ -95,49 +160,71 @@ LSTATUS StoreRegistry(const RegistryTree& tree) {
     return status;
 }
 
-// Tries again until the other writer is done. It waits for a moment at a time rather than in the
-// lock itself, so that a stopped process cannot block this one for ever.
 LSTATUS Lock(const Descriptor& file) {
-    if (!file)
-        return HostError();
-    const auto end = std::chrono::steady_clock::now() + LongestLockWait;
-    while (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK && errno != EINTR)
-            return HostError();
-        if (std::chrono::steady_clock::now() > end)
-            return ERROR_BUSY;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    const int error = file ? LockWithin(MaxLockWait, file) : errno;
+    if (error == EWOULDBLOCK)
+        return ERROR_BUSY;
+    return error == 0 ? ERROR_SUCCESS : static_cast<LSTATUS>(ErrorFromErrno(error));
+}
+
+struct KeptContent {
+    FileIdentity identity = {}; // from before the reading; zero where the time stamps prove nothing
+    std::string content;
+    SharedRegistry tree; // none before the first reading
+    LSTATUS result = ERROR_SUCCESS;
+};
+
+LSTATUS KeepContent(KeptContent& kept, const Descriptor& file, const struct stat& status) {
+    const bool settled = file && IsSettled(status);
+    std::string content;
+    if (const LSTATUS result = ReadContent(file, status, content); result != ERROR_SUCCESS)
+        return result;
+    if (!kept.tree || content != kept.content) {
+        const auto tree = std::make_shared<RegistryTree>();
+        kept.result = ParseContent(content, *tree);
+        kept.tree = tree;
+        kept.content = std::move(content);
     }
-    return ERROR_SUCCESS;
+    kept.identity = settled ? IdentityOf(status) : FileIdentity();
+    return kept.result;
 }
 
 } // namespace
 
-LSTATUS ReadRegistry(RegistryTree& tree) {
-    const Descriptor file = Open(RegistryName(), O_RDONLY);
-    if (!file)
-        return errno == ENOENT ? ERROR_SUCCESS : HostError();
-    std::string content;
-    std::string fault = "this is too large";
-    const LSTATUS status = ReadWhole(file, content);
-    if (status == ERROR_SUCCESS && ParseRegistry(content, tree, fault))
-        return ERROR_SUCCESS;
-    if (status != ERROR_SUCCESS && status != ERROR_REGISTRY_CORRUPT)
-        return status;
-    TellFault(fault);
-    return ERROR_REGISTRY_CORRUPT;
+LSTATUS ReadRegistry(SharedRegistry& tree) {
+    static std::mutex mutex;
+    static auto& kept = *new KeptContent;
+    const std::lock_guard lock(mutex);
+    Descriptor file;
+    struct stat status = {};
+    LSTATUS result = OpenRegistry(file, status);
+    if (result == ERROR_SUCCESS)
+        result = file && IdentityOf(status) == kept.identity ? kept.result
+                                                             : KeepContent(kept, file, status);
+    tree = kept.tree;
+    return result;
 }
 
 LSTATUS ChangeRegistry(const std::function<RegistryChange(RegistryTree&)>& change) {
     const Descriptor lockFile = Open(HomePath("registry.lock"), O_RDWR | O_CREAT);
+    Descriptor file;
+    struct stat status = {};
+    std::string content;
     RegistryTree tree;
-    LSTATUS status = Lock(lockFile);
-    if (status == ERROR_SUCCESS)
-        status = ReadRegistry(tree);
-    if (status != ERROR_SUCCESS)
-        return status;
-    const RegistryChange result = change(tree);
-    return result.changed ? StoreRegistry(tree) : result.status;
+    LSTATUS result = Lock(lockFile);
+    if (result == ERROR_SUCCESS)
+        result = OpenRegistry(file, status);
+    if (result == ERROR_SUCCESS)
+        result = ReadContent(file, status, content);
+    if (result == ERROR_SUCCESS)
+        result = ParseContent(content, tree);
+    if (result != ERROR_SUCCESS)
+        return result;
+    const RegistryChange made = change(tree);
+    if (!made.changed)
+        return made.status;
+    tree.top.Compact();
+    return StoreRegistry(tree);
 }
 
 } // namespace platform

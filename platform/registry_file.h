@@ -5,8 +5,9 @@
 // reason. Writers hold a lock on registry.lock from reading to renaming, so that none undoes what
 // another has written; a killed one loses it with its life.
 //
-// A file that cannot be understood is left alone: every call fails with ERROR_REGISTRY_CORRUPT, and
-// one line on the standard error stream tells where the fault is.
+// A file that cannot be understood, is no regular file or is larger than 4 MiB is left alone: every
+// call fails with ERROR_REGISTRY_CORRUPT, and one line on the standard error stream tells where the
+// fault is.
 #pragma once
 
 #include "platform/registry_tree.h"
@@ -14,11 +15,15 @@
 #include <winreg.h>
 
 #include <functional>
+#include <memory>
 
 namespace platform {
 
+// One reading of the file, for all threads that ask until the file changes.
+using SharedRegistry = std::shared_ptr<const RegistryTree>;
+
 // The content as it is now; a file that does not exist is an empty registry.
-LSTATUS ReadRegistry(RegistryTree& tree);
+LSTATUS ReadRegistry(SharedRegistry& tree);
 
 // What a change found; nothing is written unless `changed` is set.
 struct RegistryChange {
@@ -27,7 +32,8 @@ struct RegistryChange {
 };
 
 // Runs `change` on the current content and stores the result on the disk. ERROR_BUSY where another
-// process has kept the lock for ten seconds.
+// process has kept the lock for ten seconds, ERROR_NOT_ENOUGH_MEMORY where the file would become
+// larger than is read.
 LSTATUS ChangeRegistry(const std::function<RegistryChange(RegistryTree&)>& change);
 
 } // namespace platform

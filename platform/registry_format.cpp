@@ -100,17 +100,17 @@ void AppendComments(std::string& file, const RegistryComments& comments) {
 
 // A key that only leads to others needs no section: theirs bring it back.
 void AppendKey(std::string& file, const RegistryKey& key, const std::string& path) {
-    const bool onlyLeads = key.values.empty() && key.comments.empty() && !key.subKeys.empty();
+    const bool onlyLeads = key.values.Size() == 0 && key.comments.empty() && key.subKeys.Size() > 0;
     if (!onlyLeads) {
         file += "\n";
         AppendComments(file, key.comments);
         file += "[" + path + "]\n";
     }
-    for (const auto& value : key.values) {
-        AppendComments(file, value.comments);
-        file += ValueLines(value);
+    for (const auto& value : key.values.All()) {
+        AppendComments(file, value->comments);
+        file += ValueLines(*value);
     }
-    for (const auto& subKey : key.subKeys)
+    for (const auto& subKey : key.subKeys.All())
         AppendKey(file, *subKey, path + "\\" + Utf8FromUtf16(subKey->name));
 }
 
@@ -118,7 +118,7 @@ void AppendKey(std::string& file, const RegistryKey& key, const std::string& pat
 
 std::string FormatRegistry(const RegistryTree& tree) {
     std::string file = "Windows Registry Editor Version 5.00\n";
-    for (const auto& root : tree.top.subKeys)
+    for (const auto& root : tree.top.subKeys.All())
         AppendKey(file, *root, Utf8FromUtf16(root->name));
     if (!tree.comments.empty())
         file += "\n";

@@ -41,7 +41,7 @@ DWORD HexNumber(std::string_view digits, std::size_t most) {
     const char* end = digits.data() + digits.size();
     const auto result = std::from_chars(digits.data(), end, number, 16);
     if (digits.size() > most || result.ec != std::errc() || result.ptr != end)
-        throw BadLine("'" + std::string(digits) + "' is no hexadecimal number");
+        throw BadLine("a number is too long or not hexadecimal");
     return number;
 }
 
@@ -102,9 +102,12 @@ std::string_view CutComment(std::string_view line, std::string_view& comment) {
 
 // Where the name of a key ends: it may hold brackets itself, and so may the comment behind it.
 std::size_t ClosingBracket(std::string_view line, std::string_view& comment) {
-    for (auto end = line.find(']'); end != std::string_view::npos; end = line.find(']', end + 1))
-        if (CutComment(line.substr(end + 1), comment).empty())
+    for (auto end = line.find(']'); end != std::string_view::npos; end = line.find(']', end + 1)) {
+        const auto next = std::min(line.find_first_not_of(Blanks, end + 1), line.size());
+        comment = line.substr(next);
+        if (comment.empty() || comment[0] == ';')
             return end;
+    }
     throw BadLine("a key has no closing bracket");
 }
 
@@ -143,9 +146,10 @@ std::string_view ParseData(std::string_view text, RegistryValue& value) {
 }
 
 std::u16string RootName(std::u16string_view name) {
-    if (SameNameNoCase(name, u"HKLM"))
+    const std::u16string folded = FoldName(name);
+    if (folded == u"HKLM")
         return u"HKEY_LOCAL_MACHINE";
-    return SameNameNoCase(name, u"HKCU") ? u"HKEY_CURRENT_USER" : std::u16string(name);
+    return folded == u"HKCU" ? u"HKEY_CURRENT_USER" : std::u16string(name);
 }
 
 class Parser {
@@ -168,7 +172,10 @@ public:
             throw BadLine("this is neither a key nor a value nor a comment");
     }
 
-    void End() { tree_.comments = std::move(comments_); }
+    void End() {
+        tree_.comments = std::move(comments_);
+        tree_.top.Compact();
+    }
 
 private:
     void Section(std::string_view line) {
@@ -178,7 +185,8 @@ private:
         const std::size_t start = deletes ? 2 : 1;
         RegistryPath path;
         if (end <= start ||
-            !SplitRegistryPath(Utf16FromUtf8(line.substr(start, end - start)), path))
+            !SplitRegistryPath(Utf16FromUtf8(line.substr(start, end - start)), path) ||
+            path.empty())
             throw BadLine("this can be no key");
         path[0] = RootName(path[0]);
         if (!comment.empty())
@@ -208,9 +216,7 @@ private:
             throw BadLine("a value stands outside of every key");
         line = Trimmed(line);
         if (line == "-") {
-            std::erase_if(key_->values, [&value](const RegistryValue& other) {
-                return SameNameNoCase(other.name, value.name);
-            });
+            key_->values.Delete(value.name);
             return;
         }
         const auto comment = ParseData(line, value);
@@ -221,14 +227,10 @@ private:
 
     // A name that comes twice: the later one counts, at the place of the earlier.
     void Store(RegistryValue value) {
-        RegistryValue* stored = key_->FindValue(value.name);
-        if (!stored) {
-            stored = &key_->values.emplace_back();
-            stored->name = value.name;
-        }
-        stored->type = value.type;
-        stored->data = std::move(value.data);
-        TakeComments(stored->comments);
+        RegistryValue& stored = key_->values.FindOrAdd(value.name);
+        stored.type = value.type;
+        stored.data = std::move(value.data);
+        TakeComments(stored.comments);
     }
 
     void TakeComments(RegistryComments& comments) {
@@ -242,20 +244,35 @@ private:
     bool first_ = true;
 };
 
-// Takes a line off the front.
+// Takes a line off the front, without the blanks around it.
 std::string_view TakeLine(std::string_view& file) {
     const auto end = std::min(file.find('\n'), file.size());
     auto line = file.substr(0, end);
     file.remove_prefix(std::min(end + 1, file.size()));
     if (line.ends_with('\r'))
         line.remove_suffix(1);
-    return line;
+    if (!IsUtf8(line))
+        throw BadLine("this is not UTF-8");
+    return Trimmed(line);
 }
 
 // Only a value can be continued: a backslash at the end of a comment means nothing.
 bool IsContinued(std::string_view line) {
-    const auto start = Trimmed(line);
-    return start.ends_with('\\') && (start[0] == '"' || start[0] == '@');
+    return line.ends_with('\\') && (line[0] == '"' || line[0] == '@');
+}
+
+// Takes a line with those that continue it, and counts them in `number`. What is joined is not
+// looked at again: a value may be continued over a million lines.
+std::string TakeWholeLine(std::string_view& file, std::size_t& number) {
+    ++number;
+    std::string line(TakeLine(file));
+    while (IsContinued(line) && !file.empty()) {
+        ++number;
+        line.pop_back();
+        line += TakeLine(file);
+        line.resize(line.find_last_not_of(Blanks) + 1); // where nothing but a backslash came
+    }
+    return line;
 }
 
 // The file in UTF-8 without a byte order mark.
@@ -283,18 +300,11 @@ bool ParseRegistry(std::string_view file, RegistryTree& tree, std::string& error
     Parser parser(tree);
     try {
         while (!rest.empty()) {
-            ++number;
-            std::string line(TakeLine(rest));
-            if (!IsUtf8(line))
-                throw BadLine("this is not UTF-8");
-            std::size_t continued = 0;
-            for (; IsContinued(line) && !rest.empty(); ++continued) {
-                line = Trimmed(line);
-                line.pop_back();
-                line += Trimmed(TakeLine(rest));
-            }
+            const std::size_t first = number + 1;
+            const std::string line = TakeWholeLine(rest, number);
+            const std::size_t last = std::exchange(number, first);
             parser.Line(line);
-            number += continued;
+            number = last;
         }
     } catch (const BadLine& bad) {
         error = "line " + std::to_string(number) + ": " + bad.what();

@@ -2,8 +2,6 @@
 
 #include "platform/registry_tree.h"
 
-#include "platform/text.h"
-
 #include <winreg.h>
 
 #include <algorithm>
@@ -28,41 +26,32 @@ bool IsKeyName(std::u16string_view name) {
 
 } // namespace
 
-RegistryKey* RegistryKey::FindSubKey(std::u16string_view subKey) const {
-    for (const auto& key : subKeys)
-        if (SameNameNoCase(key->name, subKey))
-            return key.get();
-    return nullptr;
+void RegistryKey::Compact() {
+    values.Compact();
+    subKeys.Compact();
+    for (const auto& key : subKeys.All())
+        key->Compact();
 }
 
-const RegistryValue* RegistryKey::FindValue(std::u16string_view value) const {
-    const auto found = std::find_if(values.begin(), values.end(), [value](const auto& candidate) {
-        return SameNameNoCase(candidate.name, value);
-    });
-    return found == values.end() ? nullptr : &*found;
-}
-
-RegistryValue* RegistryKey::FindValue(std::u16string_view value) {
-    return const_cast<RegistryValue*>(std::as_const(*this).FindValue(value));
+const RegistryKey* RegistryTree::Find(const RegistryPath& path) const {
+    const RegistryKey* key = &top;
+    for (const auto& name : path)
+        key = key ? key->subKeys.Find(name) : nullptr;
+    return key;
 }
 
 RegistryKey* RegistryTree::Find(const RegistryPath& path) {
-    RegistryKey* key = &top;
-    for (const auto& name : path)
-        key = key ? key->FindSubKey(name) : nullptr;
-    return key;
+    return const_cast<RegistryKey*>(std::as_const(*this).Find(path));
 }
 
 RegistryKey& RegistryTree::Make(const RegistryPath& path, bool& made) {
     RegistryKey* key = &top;
+    made = false;
     for (const auto& name : path) {
-        RegistryKey* next = key->FindSubKey(name);
-        made = !next;
-        if (made) {
-            next = key->subKeys.emplace_back(std::make_unique<RegistryKey>()).get();
-            next->name = name;
-        }
-        key = next;
+        const std::size_t before = key->subKeys.Size();
+        RegistryKey& next = key->subKeys.FindOrAdd(name);
+        made = key->subKeys.Size() > before;
+        key = &next;
     }
     return *key;
 }
@@ -71,9 +60,7 @@ bool RegistryTree::Delete(const RegistryPath& path) {
     if (path.empty())
         return false;
     RegistryKey* parent = Find(RegistryPath(path.begin(), path.end() - 1));
-    return parent && std::erase_if(parent->subKeys, [&path](const auto& key) {
-                         return SameNameNoCase(key->name, path.back());
-                     }) > 0;
+    return parent && parent->subKeys.Delete(path.back());
 }
 
 bool SplitRegistryPath(std::u16string_view text, RegistryPath& path) {

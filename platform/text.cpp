@@ -180,9 +180,10 @@ int CompareAnsiNoCase(std::string_view one, std::string_view other) {
     return one.size() < other.size() ? -1 : 1;
 }
 
-bool SameNameNoCase(std::u16string_view one, std::u16string_view other) {
-    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
-                      [](char16_t a, char16_t b) { return FoldWide(a) == FoldWide(b); });
+std::u16string FoldName(std::u16string_view name) {
+    std::u16string folded(name.size(), u'\0');
+    std::transform(name.begin(), name.end(), folded.begin(), FoldWide);
+    return folded;
 }
 
 } // namespace platform

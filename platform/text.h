@@ -19,8 +19,9 @@ std::u16string Utf16FromUtf8(std::string_view utf8);
 // Windows-1252 without regard to case, as lstrcmpiA compares: below 0, 0, above 0.
 int CompareAnsiNoCase(std::string_view one, std::string_view other);
 
-// The same for names in UTF-16: equal but for the case of what Windows-1252 can say.
-bool SameNameNoCase(std::u16string_view one, std::u16string_view other);
+// A name in UTF-16 as names are compared: what Windows-1252 can say is in upper case, so that the
+// names that are the same become equal.
+std::u16string FoldName(std::u16string_view name);
 
 // One character of Windows-1252 in the case in which comparisons are made.
 unsigned char FoldAnsi(char character);

@@ -1,6 +1,7 @@
 // The registry's file: what people write into it, and what is left of it when a writer dies.
 
 #include "tests/platform/own_home.h"
+#include "tests/support/comes_true.h"
 #include "tests/support/killed_child.h"
 
 #include "platform/registry_text.h"
@@ -10,10 +11,13 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <ctime>
 #include <optional>
 #include <string>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -73,13 +77,21 @@ TEST(RegistryFile, a_person_finds_what_the_format_promises) {
 }
 
 TEST(RegistryFile, an_edited_file_is_read_and_nothing_of_it_is_lost_by_a_write) {
-    GiveFile("\xEF\xBB\xBF" + FirstLine +
-             "\r\n; who wrote this\r\n[HKLM\\Software\\Port]; here\r\n"
-             "  \"SerialPort\" = \"COM1\" ; the left one\r\n"
-             "\"Path\"=\"C:\\one\\\\two\"\r\n\"Bytes\"=hex(1):43,00,4f, \\\r\n  00,4d,00,\\\r\n"
-             "  00,00\r\n@=\"default\"\r\n\"Greek\"=\"\xCE\xA9\"\r\n"
-             "[-HKEY_LOCAL_MACHINE\\Software\\Gone]\r\n"
-             "[HKEY_CLASSES_ROOT\\.nbf]\r\n\"x\"=DWORD:ff\r\n\"gone\"=-\r\n; the end");
+    const std::string edited =
+        "\xEF\xBB\xBF" + FirstLine +
+        "\r\n[HKLM\\Software\\Gone\\Below]\r\n"
+        "; who wrote this\r\n[HKLM\\Software\\Port]; here\r\n"
+        "  \"SerialPort\" = \"COM1\" ; the left one\r\n"
+        "\"Path\"=\"C:\\one\\\\two\"\r\n\"Bytes\"=hex(1):43,00,4f, \\\r\n  00,4d,00,\\\r\n"
+        "  00,00\r\n@=\"default\"\r\n\"Greek\"=\"\xCE\xA9\"\r\n"
+        "[-HKEY_LOCAL_MACHINE\\Software\\Gone]\r\n"
+        "[HKEY_CLASSES_ROOT\\.nbf]\r\n\"gone\"=\"1\"\r\n\"y\"=\"2\"\r\n\"x\"=DWORD:ff\r\n"
+        "\"Gone\"=-\r\n\"Y\"=\"3\"\r\n; the end";
+    platform::RegistryTree tree;
+    std::string error;
+    EXPECT_TRUE(platform::ParseRegistry(edited, tree, error));
+    EXPECT_EQ(tree.Find({u"hkey_classes_root", u".nbf"})->values.All().size(), 2U);
+    GiveFile(edited);
     EXPECT_EQ(GetText("software\\PORT", "serialport"), std::string("COM1", 5));
     EXPECT_EQ(GetText("software\\port", "Path"), std::string("C:\\one\\two", 11));
     EXPECT_EQ(GetText("software\\port", "Bytes"), std::string("COM\0", 4));
@@ -87,9 +99,10 @@ TEST(RegistryFile, an_edited_file_is_read_and_nothing_of_it_is_lost_by_a_write) 
     ASSERT_EQ(SetText("Software\\Port", "New", "value"), ERROR_SUCCESS);
     const std::string written = ReadText(File);
     for (const char* kept :
-         {"; who wrote this\n; here\n[HKEY_LOCAL_MACHINE\\Software\\Port]\n",
+         {"5.00\n\n; who wrote this\n; here\n[HKEY_LOCAL_MACHINE\\Software\\Port]\n",
           "; the left one\n\"SerialPort\"=\"COM1\"\n", "\"Greek\"=\"\xCE\xA9\"\n",
-          "[HKEY_CLASSES_ROOT\\.nbf]\n\"x\"=dword:000000ff\n", "\n; the end\n", "\"New\"="})
+          "[HKEY_CLASSES_ROOT\\.nbf]\n\"y\"=\"3\"\n\"x\"=dword:000000ff\n", "\n; the end\n",
+          "\"New\"="})
         EXPECT_NE(written.find(kept), std::string::npos) << kept << " is missing in\n" << written;
 }
 
@@ -108,14 +121,44 @@ TEST(RegistryFile, a_file_that_is_not_understood_is_left_as_it_is) {
           FirstLine + key + "\"a\"=word:1\n", FirstLine + key + "\"a\"=dword:123456789\n",
           FirstLine + key + "\"a\"=hex(x):00\n", FirstLine + key + "\"a\"=hex:0,,1\n",
           FirstLine + key + "\"a\"=\"b\" c\n", FirstLine + "[HKEY_LOCAL_MACHINE\\Software\n",
-          FirstLine + "[]\n", FirstLine + "\"outside\"=\"1\"\n",
-          FirstLine + key + "\"a\"=\"\xE9\"\n", "REGEDIT4\n" + key, std::string(100, '\0'),
-          "<<<<<<< mine\n" + FirstLine}) {
+          FirstLine + "[]\n", FirstLine + "[\\]\n", FirstLine + "[-\\]\n",
+          FirstLine + std::string(4 * 1024 * 1024, '\n'), FirstLine + "\"outside\"=\"1\"\n",
+          FirstLine + key + "\"a\"=\"\xE9\"\n", FirstLine + key + "\"a\"=\"b\\\n\xE9\"\n",
+          "REGEDIT4\n" + key, std::string(100, '\0'), "<<<<<<< mine\n" + FirstLine}) {
         GiveFile(content);
         EXPECT_EQ(SetText("Software", "a", "b"), ERROR_REGISTRY_CORRUPT) << content;
         EXPECT_EQ(GetText("Software", "a"), "no key") << content;
         EXPECT_EQ(ReadText(File), content);
     }
+}
+
+TEST(RegistryFile, a_pipe_in_the_place_of_a_file_holds_nobody) {
+    std::filesystem::remove(File);
+    ASSERT_EQ(mkfifo((ownHome.Home() / "registry.new").c_str(), 0600), 0);
+    EXPECT_EQ(SetText("Software", "a", "b"), ERROR_SUCCESS);
+    std::filesystem::remove(File);
+    ASSERT_EQ(mkfifo(File.c_str(), 0600), 0);
+    EXPECT_EQ(SetText("Software", "a", "b"), ERROR_REGISTRY_CORRUPT);
+    EXPECT_EQ(GetText("Software", "a"), "no key");
+    std::filesystem::remove(File);
+}
+
+// The file stays the same one, of the same size: first within one step of its time stamps, then
+// when they are old enough to tell that it was not touched.
+TEST(RegistryFile, a_change_in_the_file_itself_is_seen_by_the_next_call) {
+    const auto give = [](int number) {
+        GiveFile("[HKEY_LOCAL_MACHINE\\Software]\n\"a\"=\"" + std::to_string(number) + "\"\n");
+    };
+    const auto get = [] { return std::atoi(GetText("Software", "a").c_str()); };
+    for (int number = 100; number < 300; ++number) {
+        give(number);
+        ASSERT_EQ(get(), number);
+    }
+    const std::time_t end = std::time(nullptr) + 5;
+    ASSERT_TRUE(test_support::ComesTrue([end] { return std::time(nullptr) > end; }));
+    EXPECT_EQ(get(), 299);
+    give(999);
+    EXPECT_EQ(get(), 999);
 }
 
 TEST(RegistryFile, the_fault_of_a_file_is_told_by_its_line) {
@@ -140,6 +183,7 @@ TEST(RegistryFile, a_write_that_finds_no_room_leaves_the_old_content) {
     int status = 0;
     waitpid(writer, &status, 0);
     EXPECT_EQ(status, 0);
+    EXPECT_EQ(SetText("Software", "b", std::string(1000000, '\1')), ERROR_NOT_ENOUGH_MEMORY);
     EXPECT_EQ(ReadText(File), old);
     EXPECT_FALSE(std::filesystem::exists(ownHome.Home() / "registry.new"));
 }
