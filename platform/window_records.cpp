@@ -1,11 +1,14 @@
 // Window records on disk.
 //
 // Every step runs under a lock on the folder's own file, which also holds the number given last,
-// so that a number is not used again soon. A record's own lock tells that its process lives; the
-// start time of the process guards against a copy of the lock that a forked child has kept.
+// so that a number is not used again soon. Somebody may remove the folder under a running program,
+// or keep its lock: the program's windows go on with numbers of their own. A record's own lock
+// tells that its process lives; the start time of the process guards against a copy of the lock
+// that a forked child has kept.
 
 #include "platform/window_records.h"
 
+#include "platform/file_lock.h"
 #include "platform/home.h"
 #include "platform/process_identity.h"
 #include "platform/text.h"
@@ -21,6 +24,7 @@
 #include <atomic>
 #include <charconv>
 #include <filesystem>
+#include <mutex>
 #include <sstream>
 
 namespace platform {
@@ -35,38 +39,49 @@ constexpr std::size_t LongestRecord = 4096;
 
 std::string RecordPath(DWORD number) { return HomePath("windows/" + std::to_string(number)); }
 
+// A pipe under the name does not hold the caller.
+Descriptor OpenFile(const std::string& path, int flags) {
+    return Descriptor(open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC, 0600));
+}
+
 class FolderLock {
 public:
-    FolderLock()
-        : file_(open(HomePath("windows/.last").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-        if (file_ >= 0)
-            while (flock(file_, LOCK_EX) != 0 && errno == EINTR) {
-            }
-    }
-    FolderLock(const FolderLock&) = delete;
-    FolderLock& operator=(const FolderLock&) = delete;
-    ~FolderLock() {
-        if (file_ >= 0)
-            close(file_);
+    // Where a wait has run out the next one tries once, until the lock is free again: not every
+    // window of a run may wait so long.
+    FolderLock() : file_(OpenFile(HomePath("windows/.last"), O_RDWR | O_CREAT)) {
+        static std::atomic<bool> stuck = false;
+        const std::chrono::seconds limit = stuck ? std::chrono::seconds(0) : MaxLockWait;
+        held_ = file_ && LockWithin(limit, file_) == 0;
+        stuck = file_ && !held_;
     }
 
-    bool Held() const { return file_ >= 0; }
+    bool Held() const { return held_; }
 
+    // Above all that this process has had, whose windows may be there yet: the file is a new one
+    // where the folder was removed. 0 where there is none left above.
     DWORD NextNumber() {
+        static std::mutex mutex; // the lock of a removed folder excludes nobody
+        static DWORD given = 0;
+        const std::lock_guard lock(mutex);
         DWORD last = 0;
         char text[16] = {};
-        ssize_t length = pread(file_, text, sizeof(text) - 1, 0);
+        ssize_t length = pread(file_.Number(), text, sizeof(text) - 1, 0);
         if (length > 0)
             std::from_chars(text, text + length, last);
         DWORD next = last >= FirstNumber && last < LastNumber ? last + 2 : FirstNumber;
+        next = std::max(next, given + 2);
+        if (next > LastNumber)
+            return 0;
+        given = next;
         std::string written = std::to_string(next) + "\n";
-        if (pwrite(file_, written.data(), written.size(), 0) < 0)
+        if (pwrite(file_.Number(), written.data(), written.size(), 0) < 0)
             return next; // not kept: the file that bears the number will be found to exist
         return next;
     }
 
 private:
-    int file_;
+    Descriptor file_;
+    bool held_ = false;
 };
 
 std::string OneLine(std::string text) {
@@ -83,10 +98,18 @@ std::string Written(const WindowRecord& record) {
     return text.str().substr(0, LongestRecord);
 }
 
-bool WriteRecord(int file, const WindowRecord& record) {
+bool WriteRecord(const Descriptor& file, const WindowRecord& record) {
     std::string text = Written(record);
-    return pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
-           ftruncate(file, static_cast<off_t>(text.size())) == 0;
+    return pwrite(file.Number(), text.data(), text.size(), 0) ==
+               static_cast<ssize_t>(text.size()) &&
+           ftruncate(file.Number(), static_cast<off_t>(text.size())) == 0;
+}
+
+// Whether the path still leads to the open file; another program may have a record there since.
+bool LeadsTo(const std::string& path, const Descriptor& file) {
+    struct stat there = {}, open = {};
+    return stat(path.c_str(), &there) == 0 && fstat(file.Number(), &open) == 0 &&
+           there.st_dev == open.st_dev && there.st_ino == open.st_ino;
 }
 
 template <class Number>
@@ -122,13 +145,12 @@ WindowRecord ParseRecord(const std::string& text) {
 
 // The record, or none where its process has died. Under the folder's lock.
 std::optional<WindowRecord> ReadRecord(const std::string& path) {
-    int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0)
+    const Descriptor file = OpenFile(path, O_RDONLY);
+    if (!file)
         return std::nullopt;
-    bool held = flock(file, LOCK_SH | LOCK_NB) != 0;
+    bool held = flock(file.Number(), LOCK_SH | LOCK_NB) != 0;
     char text[LongestRecord];
-    ssize_t length = read(file, text, sizeof(text));
-    close(file);
+    ssize_t length = read(file.Number(), text, sizeof(text));
     WindowRecord record =
         ParseRecord(std::string(text, static_cast<std::size_t>(std::max<ssize_t>(length, 0))));
     if (!held || !ProcessIsAlive(record.process, record.processStart))
@@ -144,28 +166,26 @@ std::optional<DWORD> NumberOfName(const std::string& name) {
     return number;
 }
 
-// Gives the record its number and its locked file; -1 where it cannot be made. Written before the
-// folder is let go, so that nobody meets an empty record.
-int MakeRecordFile(WindowRecord& record) {
+// Gives the record its number and its locked file; none where it cannot be made. Written before
+// the folder is let go, so that nobody meets an empty record.
+Descriptor MakeRecordFile(WindowRecord& record) {
     FolderLock folder;
-    if (!folder.Held())
-        return -1;
     constexpr int Attempts = 1000; // the numbers have come round: the next ones may be taken
-    for (int i = 0; i < Attempts; ++i) {
+    for (int i = 0; folder.Held() && i < Attempts; ++i) {
         record.number = folder.NextNumber();
-        int file =
-            open(RecordPath(record.number).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (file < 0 && errno != EEXIST)
-            return -1;
-        if (file < 0)
+        if (record.number == 0)
+            break;
+        const std::string path = RecordPath(record.number);
+        Descriptor file = OpenFile(path, O_RDWR | O_CREAT | O_EXCL);
+        if (!file && errno == EEXIST)
             continue;
-        if (flock(file, LOCK_EX | LOCK_NB) == 0 && WriteRecord(file, record))
+        if (file && flock(file.Number(), LOCK_EX | LOCK_NB) == 0 && WriteRecord(file, record))
             return file;
-        unlink(RecordPath(record.number).c_str());
-        close(file);
-        return -1;
+        if (file)
+            unlink(path.c_str());
+        break;
     }
-    return -1;
+    return {};
 }
 
 DWORD PrivateNumber() {
@@ -175,20 +195,24 @@ DWORD PrivateNumber() {
 
 } // namespace
 
+// Where the folder's lock is not to be had the record stays for the next reader to remove.
 OwnedWindowRecord::~OwnedWindowRecord() {
-    if (file_ < 0)
+    if (!file_)
         return;
     FolderLock folder;
-    unlink(RecordPath(record_.number).c_str());
-    close(file_);
+    const std::string path = RecordPath(record_.number);
+    if (folder.Held() && LeadsTo(path, file_))
+        unlink(path.c_str());
+    file_ = {};
 }
 
 void OwnedWindowRecord::SetTitle(const std::string& title) {
     record_.title = title;
-    if (file_ < 0)
+    if (!file_)
         return;
     FolderLock folder;
-    WriteRecord(file_, record_); // a full disk leaves an old title, which is the best there is
+    if (folder.Held())
+        WriteRecord(file_, record_); // a full disk leaves an old title, which is the best there is
 }
 
 std::unique_ptr<OwnedWindowRecord>
@@ -201,15 +225,17 @@ PublishWindow(const std::string& className, const std::string& title, DWORD owne
     record.style = style;
     record.className = className;
     record.title = title;
-    int file = MakeRecordFile(record);
-    if (file < 0)
+    Descriptor file = MakeRecordFile(record);
+    if (!file)
         record.number = PrivateNumber();
-    return std::make_unique<OwnedWindowRecord>(record, file);
+    return std::make_unique<OwnedWindowRecord>(record, std::move(file));
 }
 
 std::vector<WindowRecord> ReadWindowRecords() {
     std::vector<WindowRecord> records;
     FolderLock folder;
+    if (!folder.Held())
+        return records;
     std::error_code failed;
     std::filesystem::directory_iterator entry(HomePath("windows"), failed), end;
     for (; !failed && entry != end; entry.increment(failed)) {

@@ -3,6 +3,8 @@
 // holds is left over from a process that died; it is no window and is removed when it is met.
 #pragma once
 
+#include "platform/descriptor.h"
+
 #include <windef.h>
 
 #include <cstdint>
@@ -25,7 +27,9 @@ struct WindowRecord {
 // The record of a window of this process; it goes with the window.
 class OwnedWindowRecord {
 public:
-    OwnedWindowRecord(WindowRecord record, int file) : record_(std::move(record)), file_(file) {}
+    // None for a window that is known in this process alone.
+    OwnedWindowRecord(WindowRecord record, Descriptor file)
+        : record_(std::move(record)), file_(std::move(file)) {}
     OwnedWindowRecord(const OwnedWindowRecord&) = delete;
     OwnedWindowRecord& operator=(const OwnedWindowRecord&) = delete;
     ~OwnedWindowRecord();
@@ -35,15 +39,16 @@ public:
 
 private:
     WindowRecord record_;
-    int file_;
+    Descriptor file_;
 };
 
-// Publishes a window of the calling thread under a number of its own. Where the folder cannot be
-// written the window has a number all the same, but is known in this process alone.
+// Publishes a window of the calling thread under a number that no other window of this process has,
+// whatever becomes of the folder. Where the folder cannot be written, or somebody keeps its lock
+// for ten seconds, the window has a number all the same, but is known in this process alone.
 std::unique_ptr<OwnedWindowRecord>
 PublishWindow(const std::string& className, const std::string& title, DWORD owner, DWORD style);
 
-// All windows of all processes, the newest first.
+// All windows of all processes, the newest first. None where somebody keeps the folder's lock.
 std::vector<WindowRecord> ReadWindowRecords();
 
 std::optional<WindowRecord> FindWindowRecord(HWND window);

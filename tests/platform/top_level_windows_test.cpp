@@ -2,6 +2,12 @@
 
 #include "tests/platform/window_support.h"
 
+#include "platform/window_records.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
 using namespace window_support;
 
 namespace {
@@ -91,4 +97,30 @@ TEST(TopLevelWindows, work_in_their_process_where_the_folder_cannot_be_written) 
     EXPECT_TRUE(DestroyWindow(window));
     EXPECT_FALSE(IsWindow(window));
     std::filesystem::remove(folder);
+}
+
+TEST(TopLevelWindows, go_on_where_somebody_removes_the_folder_or_keeps_its_lock) {
+    TemporaryHome home;
+    auto folder = home.Path() / "windows";
+    HWND first = OpenPlainWindow("SETUP", "first");
+    std::filesystem::remove_all(folder);
+    HWND second = OpenPlainWindow("SETUP", "second");
+    EXPECT_GT(second, first) << "the number is in use in this process";
+    auto strange = folder / std::to_string(platform::NumberOfWindow(first));
+    std::ofstream(strange) << "of another program";
+    DestroyWindow(first);
+    EXPECT_TRUE(std::filesystem::exists(strange));
+    ASSERT_EQ(mkfifo((folder / "90000").c_str(), 0600), 0);
+    EXPECT_EQ(FindWindowA(nullptr, "second"), second);
+
+    platform::Descriptor lock(open((folder / ".last").c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(flock(lock.Number(), LOCK_EX), 0);
+    HWND third = OpenPlainWindow("SETUP", "third"); // after ten seconds
+    EXPECT_EQ(FindWindowA(nullptr, "second"), nullptr);
+    EXPECT_TRUE(SetWindowTextA(second, "renamed"));
+    EXPECT_TRUE(IsWindow(second) && IsWindow(third));
+    lock = {};
+    EXPECT_EQ(FindWindowA("SETUP", "second"), second);
+    EXPECT_TRUE(DestroyWindow(second) && DestroyWindow(third));
+    EXPECT_EQ(RecordCount(home), 0u);
 }
