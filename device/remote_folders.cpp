@@ -10,14 +10,19 @@
 
 namespace {
 
+// Entries of one listing. No group of the start menu has a tenth of them; a damaged file system may
+// list the same ones without end.
+constexpr int MaxEntries = 1000;
+
 // Folder, backslash and name; empty where they do not fit a device path.
 std::u16string PathIn(const char16_t* folder, const char16_t* name) {
     std::u16string path = std::u16string(folder) + u"\\" + name;
     return path.size() < DevicePathRoom ? path : std::u16string();
 }
 
-// Calls `visit` for each entry that is not a plain folder until it gives false: then false. The
-// listing is closed on every way out. A folder without such entries gives true.
+// Calls `visit` for each entry that is not a plain folder until it gives false: then false, as for
+// more than MaxEntries. The listing is closed on every way out. A folder without such entries gives
+// true.
 bool ForEachDeviceFile(const char16_t* folder, const char16_t* pattern,
                        const std::function<bool(const char16_t* name)>& visit) {
     const std::u16string wanted = PathIn(folder, pattern);
@@ -27,8 +32,11 @@ bool ForEachDeviceFile(const char16_t* folder, const char16_t* pattern,
     if (search == CeInvalidHandle)
         return true;
     bool goOn = true;
+    int entries = 0;
     do {
-        if (found.attributes != FILE_ATTRIBUTE_DIRECTORY)
+        if (++entries > MaxEntries)
+            goOn = false;
+        else if (found.attributes != FILE_ATTRIBUTE_DIRECTORY)
             goOn = visit(found.name);
     } while (goOn && CeFindNextFile(search, &found));
     CeFindClose(search);

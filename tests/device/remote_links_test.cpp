@@ -81,6 +81,10 @@ TEST_F(RemoteLinks, a_folder_goes_with_its_files_or_up_to_the_first_that_stays) 
     AddFiles({"Temp/outer/inner/x"}); // passed over, and in the way of the removal
     EXPECT_FALSE(RemoveDeviceFolder("\\Temp\\outer"));
     EXPECT_TRUE(IsOnDevice("Temp/outer/inner/x"));
+    for (int number = 0; number < 1001; ++number) // one more than a listing may have
+        AddFiles({("Temp/many/" + std::to_string(number)).c_str()});
+    EXPECT_FALSE(RemoveDeviceFolder("\\Temp\\many"));
+    EXPECT_TRUE(RemoveDeviceFolder("\\Temp\\many")); // the one that was left
 }
 
 TEST_F(RemoteLinks, links_are_copied_past_one_that_is_there_already) {
