@@ -41,7 +41,7 @@ void PutUtf16(Bytes& file, std::size_t at, const std::string& text) {
 Programs::Programs(World world, std::function<void(LinkKind)> enterFlasher)
     : world_(world), enterFlasher_(std::move(enterFlasher)) {}
 
-Programs::~Programs() { world_.loop.Cancel(pieceTimer_); }
+Programs::~Programs() { StopPiece(); }
 
 std::uint32_t Programs::Start(std::u16string_view program, std::u16string_view commandLine) {
     const auto file = world_.files.Load(program);
@@ -90,14 +90,14 @@ void Programs::WriteTypeFile() {
 }
 
 void Programs::StartBackup() {
+    StopPiece();
     backupOffset_ = 0;
     BeginPiece();
 }
 
 // The file stands there at once, but the program keeps it to itself until the piece is whole.
 void Programs::BeginPiece() {
-    if (!backupOffset_ || !world_.files.Exists(BackupProgramPath) ||
-        *backupOffset_ + BackupPieceSize > world_.folder.FlashSize()) {
+    if (*backupOffset_ + BackupPieceSize > world_.folder.FlashSize()) {
         backupOffset_.reset();
         return;
     }
@@ -106,16 +106,13 @@ void Programs::BeginPiece() {
     const Outcome file = world_.files.Open(PieceFile, WriteAccess, 0, CreateAlways, 0);
     if (file.error != error::Success)
         return;
-    world_.loop.Cancel(pieceTimer_);
-    if (PieceNumber() == world_.faults.pieceLate) {
-        latePiece_ = file.value;
-        lateTries_ = 0;
-        return;
-    }
-    pieceTimer_ = world_.loop.After(BackupPieceTime, [this, file] { FinishPiece(file.value); });
+    piece_ = file.value;
+    lateTries_ = 0;
+    if (PieceNumber() != world_.faults.pieceLate)
+        pieceTimer_ = world_.loop.After(BackupPieceTime, [this] { FinishPiece(); });
 }
 
-void Programs::FinishPiece(std::uint32_t handle) {
+void Programs::FinishPiece() {
     Bytes piece(BackupPieceSize);
     const Descriptor flash = OpenHost(world_.folder.Flash(), O_RDONLY);
     const auto offset = static_cast<off_t>(backupOffset_.value_or(0));
@@ -124,20 +121,40 @@ void Programs::FinishPiece(std::uint32_t handle) {
         FailOn("read", world_.folder.Flash());
     if (PieceNumber() == world_.faults.pieceShort)
         piece.resize(piece.size() / 2);
-    world_.files.Write(handle, piece);
-    world_.files.Close(handle);
+    world_.files.Write(*piece_, piece);
+    StopPiece();
     world_.report.Say("sarvel: piece at " + Hex(static_cast<std::uint32_t>(offset)));
     backupOffset_ = static_cast<std::uint64_t>(offset) + BackupPieceSize;
 }
 
+// Whole or not, the piece is in nobody's hands any more.
+void Programs::StopPiece() {
+    world_.loop.Cancel(pieceTimer_);
+    if (piece_)
+        world_.files.Close(*std::exchange(piece_, std::nullopt));
+}
+
+// The PC ends a backup by deleting the program, and then the piece that it does not want any more.
+// A program that went on writing would keep that file from being deleted, and leave it behind.
+void Programs::EndBackup() {
+    const bool begun = piece_.has_value();
+    StopPiece();
+    if (begun)
+        world_.files.Delete(PieceFile);
+    backupOffset_.reset();
+}
+
 void Programs::Deleted(std::u16string_view path) {
-    if (backupOffset_ && Fold(path) == Fold(PieceFile))
+    if (Fold(path) == Fold(BackupProgramPath))
+        EndBackup();
+    else if (backupOffset_ && Fold(path) == Fold(PieceFile))
         BeginPiece();
 }
 
 void Programs::Opening(std::u16string_view path) {
-    if (latePiece_ && Fold(path) == Fold(PieceFile) && ++lateTries_ == world_.faults.pieceTries)
-        FinishPiece(*std::exchange(latePiece_, std::nullopt));
+    if (piece_ && PieceNumber() == world_.faults.pieceLate && Fold(path) == Fold(PieceFile) &&
+        ++lateTries_ == world_.faults.pieceTries)
+        FinishPiece();
 }
 
 std::uint32_t Programs::PieceNumber() const {

@@ -36,8 +36,8 @@ public:
     // HRESULT of the call of a library's function.
     std::uint32_t Invoke(std::u16string_view library, std::u16string_view function,
                          std::span<const std::uint8_t> input);
-    // To be told of every file that was deleted: one program waits for that. And of every one that
-    // is about to be opened, for the pieces that come late.
+    // To be told of every file that was deleted: one program waits for that, and ends when its own
+    // file has gone. And of every one that is about to be opened, for the pieces that come late.
     void Deleted(std::u16string_view path);
     void Opening(std::u16string_view path);
 
@@ -46,7 +46,9 @@ private:
     void WriteTypeFile();
     void StartBackup();
     void BeginPiece();
-    void FinishPiece(std::uint32_t handle);
+    void FinishPiece();
+    void StopPiece();
+    void EndBackup();
     std::uint32_t PieceNumber() const; // from 1
     void StartFlasher(std::u16string_view commandLine);
 
@@ -54,8 +56,8 @@ private:
     std::function<void(LinkKind)> enterFlasher_;
     std::optional<std::uint64_t> backupOffset_; // of the next piece in the flash
     EventLoop::Timer pieceTimer_ = 0;
-    std::optional<std::uint32_t> latePiece_; // handle of its file
-    std::uint32_t lateTries_ = 0;
+    std::optional<std::uint32_t> piece_; // handle of its file, while it is being written
+    std::uint32_t lateTries_ = 0;        // openings of a late piece
 };
 
 } // namespace simulator
