@@ -7,6 +7,8 @@
 
 #include <windows.h>
 
+#include "simulator/local_socket.h"
+
 #include "platform/home.h"
 #include "platform/paths.h"
 
@@ -16,7 +18,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -25,10 +26,12 @@
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
+
+using simulator::Descriptor;
+using simulator::Failure;
 
 constexpr char WindowClass[] = "ConnectionManager";
 constexpr const char* WindowTitles[] = {"DccMan", "WCES Manager Thunk Window"};
@@ -36,34 +39,31 @@ constexpr char SettingsKey[] = "SOFTWARE\\Microsoft\\Windows CE Services";
 constexpr char ProgramKey[] =
     "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE";
 constexpr char SerialPort[] = "COM1";
-constexpr int Waiting = 16; // connections that have not been accepted yet
 constexpr std::size_t CarrySize = 0x10000;
-
-struct Failure : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-[[noreturn]] void FailOn(const std::string& what) {
-    throw Failure(what + ": " + std::strerror(errno));
-}
 
 struct Versions {
     DWORD major = 3, minor = 5;
 };
 
-// Held for the life of the process, which the system ends in any case: by a lock, and with our
-// number for whoever wants to end it.
-void TakePidFile() {
-    const std::string path = platform::HomePath("connection-manager.pid");
-    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (file < 0)
-        FailOn("open " + path);
-    if (flock(file, LOCK_EX | LOCK_NB) != 0)
+std::string PidFileName() { return platform::HomePath("connection-manager.pid"); }
+
+// Held for the life of the process, which the system ends in any case. It is empty until there is
+// something to find: who reads a number there may go on to look for the windows.
+Descriptor LockPidFile() {
+    Descriptor file = simulator::OpenHost(PidFileName(), O_RDWR | O_CREAT, 0600);
+    if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0)
         throw Failure("start: another connection manager runs");
+    if (ftruncate(file.Get(), 0) != 0)
+        simulator::FailOn("write", PidFileName());
+    return file;
+}
+
+// For whoever wants to end this process.
+void WriteNumber(const Descriptor& pidFile) {
     const std::string number = std::to_string(getpid()) + "\n";
-    if (ftruncate(file, 0) != 0 ||
-        write(file, number.data(), number.size()) != static_cast<ssize_t>(number.size()))
-        FailOn("write " + path);
+    simulator::WriteAt(pidFile, 0,
+                       {reinterpret_cast<const std::uint8_t*>(number.data()), number.size()},
+                       PidFileName());
 }
 
 HKEY CreateKey(const char* path) {
@@ -110,40 +110,6 @@ void HoldSerialPort() {
         std::printf("%s: not free, error %u\n", SerialPort, static_cast<unsigned>(GetLastError()));
 }
 
-sockaddr_un SocketAddress(const std::string& path) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof(address.sun_path))
-        throw Failure("use " + path + ": the path is too long for a socket");
-    std::memcpy(address.sun_path, path.c_str(), path.size());
-    return address;
-}
-
-// The socket of a manager that was killed is replaced; the pid file says that there is no other.
-int Listen() {
-    const std::string path = platform::HomePath("rapi.sock");
-    const sockaddr_un address = SocketAddress(path);
-    unlink(path.c_str());
-    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (listener < 0 ||
-        bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
-        listen(listener, Waiting) != 0)
-        FailOn("listen at " + path);
-    return listener;
-}
-
-// The handheld's end, or -1 where it does not answer.
-int ConnectToHandheld() {
-    const sockaddr_un address = SocketAddress(platform::HomePath("cradle.sock"));
-    const int handheld = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (handheld >= 0 &&
-        connect(handheld, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-        close(handheld);
-        return -1;
-    }
-    return handheld;
-}
-
 // What is there to be read, whole; false at the end of either side.
 bool CarryOnce(int from, int to) {
     char bytes[CarrySize];
@@ -158,32 +124,30 @@ bool CarryOnce(int from, int to) {
     return count > 0 || (count < 0 && errno == EINTR);
 }
 
-// Between one program and the handheld, until either is gone. Owns the client's descriptor.
-void Carry(int client) {
-    const int handheld = ConnectToHandheld();
-    std::printf(handheld < 0 ? "client: no handheld answers\n" : "client: connected\n");
-    bool open = handheld >= 0;
+// Between one program and the handheld, until either is gone. A program that takes no answers
+// blocks this thread, which is its own.
+void Carry(Descriptor client) {
+    const Descriptor handheld = simulator::ConnectTo(platform::HomePath("cradle.sock"));
+    std::printf(handheld ? "client: connected\n" : "client: no handheld answers\n");
+    bool open{handheld};
     while (open) {
-        pollfd ends[] = {{client, POLLIN, 0}, {handheld, POLLIN, 0}};
+        pollfd ends[] = {{client.Get(), POLLIN, 0}, {handheld.Get(), POLLIN, 0}};
         if (poll(ends, 2, -1) < 0 && errno != EINTR)
             break;
         if (ends[0].revents != 0)
-            open = CarryOnce(client, handheld);
+            open = CarryOnce(client.Get(), handheld.Get());
         if (open && ends[1].revents != 0)
-            open = CarryOnce(handheld, client);
+            open = CarryOnce(handheld.Get(), client.Get());
     }
-    close(client);
-    if (handheld >= 0)
-        close(handheld);
 }
 
 // One thread for each program, and one that waits for them. None is ever joined: the process ends
 // from outside.
-void Serve(int listener) {
+void Serve(const Descriptor& listener) {
     for (;;) {
-        const int client = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (client >= 0)
-            std::thread(Carry, client).detach();
+        Descriptor client(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        if (client)
+            std::thread(Carry, std::move(client)).detach();
         else if (errno != EINTR && errno != ECONNABORTED)
             std::this_thread::sleep_for(std::chrono::milliseconds(100)); // out of descriptors
     }
@@ -232,11 +196,12 @@ bool ParseArguments(int count, char** words, Versions& versions) {
 }
 
 void RunManager(const Versions& versions) {
-    TakePidFile();
+    const Descriptor pidFile = LockPidFile();
     Register(versions);
     HoldSerialPort();
     OpenWindows();
-    std::thread(Serve, Listen()).detach();
+    std::thread(Serve, simulator::ListenAt(platform::HomePath("rapi.sock"), 0)).detach();
+    WriteNumber(pidFile);
     std::printf("ready\n");
     RunMessages();
 }

@@ -2,12 +2,12 @@
 
 #include "simulator/rapi_server.h"
 
+#include "simulator/local_socket.h"
+
 #include <cerrno>
-#include <cstring>
 
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace simulator {
@@ -16,23 +16,7 @@ namespace {
 
 constexpr std::size_t LengthField = 4;
 constexpr std::size_t ReadSize = 0x10000;
-constexpr int Waiting = 16; // connections that have not been accepted yet
 constexpr timeval SendLimit = {10, 0};
-
-Descriptor ListenAt(const std::filesystem::path& path) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (path.string().size() >= sizeof(address.sun_path))
-        throw Failure("listen at " + path.string() + ": the path is too long for a socket");
-    std::memcpy(address.sun_path, path.c_str(), path.string().size());
-    unlink(path.c_str());
-    Descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!listener ||
-        bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
-        listen(listener.Get(), Waiting) != 0)
-        FailOn("listen at", path);
-    return listener;
-}
 
 // The reply fits a client that waits for it; one that does not read ends its connection.
 bool SendAll(int descriptor, std::span<const std::uint8_t> bytes) {
@@ -56,7 +40,7 @@ std::size_t FrameLength(const Bytes& received) {
 RapiServer::RapiServer(EventLoop& loop, std::filesystem::path socket, RapiDevice device,
                        const Faults& faults, const Report& report, std::function<bool()> over)
     : loop_(loop), path_(std::move(socket)), device_(device), faults_(faults), report_(report),
-      over_(std::move(over)), listener_(ListenAt(path_)) {
+      over_(std::move(over)), listener_(ListenAt(path_, SOCK_NONBLOCK)) {
     loop_.Watch(listener_.Get(), [this] { Accept(); });
 }
 

@@ -1,6 +1,8 @@
 // The connection manager carries RAPI, holds the port, and leaves nothing behind that blocks.
 
+#include "tests/support/comes_true.h"
 #include "tests/support/cradle.h"
+#include "tests/support/image_file.h"
 #include "tests/support/pc_side.h"
 
 #include <windows.h>
@@ -9,7 +11,11 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace test_support;
 using rapi_wire::Operation;
@@ -37,10 +43,7 @@ protected:
         return true;
     }
 
-    std::string RegistryText() const {
-        std::ifstream file(home_.Home() / "registry.reg");
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string RegistryText() const { return ReadBytes(home_.Home() / "registry.reg"); }
 
     static std::unique_ptr<TestHome> suiteHome_;
     const TestHome& home_ = *suiteHome_;
@@ -61,6 +64,31 @@ TEST_F(ConnectionManagerTest, it_registers_itself_and_is_found_by_its_windows) {
         GetWindowThreadProcessId(window, &process);
         EXPECT_EQ(process, static_cast<DWORD>(cradle.Manager().Id())) << title;
     }
+}
+
+TEST_F(ConnectionManagerTest, its_number_is_told_when_all_is_there_and_its_sockets_are_the_users) {
+    const auto numberFile = home_.Home() / "connection-manager.pid";
+    std::filesystem::remove(home_.Home() / "registry.reg");
+    std::filesystem::create_directory(home_.Home() / "windows");
+    // Nobody opens a window as long as this lock is held.
+    const int windows =
+        open((home_.Home() / "windows/.last").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(0, flock(windows, LOCK_EX));
+    const mode_t mask = umask(0);
+    Cradle cradle(home_, {.withManager = false});
+    ChildProcess manager({ProgramFolder() + "/connection-manager"},
+                         {.environment = home_.Variables()});
+    umask(mask);
+    EXPECT_TRUE(ComesTrue(
+        [&] { return RegistryText().find("connection-manager\"") != std::string::npos; }));
+    EXPECT_EQ("", ReadBytes(numberFile));
+    close(windows);
+    manager.ExpectLine("ready");
+    EXPECT_EQ(std::to_string(manager.Id()) + "\n", ReadBytes(numberFile));
+    for (const char* socket : {"rapi.sock", "cradle.sock"})
+        EXPECT_EQ(0600,
+                  static_cast<int>(std::filesystem::status(home_.Home() / socket).permissions()))
+            << socket;
 }
 
 TEST_F(ConnectionManagerTest, several_programs_reach_the_handheld_at_a_time) {
