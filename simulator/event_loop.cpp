@@ -15,7 +15,11 @@
 namespace simulator {
 
 void EventLoop::Watch(int descriptor, std::function<void()> readable) {
-    watched_[descriptor] = std::move(readable);
+    watched_[descriptor] = {POLLIN, std::move(readable)};
+}
+
+void EventLoop::WatchWritable(int descriptor, std::function<void()> writable) {
+    watched_[descriptor] = {POLLOUT, std::move(writable)};
 }
 
 void EventLoop::Unwatch(int descriptor) { watched_.erase(descriptor); }
@@ -48,8 +52,8 @@ void EventLoop::RunTimers() {
 
 void EventLoop::WaitOnce() {
     std::vector<pollfd> descriptors;
-    for (const auto& [descriptor, readable] : watched_)
-        descriptors.push_back({descriptor, POLLIN, 0});
+    for (const auto& [descriptor, watched] : watched_)
+        descriptors.push_back({descriptor, watched.events, 0});
     timespec limit = {};
     if (!timers_.empty()) {
         const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(
@@ -58,19 +62,19 @@ void EventLoop::WaitOnce() {
         limit.tv_nsec = static_cast<long>(left.count() % 1000000000);
     }
     // poll counts in milliseconds, which is ten bytes at 115200 baud.
-    const int ready =
+    const int count =
         ppoll(descriptors.data(), descriptors.size(), timers_.empty() ? nullptr : &limit, nullptr);
-    if (ready < 0 && errno != EINTR)
+    if (count < 0 && errno != EINTR)
         FailOn("poll", "the handheld's descriptors");
     for (const pollfd& descriptor : descriptors) {
-        if (ready <= 0 || descriptor.revents == 0)
+        if (count <= 0 || descriptor.revents == 0)
             continue;
         // What ran before may have ended this watch, and the watch may end itself.
         const auto found = watched_.find(descriptor.fd);
         if (found == watched_.end())
             continue;
-        const auto readable = found->second;
-        readable();
+        const auto ready = found->second.ready;
+        ready();
     }
 }
 

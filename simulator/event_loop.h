@@ -18,6 +18,8 @@ public:
     // Calls back whenever the descriptor is readable or its other end is gone. One at a time for
     // each descriptor; the caller keeps it open while it is watched.
     void Watch(int descriptor, std::function<void()> readable);
+    // The same, in its place, whenever something can be written to it or its other end is gone.
+    void WatchWritable(int descriptor, std::function<void()> writable);
     void Unwatch(int descriptor);
 
     // Calls back once, not before the instant. The number cancels it.
@@ -36,7 +38,12 @@ private:
     void RunTimers();
     void WaitOnce();
 
-    std::map<int, std::function<void()>> watched_;
+    struct Watched {
+        short events; // as of poll
+        std::function<void()> ready;
+    };
+
+    std::map<int, Watched> watched_;
     std::map<std::pair<Clock::time_point, Timer>, std::function<void()>> timers_;
     Timer lastTimer_ = 0;
     bool running_ = false;

@@ -7,7 +7,6 @@
 #include <cerrno>
 
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 namespace simulator {
@@ -16,20 +15,6 @@ namespace {
 
 constexpr std::size_t LengthField = 4;
 constexpr std::size_t ReadSize = 0x10000;
-constexpr timeval SendLimit = {10, 0};
-
-// The reply fits a client that waits for it; one that does not read ends its connection.
-bool SendAll(int descriptor, std::span<const std::uint8_t> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t sent = send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (sent < 0 && errno == EINTR)
-            continue;
-        if (sent <= 0)
-            return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(sent));
-    }
-    return true;
-}
 
 std::size_t FrameLength(const Bytes& received) {
     return rapi_wire::Reader({received.begin(), received.begin() + LengthField}).Number();
@@ -58,10 +43,9 @@ void RapiServer::Stop() {
 }
 
 void RapiServer::Accept() {
-    const int descriptor = accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC);
+    const int descriptor = accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (descriptor < 0)
         return;
-    setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &SendLimit, sizeof(SendLimit));
     connections_[descriptor].socket = Descriptor(descriptor);
     loop_.Watch(descriptor, [this, descriptor] { Receive(descriptor); });
 }
@@ -70,20 +54,42 @@ void RapiServer::Receive(int descriptor) {
     Connection& connection = connections_.at(descriptor);
     const std::size_t old = connection.received.size();
     connection.received.resize(old + ReadSize);
-    const ssize_t count =
-        recv(descriptor, connection.received.data() + old, ReadSize, MSG_DONTWAIT);
+    const ssize_t count = recv(descriptor, connection.received.data() + old, ReadSize, 0);
     connection.received.resize(old + (count > 0 ? static_cast<std::size_t>(count) : 0));
-    if (count < 0 && (errno == EAGAIN || errno == EINTR))
-        return;
-    if (count <= 0 || !Serve(connection))
+    if (count > 0)
+        GoOn(descriptor);
+    else if (count == 0 || (errno != EAGAIN && errno != EINTR))
         Close(descriptor);
+}
+
+void RapiServer::GoOn(int descriptor) {
+    Connection& connection = connections_.at(descriptor);
+    if (!SendUnsent(connection) || !Serve(connection))
+        Close(descriptor);
+    else if (connection.unsent.empty())
+        loop_.Watch(descriptor, [this, descriptor] { Receive(descriptor); });
+    else
+        loop_.WatchWritable(descriptor, [this, descriptor] { GoOn(descriptor); });
     if (over_())
         Stop();
 }
 
+bool RapiServer::SendUnsent(Connection& connection) {
+    Bytes& unsent = connection.unsent;
+    while (!unsent.empty()) {
+        const ssize_t sent =
+            send(connection.socket.Get(), unsent.data(), unsent.size(), MSG_NOSIGNAL);
+        if (sent < 0 && errno != EINTR)
+            return errno == EAGAIN;
+        if (sent > 0)
+            unsent.erase(unsent.begin(), unsent.begin() + sent);
+    }
+    return !connection.ending;
+}
+
 bool RapiServer::Serve(Connection& connection) {
     Bytes& received = connection.received;
-    while (received.size() >= LengthField) {
+    while (connection.unsent.empty() && received.size() >= LengthField) {
         const std::size_t length = FrameLength(received);
         if (length > rapi_wire::MaximumFrame) {
             report_.Refuse("RAPI: a frame of " + std::to_string(length) + " bytes");
@@ -124,9 +130,11 @@ bool RapiServer::Answer(Connection& connection, Bytes requested) {
     }
     if (answer.error != error::Success)
         report_.Say("RAPI   error " + std::to_string(answer.error));
-    const Bytes frame = answer.Frame();
-    const std::size_t size = drop ? frame.size() / 2 : frame.size();
-    return SendAll(connection.socket.Get(), std::span(frame).first(size)) && !drop;
+    connection.unsent = answer.Frame();
+    if (drop)
+        connection.unsent.resize(connection.unsent.size() / 2);
+    connection.ending = drop;
+    return SendUnsent(connection);
 }
 
 bool RapiServer::IsToBeDropped(const RapiRequest& request) {

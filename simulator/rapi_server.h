@@ -23,15 +23,22 @@ public:
     void Stop();
 
 private:
+    // Holds one answer at most: what a client asks next is read when it has taken that. One that
+    // takes nothing, or sends half a frame, waits for itself alone, and may do so for ever.
     struct Connection {
         Descriptor socket;
         Bytes received;
+        Bytes unsent;
+        bool ending = false; // once that has been sent
         RapiSession session;
     };
 
     void Accept();
     void Receive(int descriptor);
-    // Carries out all whole frames; whether the connection goes on.
+    void GoOn(int descriptor);
+    // What the client takes of the answer; whether the connection goes on.
+    static bool SendUnsent(Connection& connection);
+    // Carries out all whole frames whose answers the client takes; whether the connection goes on.
     bool Serve(Connection& connection);
     bool Answer(Connection& connection, Bytes requested);
     bool IsToBeDropped(const RapiRequest& request);

@@ -317,6 +317,26 @@ TEST_F(RapiTest, a_frame_that_is_none_ends_its_connection_and_no_other) {
     EXPECT_THROW(Delete(u"\\Temp\\x"), std::runtime_error);
 }
 
+TEST_F(RapiTest, a_client_that_does_not_read_or_stops_in_a_frame_holds_up_no_other) {
+    Start();
+    const ByteList content(0x80000, 0x5A); // more than a socket takes
+    rapi_->Push(u"\\Temp\\large", content);
+    RapiClient mute(home_);
+    std::uint32_t handle = 0;
+    ASSERT_EQ(mute.CreateFile(u"\\Temp\\large", ReadAccess, 1, Existing, 0, &handle), 0u);
+    mute.SendRaw(Writer()
+                     .Number(static_cast<std::uint32_t>(Operation::ReadFile))
+                     .Number(handle)
+                     .Number(0x80000)
+                     .Frame());
+    mute.SendRaw({4, 0, 0}); // of a greeting
+    cradle_->Handheld().ExpectLine("RAPI ReadFile \\Temp\\large");
+    EXPECT_EQ(rapi_->Call(Operation::Hello).result, 1u);
+    mute.SendRaw({0, static_cast<std::uint8_t>(Operation::Hello), 0, 0, 0});
+    EXPECT_TRUE(mute.Call(Operation::Hello).outputs.Data() == content);
+    EXPECT_EQ(mute.Call(Operation::Hello).result, 1u);
+}
+
 TEST_F(RapiTest, power_follows_the_cable) {
     Start({"--battery"});
     const auto power = [&] {
