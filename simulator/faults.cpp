@@ -18,6 +18,13 @@ std::uint32_t VersionUnit(Value text) {
     return unit;
 }
 
+std::uint8_t Byte(Value text) {
+    const std::uint32_t number = ParseNumber32(text);
+    if (number > UINT8_MAX)
+        throw UsageError(text + ": more than a byte");
+    return static_cast<std::uint8_t>(number);
+}
+
 constexpr FaultRow Rows[] = {
     {"--refuse-program", "NAME", "this program does not start (may be repeated)",
      [](Faults& faults, Value name) { faults.refusedPrograms.push_back(name); }},
@@ -29,6 +36,11 @@ constexpr FaultRow Rows[] = {
      [](Faults& faults, Value unit) { faults.assetZero = VersionUnit(unit); }},
     {"--refuse-call", "LINE", "every RAPI call of just this line fails, as one that is not allowed",
      [](Faults& faults, Value line) { faults.refusedCall = line; }},
+    {"--battery-byte", "BYTE", "the power status tells this, not 0, where no external power is",
+     [](Faults& faults, Value byte) { faults.batteryByte = Byte(byte); }},
+    {"--rapi-after", "MS",
+     "RAPI answers so long after the start, in ms divided by ROM_WIZARD_CLOCK",
+     [](Faults& faults, Value time) { faults.rapiMilliseconds = ParseNumber32(time); }},
     {"--drop-rapi-at", "TEXT", "the connection of the first call whose line holds TEXT is dropped",
      [](Faults& faults, Value text) { faults.dropRapiAt = text; }},
     {"--drop-rapi-after", "COUNT", "not of the first, but after so many of these calls",
@@ -51,6 +63,12 @@ constexpr FaultRow Rows[] = {
      [](Faults& faults, Value step) { faults.burstAt = step; }},
     {"--split-at", "STEP", "that token in two bursts, its zero 50 ms behind",
      [](Faults& faults, Value step) { faults.splitAt = step; }},
+    {"--split-by", "MS", "not 50 ms, but so many divided by ROM_WIZARD_CLOCK",
+     [](Faults& faults, Value time) { faults.splitMilliseconds = ParseNumber32(time); }},
+    {"--deaf-at", "STEP", "from that token on it takes nothing from the link",
+     [](Faults& faults, Value step) { faults.deafAt = step; }},
+    {"--deaf-for", "MS", "for so long, in milliseconds divided by ROM_WIZARD_CLOCK",
+     [](Faults& faults, Value time) { faults.deafMilliseconds = ParseNumber32(time); }},
     {"--late-at", "STEP", "that token only after the time of --late-by",
      [](Faults& faults, Value step) { faults.lateAt = step; }},
     {"--late-by", "MS", "milliseconds, divided by ROM_WIZARD_CLOCK",

@@ -29,6 +29,11 @@ struct Faults {
     std::string splitAt;
     std::string lateAt;
     std::uint32_t lateMilliseconds = 0;
+    std::optional<std::uint32_t> splitMilliseconds; // 50 ms of the host, if none
+    std::string deafAt;                             // step, empty: none
+    std::uint32_t deafMilliseconds = 0;
+    std::optional<std::uint32_t> rapiMilliseconds;   // from power-on until it answers
+    std::uint8_t batteryByte = 0;                    // told in place of 0 without external power
     std::optional<std::uint64_t> diesAt;             // bytes taken from the link since power-on
     std::optional<std::uint64_t> unplugAt;           // the same, until it leaves the bus
     std::optional<std::uint32_t> replugMilliseconds; // not before a reset, if none

@@ -12,7 +12,7 @@ namespace simulator {
 namespace {
 
 constexpr std::uint8_t StrayByte = 0x7E;
-constexpr auto SplitDelay = std::chrono::milliseconds(50);
+constexpr Clock::duration SplitDelay = std::chrono::milliseconds(50);
 constexpr std::size_t SampleSize = 8;
 
 long long Nanoseconds(Clock::time_point time) {
@@ -73,6 +73,8 @@ void TokenSender::SendNow(SerialEnd& end, const std::string& step, Bytes token) 
     const auto stamp = [this, step](Clock::time_point sent) {
         parts_.record.TokenSent(step, sent);
     };
+    if (parts_.faults.deafAt == step)
+        BeDeaf(end, step);
     if (parts_.faults.strayAt == step) {
         parts_.report.Say("fault: stray byte at " + step);
         token.insert(token.begin(), StrayByte);
@@ -85,10 +87,21 @@ void TokenSender::SendNow(SerialEnd& end, const std::string& step, Bytes token) 
     if (parts_.faults.splitAt == step && token.size() > 1) {
         parts_.report.Say("fault: split at " + step);
         end.Send({token.begin(), token.end() - 1}, stamp);
-        late_ = parts_.loop.After(SplitDelay, [&end, last = token.back()] { end.Send({last}); });
+        const auto& time = parts_.faults.splitMilliseconds;
+        late_ = parts_.loop.After(time ? platform::HostDuration(*time) : SplitDelay,
+                                  [&end, last = token.back()] { end.Send({last}); });
         return;
     }
     end.Send(std::move(token), stamp);
+}
+
+void TokenSender::BeDeaf(SerialEnd& end, const std::string& step) {
+    parts_.report.Say("fault: deaf at " + step);
+    end.Die();
+    deaf_ = parts_.loop.After(platform::HostDuration(parts_.faults.deafMilliseconds), [this, &end] {
+        end.Resume();
+        parts_.report.Say("fault: deaf no more");
+    });
 }
 
 void Collector::Expect(std::size_t size) {

@@ -48,7 +48,10 @@ struct FlashParts {
 class TokenSender {
 public:
     explicit TokenSender(FlashParts& parts) : parts_(parts) {}
-    ~TokenSender() { parts_.loop.Cancel(late_); }
+    ~TokenSender() {
+        parts_.loop.Cancel(late_);
+        parts_.loop.Cancel(deaf_);
+    }
     TokenSender(const TokenSender&) = delete;
     TokenSender& operator=(const TokenSender&) = delete;
 
@@ -57,9 +60,11 @@ public:
 
 private:
     void SendNow(SerialEnd& end, const std::string& step, Bytes token);
+    void BeDeaf(SerialEnd& end, const std::string& step);
 
     FlashParts& parts_;
     EventLoop::Timer late_ = 0;
+    EventLoop::Timer deaf_ = 0;
     bool silent_ = false;
 };
 

@@ -49,6 +49,7 @@ private:
     void PowerOn(bool navigatorKey);
     void StopEverything();
     void StartMode();
+    void StartRapi();
     void EnterFlasher(LinkKind kind);
     void Received(SerialEnd& end, const Burst& burst);
     void Hear(SerialEnd& end, const Burst& burst);
@@ -70,6 +71,7 @@ private:
     SerialEnd usb_;
     std::uint64_t received_ = 0; // bytes over the link since power-on
     EventLoop::Timer replug_ = 0;
+    EventLoop::Timer rapiStart_ = 0;
     std::optional<Noise> noise_;
     const SerialEnd* listening_ = nullptr; // the end of the flasher; null: both
     std::unique_ptr<Programs> programs_;
@@ -114,6 +116,7 @@ void Handheld::PowerOn(bool navigatorKey) {
 }
 
 void Handheld::StopEverything() {
+    loop_.Cancel(rapiStart_);
     rapi_.reset();
     linkProgram_.reset();
     programs_.reset();
@@ -137,9 +140,17 @@ void Handheld::StartMode() {
     programs_ =
         std::make_unique<Programs>(Programs::World{loop_, folder_, files_, faults_, report_},
                                    [this](LinkKind kind) { EnterFlasher(kind); });
+    if (faults_.rapiMilliseconds)
+        rapiStart_ =
+            loop_.After(platform::HostDuration(*faults_.rapiMilliseconds), [this] { StartRapi(); });
+    else
+        StartRapi();
+}
+
+void Handheld::StartRapi() {
     rapi_ =
         std::make_unique<RapiServer>(loop_, platform::HomePath("cradle.sock"),
-                                     RapiDevice{folder_, files_, registry_, *programs_}, faults_,
+                                     RapiDevice{folder_, files_, registry_, *programs_, faults_},
                                      report_, [this] { return state_.mode != Mode::Normal; });
 }
 

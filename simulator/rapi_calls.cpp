@@ -239,7 +239,7 @@ RapiRequest GetSystemPowerStatus(Context context, Reader&) {
                 constexpr std::uint8_t BatteryHigh = 1, BatteryCharging = 8, Percent = 90;
                 const bool external = context.device.folder.ExternalPower();
                 Bytes record(RecordSize);
-                record[0] = external;
+                record[0] = external ? 1 : context.device.faults.batteryByte;
                 record[1] = external ? BatteryCharging : BatteryHigh;
                 record[2] = Percent;
                 Conclude(answer, error::Success);

@@ -22,6 +22,7 @@ struct RapiDevice {
     DeviceFiles& files;
     DeviceRegistry& registry;
     Programs& programs;
+    const Faults& faults;
 };
 
 struct RapiAnswer {

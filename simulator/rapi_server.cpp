@@ -23,8 +23,8 @@ std::size_t FrameLength(const Bytes& received) {
 } // namespace
 
 RapiServer::RapiServer(EventLoop& loop, std::filesystem::path socket, RapiDevice device,
-                       const Faults& faults, const Report& report, std::function<bool()> over)
-    : loop_(loop), path_(std::move(socket)), device_(device), faults_(faults), report_(report),
+                       const Report& report, std::function<bool()> over)
+    : loop_(loop), path_(std::move(socket)), device_(device), report_(report),
       over_(std::move(over)), listener_(ListenAt(path_, SOCK_NONBLOCK)) {
     loop_.Watch(listener_.Get(), [this] { Accept(); });
 }
@@ -117,12 +117,12 @@ bool RapiServer::Answer(Connection& connection, Bytes requested) {
     const bool drop = IsToBeDropped(*request);
     if (drop)
         report_.Say("fault: connection dropped at " + request->line);
-    if (drop && !faults_.dropRapiHalfway)
+    if (drop && !device_.faults.dropRapiHalfway)
         return false;
     RapiAnswer answer;
     // Told first, so that what the call brings about stands below it.
     report_.Say("RAPI " + request->line);
-    if (!faults_.refusedCall.empty() && request->line == faults_.refusedCall) {
+    if (!device_.faults.refusedCall.empty() && request->line == device_.faults.refusedCall) {
         answer.error = error::AccessDenied;
         answer.result = request->failure;
     } else {
@@ -138,9 +138,9 @@ bool RapiServer::Answer(Connection& connection, Bytes requested) {
 }
 
 bool RapiServer::IsToBeDropped(const RapiRequest& request) {
-    const bool met =
-        !faults_.dropRapiAt.empty() && request.line.find(faults_.dropRapiAt) != std::string::npos;
-    return met && dropped_++ == faults_.dropRapiAfter;
+    const bool met = !device_.faults.dropRapiAt.empty() &&
+                     request.line.find(device_.faults.dropRapiAt) != std::string::npos;
+    return met && dropped_++ == device_.faults.dropRapiAfter;
 }
 
 void RapiServer::Close(int descriptor) {

@@ -14,7 +14,7 @@ public:
     // handheld stops answering: asked after each request, whose reply still goes out. Throws a
     // Failure.
     RapiServer(EventLoop& loop, std::filesystem::path socket, RapiDevice device,
-               const Faults& faults, const Report& report, std::function<bool()> over);
+               const Report& report, std::function<bool()> over);
     // Ends all connections and removes the socket.
     ~RapiServer();
     RapiServer(const RapiServer&) = delete;
@@ -47,7 +47,6 @@ private:
     EventLoop& loop_;
     std::filesystem::path path_;
     RapiDevice device_;
-    const Faults& faults_;
     const Report& report_;
     std::function<bool()> over_;
     Descriptor listener_;

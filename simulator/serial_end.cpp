@@ -160,6 +160,12 @@ void SerialEnd::Die() {
     StopTaking();
 }
 
+void SerialEnd::Resume() {
+    dead_ = false;
+    if (!IsUnplugged())
+        Watch();
+}
+
 void SerialEnd::Unplug() {
     StopTaking();
     terminal_ = Terminal();

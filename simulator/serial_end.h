@@ -47,6 +47,8 @@ public:
 
     // Takes nothing in any more, until Revive: the PC's writes fill the wire and stay there.
     void Die();
+    // Or until now; what has piled up is taken in.
+    void Resume();
     // Leaves the bus: what the PC has open hangs up, and the link leads nowhere.
     void Unplug();
     // Comes back to the bus as another terminal.

@@ -293,6 +293,17 @@ TEST_F(FlasherTest, silence_begins_at_its_step_and_ends_with_a_reset) {
     TransferAll();
 }
 
+TEST_F(FlasherTest, a_deaf_one_takes_nothing_in_and_then_all_that_has_come) {
+    Start({.run = {"--deaf-at", "1", "--deaf-for", "4000"}});
+    Announce();
+    end_->Write(Pieces()[0]);
+    EXPECT_EQ(end_->Read(2), Token4);
+    end_->Write(Pieces()[1]);
+    cradle_->Handheld().ExpectLine("fault: deaf no more");
+    cradle_->Handheld().ExpectLine("flasher: piece 2 of 6");
+    EXPECT_EQ(end_->Read(2), Token4);
+}
+
 TEST_F(FlasherTest, a_dead_handheld_takes_exactly_the_bytes_before_its_death) {
     const auto log = home_.Path("log");
     Start({.run = {"--dies-at", "1000", "--log", log.string()}});

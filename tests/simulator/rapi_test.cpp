@@ -345,6 +345,8 @@ TEST_F(RapiTest, power_follows_the_cable) {
         return record.at(0);
     };
     EXPECT_EQ(power(), 0);
+    Start({"--battery", "--battery-byte", "255"});
+    EXPECT_EQ(power(), 255);
     home_.RunHandheld({"power", home_.Device().string(), "on"});
     EXPECT_EQ(power(), 1);
 }

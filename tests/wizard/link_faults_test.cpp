@@ -83,6 +83,11 @@ const Fault Faults[] = {
      Link::Usb,
      {"--late-at", "sync", "--late-by", "240000"},
      CommunicationErrorPage},
+    // It takes nothing in for that long, while the wizard writes.
+    {Start::Fresh, Link::Serial, {"--deaf-at", "2", "--deaf-for", "32000"}, UpgradeDonePage},
+    {Start::Resumed, Link::Usb, {"--deaf-at", "2", "--deaf-for", "32000"}, UpgradeDonePage},
+    {Start::Resumed, Link::Serial, {"--deaf-at", "2", "--deaf-for", "240000"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Usb, {"--deaf-at", "4", "--deaf-for", "240000"}, CommunicationErrorPage},
     {Start::Fresh,
      Link::Usb,
      {"--unplug-at", "600000", "--replug-after", "20"},
