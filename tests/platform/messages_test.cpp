@@ -137,9 +137,11 @@ TEST_F(Messages, a_window_that_goes_while_it_is_made_leaves_its_quit_message) {
 TEST_F(Messages, a_restarted_timer_starts_anew_and_a_killed_one_never_comes) {
     HWND window = Open();
     constexpr UINT_PTR Restarted = 1, Killed = 2, Ticking = 3;
+    // Set before the other and fetched before it, so it is the next to come however slow the host
+    // is.
+    SetTimer(window, Ticking, 20, nullptr);
     SetTimer(window, Restarted, 200, nullptr);
     SetTimer(window, Killed, 10, nullptr);
-    SetTimer(window, Ticking, 20, nullptr);
     std::this_thread::sleep_for(std::chrono::milliseconds(15)); // the one to be killed is due
     EXPECT_TRUE(KillTimer(window, Killed));
     EXPECT_FALSE(KillTimer(window, Killed));

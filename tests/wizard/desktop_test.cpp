@@ -7,6 +7,8 @@
 #include "tests/wizard/road.h"
 
 #include <algorithm>
+#include <array>
+#include <set>
 
 namespace {
 
@@ -135,6 +137,14 @@ TEST_F(Desk, an_upgrade_that_was_broken_off_is_resumed) {
     EXPECT_FALSE(HasProgressRecord(home_));
 }
 
+// Counts the colours of a picture of the screen, four bytes a pixel.
+std::size_t Colours(const std::vector<std::uint8_t>& picture) {
+    std::set<std::array<std::uint8_t, 4>> colours;
+    for (std::size_t at = 0; at + 4 <= picture.size(); at += 4)
+        colours.insert({picture[at], picture[at + 1], picture[at + 2], picture[at + 3]});
+    return colours.size();
+}
+
 // The handheld never tells its flash size, so the wizard stands in a wait that serves no messages.
 TEST_F(Desk, the_picture_is_drawn_anew_while_the_wizard_blocks) {
     home_.AddLanguageFolder();
@@ -148,10 +158,10 @@ TEST_F(Desk, the_picture_is_drawn_anew_while_the_wizard_blocks) {
     cradle.Handheld().ExpectLine("CreateProcess \\Temp\\Tesselor.exe");
     desktop_.AwaitPage(BusyPage);
     std::vector<std::uint8_t> before, now = desktop_.Picture();
-    ASSERT_TRUE(ComesTrue([&] { // drawn
+    ASSERT_TRUE(ComesTrue([&] { // drawn, with the shades of its letters, and not a bare window
         before.swap(now);
         now = desktop_.Picture();
-        return now == before;
+        return now == before && Colours(now) > 2;
     }));
     desktop_.Wipe();
     EXPECT_TRUE(ComesTrue([&] { return desktop_.Picture() == before; }));
