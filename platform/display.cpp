@@ -5,6 +5,7 @@
 #include "platform/terminal_display.h"
 #include "platform/window_system.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,6 +39,11 @@ bool PageView::CanBeWorked() const {
     });
 }
 
+void Display::Warn(const std::string& sentence) {
+    if (TakesOutput(STDERR_FILENO))
+        std::fprintf(stderr, "%s\n", sentence.c_str());
+}
+
 Display& TheDisplay() {
     if (Display* display = given)
         return *display;
@@ -46,6 +52,11 @@ Display& TheDisplay() {
 }
 
 void UseDisplay(Display* display) { given = display; }
+
+bool TakesOutput(int file) {
+    pollfd waiting = {file, POLLOUT, 0};
+    return poll(&waiting, 1, 0) == 1 && (waiting.revents & POLLOUT);
+}
 
 void InputArrived() {
     auto hold = LockWindows();

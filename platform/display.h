@@ -80,10 +80,15 @@ public:
     virtual void AskFile(const FileQuestion& question) = 0; // also again, after a complaint
     virtual void EndQuestion() {}                           // answered, or nobody waits any more
     virtual void Complain(const std::string& sentence) = 0; // UTF-8
+    virtual void Warn(const std::string& sentence);         // UTF-8; of the program, not of a page
 
     // What the user has done on the page, where input is waiting; must not block.
     virtual std::optional<PageAction> NextAction(const PageView&) { return std::nullopt; }
     virtual std::optional<FileAnswer> NextAnswer() { return std::nullopt; }
+
+    // The terminal has gone: no input comes any more, and pages are left as at its end. False for a
+    // display that does without one. Called with nothing held.
+    virtual bool EndInput() { return false; }
 };
 
 // The display in use: that of UseDisplay, else the one that ROM_WIZARD_DISPLAY names. Where there
@@ -92,6 +97,10 @@ Display& TheDisplay();
 
 // For tests, before the first page; null goes back to the one that the environment names.
 void UseDisplay(Display* display);
+
+// Whether what is written to the file goes out at once: a terminal may be held (Ctrl-S) and a pipe
+// full, and nobody who has work to do waits for their reader.
+bool TakesOutput(int file);
 
 // A display calls this, holding nothing, when input has come that a thread may be waiting for.
 void InputArrived();

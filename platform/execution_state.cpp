@@ -4,6 +4,8 @@
 // (org.freedesktop.login1, Inhibit), so a program that is killed holds nothing back. A host without
 // it goes on as it is: the wizard cannot help that.
 
+#include "platform/execution_state.h"
+
 #include "platform/descriptor.h"
 #include "platform/text.h"
 
@@ -62,6 +64,12 @@ public:
         if (--threads_ == 0)
             inhibitor_ = {};
     }
+    bool Unless(const std::function<void()>& action) {
+        const std::lock_guard guard(lock_);
+        if (threads_ == 0)
+            action();
+        return threads_ == 0;
+    }
 
 private:
     std::mutex lock_;
@@ -92,6 +100,10 @@ struct ThreadState {
 };
 
 } // namespace
+
+bool UnlessSystemRequired(const std::function<void()>& action) {
+    return TheWakefulness().Unless(action);
+}
 
 } // namespace platform
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <thread>
 #include <utility>
 
@@ -16,13 +17,17 @@ namespace {
 
 constexpr std::size_t LongestLine = 4096; // longer than any path that is accepted
 constexpr std::size_t MostLines = 1000;
+constexpr auto BackgroundPause = std::chrono::milliseconds(200);
 
-// As read, but waits also on a file that was set not to block.
+// As read, but waits also on a file that was set not to block, and in the background for as long as
+// the user gives the terminal to another program.
 ssize_t ReadSome(int file, char* buffer, std::size_t size) {
     for (;;) {
         pollfd waiting = {file, POLLIN, 0};
         ssize_t count = poll(&waiting, 1, -1) < 0 ? -1 : read(file, buffer, size);
-        if (count >= 0 || (errno != EINTR && errno != EAGAIN))
+        if (count < 0 && errno == EIO && tcgetpgrp(file) > 0) // fails once the terminal has gone
+            std::this_thread::sleep_for(BackgroundPause);
+        else if (count >= 0 || (errno != EINTR && errno != EAGAIN))
             return count;
     }
 }
@@ -48,6 +53,15 @@ bool LineReader::AtEnd() {
     return ended_ && lines_.empty();
 }
 
+void LineReader::End() {
+    {
+        std::lock_guard hold(lock_);
+        ended_ = true;
+    }
+    room_.notify_all();
+    arrived_();
+}
+
 void LineReader::Start() {
     if (started_)
         return;
@@ -63,11 +77,7 @@ void LineReader::Run() {
         Take(buffer, static_cast<std::size_t>(count), line);
     if (!line.empty())
         Add(line);
-    {
-        std::lock_guard hold(lock_);
-        ended_ = true;
-    }
-    arrived_();
+    End();
 }
 
 void LineReader::Take(const char* bytes, std::size_t count, std::string& line) {
@@ -82,7 +92,9 @@ void LineReader::Take(const char* bytes, std::size_t count, std::string& line) {
 void LineReader::Add(std::string line) {
     {
         std::unique_lock hold(lock_);
-        room_.wait(hold, [this] { return lines_.size() < MostLines; });
+        room_.wait(hold, [this] { return ended_ || lines_.size() < MostLines; });
+        if (ended_)
+            return;
         lines_.push_back(std::move(line));
     }
     arrived_();

@@ -23,6 +23,9 @@ public:
     // Whether all lines have been taken and no more will come.
     bool AtEnd();
 
+    // Takes no more lines than have come so far. Any thread, with nothing held.
+    void End();
+
 private:
     void Start();
     void Run();

@@ -8,6 +8,7 @@
 #include "platform/display.h"
 #include "platform/handles.h"
 #include "platform/rapi_session.h"
+#include "platform/signals.h"
 
 #include <windows.h>
 
@@ -23,6 +24,7 @@ namespace {
 constexpr std::uintptr_t ProgramModule = 0x00400000; // where Windows programs used to be loaded
 
 int RunWinMain() {
+    platform::ServeSignals();
     char commandLine[1] = {};
     return WinMain(reinterpret_cast<HINSTANCE>(ProgramModule), nullptr, commandLine,
                    SW_SHOWDEFAULT);
@@ -53,6 +55,7 @@ void ReportHandles() {
 int main(int count, char** words) {
     // Whoever reads the pages may go away; that must not end a program in the middle of its work.
     std::signal(SIGPIPE, SIG_IGN);
+    platform::HoldSignals();
     int exitCode = platform::DesktopIsWanted() ? platform::RunOnDesktop(count, words, RunWinMain)
                                                : RunAtTerminal();
     // As the unloading of the library would; its event is not the program's to close.

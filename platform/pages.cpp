@@ -12,6 +12,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace platform {
 
@@ -111,6 +112,21 @@ MSG MessageOf(const PageAction& action, HWND page) {
     return message;
 }
 
+bool PostClose() {
+    bool posted = false;
+    for (auto& [handle, window] : Windows().windows) {
+        if (window->IsChild() || window->parent || window->dialog || window->dying)
+            continue;
+        MSG message = {};
+        message.hwnd = handle;
+        message.message = WM_CLOSE;
+        window->queue->posted.push_back(message);
+        posted = true;
+    }
+    WakeAllThreads();
+    return posted;
+}
+
 } // namespace
 
 PageView ViewOf(const Window& page) {
@@ -177,10 +193,35 @@ bool FeedInput(const std::shared_ptr<ThreadQueue>& queue) {
     }
     if (!target.page || target.page->queue != queue)
         return false;
+    // The thread has served the Escape, and nothing has been opened or has come back by it.
+    if (std::exchange(target.page->dialog->leavingOrder, 0) == Windows().lastShowOrder &&
+        PostClose())
+        return true;
     auto action = TheDisplay().NextAction(ViewOf(*target.page));
     if (action)
         queue->posted.push_back(MessageOf(*action, target.page->handle));
     return action.has_value();
+}
+
+bool LeavePage() {
+    const auto lock = LockWindows();
+    const InputTarget target = FindInputTarget();
+    if (target.question) {
+        target.question->answer = FileAnswer{true, {}};
+    } else if (target.page) {
+        target.page->dialog->leavingOrder = Windows().lastShowOrder;
+        target.page->queue->posted.push_back(
+            MessageOf({PageAction::Escape, nullptr}, target.page->handle));
+    } else {
+        return PostClose();
+    }
+    WakeAllThreads();
+    return true;
+}
+
+bool CloseProgram() {
+    const auto lock = LockWindows();
+    return PostClose();
 }
 
 } // namespace platform

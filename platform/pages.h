@@ -16,4 +16,13 @@ struct OpenQuestion {
 // Under the lock.
 PageView ViewOf(const Window& page);
 
+// What Ctrl-C does: the page or file dialog that takes input gets an Escape. Where a page still
+// stands as before when it has served that, or none takes input, the program is closed. False where
+// there is nothing to leave or close. Not under the lock.
+bool LeavePage();
+
+// Posts WM_CLOSE to the program's main window: every top-level one that has no owner and is no
+// dialog. False where there is none. Not under the lock.
+bool CloseProgram();
+
 } // namespace platform

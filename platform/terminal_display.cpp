@@ -74,8 +74,10 @@ public:
     void EndPage(const PageView& page) override;
     void AskFile(const FileQuestion& question) override;
     void Complain(const std::string& sentence) override;
+    void Warn(const std::string& sentence) override;
     std::optional<PageAction> NextAction(const PageView& page) override;
     std::optional<FileAnswer> NextAnswer() override;
+    bool EndInput() override;
 
 private:
     void Print(const std::string& line);
@@ -135,7 +137,7 @@ void Terminal::UpdateControl(const PageView& page, const ControlView&) {
         if (std::exchange(shown->second.lines[line.control], line.text) != line.text)
             Print(line);
     std::string percentage = PercentageOf(page);
-    if (!percentage.empty() &&
+    if (!percentage.empty() && TakesOutput(STDOUT_FILENO) &&
         std::exchange(shown->second.lines[nullptr], percentage) != percentage)
         PrintPercentage(percentage);
     std::fflush(stdout);
@@ -159,6 +161,11 @@ void Terminal::AskFile(const FileQuestion& question) {
 void Terminal::Complain(const std::string& sentence) {
     Print(Printable(sentence));
     std::fflush(stdout);
+}
+
+void Terminal::Warn(const std::string& sentence) {
+    if (TakesOutput(STDOUT_FILENO))
+        Complain(sentence);
 }
 
 std::optional<PageAction> Terminal::ActionOf(const PageView& page, const std::string& line) {
@@ -216,6 +223,11 @@ std::optional<FileAnswer> Terminal::NextAnswer() {
     if (input_.AtEnd())
         return FileAnswer{true, {}};
     return std::nullopt;
+}
+
+bool Terminal::EndInput() {
+    input_.End();
+    return true;
 }
 
 } // namespace

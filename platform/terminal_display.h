@@ -10,7 +10,8 @@
 //   == open ==             a file is wanted (or == save ==): a path; an empty line cancels
 //
 // A line of input is a control's number, an empty line for Enter, or `esc`. At the end of input a
-// page is left by Escape or, where that does nothing, by its first button.
+// page is left by Escape or, where that does nothing, by its first button. Progress is passed over
+// while the terminal is held (Ctrl-S), so that the program is not.
 #pragma once
 
 namespace platform {

@@ -85,9 +85,10 @@ struct DialogState {
     INT_PTR result = 0;
     int defaultId = 0; // 0: the dialog has no default button
     HFONT ownFont = nullptr;
-    bool onScreen = false;  // the display shows it now
-    bool wasShown = false;  // and has not been told yet that it ended
-    unsigned showOrder = 0; // the newest page on screen has the highest
+    bool onScreen = false;     // the display shows it now
+    bool wasShown = false;     // and has not been told yet that it ended
+    unsigned showOrder = 0;    // the newest page on screen has the highest
+    unsigned leavingOrder = 0; // the newest one when LeavePage sent this page an Escape
 };
 
 struct ProgressState {

@@ -11,6 +11,7 @@
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -141,11 +142,21 @@ ChildProcess::~ChildProcess() {
         waitpid(process_, nullptr, 0);
     }
     CloseInput();
-    stop_ = true; // a grandchild may hold the output open for ever
-    reader_.join();
-    close(output_);
+    StopReading();
     if (std::uncaught_exceptions() > 0)
         std::fprintf(stderr, "up to the failure it printed:\n%s", Transcript().c_str());
+}
+
+void ChildProcess::StopReading() {
+    stop_ = true; // a grandchild may hold the output open for ever
+    if (reader_.joinable())
+        reader_.join();
+    close(std::exchange(output_, -1));
+}
+
+void ChildProcess::HangUp() {
+    close(std::exchange(input_, -1));
+    StopReading();
 }
 
 void ChildProcess::Read() {
@@ -171,9 +182,10 @@ void ChildProcess::Read() {
     }
 }
 
-void ChildProcess::Send(const std::string& line) {
-    const std::string bytes = line + "\n";
-    [[maybe_unused]] const ssize_t ignored = write(input_, bytes.data(), bytes.size());
+void ChildProcess::Send(const std::string& line) { Type(line + "\n"); }
+
+void ChildProcess::Type(const std::string& keys) {
+    [[maybe_unused]] const ssize_t ignored = write(input_, keys.data(), keys.size());
 }
 
 void ChildProcess::CloseInput() {

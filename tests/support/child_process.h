@@ -38,7 +38,11 @@ public:
 
     // A line to its standard input. One that reads no more does not matter.
     void Send(const std::string& line);
+    // The same without its end: keys of a terminal.
+    void Type(const std::string& keys);
     void CloseInput();
+    // Closes its terminal from outside. Nothing that it prints is read any more.
+    void HangUp();
 
     // Waits for the next line, behind those that were found before, in which the text stands or of
     // which the test is true. Throws, with all lines so far, after a minute or when the output has
@@ -64,6 +68,7 @@ public:
 
 private:
     void Read();
+    void StopReading();
 
     pid_t process_ = -1;
     int input_ = -1;

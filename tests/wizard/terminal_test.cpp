@@ -4,6 +4,7 @@
 #include "tests/wizard/road.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
 #include <iterator>
 
@@ -21,7 +22,7 @@ protected:
         if (environment.empty())
             environment = {{"NO_COLOR", ""}};
         environment.emplace_back("TERM", "xterm");
-        return WizardRun(home, environment, ":", true);
+        return WizardRun(home, environment, "exec setsid --ctty \"$0\"", true);
     }
     // Columns that the line takes: without escape codes, a character of UTF-8 each.
     static std::size_t ColumnsOf(std::string line) {
@@ -113,6 +114,48 @@ TEST_F(AtTerminal, an_upgrade_that_was_broken_off_is_resumed) {
     EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(image));
     ExpectToFit(wizard);
+}
+
+// Held up between two of its tokens, so that it lasts for as long as the user needs.
+TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_and_not_by_the_end_of_the_terminal) {
+    TestHome home;
+    const auto image = home.AddLanguageFolder();
+    Cradle cradle(home, {.run = {"--late-at", "start", "--late-by", "40000"}});
+    WizardRun wizard = Start(home, {{"ROM_WIZARD_CLOCK", "3,500"}});
+    GoToTransfer(wizard);
+    cradle.Handheld().ExpectLine("late at start");
+    cradle.Handheld().Signal(SIGSTOP);
+    for (const char* key : {"\x03", "\x1A", "\x1C"}) { // Ctrl-C, Ctrl-Z, Ctrl-Backslash
+        wizard.Process().Type(key);
+        wizard.ExpectLine("not broken off: ");
+    }
+    wizard.Process().Type("\x13"); // Ctrl-S
+    cradle.Handheld().Signal(SIGCONT);
+    cradle.Handheld().ExpectLine(": complete");
+    EXPECT_TRUE(cradle.FlashEquals(image));
+    wizard.Process().HangUp();
+    EXPECT_EQ(0, wizard.Process().Wait());
+}
+
+TEST_F(AtTerminal, ctrl_c_leaves_a_page_or_else_the_wizard) {
+    TestHome home;
+    home.AddLanguageFolder();
+    Cradle cradle(home);
+    {
+        WizardRun wizard = Start(home);
+        GoToActionChoice(wizard);
+        wizard.Send("1036");
+        wizard.ExpectLine("== open ==");
+        wizard.Process().Type("\x03");
+        wizard.ExpectPage(ActionChoicePage);
+        wizard.Process().Type("\x03");
+        EXPECT_EQ(0, wizard.Wait());
+    }
+    cradle.StartManager({"--major", "3", "--minor", "1"});
+    WizardRun wizard = Start(home);
+    wizard.ExpectPage(ActiveSyncVersionPage);
+    wizard.Process().Type("\x03");
+    EXPECT_EQ(0, wizard.Wait());
 }
 
 TEST_F(AtTerminal, is_where_a_wizard_shows_itself_that_finds_no_desktop) {

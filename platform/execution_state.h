@@ -1,0 +1,12 @@
+// What SetThreadExecutionState asks for, as the rest of the layer sees it.
+#pragma once
+
+#include <functional>
+
+namespace platform {
+
+// Runs the action where no thread requires the system, and gives whether it did. No thread comes to
+// require it meanwhile, so the action must not wait for one that might. Any thread.
+bool UnlessSystemRequired(const std::function<void()>& action);
+
+} // namespace platform
