@@ -137,7 +137,7 @@ TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_and_not_by_the_end_of_the_
     EXPECT_EQ(0, wizard.Process().Wait());
 }
 
-TEST_F(AtTerminal, ctrl_c_leaves_a_page_or_else_the_wizard) {
+TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
     TestHome home;
     home.AddLanguageFolder();
     Cradle cradle(home);
@@ -148,7 +148,7 @@ TEST_F(AtTerminal, ctrl_c_leaves_a_page_or_else_the_wizard) {
         wizard.ExpectLine("== open ==");
         wizard.Process().Type("\x03");
         wizard.ExpectPage(ActionChoicePage);
-        wizard.Process().Type("\x03");
+        wizard.Process().Signal(SIGHUP); // as the end of input
         EXPECT_EQ(0, wizard.Wait());
     }
     cradle.StartManager({"--major", "3", "--minor", "1"});
