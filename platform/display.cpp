@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -37,6 +38,12 @@ bool PageView::CanBeWorked() const {
     return std::any_of(controls.begin(), controls.end(), [](const ControlView& control) {
         return control.visible && platform::CanBeWorked(control.kind);
     });
+}
+
+LONG LineHeight(const LOGFONTA& font) {
+    constexpr double CellOfEm = 14.0 / 11; // of Arial on Windows at the size of the pages
+    return font.lfHeight < 0 ? static_cast<LONG>(std::lround(-font.lfHeight * CellOfEm))
+                             : font.lfHeight;
 }
 
 void Display::Warn(const std::string& sentence) {

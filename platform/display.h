@@ -25,7 +25,7 @@ struct ControlView {
     HWND handle;
     int id; // -1: none
     ControlKind kind;
-    std::string text; // UTF-8, without the marks of underlined letters
+    std::string text; // UTF-8, without the marks of underlined letters; of a text, what shows of it
     RECT rect;        // pixels in the page's client area
     bool visible, enabled, checked, isDefault;
     LONG lowest, highest, position; // of a progress bar
@@ -90,6 +90,9 @@ public:
     // display that does without one. Called with nothing held.
     virtual bool EndInput() { return false; }
 };
+
+// Pixels from one line of a text to the next; 0 in the display's own font.
+LONG LineHeight(const LOGFONTA& font);
 
 // The display in use: that of UseDisplay, else the one that ROM_WIZARD_DISPLAY names. Where there
 // is none of that name, says so in one line and ends the program with 2.

@@ -49,12 +49,28 @@ TextAlignment AlignmentOf(const Window& control) {
     }
 }
 
+// A static text shows no more lines than its height takes, but one at least. A line that is broken
+// at the width counts as one here: only the display knows its letters.
+std::string TextThatShows(const Window& control, const LOGFONTA& font) {
+    const std::string text =
+        Utf8FromAnsi(KeepsMarks(control) ? control.text : WithoutMarks(control.text));
+    const LONG lineHeight = LineHeight(font);
+    if (KindOf(control) != ControlKind::Text || lineHeight <= 0)
+        return text;
+    const LONG height = control.rect.bottom - control.rect.top;
+    std::size_t end = text.find('\n');
+    for (LONG bottom = 2 * lineHeight; bottom <= height && end != std::string::npos;
+         bottom += lineHeight)
+        end = text.find('\n', end + 1);
+    const bool wholeBreak = end != std::string::npos && end > 0 && text[end - 1] == '\r';
+    return text.substr(0, wholeBreak ? end - 1 : end);
+}
+
 ControlView ViewOfControl(const Window& control, const DialogState& dialog) {
     ControlView view = {};
     view.handle = control.handle;
     view.id = static_cast<int>(control.id);
     view.kind = KindOf(control);
-    view.text = Utf8FromAnsi(KeepsMarks(control) ? control.text : WithoutMarks(control.text));
     view.rect = control.rect;
     view.visible = control.style & WS_VISIBLE;
     view.enabled = !(control.style & WS_DISABLED);
@@ -67,6 +83,7 @@ ControlView ViewOfControl(const Window& control, const DialogState& dialog) {
     view.alignment = AlignmentOf(control);
     view.centredDown = control.style & SS_CENTERIMAGE;
     FontDescription(control.font, &view.font);
+    view.text = TextThatShows(control, view.font);
     return view;
 }
 

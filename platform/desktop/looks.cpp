@@ -24,7 +24,6 @@ constexpr std::uint16_t IconResource = 3;
 
 constexpr char Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr double ArialAlphabet = 30.339; // its width in ems, by the published widths of Arial
-constexpr double CellOfEm = 14.0 / 11;   // of Arial on Windows at the size of the pages
 
 // A cell may be higher by what rounding makes of it.
 constexpr double Tolerance = 0.5;
@@ -60,7 +59,7 @@ QFont FontOf(const LOGFONTA& description) {
     font.setItalic(description.lfItalic);
     font.setHintingPreference(QFont::PreferVerticalHinting); // widths stay those of the design
     const int em = static_cast<int>(std::abs(description.lfHeight));
-    const double cell = description.lfHeight < 0 ? std::round(em * CellOfEm) : em;
+    const auto cell = static_cast<double>(LineHeight(description));
     for (int size = em; size > 0; --size) {
         font.setPixelSize(size);
         if (QFontMetricsF(font).height() <= cell + Tolerance)

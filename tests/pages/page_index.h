@@ -23,6 +23,12 @@ private:
     std::optional<LoadedBanner> banner_;
 };
 
+// What a display gets to show of the text, for which 1152 has one line.
+inline std::string ShownText(const TextFact& fact) {
+    const std::size_t end = fact.control == 1152 ? fact.words.find("\r\n") : std::string::npos;
+    return Utf8(fact.words.substr(0, end).c_str());
+}
+
 inline std::string NameOfPage(const testing::TestParamInfo<PageFacts>& facts) {
     return "page_" + std::to_string(facts.param.dialog) + "_at_" + std::to_string(facts.index);
 }

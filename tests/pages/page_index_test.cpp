@@ -29,7 +29,7 @@ void CompareTexts(const PageFacts& facts, const PageView& page) {
     for (const TextFact& fact : TextsOf(facts)) {
         const ControlView* control = Find(page, fact.control);
         ASSERT_TRUE(control) << "no control " << fact.control;
-        EXPECT_EQ(Utf8(fact.words.c_str()), control->text) << fact.control;
+        EXPECT_EQ(ShownText(fact), control->text) << fact.control;
         EXPECT_EQ(fact.mark, MarkOf(*control)) << fact.control;
         ++known;
     }

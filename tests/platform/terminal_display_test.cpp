@@ -24,7 +24,7 @@ BEGIN
   AUTORADIOBUTTON "Série", 1151, 171, 60, 60, 10, WS_GROUP
   AUTORADIOBUTTON "USB", 1150, 171, 45, 60, 10
   LTEXT "Deuxième ligne", 1154, 171, 20, 200, 20
-  LTEXT "Première ligne", 1152, 171, 10, 200, 8
+  LTEXT "Première ligne", 1152, 171, 10, 200, 16
   CONTROL "", 1134, "Button", BS_AUTOCHECKBOX | WS_GROUP, 171, 100, 10, 10
   LTEXT "Lire le fichier", 1133, 185, 100, 100, 8
 END
@@ -53,7 +53,7 @@ INT_PTR CALLBACK ChoiceProcedure(HWND page, UINT message, WPARAM first, LPARAM) 
     if (id == 1150 || id == 1151)
         EnableWindow(GetDlgItem(page, 1), TRUE);
     else if (id == 1134)
-        SetDlgItemTextA(page, 1152, "Nouvelle ligne\r\nen deux");
+        SetDlgItemTextA(page, 1152, "Nouvelle ligne\r\nen deux\r\nsur trois");
     else
         EndDialog(page, id);
     return TRUE;
@@ -120,7 +120,7 @@ TEST_F(TerminalDisplay, prints_a_page_and_each_change_and_takes_numbers) {
         << "Enter on a disabled default button does nothing";
     program.Send("1150\n");
     EXPECT_EQ(program.Until("USB\n"), "( ) [1151] Série\n(x) [1150] USB\n");
-    program.Send("1134\n");
+    program.Send("1134\n"); // the text has three lines, and its control is two high
     EXPECT_EQ(program.Until("en deux\n"), "[x] [1134] Lire le fichier\nNouvelle ligne\nen deux\n");
     program.Send("\n");
     EXPECT_EQ(program.Rest(), "-- 158 --\n");
