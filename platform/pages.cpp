@@ -129,6 +129,16 @@ MSG MessageOf(const PageAction& action, HWND page) {
     return message;
 }
 
+// Once, however often the user asks for it while a thread serves nothing.
+void PostOnce(std::deque<MSG>& posted, const MSG& message) {
+    const bool waits = std::any_of(posted.begin(), posted.end(), [&](const MSG& other) {
+        return other.hwnd == message.hwnd && other.message == message.message &&
+               other.wParam == message.wParam;
+    });
+    if (!waits)
+        posted.push_back(message);
+}
+
 bool PostClose() {
     bool posted = false;
     for (auto& [handle, window] : Windows().windows) {
@@ -137,7 +147,7 @@ bool PostClose() {
         MSG message = {};
         message.hwnd = handle;
         message.message = WM_CLOSE;
-        window->queue->posted.push_back(message);
+        PostOnce(window->queue->posted, message);
         posted = true;
     }
     WakeAllThreads();
@@ -227,8 +237,8 @@ bool LeavePage() {
         target.question->answer = FileAnswer{true, {}};
     } else if (target.page) {
         target.page->dialog->leavingOrder = Windows().lastShowOrder;
-        target.page->queue->posted.push_back(
-            MessageOf({PageAction::Escape, nullptr}, target.page->handle));
+        PostOnce(target.page->queue->posted,
+                 MessageOf({PageAction::Escape, nullptr}, target.page->handle));
     } else {
         return PostClose();
     }
