@@ -197,7 +197,7 @@ TEST(End, a_power_report_that_fails_ends_the_run_with_no_page) {
 TEST(End, a_handheld_on_its_battery_waits_for_the_adapter) {
     TestHome home;
     home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--battery"}});
+    Cradle cradle(home, {.run = {"--battery", "--battery-byte", "255"}}); // only 1 is an adapter
     WizardRun wizard(home);
     GoToIdentification(wizard);
     wizard.ExpectPage(PowerWarningPage);
