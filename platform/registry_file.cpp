@@ -14,9 +14,9 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -33,9 +33,10 @@ namespace {
 // take two hundred times their text in memory.
 constexpr std::size_t MaxFileSize = 4 * 1024 * 1024;
 
-// A file that was changed less than so many seconds ago may change again without a new time stamp:
-// those of the coarsest file systems go in steps of two seconds.
-constexpr std::int64_t SettleSeconds = 3;
+// A file that was changed less long ago may change again without a new time stamp. Hosts step them
+// by ten milliseconds at most, file systems that keep whole seconds by two of them.
+constexpr auto SettleTime = std::chrono::milliseconds(100);
+constexpr auto CoarseSettleTime = std::chrono::seconds(3);
 
 std::string RegistryName() { return HomePath("registry.reg"); }
 
@@ -60,7 +61,10 @@ FileIdentity IdentityOf(const struct stat& status) {
 }
 
 bool IsSettled(const struct stat& status) {
-    return std::time(nullptr) - status.st_ctim.tv_sec > SettleSeconds;
+    using namespace std::chrono;
+    const auto changed = seconds(status.st_ctim.tv_sec) + nanoseconds(status.st_ctim.tv_nsec);
+    const auto age = system_clock::now().time_since_epoch() - changed;
+    return age > (status.st_ctim.tv_nsec == 0 ? CoarseSettleTime : nanoseconds(SettleTime));
 }
 
 // Up to a block more than MaxFileSize.
