@@ -133,6 +133,7 @@ TEST(RegistryFile, a_file_that_is_not_understood_is_left_as_it_is) {
 }
 
 TEST(RegistryFile, a_pipe_in_the_place_of_a_file_holds_nobody) {
+    std::filesystem::create_directories(ownHome.Home());
     std::filesystem::remove(File);
     ASSERT_EQ(mkfifo((ownHome.Home() / "registry.new").c_str(), 0600), 0);
     EXPECT_EQ(SetText("Software", "a", "b"), ERROR_SUCCESS);
