@@ -19,7 +19,7 @@ namespace {
 
 constexpr DWORD FlasherStartMilliseconds = 20000;
 constexpr DWORD TokenHoldMilliseconds = 1000;
-constexpr DWORD HoldStepMilliseconds = 10;
+constexpr DWORD HoldStepMilliseconds = 100; // StopReceive is looked at in between
 constexpr DWORD FirstMask = EV_RXCHAR | EV_CTS | EV_DSR | EV_RLSD | EV_RING;
 constexpr DWORD LaterMask = FirstMask & ~static_cast<DWORD>(EV_RLSD);
 static_assert(FirstMask == 0x139 && LaterMask == 0x119);

@@ -41,10 +41,9 @@ bool PlaceFlasher(const Flasher& flasher) {
     DeleteDeviceFile(flasher.devicePath);
     DeleteDeviceFile("\\Temp\\Harbel_Link.exe");
     return ForEachFolderFile([&flasher](const WIN32_FIND_DATAA& entry) {
-        if (lstrcmpiA(entry.cFileName, "Harbel_Link.exe") == 0 ||
-            lstrcmpiA(entry.cFileName, flasher.file) == 0)
-            PushListedFile(entry.cFileName,
-                           entry.cFileName); // a failure shows at the start, or as silence
+        const char* name = entry.cFileName;
+        if (lstrcmpiA(name, "Harbel_Link.exe") == 0 || lstrcmpiA(name, flasher.file) == 0)
+            PushListedFile(name, name); // a failure shows at the start, or as silence
         return true;
     });
 }
