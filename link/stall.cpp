@@ -123,4 +123,5 @@ void LeaveTransfer() {
     AbandonTransfer();
     ReleaseLink();
     WaitToLeave(State.Link.SenderRuns);
+    AbandonTransfer(); // a sender that has just left may not have come to free what it held
 }
