@@ -19,6 +19,9 @@ TEST_F(LinkTest, the_serial_loop_shows_a_token_and_leaves_when_the_link_is_relea
         ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
         TakeToken();
     }
+    DWORD mask = 0;
+    EXPECT_TRUE(GetCommMask(State.Link.LinkHandle, &mask));
+    EXPECT_EQ(0x119u, mask);
     ReleaseLink();
     EXPECT_FALSE(State.Link.ReceiveRunning);
     EXPECT_EQ(nullptr, State.Link.LinkHandle);
