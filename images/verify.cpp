@@ -16,7 +16,7 @@
 
 namespace {
 
-void EndBusyPage() { EndDialog(State.Windows.BusyPage, 1); }
+void EndBusyPage() { EndWaitingPage(State.Windows.BusyPage); }
 
 Verification EndRun(const Page& page) {
     ShowPage(page);

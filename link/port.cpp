@@ -68,7 +68,7 @@ void ReportPortFailure() {
         ShowPage(CommunicationErrorPage);
     // Posted, not sent: on a worker thread the main thread's page loop picks it up. The flag keeps
     // the chain from showing another page before it does.
-    State.Run.RunEnded = true;
+    State.Run.RunEnded = State.Run.RunEndsItself = true;
     PostMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
 }
 

@@ -114,8 +114,13 @@ HWND OpenWaitingPage(const Page& page, HWND owner) {
     return window;
 }
 
+void EndWaitingPage(HWND page) {
+    if (!State.Run.MainWindowGone)
+        EndDialog(page, 1);
+}
+
 void CloseMainWindow() {
-    State.Run.RunEnded = true;
+    State.Run.RunEndsItself = true;
     if (!State.Run.MainWindowGone)
         SendMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
 }

@@ -69,8 +69,11 @@ constexpr INT_PTR PageNotShown = -1;
 INT_PTR ShowPage(const Page& page);
 
 // Opens a waiting page that does not block, and paints it; the handle, or null once the run has
-// ended. It is taken down with EndDialog by its opener. Of the row, texts alone count.
+// ended. Its opener takes it down. Of the row, texts alone count.
 HWND OpenWaitingPage(const Page& page, HWND owner);
+
+// Takes a waiting page down. It goes with its owner, too: then there is nothing to do.
+void EndWaitingPage(HWND page);
 
 // Ends the run: WM_CLOSE to MainWindow, from any thread. No page comes up after it.
 void CloseMainWindow();

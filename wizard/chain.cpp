@@ -62,7 +62,7 @@ void Prepare() {
     State.Run.UpgradeUnderway = true;
     State.Windows.PreparePage = OpenWaitingPage(PreparePage, State.Windows.MainWindow);
     PrepareDevice();
-    EndDialog(State.Windows.PreparePage, 1);
+    EndWaitingPage(State.Windows.PreparePage);
 }
 
 void WalkChain() {

@@ -21,7 +21,7 @@ constexpr DWORD AnswerMilliseconds = 3000;
 
 void OpenBusyPage(HWND owner) { State.Windows.BusyPage = OpenWaitingPage(BusyPage, owner); }
 
-void EndBusyPage() { EndDialog(State.Windows.BusyPage, 1); }
+void EndBusyPage() { EndWaitingPage(State.Windows.BusyPage); }
 
 bool Identify(HWND owner) {
     OpenBusyPage(owner);

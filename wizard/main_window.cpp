@@ -50,7 +50,7 @@ void ReadPlaces() {
 }
 
 // Nobody outside ends a transfer: an upgrade that is broken off leaves a handheld without a system.
-// A transfer that ends the run itself has set RunEnded.
+// A transfer that fails ends the run itself.
 bool TransferRuns() { return State.Windows.ProgressPage || State.Windows.BackupPage; }
 
 void RunWizard(HWND window) {
@@ -97,7 +97,7 @@ LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM first, LPARAM 
         RunWizard(window);
         return 0;
     case WM_CLOSE:
-        if (TransferRuns() && !State.Run.RunEnded)
+        if (TransferRuns() && !State.Run.RunEndsItself)
             return 0;
         return DefWindowProcA(window, message, first, second);
     case WM_DESTROY:

@@ -234,7 +234,7 @@ inline void FillState() {
     std::strcpy(State.Image.ImageVersionText, "2.01");
     std::strcpy(State.Image.ImageLanguageName, "Japanese");
     State.Run.SerialLinkSelected = true;
-    State.Run.RunEnded = State.Run.MainWindowGone = false;
+    State.Run.RunEnded = State.Run.RunEndsItself = State.Run.MainWindowGone = false;
 }
 
 // The banner, as the wizard loads it before its first page.
