@@ -31,8 +31,8 @@ protected:
         for (const char* key : keys)
             desktop_.Press(key);
     }
-    // In the user's own folder, where the dialog starts: the folders of a longer path are read while
-    // it is typed, and Enter may come before that is done.
+    // In the user's own folder, where the dialog starts: the folders of a longer path are read
+    // while it is typed, and Enter may come before that is done.
     void GiveFile(const std::filesystem::path& file) {
         desktop_.AwaitWindow("file-dialog");
         desktop_.Press("Control+a");
