@@ -12,7 +12,6 @@
 #include "device/remote_program.h"
 #include "wizard/state.h"
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <span>

@@ -113,34 +113,61 @@ TEST_F(LinkTest, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_
     EXPECT_TRUE(ComesTrue([] { return AwaitOutputSent(); }));
 }
 
-// The last thing that an upgrade has to go by is the driver's word.
-TEST_F(LinkTest, an_upgrade_succeeds_when_its_last_bytes_are_on_the_wire) {
-    const auto image = home_ / "image.nbf";
-    std::ofstream(image) << 'x';
-    std::filesystem::resize_file(image, SmallestImageFile);
-    std::snprintf(State.Places.ImagePath, sizeof(State.Places.ImagePath), "Z:%s", image.c_str());
-    StartReceiveLoop(SerialReceiveLoop, true);
-    outputQueue = 1;
-    questions = 0;
-    std::thread sender(BeginUpgradeTransfer);
-    EXPECT_EQ("A", ReceiveAtDevice(1));
-    SayAsDevice(std::string("\5\0", 2));
-    EXPECT_EQ(4U, ReceiveAtDevice(4).size());
-    for (int half = 0; half < 2; ++half) {
+class SmallestUpgrade : public LinkTest {
+protected:
+    // Up to the first token for the held-back block, of which the whole image consists.
+    void SetUp() override {
+        LinkTest::SetUp();
+        const auto image = home_ / "image.nbf";
+        std::ofstream(image) << 'x';
+        std::filesystem::resize_file(image, SmallestImageFile);
+        std::snprintf(State.Places.ImagePath, sizeof(State.Places.ImagePath), "Z:%s",
+                      image.c_str());
+        StartReceiveLoop(SerialReceiveLoop, true);
+        sender_ = std::thread([this] {
+            BeginUpgradeTransfer();
+            over_ = true;
+        });
+        EXPECT_EQ("A", ReceiveAtDevice(1));
+        SayAsDevice(std::string("\5\0", 2));
+        EXPECT_EQ(4U, ReceiveAtDevice(4).size());
         SayAsDevice(std::string("\4\0", 2));
-        EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
     }
-    const auto verdict = [] {
+    void TearDown() override {
+        State.Run.TransferAborted = true; // ends a sender that still waits
+        sender_.join();
+        LinkTest::TearDown();
+        outputQueue = -1;
+        State.Link.Verdict = TransferVerdict::Open;
+    }
+    static TransferVerdict Verdict() {
         const std::lock_guard lock(State.Link.VerdictLock);
         return State.Link.Verdict;
-    };
+    }
+
+    std::thread sender_;
+    std::atomic<bool> over_ = false;
+};
+
+// The last thing that an upgrade has to go by is the driver's word.
+TEST_F(SmallestUpgrade, succeeds_when_its_last_bytes_are_on_the_wire) {
+    outputQueue = 1;
+    questions = 0;
+    EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
+    SayAsDevice(std::string("\4\0", 2));
+    EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
     EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
-    EXPECT_EQ(TransferVerdict::Open, verdict());
+    EXPECT_EQ(TransferVerdict::Open, Verdict());
     outputQueue = 0;
-    sender.join();
-    EXPECT_EQ(TransferVerdict::Sent, verdict());
-    outputQueue = -1;
-    State.Link.Verdict = TransferVerdict::Open;
+    EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
+    EXPECT_EQ(TransferVerdict::Sent, Verdict());
+}
+
+TEST_F(SmallestUpgrade, is_given_up_when_the_first_half_of_the_held_back_block_is_not_handed_over) {
+    EXPECT_EQ(1000U, ReceiveAtDevice(1000).substr(0, 1000).size());
+    HangUp();
+    EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
+    EXPECT_EQ(TransferVerdict::Open, Verdict());
 }
 
 TEST_F(LinkTest, the_port_is_opened_for_itself_alone_at_115200_baud_without_flow_control) {
