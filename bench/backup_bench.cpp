@@ -6,8 +6,8 @@
 
 #include "bench/costs.h"
 
-#include "tests/support/cradle.h"
-#include "tests/support/pc_side.h"
+#include "testing/cradle.h"
+#include "testing/pc_side.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
 // What a run of the wizard costs the PC.
 #pragma once
 
-#include "tests/support/wizard_run.h"
+#include "testing/wizard_run.h"
 
 namespace bench {
 

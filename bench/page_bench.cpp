@@ -4,9 +4,9 @@
 #include "bench/costs.h"
 #include "bench/median.h"
 
-#include "tests/support/cradle.h"
-#include "tests/support/pc_side.h"
-#include "tests/support/x_desktop.h"
+#include "testing/cradle.h"
+#include "testing/pc_side.h"
+#include "testing/x_desktop.h"
 
 #include <algorithm>
 #include <chrono>

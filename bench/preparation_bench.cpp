@@ -7,14 +7,14 @@
 
 #include "bench/median.h"
 
-#include "device/rapi.h"
 #include "images/header.h"
 #include "link/stall.h"
 #include "preparation/device_changes.h"
 #include "preparation/prepare.h"
-#include "tests/support/cradle.h"
-#include "tests/support/device_facts.h"
-#include "wizard/state.h"
+#include "rapi/rapi.h"
+#include "state/state.h"
+#include "testing/cradle.h"
+#include "testing/device_facts.h"
 
 #include <chrono>
 #include <cstdio>

@@ -3,8 +3,8 @@
 
 #include "bench/costs.h"
 
-#include "tests/support/cradle.h"
-#include "tests/support/wizard_run.h"
+#include "testing/cradle.h"
+#include "testing/wizard_run.h"
 
 #include <map>
 #include <memory>

@@ -4,7 +4,7 @@
 
 #include "device/activesync.h"
 
-#include "wizard/state.h"
+#include "state/state.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 
 #include "device/file_copy.h"
 #include "device/language_folder.h"
-#include "device/rapi.h"
 #include "device/wide_text.h"
-#include "wizard/state.h"
+#include "rapi/rapi.h"
+#include "state/state.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The copying of a PC file to the handheld, common to all that is placed there.
 #pragma once
 
-#include "device/rapi.h"
+#include "rapi/rapi.h"
 
 #include <windows.h>
 

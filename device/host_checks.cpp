@@ -4,7 +4,7 @@
 
 #include "device/host_checks.h"
 
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <cstdio>
 #include <initializer_list>

@@ -7,10 +7,10 @@
 
 #include "device/identity.h"
 
-#include "device/rapi.h"
 #include "device/remote_files.h"
 #include "device/remote_program.h"
-#include "wizard/state.h"
+#include "rapi/rapi.h"
+#include "state/state.h"
 
 #include <array>
 #include <cstring>

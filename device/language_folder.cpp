@@ -4,7 +4,7 @@
 
 #include "device/language_folder.h"
 
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <cstdio>
 

@@ -5,8 +5,8 @@
 
 #include "device/file_copy.h"
 #include "device/language_folder.h"
-#include "device/rapi.h"
 #include "device/wide_text.h"
+#include "rapi/rapi.h"
 
 #include <cstdio>
 

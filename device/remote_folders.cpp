@@ -2,8 +2,8 @@
 
 #include "device/remote_folders.h"
 
-#include "device/rapi.h"
 #include "device/wide_text.h"
+#include "rapi/rapi.h"
 
 #include <functional>
 #include <string>

@@ -2,8 +2,8 @@
 
 #include "device/remote_links.h"
 
-#include "device/rapi.h"
 #include "device/wide_text.h"
+#include "rapi/rapi.h"
 
 #include <cstring>
 #include <string>

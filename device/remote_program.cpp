@@ -3,7 +3,7 @@
 
 #include "device/remote_program.h"
 
-#include "device/rapi.h"
+#include "rapi/rapi.h"
 
 bool StartRemoteProgram(const char16_t* path) {
     CeStartupInfo startup = {};

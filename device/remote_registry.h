@@ -1,7 +1,7 @@
 // Registry values of the handheld.
 #pragma once
 
-#include "device/rapi.h"
+#include "rapi/rapi.h"
 
 #include <string_view>
 

@@ -4,10 +4,10 @@
 #include "images/discovery.h"
 
 #include "device/language_folder.h"
-#include "device/rapi.h"
+#include "frame/error_pages.h"
 #include "images/language_table.h"
-#include "pages/error_pages.h"
-#include "wizard/state.h"
+#include "rapi/rapi.h"
+#include "state/state.h"
 
 #include <cstdio>
 #include <cstring>

@@ -3,9 +3,9 @@
 
 #include "images/header.h"
 
+#include "frame/error_pages.h"
 #include "images/language_table.h"
-#include "pages/error_pages.h"
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <algorithm>
 #include <charconv>

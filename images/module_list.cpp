@@ -5,9 +5,9 @@
 #include "images/module_list.h"
 
 #include "device/language_folder.h"
-#include "device/rapi.h"
 #include "device/remote_files.h"
-#include "pages/error_pages.h"
+#include "frame/error_pages.h"
+#include "rapi/rapi.h"
 
 #include <algorithm>
 #include <cstdio>

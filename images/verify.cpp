@@ -5,12 +5,12 @@
 #include "images/verify.h"
 
 #include "device/identity.h"
+#include "frame/error_pages.h"
+#include "frame/waiting_pages.h"
 #include "images/checksum.h"
 #include "images/header.h"
 #include "images/module_list.h"
-#include "pages/error_pages.h"
-#include "pages/waiting_pages.h"
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <optional>
 

@@ -3,15 +3,15 @@
 
 #include "link/backup_transfer.h"
 
-#include "device/rapi.h"
 #include "device/remote_files.h"
 #include "device/remote_program.h"
+#include "frame/error_pages.h"
+#include "frame/progress_bar.h"
 #include "images/header.h"
 #include "images/image_writer.h"
 #include "images/language_table.h"
-#include "pages/error_pages.h"
-#include "pages/progress_bar.h"
-#include "wizard/state.h"
+#include "rapi/rapi.h"
+#include "state/state.h"
 
 #include <memory>
 #include <new>

@@ -5,7 +5,7 @@
 
 #include "link/link_calls.h"
 #include "link/receive_buffer.h"
-#include "wizard/state.h"
+#include "state/state.h"
 
 namespace {
 

@@ -5,6 +5,8 @@
 
 #include "link/bootloader_transfer.h"
 
+#include "frame/page.h"
+#include "frame/progress_bar.h"
 #include "link/image_source.h"
 #include "link/port.h"
 #include "link/receive.h"
@@ -12,10 +14,8 @@
 #include "link/stall.h"
 #include "link/transfer_buffers.h"
 #include "link/upgrade_transfer.h"
-#include "pages/frame.h"
-#include "pages/progress_bar.h"
-#include "wizard/progress_record.h"
-#include "wizard/state.h"
+#include "state/progress_record.h"
+#include "state/state.h"
 
 #include <array>
 #include <cstring>

@@ -4,9 +4,9 @@
 
 #include "link/image_source.h"
 
+#include "frame/error_pages.h"
 #include "link/port.h"
-#include "pages/error_pages.h"
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <algorithm>
 #include <cstring>

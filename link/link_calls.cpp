@@ -2,7 +2,7 @@
 
 #include "link/link_calls.h"
 
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <mutex>
 

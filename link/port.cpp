@@ -6,10 +6,10 @@
 
 #include "link/port.h"
 
-#include "pages/error_pages.h"
-#include "pages/link_error_pages.h"
-#include "wizard/progress_record.h"
-#include "wizard/state.h"
+#include "frame/error_pages.h"
+#include "link/link_error_pages.h"
+#include "state/progress_record.h"
+#include "state/state.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -10,7 +10,7 @@
 #include "link/link_calls.h"
 #include "link/port.h"
 #include "link/receive_buffer.h"
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <array>
 #include <mutex>

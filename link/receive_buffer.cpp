@@ -3,7 +3,7 @@
 
 #include "link/receive_buffer.h"
 
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <mutex>
 

@@ -10,8 +10,8 @@
 #include "link/receive.h"
 #include "link/transfer_buffers.h"
 #include "link/upgrade_transfer.h"
-#include "wizard/progress_record.h"
-#include "wizard/state.h"
+#include "state/progress_record.h"
+#include "state/state.h"
 
 #include <mutex>
 

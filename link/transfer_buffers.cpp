@@ -4,7 +4,7 @@
 
 #include "link/transfer_buffers.h"
 
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <mutex>
 

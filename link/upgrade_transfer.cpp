@@ -6,15 +6,15 @@
 
 #include "link/upgrade_transfer.h"
 
+#include "frame/page.h"
+#include "frame/progress_bar.h"
 #include "link/image_source.h"
 #include "link/port.h"
 #include "link/receive_buffer.h"
 #include "link/stall.h"
 #include "link/transfer_buffers.h"
-#include "pages/frame.h"
-#include "pages/progress_bar.h"
-#include "wizard/progress_record.h"
-#include "wizard/state.h"
+#include "state/progress_record.h"
+#include "state/state.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "link/link_calls.h"
 #include "link/port.h"
 #include "link/receive_buffer.h"
-#include "wizard/state.h"
+#include "state/state.h"
 
 namespace {
 

@@ -3,13 +3,13 @@
 // Nothing is created or replaced here: an existing file that was accepted and then turned out to
 // stand on a full drive is untouched.
 
-#include "pages/catalog.h"
+#include "frame/catalog.h"
+#include "frame/error_pages.h"
 #include "pages/decision_pages.h"
 #include "pages/duration_texts.h"
-#include "pages/error_pages.h"
 #include "pages/image_file_dialog.h"
-#include "pages/resource.h"
-#include "wizard/state.h"
+#include "resources/resource.h"
+#include "state/state.h"
 
 #include <cstdio>
 

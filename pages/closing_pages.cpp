@@ -8,8 +8,8 @@
 #include "device/activesync.h"
 #include "device/clock.h"
 #include "link/stall.h"
-#include "pages/resource.h"
-#include "wizard/state.h"
+#include "resources/resource.h"
+#include "state/state.h"
 
 #include <shellapi.h>
 

@@ -1,7 +1,7 @@
 // The two pages after a good transfer.
 #pragma once
 
-#include "pages/frame.h"
+#include "frame/page.h"
 
 extern const Page UpgradeDonePage; // takes the link down; 0 Next (ActiveSync started), 1 leave
 

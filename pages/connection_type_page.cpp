@@ -3,8 +3,8 @@
 
 #include "device/host_checks.h"
 #include "pages/decision_pages.h"
-#include "pages/resource.h"
-#include "wizard/state.h"
+#include "resources/resource.h"
+#include "state/state.h"
 
 namespace {
 

@@ -2,10 +2,10 @@
 
 #include "pages/decision_pages.h"
 
-#include "pages/catalog.h"
+#include "frame/catalog.h"
 #include "pages/duration_texts.h"
-#include "pages/resource.h"
-#include "wizard/state.h"
+#include "resources/resource.h"
+#include "state/state.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The pages on which the user commits to something.
 #pragma once
 
-#include "pages/frame.h"
+#include "frame/page.h"
 
 extern const Page ConnectionTypePage; // 0 with SerialLinkSelected set, 1 leave
 extern const Page ActionChoicePage;   // 1035 upgrade, 1036 restore, 1 leave, 0 the Enter key

@@ -3,7 +3,7 @@
 #include "pages/duration_texts.h"
 
 #include "images/language_table.h"
-#include "pages/resource.h"
+#include "resources/resource.h"
 
 #include <array>
 

@@ -3,7 +3,7 @@
 
 #include "pages/introduction_pages.h"
 
-#include "pages/resource.h"
+#include "resources/resource.h"
 
 namespace {
 

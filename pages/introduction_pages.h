@@ -1,7 +1,7 @@
 // The pages before the wizard has anything to decide: 0 to go on, 1 to leave.
 #pragma once
 
-#include "pages/frame.h"
+#include "frame/page.h"
 
 extern const Page UpgradeNoticePage;
 extern const Page WelcomePage;

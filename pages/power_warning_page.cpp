@@ -4,10 +4,10 @@
 // A reading that fails changes nothing, and at the button counts as power present: a handheld that
 // has dropped its connection must not lock the user in.
 
-#include "device/rapi.h"
 #include "pages/introduction_pages.h"
-#include "pages/resource.h"
-#include "wizard/state.h"
+#include "rapi/rapi.h"
+#include "resources/resource.h"
+#include "state/state.h"
 
 #include <optional>
 

@@ -6,13 +6,13 @@
 
 #include "pages/progress_pages.h"
 
+#include "frame/catalog.h"
 #include "link/backup_transfer.h"
 #include "link/stall.h"
-#include "link/transfer_threads.h"
-#include "pages/catalog.h"
 #include "pages/duration_texts.h"
-#include "pages/resource.h"
-#include "wizard/state.h"
+#include "pages/transfer_threads.h"
+#include "resources/resource.h"
+#include "state/state.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // worker.
 #pragma once
 
-#include "pages/frame.h"
+#include "frame/page.h"
 
 extern const Page ProgressPage;       // starts UpgradeThread: 1 all went out, 2 stalled
 extern const Page ResumeProgressPage; // starts ResumeThread

@@ -3,7 +3,7 @@
 // The caller's last error is not ours: the wizard reads it long after a call here, so each one puts
 // back what it found. Starting a program is the exception that RAPI has always had.
 
-#include "device/rapi.h"
+#include "rapi/rapi.h"
 
 #include "platform/rapi_session.h"
 

@@ -5,7 +5,7 @@
 #include "preparation/button_map.h"
 
 #include "device/remote_registry.h"
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <string>
 

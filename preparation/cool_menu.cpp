@@ -2,7 +2,7 @@
 
 #include "preparation/cool_menu.h"
 
-#include "device/rapi.h"
+#include "rapi/rapi.h"
 
 namespace {
 

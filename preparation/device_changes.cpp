@@ -7,7 +7,7 @@
 #include "preparation/device_values.h"
 #include "preparation/layout.h"
 #include "preparation/start_menu.h"
-#include "wizard/state.h"
+#include "state/state.h"
 
 void ChangeDevice() {
     ClearCoolMenu();

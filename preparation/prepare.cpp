@@ -9,13 +9,13 @@
 
 #include "device/activesync.h"
 #include "device/language_folder.h"
-#include "device/rapi.h"
 #include "device/remote_files.h"
+#include "frame/error_pages.h"
 #include "link/receive.h"
-#include "pages/error_pages.h"
 #include "preparation/device_changes.h"
-#include "wizard/progress_record.h"
-#include "wizard/state.h"
+#include "rapi/rapi.h"
+#include "state/progress_record.h"
+#include "state/state.h"
 
 namespace {
 

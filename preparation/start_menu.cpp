@@ -9,7 +9,7 @@
 #include "device/remote_links.h"
 #include "device/remote_registry.h"
 #include "preparation/ansi_literal.h"
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <string>
 

@@ -6,19 +6,19 @@
 #include "wizard/chain.h"
 
 #include "device/host_checks.h"
-#include "device/rapi.h"
+#include "frame/error_pages.h"
+#include "frame/waiting_pages.h"
 #include "images/header.h"
 #include "images/verify.h"
 #include "pages/decision_pages.h"
-#include "pages/error_pages.h"
 #include "pages/introduction_pages.h"
 #include "pages/progress_pages.h"
-#include "pages/waiting_pages.h"
 #include "preparation/prepare.h"
+#include "rapi/rapi.h"
+#include "state/state.h"
 #include "wizard/conclusion.h"
 #include "wizard/connect.h"
 #include "wizard/image_choice.h"
-#include "wizard/state.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 
 #include "wizard/conclusion.h"
 
+#include "link/link_error_pages.h"
 #include "link/upgrade_transfer.h"
 #include "pages/closing_pages.h"
-#include "pages/link_error_pages.h"
-#include "wizard/progress_record.h"
-#include "wizard/state.h"
+#include "state/progress_record.h"
+#include "state/state.h"
 
 namespace {
 

@@ -6,14 +6,14 @@
 #include "wizard/connect.h"
 
 #include "device/identity.h"
+#include "frame/error_pages.h"
+#include "frame/waiting_pages.h"
 #include "images/discovery.h"
 #include "images/header.h"
 #include "pages/decision_pages.h"
-#include "pages/error_pages.h"
-#include "pages/waiting_pages.h"
-#include "wizard/progress_record.h"
+#include "state/progress_record.h"
+#include "state/state.h"
 #include "wizard/resume.h"
-#include "wizard/state.h"
 
 namespace {
 

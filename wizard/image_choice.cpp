@@ -6,16 +6,16 @@
 
 #include "wizard/image_choice.h"
 
-#include "device/rapi.h"
+#include "frame/error_pages.h"
 #include "images/discovery.h"
 #include "images/header.h"
 #include "images/verify.h"
 #include "link/upgrade_transfer.h"
 #include "pages/decision_pages.h"
-#include "pages/error_pages.h"
 #include "pages/image_file_dialog.h"
-#include "pages/resource.h"
-#include "wizard/state.h"
+#include "rapi/rapi.h"
+#include "resources/resource.h"
+#include "state/state.h"
 
 #include <algorithm>
 #include <cstring>

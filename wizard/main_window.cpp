@@ -7,10 +7,10 @@
 #include "wizard/main_window.h"
 
 #include "device/host_checks.h"
-#include "pages/resource.h"
+#include "resources/resource.h"
+#include "state/progress_record.h"
+#include "state/state.h"
 #include "wizard/chain.h"
-#include "wizard/progress_record.h"
-#include "wizard/state.h"
 
 #include <commctrl.h>
 

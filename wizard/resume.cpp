@@ -6,12 +6,12 @@
 #include "wizard/resume.h"
 
 #include "device/activesync.h"
-#include "device/rapi.h"
-#include "pages/error_pages.h"
+#include "frame/error_pages.h"
 #include "pages/progress_pages.h"
+#include "rapi/rapi.h"
+#include "state/progress_record.h"
+#include "state/state.h"
 #include "wizard/conclusion.h"
-#include "wizard/progress_record.h"
-#include "wizard/state.h"
 
 void GoOnWithoutHandheld() {
     State.Run.ResumePending = ReadProgressRecord();

@@ -1,9 +1,9 @@
 // Entry of the program. The exit code is 0 on every road.
 
+#include "frame/catalog.h"
 #include "link/stall.h"
-#include "pages/catalog.h"
+#include "state/state.h"
 #include "wizard/main_window.h"
-#include "wizard/state.h"
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int showCommand) {
     RegisterMainClass(instance);

@@ -2,7 +2,7 @@
 
 #include "device/identity.h"
 
-#include "tests/device/wizard_place.h"
+#include "testing/wizard_place.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include "device/remote_registry.h"
 
 #include "device/wide_text.h"
-#include "tests/device/wizard_place.h"
+#include "testing/wizard_place.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "device/remote_folders.h"
 #include "device/remote_links.h"
-#include "tests/device/wizard_place.h"
+#include "testing/wizard_place.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include "images/discovery.h"
 
 #include "device/language_folder.h"
-#include "tests/device/wizard_place.h"
+#include "testing/wizard_place.h"
 
 namespace {
 

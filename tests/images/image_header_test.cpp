@@ -3,7 +3,7 @@
 #include "images/checksum.h"
 #include "images/header.h"
 
-#include "tests/device/wizard_place.h"
+#include "testing/wizard_place.h"
 
 #include <bit>
 #include <numeric>

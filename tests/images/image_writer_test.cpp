@@ -4,9 +4,9 @@
 
 #include "images/checksum.h"
 #include "images/header.h"
-#include "tests/device/wizard_place.h"
-#include "tests/support/image_file.h"
-#include "tests/support/killed_child.h"
+#include "testing/image_file.h"
+#include "testing/killed_child.h"
+#include "testing/wizard_place.h"
 
 #include <cerrno>
 #include <csignal>

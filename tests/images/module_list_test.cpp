@@ -2,7 +2,7 @@
 
 #include "images/module_list.h"
 
-#include "tests/device/wizard_place.h"
+#include "testing/wizard_place.h"
 
 #include <vector>
 

@@ -4,7 +4,7 @@
 
 #include "link/transfer_buffers.h"
 #include "link/upgrade_transfer.h"
-#include "tests/device/wizard_place.h"
+#include "testing/wizard_place.h"
 
 #include <vector>
 

@@ -7,9 +7,9 @@
 #include "link/receive_buffer.h"
 #include "link/stall.h"
 #include "link/transfer_buffers.h"
+#include "state/state.h"
+#include "testing/comes_true.h"
 #include "tests/platform/own_home.h"
-#include "tests/support/comes_true.h"
-#include "wizard/state.h"
 
 #include <gtest/gtest.h>
 

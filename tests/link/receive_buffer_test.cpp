@@ -2,7 +2,7 @@
 
 #include "link/receive_buffer.h"
 
-#include "wizard/state.h"
+#include "state/state.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 
 #include "tests/link/link_fixture.h"
 
-#include "wizard/progress_record.h"
+#include "state/progress_record.h"
 
 #include <sys/file.h>
 #include <sys/inotify.h>

@@ -5,7 +5,7 @@
 
 #include "pages/duration_texts.h"
 #include "platform/paths.h"
-#include "tests/pages/page_test.h"
+#include "testing/page_test.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include "platform/desktop/desktop_display.h"
 #include "platform/desktop/looks.h"
 #include "platform/desktop/text_label.h"
+#include "testing/child_process.h"
 #include "tests/pages/page_index.h"
-#include "tests/support/child_process.h"
 
 #include <QAccessible>
 #include <QApplication>

@@ -1,10 +1,10 @@
 // Error pages that do more than show their texts.
 
-#include "pages/error_pages.h"
+#include "frame/error_pages.h"
 
-#include "pages/link_error_pages.h"
-#include "tests/pages/page_test.h"
-#include "wizard/progress_record.h"
+#include "link/link_error_pages.h"
+#include "state/progress_record.h"
+#include "testing/page_test.h"
 
 #include <fstream>
 

@@ -1,7 +1,7 @@
 // The index of all pages on the layer's real dialogs.
 #pragma once
 
-#include "tests/pages/page_test.h"
+#include "testing/page_test.h"
 
 #include <optional>
 

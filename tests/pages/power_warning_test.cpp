@@ -1,10 +1,10 @@
 // The page that waits for the power adapter, with a handheld in its cradle.
 // label: threads
 
-#include "device/rapi.h"
 #include "pages/introduction_pages.h"
-#include "tests/pages/page_test.h"
-#include "tests/support/cradle.h"
+#include "rapi/rapi.h"
+#include "testing/cradle.h"
+#include "testing/page_test.h"
 
 namespace {
 

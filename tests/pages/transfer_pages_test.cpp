@@ -6,8 +6,8 @@
 #include "pages/progress_pages.h"
 #include "platform/pages.h"
 #include "platform/paths.h"
-#include "tests/pages/page_test.h"
-#include "tests/support/comes_true.h"
+#include "testing/comes_true.h"
+#include "testing/page_test.h"
 
 #include <sys/stat.h>
 

@@ -1,8 +1,8 @@
 // A pseudo-terminal linked as COM1 in a home folder of its own, and overlapped calls on it.
 #pragma once
 
+#include "testing/comes_true.h"
 #include "tests/platform/own_home.h"
-#include "tests/support/comes_true.h"
 
 #include <windows.h>
 

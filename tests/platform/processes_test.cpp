@@ -1,8 +1,8 @@
 // Processes: real ones are started, opened and ended.
 // label: threads
 
+#include "testing/comes_true.h"
 #include "tests/platform/own_home.h"
-#include "tests/support/comes_true.h"
 
 #include "platform/command_line.h"
 #include "platform/handles.h"

@@ -1,12 +1,12 @@
 // RAPI calls over a real socket, with somebody at the other end who does not always behave.
 // label: threads
 
-#include "device/rapi.h"
+#include "rapi/rapi.h"
 
 #include "platform/descriptor.h"
 #include "platform/handles.h"
+#include "testing/comes_true.h"
 #include "tests/platform/own_home.h"
-#include "tests/support/comes_true.h"
 
 #include <rapi_wire.h>
 

@@ -1,8 +1,8 @@
 // The registry's file: what people write into it, and what is left of it when a writer dies.
 
+#include "testing/comes_true.h"
+#include "testing/killed_child.h"
 #include "tests/platform/own_home.h"
-#include "tests/support/comes_true.h"
-#include "tests/support/killed_child.h"
 
 #include "platform/registry_text.h"
 

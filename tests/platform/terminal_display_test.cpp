@@ -1,9 +1,9 @@
 // The terminal display, led over pipes as a script leads it.
 // label: threads
 
+#include "testing/comes_true.h"
 #include "tests/platform/page_program.h"
 #include "tests/platform/window_support.h"
-#include "tests/support/comes_true.h"
 
 #include <commctrl.h>
 

@@ -1,8 +1,8 @@
 // Threads, events and waits. The layer's clock runs fast here, so that long waits end soon.
 // label: threads
 
+#include "testing/comes_true.h"
 #include "tests/platform/own_home.h"
-#include "tests/support/comes_true.h"
 
 #include "platform/clock.h"
 #include "platform/handles.h"

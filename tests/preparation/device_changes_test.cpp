@@ -5,8 +5,8 @@
 #include "preparation/device_changes.h"
 
 #include "images/header.h"
-#include "tests/device/wizard_place.h"
-#include "tests/support/device_facts.h"
+#include "testing/device_facts.h"
+#include "testing/wizard_place.h"
 
 #include <algorithm>
 #include <set>

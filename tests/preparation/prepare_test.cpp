@@ -5,8 +5,8 @@
 
 #include "images/header.h"
 #include "link/stall.h"
-#include "tests/device/wizard_place.h"
-#include "wizard/progress_record.h"
+#include "state/progress_record.h"
+#include "testing/wizard_place.h"
 
 #include <csignal>
 

@@ -1,7 +1,7 @@
 // The simulated bootloader holds its own dialogue and refuses every other one.
 
-#include "tests/support/cradle.h"
-#include "tests/support/pc_side.h"
+#include "testing/cradle.h"
+#include "testing/pc_side.h"
 
 #include <gtest/gtest.h>
 

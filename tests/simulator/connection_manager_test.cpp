@@ -1,9 +1,9 @@
 // The connection manager carries RAPI, holds the port, and leaves nothing behind that blocks.
 
-#include "tests/support/comes_true.h"
-#include "tests/support/cradle.h"
-#include "tests/support/image_file.h"
-#include "tests/support/pc_side.h"
+#include "testing/comes_true.h"
+#include "testing/cradle.h"
+#include "testing/image_file.h"
+#include "testing/pc_side.h"
 
 #include <windows.h>
 

@@ -1,8 +1,8 @@
 // The simulated flasher takes what the exchange allows and nothing else, and a reset makes of the
 // flash what a reset would.
 
-#include "tests/support/cradle.h"
-#include "tests/support/pc_side.h"
+#include "testing/cradle.h"
+#include "testing/pc_side.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Faults of the cable: a handheld that leaves the bus, a port in use, bytes that nobody asked for.
 
-#include "tests/support/cradle.h"
-#include "tests/support/pc_side.h"
+#include "testing/cradle.h"
+#include "testing/pc_side.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // The simulated handheld answers RAPI as a handheld would: files, registry, programs, and frames
 // that are none.
 
-#include "tests/support/comes_true.h"
-#include "tests/support/cradle.h"
-#include "tests/support/pc_side.h"
+#include "testing/comes_true.h"
+#include "testing/cradle.h"
+#include "testing/pc_side.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Every page as Windows draws it: what is judged stands in inside/pages_test.cpp, which runs there.
 // label: windows
 
-#include "tests/windows/wine.h"
+#include "testing/wine.h"
 
 #include <gtest/gtest.h>
 

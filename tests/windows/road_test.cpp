@@ -1,9 +1,9 @@
 // Whole runs of the Windows program against the simulated handheld, in the time that they take.
 // label: windows
 
-#include "tests/windows/wine.h"
+#include "testing/wine.h"
 
-#include "tests/support/image_file.h"
+#include "testing/image_file.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // else, pictures at their pixels, and every way to its results by mouse and by keyboard. With a
 // folder in PAGE_PICTURES a picture of each page is left there.
 
-#include "tests/pages/page_facts.h"
+#include "testing/page_facts.h"
 #include "tests/windows/inside/page_controls.h"
 #include "tests/windows/inside/page_font.h"
 #include "tests/windows/inside/page_hands.h"

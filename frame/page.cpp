@@ -1,0 +1,146 @@
+// The engine behind all pages: opens a page from its row of data and answers its messages.
+//
+// What a page needs while it is up, its font, pictures and brush, belongs to the one showing and
+// not to the record: a worker may show a failure page while the main thread still stands in
+// ProgressPage, and neither may delete what the other one paints with.
+
+#include "frame/page.h"
+
+#include "frame/catalog.h"
+#include "frame/page_resources.h"
+#include "resources/resource.h"
+#include "state/state.h"
+
+#include <cstdio>
+
+namespace {
+
+LPCSTR TemplateName(const Page& page) { return MAKEINTRESOURCEA(page.dialog); }
+
+void SetTexts(HWND window, const Page& page) {
+    if (page.hasTitle)
+        SetWindowTextA(window, CatalogText(IDS_TITLE));
+    for (const PageText& text : page.texts) {
+        if (text.value)
+            SetLabelledText(window, text.control, text.text, text.value);
+        else if (text.text != 0)
+            SetDlgItemTextA(window, text.control, CatalogText(text.text));
+    }
+}
+
+void Open(HWND window, Showing& showing) {
+    const Page& page = showing.page;
+    SetTexts(window, page);
+    CentreWindow(window);
+    DressPage(window, showing);
+    if (page.open)
+        page.open(window);
+}
+
+INT_PTR TakeCommand(HWND window, const Page& page, int command) {
+    if (page.command && page.command(window, command))
+        return TRUE;
+    for (const PageResult& end : page.results) {
+        if (end.command == command) {
+            EndDialog(window, end.result);
+            return TRUE;
+        }
+    }
+    return FALSE;
+}
+
+INT_PTR Answer(HWND window, const Showing& showing, UINT message, WPARAM first, LPARAM second) {
+    const Page& page = showing.page;
+    INT_PTR answer = FALSE;
+    if (message == WM_COMMAND)
+        return TakeCommand(window, page, LOWORD(first));
+    if (page.message && page.message(window, message, first, second, &answer))
+        return answer;
+    switch (message) {
+    case WM_PAINT:
+        return PaintPage(window, showing);
+    case WM_CTLCOLORSTATIC:
+        return ColourControl(reinterpret_cast<HDC>(first), reinterpret_cast<HWND>(second), showing);
+    default:
+        return FALSE;
+    }
+}
+
+INT_PTR CALLBACK PageProc(HWND window, UINT message, WPARAM first, LPARAM second) {
+    if (message == WM_INITDIALOG) {
+        SetWindowLongPtrA(window, DWLP_USER, second);
+        Open(window, *reinterpret_cast<Showing*>(second));
+        return TRUE;
+    }
+    // Some messages come before WM_INITDIALOG, such as the one that sets the font.
+    const auto* showing = reinterpret_cast<const Showing*>(GetWindowLongPtrA(window, DWLP_USER));
+    return showing ? Answer(window, *showing, message, first, second) : FALSE;
+}
+
+INT_PTR CALLBACK WaitingPageProc(HWND window, UINT message, WPARAM, LPARAM second) {
+    if (message != WM_INITDIALOG)
+        return FALSE;
+    SetTexts(window, *reinterpret_cast<const Page*>(second));
+    CentreWindow(window);
+    return TRUE;
+}
+
+// The thread goes on to work and serves no messages, so nothing else would paint the page.
+void PaintNow(HWND window, const Page& page) {
+    UpdateWindow(window);
+    for (const PageText& text : page.texts)
+        UpdateWindow(GetDlgItem(window, text.control));
+}
+
+} // namespace
+
+INT_PTR ShowPage(const Page& page) {
+    if (State.Run.RunEnded)
+        return PageNotShown;
+    Showing showing{page}; // outlives the window, which is gone when the call returns
+    const INT_PTR result = DialogBoxParamA(State.Windows.AppInstance, TemplateName(page), nullptr,
+                                           PageProc, reinterpret_cast<LPARAM>(&showing));
+    ReleaseShowing(showing);
+    return State.Run.RunEnded ? PageNotShown : result;
+}
+
+HWND OpenWaitingPage(const Page& page, HWND owner) {
+    if (State.Run.RunEnded)
+        return nullptr;
+    const HWND window = CreateDialogParamA(State.Windows.AppInstance, TemplateName(page), owner,
+                                           WaitingPageProc, reinterpret_cast<LPARAM>(&page));
+    ShowWindow(window, SW_SHOW);
+    PaintNow(window, page);
+    return window;
+}
+
+void EndWaitingPage(HWND page) {
+    if (!State.Run.MainWindowGone)
+        EndDialog(page, 1);
+}
+
+void CloseMainWindow() {
+    State.Run.RunEndsItself = true;
+    if (!State.Run.MainWindowGone)
+        SendMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
+}
+
+void CollapsePage(HWND page, bool repaint) {
+    if (page)
+        MoveWindow(page, 0, 0, 0, 0, repaint ? TRUE : FALSE);
+}
+
+void CentreWindow(HWND page) {
+    RECT place = {};
+    GetWindowRect(page, &place);
+    const int width = static_cast<int>(place.right - place.left);
+    const int height = static_cast<int>(place.bottom - place.top);
+    MoveWindow(page, (GetSystemMetrics(SM_CXSCREEN) - width) / 2,
+               (GetSystemMetrics(SM_CYSCREEN) - height) / 2, width, height, FALSE);
+}
+
+void SetLabelledText(HWND page, int control, unsigned label, const char* value) {
+    char line[512];
+    std::snprintf(line, sizeof(line), "%s %s", CatalogText(label), value);
+    SetDlgItemTextA(page, control, line);
+}

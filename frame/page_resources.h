@@ -1,0 +1,28 @@
+// What one showing of a page owns and paints with: its font, its pictures and its brush. For the
+// frame alone.
+#pragma once
+
+#include "frame/page.h"
+
+#include <array>
+
+// Made before the page's window and released after it, on the page's thread.
+struct Showing {
+    const Page& page;
+    HFONT headingFont = nullptr;
+    HFONT boldFont = nullptr;
+    HBRUSH brush = nullptr; // of system colour 0, behind coloured texts
+    std::array<HBITMAP, MostPictures> pictures{};
+};
+
+// Makes what the page needs and hands the fonts to its controls. What cannot be made is missed: the
+// control keeps its font, the area stays unpainted, and the page goes on.
+void DressPage(HWND window, Showing& showing);
+
+// WM_PAINT: the extra pictures, then the banner. FALSE leaves the painting to the platform.
+INT_PTR PaintPage(HWND window, const Showing& showing);
+
+// WM_CTLCOLORSTATIC: the brush for a control with colours of its own, else 0.
+INT_PTR ColourControl(HDC context, HWND control, const Showing& showing);
+
+void ReleaseShowing(const Showing& showing);

@@ -1,0 +1,6 @@
+// The record itself. It is filled with zero at load; the two values that start otherwise say so
+// where they are declared.
+
+#include "state/state.h"
+
+WizardState State;

@@ -1,0 +1,233 @@
+// An upgrade that is interrupted, and the runs of the wizard that bring the handheld back.
+
+#include "testing/trial.h"
+
+#include "testing/pc_registry.h"
+
+#include <algorithm>
+#include <csignal>
+#include <future>
+#include <stdexcept>
+
+namespace test_support {
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace pages;
+
+constexpr std::ptrdiff_t HeaderSize = 0x20;
+constexpr std::ptrdiff_t FirstBlock = 0x40000; // never sent
+
+// Limits shrink less than the sleeps that only wait for the world outside: a host under load must
+// not be taken for a handheld that has fallen silent.
+const Environment Clock = {{"ROM_WIZARD_CLOCK", "5,1000"}};
+
+// What a user answers on each page on the way to the end; nothing where there is nothing to answer.
+struct PageAnswer {
+    int page;
+    std::vector<std::string> lines;
+};
+
+const PageAnswer Answers[] = {
+    {UpgradeNoticePage, {"1181"}},
+    {WelcomePage, {"1"}},
+    {HostChecklistPage, {"1"}},
+    {DeviceChecklistPage, {"1"}},
+    {BusyPage, {}},
+    {ActionChoicePage, {"1035"}},
+    {VersionConfirmPage, {"1"}},
+    {BackupChoicePage, {"1"}},
+    {UpgradeReadyPage, {"1"}},
+    {PreparePage, {}},
+    {ProgressPage, {}},
+};
+
+void CopyIfThere(const fs::path& from, const fs::path& to) {
+    if (fs::exists(from))
+        fs::copy(from, to, fs::copy_options::recursive);
+}
+
+} // namespace
+
+const char* NameOf(Link link) { return link == Link::Serial ? "serial" : "USB"; }
+
+const char* NameOf(Start start) {
+    constexpr const char* Names[] = {"fresh", "resumed", "bootloader"};
+    return Names[static_cast<int>(start)];
+}
+
+Stock::Stock() {
+    image_ = home_.AddLanguageFolder({.size = ImageSize});
+    std::vector<std::future<void>> fillings; // each takes as long as a stall timer
+    for (const Link link : {Link::Serial, Link::Usb}) {
+        const fs::path shelf = Shelf(Start::Fresh, link);
+        fs::create_directories(shelf);
+        home_.RunHandheld(
+            {"create", (shelf / "device").string(), "--flash", std::to_string(FlashMegabytes)});
+        for (const auto& [start, step] :
+             {std::pair(Start::Resumed, 1U), std::pair(Start::Bootloader, Pieces - 1)})
+            fillings.push_back(std::async(std::launch::async, &Stock::Fill, this, start, link,
+                                          std::to_string(step)));
+    }
+    for (std::future<void>& filling : fillings)
+        filling.get();
+}
+
+fs::path Stock::Shelf(Start start, Link link) const {
+    return home_.Path(std::string(NameOf(start)) + " " + NameOf(link));
+}
+
+void Stock::Fill(Start start, Link link, const std::string& silentAt) {
+    Trial trial(*this, Start::Fresh, link);
+    trial.Run({.faults = {"--silent-at", silentAt}});
+    trial.TheCradle().TakeOut();
+    fs::create_directories(Shelf(start, link));
+    CopyIfThere(trial.Home().Home() / "registry.reg", Shelf(start, link) / "registry.reg");
+    CopyIfThere(trial.Home().Device(), Shelf(start, link) / "device");
+}
+
+Trial::Trial(const Stock& stock, Start start, Link link) : stock_(stock), link_(link) {
+    fs::remove(home_.Tree());
+    fs::create_directory_symlink(stock.Tree(), home_.Tree());
+    const fs::path shelf = stock.Shelf(start, link);
+    CopyIfThere(shelf / "registry.reg", home_.Home() / "registry.reg");
+    CopyIfThere(shelf / "device", home_.Device());
+}
+
+// A running handheld without new faults is reset by its button; otherwise it is put in anew.
+void Trial::StartHandheld(const std::vector<std::string>& faults, bool navigatorKey) {
+    std::string mode;
+    const auto isMode = [](const std::string& line) { return line.starts_with("mode "); };
+    firstLine_ = 0;
+    if (cradle_ && faults.empty() && !handheldKilled_) {
+        firstLine_ = cradle_->Handheld().Lines().size();
+        cradle_->Handheld().Signal(navigatorKey ? SIGUSR2 : SIGUSR1);
+        cradle_->Handheld().ExpectLine("reset");
+        mode = cradle_->Handheld().ExpectLine(isMode, "that tells its mode");
+        cradle_->Handheld().ExpectLine("ready");
+    } else {
+        std::vector<std::string> options = faults;
+        if (navigatorKey)
+            options.push_back("--bootloader");
+        if (cradle_)
+            cradle_->RestartHandheld(options);
+        else
+            cradle_ = std::make_unique<Cradle>(
+                home_, CradleOptions{.run = options, .withManager = false, .create = false});
+        const std::vector<std::string> lines = cradle_->Handheld().Lines();
+        mode = *std::ranges::find_if(lines, isMode); // it stands ahead of "ready"
+    }
+    handheldKilled_ = false;
+    if (mode == "mode normal")
+        cradle_->StartManager();
+}
+
+int Trial::Run(const Interruption& interruption, bool navigatorKey) {
+    past_ = Transcript();
+    StartHandheld(interruption.faults, navigatorKey);
+    wizard_ = std::make_unique<WizardRun>(home_, Clock);
+    if (interruption.victim != Interruption::Victim::Nobody) {
+        Lead(true);
+        cradle_->Handheld().ExpectLine("fault: ");
+        Kill(interruption.victim);
+        if (interruption.victim == Interruption::Victim::Wizard)
+            return Killed;
+    }
+    const int page = Lead(false);
+    wizard_->Send(page == UpgradeDonePage ? "esc" : "2");
+    if (const int code = wizard_->Wait())
+        Complain("the wizard ended with " + std::to_string(code));
+    Check(page);
+    return page;
+}
+
+void Trial::Kill(Interruption::Victim victim) {
+    handheldKilled_ = victim == Interruption::Victim::Handheld;
+    ChildProcess& process = handheldKilled_ ? cradle_->Handheld() : wizard_->Process();
+    process.Signal(SIGKILL);
+    process.Wait();
+}
+
+// To the transfer, or to the last page.
+int Trial::Lead(bool toTheTransfer) {
+    for (;;) {
+        const int page = wizard_->NextPage();
+        if (page == ConnectionTypePage) {
+            wizard_->Send(link_ == Link::Serial ? "1151" : "1150");
+            wizard_->Send("1");
+            continue;
+        }
+        const auto answer = std::ranges::find(Answers, page, &PageAnswer::page);
+        if (answer == std::end(Answers) || (toTheTransfer && page == ProgressPage))
+            return page;
+        for (const std::string& line : answer->lines)
+            wizard_->Send(line);
+    }
+}
+
+void Trial::Check(int page) {
+    const bool record = HasProgressRecord(home_);
+    const bool critical = IsMarkedCritical(home_);
+    switch (page) {
+    case UpgradeDonePage:
+        ExpectWholeFlash();
+        if (record || critical || HasHeldBackNote(home_))
+            Complain("the upgrade is done and its record is still there");
+        break;
+    case UpgradeErrorPage:
+        if (!record || critical || HasHeldBackNote(home_))
+            Complain("the record is not that of a transfer that can be repeated");
+        break;
+    case CommunicationErrorPage:
+        if (!record || !critical)
+            Complain("the record is not that of a handheld that needs its bootloader");
+        break;
+    case PortErrorPage:
+        if (!record)
+            Complain("the record has gone");
+        break;
+    default:
+        Complain("page " + std::to_string(page));
+    }
+}
+
+void Trial::ExpectWholeFlash() {
+    const auto isComplete = [](const std::string& line) {
+        return line.find(": complete") != std::string::npos;
+    };
+    const std::vector<std::string> lines = cradle_->Handheld().Lines();
+    const auto first = lines.begin() + static_cast<std::ptrdiff_t>(firstLine_);
+    if (std::none_of(first, lines.end(), isComplete)) // the last bytes may still be in the tty
+        cradle_->Handheld().ExpectLine(isComplete, "that tells that all has come");
+    const auto image = ReadFileBytes(stock_.Image());
+    const auto flash = ReadFileBytes(home_.Device() / "flash.bin");
+    if (!std::equal(image.begin() + HeaderSize + FirstBlock, image.end(),
+                    flash.begin() + FirstBlock, flash.end()))
+        Complain("the flash differs from the image");
+}
+
+unsigned Trial::Heal(int page, unsigned most) {
+    unsigned runs = 0;
+    while (page != UpgradeDonePage) {
+        if (runs++ == most)
+            Complain("not healed after " + std::to_string(most) + " more runs");
+        page = Run({}, page == CommunicationErrorPage);
+    }
+    return runs;
+}
+
+std::string Trial::Transcript() {
+    std::string text = past_;
+    if (cradle_)
+        text += " handheld\n" + cradle_->Handheld().Transcript();
+    if (wizard_)
+        text += " wizard\n" + wizard_->Process().Transcript();
+    return text;
+}
+
+void Trial::Complain(const std::string& what) {
+    throw std::runtime_error(what + " after:\n" + Transcript());
+}
+
+} // namespace test_support

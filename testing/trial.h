@@ -1,0 +1,96 @@
+// An upgrade that is interrupted, and the runs of the wizard that bring the handheld back.
+//
+// The wizard is led to its last page as a user would lead it, whichever road it takes. After a run
+// that failed, the user does what the page has told: a reset, with the navigator key or without.
+#pragma once
+
+#include "testing/cradle.h"
+#include "testing/wizard_run.h"
+
+#include <memory>
+
+namespace test_support {
+
+enum class Link { Serial, Usb };
+
+// How a transfer begins.
+enum class Start {
+    Fresh,      // a handheld that runs normally, with all pages
+    Resumed,    // an earlier run died before the held-back block
+    Bootloader, // or in it
+};
+
+const char* NameOf(Link link);
+const char* NameOf(Start start);
+
+// Homes in which an upgrade is about to begin, made once by runs that fall silent where they
+// should, and copied for each trial. Any thread may make trials of one stock.
+class Stock {
+public:
+    // Four pieces of the file, and the held-back block's two.
+    static constexpr std::uint32_t ImageSize = 0x100020;
+    static constexpr unsigned FlashMegabytes = 1;
+    static constexpr std::uint32_t FilePieces = 4;
+    static constexpr std::uint32_t Pieces = FilePieces + 2;
+    static constexpr std::uint32_t PieceSize = 0x20000;
+
+    Stock();
+
+    std::filesystem::path Image() const { return image_; }
+    std::filesystem::path Tree() const { return home_.Tree(); }
+    // The registry of the PC and the handheld's folder; the trial's own copy is made of it.
+    std::filesystem::path Shelf(Start start, Link link) const;
+
+private:
+    void Fill(Start start, Link link, const std::string& silentAt);
+
+    TestHome home_;
+    std::filesystem::path image_;
+};
+
+struct Interruption {
+    std::vector<std::string> faults{}; // options of the handheld
+    // Who is killed as soon as the handheld has printed that the fault has struck.
+    enum class Victim { Nobody, Wizard, Handheld } victim = Victim::Nobody;
+};
+
+class Trial {
+public:
+    // Of the page when the wizard was killed.
+    static constexpr int Killed = 0;
+
+    Trial(const Stock& stock, Start start, Link link);
+
+    // Resets the handheld, or puts it into its cradle, and runs the wizard to its last page. Gives
+    // that page, after checking that the record and the handheld fit it. Throws with everything
+    // that was printed where they do not.
+    int Run(const Interruption& interruption = {}, bool navigatorKey = false);
+
+    // Runs the wizard again as the page tells until the upgrade is done: how many runs it took.
+    // Throws after `most` runs, and where the flash then differs from the image.
+    unsigned Heal(int page, unsigned most);
+
+    const TestHome& Home() const { return home_; }
+    Cradle& TheCradle() { return *cradle_; }
+    // Everything that was printed in all runs.
+    std::string Transcript();
+
+private:
+    void StartHandheld(const std::vector<std::string>& faults, bool navigatorKey);
+    void Kill(Interruption::Victim victim);
+    int Lead(bool toTheTransfer);
+    void Check(int page);
+    void ExpectWholeFlash();
+    [[noreturn]] void Complain(const std::string& what);
+
+    const Stock& stock_;
+    const Link link_;
+    TestHome home_;
+    std::unique_ptr<Cradle> cradle_;
+    std::unique_ptr<WizardRun> wizard_;
+    bool handheldKilled_ = false;
+    std::size_t firstLine_ = 0; // of the handheld in this run
+    std::string past_;          // what earlier runs printed
+};
+
+} // namespace test_support

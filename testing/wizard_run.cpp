@@ -1,0 +1,81 @@
+// A run of the wizard at the terminal display.
+
+#include "testing/wizard_run.h"
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace test_support {
+
+namespace {
+
+constexpr char Opening[] = "== ";
+
+std::string OpeningOf(int page) { return Opening + std::to_string(page) + " =="; }
+
+// The page that the line opens; 0 for another line, and for a file dialog's.
+int NumberIn(const std::string& line) {
+    return line.starts_with(Opening) ? std::atoi(line.c_str() + sizeof(Opening) - 1) : 0;
+}
+
+} // namespace
+
+WizardRun::WizardRun(const TestHome& home, const Environment& environment,
+                     const std::string& before, bool terminal)
+    : home_(home),
+      process_({"/bin/sh", "-c", before + "; exec \"$0\"", ProgramFolder() + "/rom-wizard"},
+               {.folder = home.Tree().string(),
+                .environment = home.Variables(environment),
+                .terminal = terminal}) {}
+
+int WizardRun::NextPage() {
+    return NumberIn(process_.ExpectLine([](const std::string& text) { return NumberIn(text) != 0; },
+                                        "that opens a page"));
+}
+
+void WizardRun::ExpectPage(int page) {
+    const int next = NextPage();
+    if (next != page)
+        throw std::runtime_error("instead of page " + std::to_string(page) + " came " +
+                                 std::to_string(next) + " in:\n" + process_.Transcript());
+}
+
+void WizardRun::ExpectEnd(int page) { process_.ExpectLine("-- " + std::to_string(page) + " --"); }
+
+void WizardRun::Answer(int page, const std::string& line) {
+    ExpectPage(page);
+    Send(line);
+}
+
+std::string WizardRun::PageText(int page) {
+    std::string text;
+    for (const std::string& line : process_.Lines()) {
+        if (line.starts_with(OpeningOf(page)))
+            text.clear();
+        text += line + "\n";
+    }
+    return text;
+}
+
+std::vector<int> WizardRun::Pages() {
+    std::vector<int> pages;
+    for (const std::string& line : process_.Lines()) {
+        if (const int page = NumberIn(line))
+            pages.push_back(page);
+    }
+    return pages;
+}
+
+int WizardRun::Finish() {
+    process_.CloseInput();
+    return Wait();
+}
+
+int WizardRun::Wait() {
+    const int code = process_.Wait();
+    if (code == 0)
+        process_.ExpectLine("handles: 0 open, 0 closed twice");
+    return code;
+}
+
+} // namespace test_support

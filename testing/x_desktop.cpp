@@ -1,0 +1,188 @@
+// An X server in memory, and keys through its test extension.
+//
+// Windows have no manager here. The toolkit takes the focus for a window itself then, and a key is
+// pressed only once the window that it is meant for has it.
+
+#include "testing/x_desktop.h"
+
+#include "testing/comes_true.h"
+
+#include <xcb/xtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+namespace test_support {
+
+namespace {
+
+template <class Reply>
+using Freed = std::unique_ptr<Reply, decltype(&std::free)>;
+
+template <class Reply>
+Freed<Reply> Hold(Reply* reply) {
+    return {reply, std::free};
+}
+
+// By the published numbers of keysyms; Latin-1 has its own.
+std::uint32_t KeysymOf(const std::string& name) {
+    static const std::map<std::string, std::uint32_t> names = {
+        {"Tab", 0xFF09},  {"Return", 0xFF0D}, {"Escape", 0xFF1B},  {"space", 0x20},
+        {"Down", 0xFF54}, {"Alt", 0xFFE9},    {"Control", 0xFFE3}, {"Shift", 0xFFE1}};
+    const auto found = names.find(name);
+    return found != names.end() ? found->second : static_cast<std::uint8_t>(name.at(0));
+}
+
+} // namespace
+
+XDesktop::XDesktop() {
+    server_ = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"/usr/bin/Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24",
+                                 "-nolisten", "tcp", "-noreset"});
+    display_ = ":" + server_->ExpectLine(
+                         [](const std::string& line) {
+                             return !line.empty() &&
+                                    line.find_first_not_of("0123456789") == std::string::npos;
+                         },
+                         "that names the display");
+    connection_ = xcb_connect(display_.c_str(), nullptr);
+    if (xcb_connection_has_error(connection_))
+        throw std::runtime_error("cannot reach the X server");
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+    root_ = screen->root;
+    width_ = screen->width_in_pixels;
+    height_ = screen->height_in_pixels;
+    ReadKeyboard();
+}
+
+XDesktop::~XDesktop() { xcb_disconnect(connection_); }
+
+Environment XDesktop::Variables() const {
+    return {{"DISPLAY", display_}, {"ROM_WIZARD_DISPLAY", "desktop"}, {"QT_QPA_PLATFORM", "xcb"}};
+}
+
+void XDesktop::ReadKeyboard() {
+    const xcb_setup_t* setup = xcb_get_setup(connection_);
+    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+    const auto map = Hold(xcb_get_keyboard_mapping_reply(
+        connection_, xcb_get_keyboard_mapping(connection_, setup->min_keycode, count), nullptr));
+    const xcb_keysym_t* symbols = xcb_get_keyboard_mapping_keysyms(map.get());
+    for (unsigned key = 0; key < count; ++key) {
+        for (unsigned level = 0; level < 2 && level < map->keysyms_per_keycode; ++level)
+            keys_.try_emplace(
+                symbols[key * map->keysyms_per_keycode + level],
+                Key{static_cast<xcb_keycode_t>(setup->min_keycode + key), level == 1});
+    }
+}
+
+std::vector<XDesktop::ShownWindow> XDesktop::Windows() {
+    const auto atom = Hold(xcb_intern_atom_reply(
+        connection_, xcb_intern_atom(connection_, 0, 14, "WM_WINDOW_ROLE"), nullptr));
+    const auto tree =
+        Hold(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root_), nullptr));
+    std::vector<ShownWindow> windows;
+    for (int child = 0; child < xcb_query_tree_children_length(tree.get()); ++child) {
+        const xcb_window_t window = xcb_query_tree_children(tree.get())[child];
+        const auto role = Hold(xcb_get_property_reply(
+            connection_, xcb_get_property(connection_, 0, window, atom->atom, XCB_ATOM_ANY, 0, 64),
+            nullptr));
+        const auto looks = Hold(xcb_get_window_attributes_reply(
+            connection_, xcb_get_window_attributes(connection_, window), nullptr));
+        if (role && looks && looks->map_state == XCB_MAP_STATE_VIEWABLE)
+            windows.push_back(
+                {window,
+                 {static_cast<const char*>(xcb_get_property_value(role.get())),
+                  static_cast<std::size_t>(xcb_get_property_value_length(role.get()))}});
+    }
+    return windows;
+}
+
+xcb_window_t XDesktop::Find(const std::string& role) {
+    for (const ShownWindow& shown : Windows())
+        if (shown.role == role)
+            return shown.window;
+    return 0;
+}
+
+// The toolkit gives the focus to a window of its own inside.
+bool XDesktop::HasFocus(xcb_window_t window) {
+    const auto focus =
+        Hold(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+    for (xcb_window_t inner = focus ? focus->focus : 0; inner > 1;) {
+        if (inner == window)
+            return true;
+        const auto tree =
+            Hold(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, inner), nullptr));
+        inner = tree ? tree->parent : 0;
+    }
+    return false;
+}
+
+bool XDesktop::Shows(const std::string& role) { return Find(role) != 0; }
+
+void XDesktop::AwaitWindow(const std::string& role) {
+    if (ComesTrue([&] {
+            const xcb_window_t window = Find(role);
+            return window && HasFocus(window);
+        }))
+        return;
+    std::string shown;
+    for (const ShownWindow& other : Windows())
+        shown += " '" + other.role + (HasFocus(other.window) ? "' (focus)" : "'");
+    throw std::runtime_error("no window " + role + " with the focus; on the screen:" + shown);
+}
+
+std::vector<std::uint8_t> XDesktop::Picture() {
+    const auto image = Hold(xcb_get_image_reply(
+        connection_,
+        xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, root_, 0, 0, width_, height_, ~0U),
+        nullptr));
+    const std::uint8_t* bytes = xcb_get_image_data(image.get());
+    return {bytes, bytes + xcb_get_image_data_length(image.get())};
+}
+
+void XDesktop::Wipe() {
+    const xcb_window_t cover = xcb_generate_id(connection_);
+    const std::uint32_t values[] = {0x00FF00FF, 1}; // its colour; no window manager's business
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, cover, root_, 0, 0, width_, height_, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+    xcb_map_window(connection_, cover);
+    xcb_destroy_window(connection_, cover);
+    xcb_flush(connection_);
+}
+
+void XDesktop::SendKey(xcb_keycode_t code, bool down) {
+    xcb_test_fake_input(connection_, down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, code, XCB_CURRENT_TIME,
+                        root_, 0, 0, 0);
+    xcb_flush(connection_);
+}
+
+void XDesktop::Strike(std::uint32_t keysym) {
+    const Key key = keys_.at(keysym);
+    const xcb_keycode_t shift = keys_.at(KeysymOf("Shift")).code;
+    if (key.shifted)
+        SendKey(shift, true);
+    SendKey(key.code, true);
+    SendKey(key.code, false);
+    if (key.shifted)
+        SendKey(shift, false);
+}
+
+void XDesktop::Press(const std::string& key) {
+    const std::size_t plus = key.find('+');
+    if (plus == std::string::npos || plus == 0)
+        return Strike(KeysymOf(key));
+    const xcb_keycode_t held = keys_.at(KeysymOf(key.substr(0, plus))).code;
+    SendKey(held, true);
+    Strike(KeysymOf(key.substr(plus + 1)));
+    SendKey(held, false);
+}
+
+void XDesktop::Type(const std::string& text) {
+    for (const char letter : text)
+        Strike(static_cast<std::uint8_t>(letter));
+}
+
+} // namespace test_support

@@ -1,0 +1,130 @@
+// What the frame promises to all pages beyond their rows: the end of the run, the middle of the
+// screen, pages that do not block, the bar.
+// label: threads
+
+#include "frame/page.h"
+
+#include "frame/error_pages.h"
+#include "frame/progress_bar.h"
+#include "frame/waiting_pages.h"
+#include "testing/page_test.h"
+
+namespace {
+
+using namespace page_test;
+
+class Frame : public PageTest {};
+
+TEST_F(Frame, no_page_comes_up_once_the_run_has_ended) {
+    State.Run.RunEnded = true;
+    EXPECT_EQ(PageNotShown, ShowPage(PortErrorPage));
+    EXPECT_EQ(nullptr, OpenWaitingPage(BusyPage, nullptr));
+    EXPECT_TRUE(user_.road.empty());
+}
+
+TEST_F(Frame, the_end_of_the_run_ends_a_page_that_is_up_without_a_result) {
+    OpenMainWindow();
+    user_.steps.push_back({143, "1140", [](const PageView&) { return false; }});
+    struct Closer {
+        static DWORD WINAPI Run(LPVOID) {
+            CloseMainWindow();
+            return 0;
+        }
+    };
+    const HANDLE thread = CreateThread(nullptr, 0, Closer::Run, nullptr, 0, nullptr);
+    EXPECT_EQ(PageNotShown, ShowPage(PortErrorPage));
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+    user_.steps.clear();
+    CloseMainWindow(); // a second end, from whoever else met a failure, does nothing
+}
+
+TEST_F(Frame, the_main_window_goes_with_the_run_but_not_while_a_transfer_runs) {
+    OpenMainWindow();
+    for (std::atomic<HWND>* page : {&State.Windows.ProgressPage, &State.Windows.BackupPage}) {
+        *page = State.Windows.MainWindow;
+        SendMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
+        EXPECT_TRUE(IsWindow(State.Windows.MainWindow));
+        *page = nullptr;
+    }
+    State.Run.RunEnded = true; // by a port that did not open, on any thread
+    CloseMainWindow();
+    EXPECT_FALSE(IsWindow(State.Windows.MainWindow));
+}
+
+TEST_F(Frame, a_page_opens_in_the_middle_of_the_screen_at_its_own_size) {
+    user_.steps.push_back({143, "2"});
+    EXPECT_EQ(1, ShowPage(PortErrorPage));
+    const RECT place = First(143).rect;
+    const LONG width = place.right - place.left, height = place.bottom - place.top;
+    EXPECT_EQ((GetSystemMetrics(SM_CXSCREEN) - width) / 2, place.left);
+    EXPECT_EQ((GetSystemMetrics(SM_CYSCREEN) - height) / 2, place.top);
+    EXPECT_EQ(426 * 6 / 4, First(143).clientSize.cx);
+}
+
+TEST_F(Frame, a_waiting_page_stands_with_its_text_until_its_opener_ends_it) {
+    OpenMainWindow();
+    const HWND busy = OpenWaitingPage(BusyPage, State.Windows.MainWindow);
+    ASSERT_TRUE(busy);
+    EXPECT_EQ(Utf8(CatalogText(11057)), TextOf(First(122), 1072));
+    EXPECT_EQ("", First(122).title);
+    EXPECT_EQ(std::vector<std::string>{"show 122"}, user_.road);
+    EndDialog(busy, 1);
+    const HWND prepare = OpenWaitingPage(PreparePage, State.Windows.MainWindow);
+    EXPECT_EQ(Utf8(CatalogText(11106)), TextOf(First(153), 1127));
+    CollapsePage(prepare, true);
+    EndDialog(prepare, 1);
+    CollapsePage(nullptr, true);
+    EXPECT_EQ((std::vector<std::string>{"show 122", "end 122", "show 153", "hide 153", "end 153"}),
+              user_.road);
+    CloseMainWindow();
+    EXPECT_FALSE(IsWindow(busy)) << "the page goes with its owner";
+}
+
+// A bar on the template of the two transfer pages, moved before the page ends.
+struct BarMoves {
+    DWORD range, piece, pieces;
+};
+BarMoves moves;
+
+void MoveBar(HWND page) {
+    State.Windows.ProgressPage = page;
+    State.Windows.ProgressBar = GetDlgItem(page, 1020);
+    ResetProgress(moves.range);
+    for (DWORD i = 0; i < moves.pieces; ++i)
+        AdvanceProgress(moves.piece, moves.range);
+    EndDialog(page, 7);
+}
+
+std::string PercentageAfter(BarMoves planned) {
+    static constexpr Page BarPage = {
+        .dialog = 102, .texts = {}, .results = {}, .hasTitle = false, .open = [](HWND page) {
+            MoveBar(page);
+            char text[20];
+            GetDlgItemTextA(page, 1023, text, sizeof(text));
+            State.Windows.ProgressPage = nullptr;
+            std::snprintf(State.Places.BackupPath, sizeof(State.Places.BackupPath), "%s", text);
+        }};
+    moves = planned;
+    EXPECT_EQ(7, ShowPage(BarPage));
+    return State.Places.BackupPath;
+}
+
+TEST_F(Frame, percentages_are_rounded_down_and_never_pass_the_range_of_the_bar) {
+    EXPECT_EQ("0", PercentageAfter({0xF80000, 0x20000, 0}));
+    EXPECT_EQ("0", PercentageAfter({0xF80000, 0x20000, 1}));
+    EXPECT_EQ("98", PercentageAfter({0xF80000, 0x20000, 122})); // the smallest backup, before 100
+    EXPECT_EQ("100", PercentageAfter({0x40000, 0x20000, 5}));
+    EXPECT_EQ("98", PercentageAfter({0xF800000, 0x200000, 122})); // beyond 32 bits times 100
+    EXPECT_EQ("0", PercentageAfter({0, 0x20000, 2}));             // no image in the folder
+}
+
+TEST_F(Frame, a_bar_whose_page_has_gone_is_moved_without_harm) {
+    State.Windows.ProgressPage = nullptr;
+    State.Windows.ProgressBar = nullptr;
+    ResetProgress(0x40000);
+    AdvanceProgress(0x20000, 0x40000);
+    ShowPercentage(100);
+}
+
+} // namespace

@@ -1,0 +1,40 @@
+// The PC stays awake while a backup or a transfer runs, and no longer.
+
+#include "testing/comes_true.h"
+#include "testing/login_manager.h"
+#include "tests/roads/road.h"
+
+namespace {
+
+using namespace road;
+using test_support::LoginManager;
+
+void ExpectHeld(LoginManager& manager, int count) {
+    EXPECT_TRUE(test_support::ComesTrue([&] { return manager.Held() == count; })) << manager.Held();
+}
+
+TEST(Awake, the_pc_is_kept_from_sleeping_by_a_backup_and_by_a_transfer) {
+    TestHome home;
+    home.AddLanguageFolder();
+    LoginManager manager(home.Path().string());
+    Cradle cradle(home, {.flashMegabytes = 16, .run = {"--silent-at", "start"}});
+    WizardRun wizard(home, manager.Variables());
+    GoToActionChoice(wizard);
+    wizard.Send("1035");
+    EXPECT_TRUE(manager.Asked().empty());
+    GoToBackup(wizard, home.Path("saved.nbf").string());
+    wizard.ExpectPage(BackupPage);
+    wizard.ExpectPage(UpgradeReadyPage);
+    ExpectHeld(manager, 0);
+    wizard.Send("1");
+    wizard.ExpectPage(PreparePage);
+    wizard.ExpectPage(ProgressPage); // which waits in vain
+    ExpectHeld(manager, 1);
+    wizard.ExpectPage(UpgradeErrorPage);
+    wizard.Send("");
+    EXPECT_EQ(0, wizard.Wait());
+    ExpectHeld(manager, 0);
+    EXPECT_EQ((std::vector<std::string>(2, "sleep:idle block")), manager.Asked());
+}
+
+} // namespace

@@ -1,0 +1,125 @@
+// A device that answers wrongly, late or not at all, at each step of each transfer: what the wizard
+// shows, what it keeps for the next run, and that the next run succeeds.
+// fills the machine
+
+#include "testing/side_by_side.h"
+#include "testing/trial.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace test_support;
+using namespace test_support::pages;
+
+struct Fault {
+    Start start;
+    Link link;
+    std::vector<std::string> options;
+    int page; // that must follow; 0: either a failure's or the good one
+};
+
+const Fault Faults[] = {
+    // Of the image's six pieces four come from the file; after the fourth 0x40000 bytes are left.
+    {Start::Fresh, Link::Serial, {"--silent-at", "start"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Serial, {"--silent-at", "size"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Serial, {"--silent-at", "1"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Serial, {"--silent-at", "3"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Serial, {"--silent-at", "4"}, CommunicationErrorPage},
+    {Start::Fresh, Link::Serial, {"--silent-at", "5"}, CommunicationErrorPage},
+    {Start::Fresh, Link::Usb, {"--silent-at", "start"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Usb, {"--silent-at", "size"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Usb, {"--silent-at", "3"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Usb, {"--silent-at", "4"}, CommunicationErrorPage},
+    {Start::Fresh, Link::Usb, {"--silent-at", "5"}, CommunicationErrorPage},
+    {Start::Resumed, Link::Serial, {"--silent-at", "start"}, UpgradeErrorPage},
+    {Start::Resumed, Link::Serial, {"--silent-at", "size"}, UpgradeErrorPage},
+    {Start::Resumed, Link::Serial, {"--silent-at", "3"}, UpgradeErrorPage},
+    {Start::Resumed, Link::Serial, {"--silent-at", "4"}, CommunicationErrorPage},
+    {Start::Resumed, Link::Usb, {"--silent-at", "3"}, UpgradeErrorPage},
+    {Start::Resumed, Link::Usb, {"--silent-at", "5"}, CommunicationErrorPage},
+    {Start::Bootloader, Link::Serial, {"--silent-at", "start"}, CommunicationErrorPage},
+    {Start::Bootloader, Link::Serial, {"--silent-at", "sync"}, CommunicationErrorPage},
+    {Start::Bootloader, Link::Usb, {"--silent-at", "record"}, CommunicationErrorPage},
+    {Start::Bootloader, Link::Usb, {"--silent-at", "1"}, CommunicationErrorPage},
+    {Start::Bootloader, Link::Serial, {"--silent-at", "3"}, CommunicationErrorPage},
+    // One stray byte is allowed ahead of the answer to the start byte, and nowhere else.
+    {Start::Fresh, Link::Serial, {"--stray-at", "start"}, UpgradeDonePage},
+    {Start::Resumed, Link::Usb, {"--stray-at", "start"}, UpgradeDonePage},
+    {Start::Resumed, Link::Serial, {"--stray-at", "size"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Usb, {"--stray-at", "2"}, UpgradeErrorPage},
+    {Start::Resumed, Link::Serial, {"--stray-at", "4"}, CommunicationErrorPage},
+    {Start::Resumed, Link::Usb, {"--stray-at", "5"}, CommunicationErrorPage},
+    {Start::Bootloader, Link::Serial, {"--stray-at", "start"}, UpgradeDonePage},
+    {Start::Bootloader, Link::Serial, {"--stray-at", "sync"}, UpgradeDonePage},
+    {Start::Bootloader, Link::Usb, {"--stray-at", "2"}, UpgradeDonePage},
+    // On USB the first token may be taken while its double is still being read, which then counts
+    // for the next piece; the flasher refuses what comes early, so either end may follow.
+    {Start::Resumed, Link::Serial, {"--burst-at", "start"}, UpgradeDonePage},
+    {Start::Resumed, Link::Serial, {"--burst-at", "2"}, UpgradeDonePage},
+    {Start::Fresh, Link::Serial, {"--burst-at", "4"}, UpgradeDonePage},
+    {Start::Fresh, Link::Usb, {"--burst-at", "start"}, UpgradeDonePage},
+    {Start::Resumed, Link::Usb, {"--burst-at", "2"}, 0},
+    {Start::Resumed, Link::Usb, {"--burst-at", "4"}, 0},
+    {Start::Bootloader, Link::Serial, {"--burst-at", "start"}, 0},
+    {Start::Bootloader, Link::Serial, {"--burst-at", "sync"}, 0},
+    {Start::Bootloader, Link::Usb, {"--burst-at", "1"}, 0},
+    // A token and its zero in two bursts; the bootloader's prompt and its last byte. The zero may
+    // come together with the next token, which it then hides.
+    {Start::Fresh, Link::Serial, {"--split-at", "start"}, 0},
+    {Start::Resumed, Link::Serial, {"--split-at", "2"}, 0},
+    {Start::Resumed, Link::Serial, {"--split-at", "5"}, UpgradeDonePage},
+    {Start::Resumed, Link::Usb, {"--split-at", "start"}, UpgradeDonePage},
+    {Start::Resumed, Link::Usb, {"--split-at", "3"}, 0},
+    {Start::Bootloader, Link::Serial, {"--split-at", "start"}, UpgradeDonePage},
+    // The time of the handheld runs at four times the rate of the wizard's: 8 seconds of the
+    // wizard's, which a timer grants, and 60, which none does.
+    {Start::Fresh, Link::Usb, {"--late-at", "start", "--late-by", "32000"}, UpgradeDonePage},
+    {Start::Resumed, Link::Serial, {"--late-at", "4", "--late-by", "32000"}, UpgradeDonePage},
+    {Start::Bootloader, Link::Serial, {"--late-at", "3", "--late-by", "32000"}, UpgradeDonePage},
+    {Start::Resumed, Link::Usb, {"--late-at", "start", "--late-by", "240000"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Serial, {"--late-at", "4", "--late-by", "240000"}, CommunicationErrorPage},
+    {Start::Bootloader,
+     Link::Usb,
+     {"--late-at", "sync", "--late-by", "240000"},
+     CommunicationErrorPage},
+    // It takes nothing in for that long, while the wizard writes.
+    {Start::Fresh, Link::Serial, {"--deaf-at", "2", "--deaf-for", "32000"}, UpgradeDonePage},
+    {Start::Resumed, Link::Usb, {"--deaf-at", "2", "--deaf-for", "32000"}, UpgradeDonePage},
+    {Start::Resumed, Link::Serial, {"--deaf-at", "2", "--deaf-for", "240000"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Usb, {"--deaf-at", "4", "--deaf-for", "240000"}, CommunicationErrorPage},
+    {Start::Fresh,
+     Link::Usb,
+     {"--unplug-at", "600000", "--replug-after", "20"},
+     CommunicationErrorPage},
+    {Start::Resumed, Link::Usb, {"--unplug-at", "3", "--replug-after", "20"}, UpgradeErrorPage},
+    {Start::Fresh, Link::Serial, {"--port-held"}, PortErrorPage},
+    {Start::Fresh, Link::Usb, {"--port-held"}, PortErrorPage},
+    {Start::Resumed, Link::Serial, {"--port-held"}, PortErrorPage},
+    {Start::Resumed, Link::Usb, {"--port-held"}, PortErrorPage},
+    {Start::Bootloader, Link::Usb, {"--port-held"}, PortErrorPage},
+};
+
+std::string Describe(const Fault& fault) {
+    std::string text = std::string(NameOf(fault.start)) + " over " + NameOf(fault.link);
+    for (const std::string& option : fault.options)
+        text += " " + option;
+    return text;
+}
+
+TEST(LinkFaults, come_to_the_right_page_and_the_next_run_succeeds) {
+    const Stock stock;
+    const auto failures = SideBySide(std::size(Faults), [&](std::size_t at) {
+        const Fault& fault = Faults[at];
+        Trial trial(stock, fault.start, fault.link);
+        const int page = trial.Run({.faults = fault.options});
+        if (fault.page != 0 && page != fault.page)
+            throw std::runtime_error(Describe(fault) + " comes to page " + std::to_string(page) +
+                                     "\n" + trial.Transcript());
+        trial.Heal(page, 1);
+    });
+    for (const std::string& failure : failures)
+        ADD_FAILURE() << failure;
+}
+
+} // namespace

@@ -1,0 +1,251 @@
+// Runs that find a record and no handheld: what goes over the wire to the bootloader, and what
+// stands in the way of a resumed transfer without costing the record.
+// label: threads
+
+#include "tests/roads/road.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using namespace road;
+namespace fs = std::filesystem;
+using Bytes = std::vector<std::uint8_t>;
+
+struct Record {
+    fs::path image;
+    std::string model = "TOLKP1000";
+    std::string language = "ENG";
+    std::string folder = "English";
+    bool usb = false;
+    bool critical = false;
+    bool heldBack = false; // the note beside it
+};
+
+// The registry's own text; the manager has written the head of the file.
+void LeaveRecord(const TestHome& home, const Record& record) {
+    std::string path = "Z:" + record.image.string();
+    std::string escaped;
+    for (const char character : path)
+        escaped += character == '/' ? "\\\\" : std::string(1, character);
+    std::ofstream(home.Home() / "registry.reg", std::ios::app)
+        << "\n[HKEY_CURRENT_USER\\Software\\FlashUtility]\n"
+        << "\"Flash\"=dword:00000001\n\"Language\"=\"" << record.folder << "\"\n\"ModelID\"=\""
+        << record.model << "\"\n\"Lang\"=\"" << record.language << "\"\n\"Version\"=\"1.10\"\n"
+        << "\"USB\"=dword:0000000" << record.usb << "\n\"FlashFile\"=\"" << escaped << "\"\n"
+        << (record.critical ? "\"Critical\"=dword:00000001\n" : "")
+        << (record.heldBack ? "\n[HKEY_CURRENT_USER\\Software\\FlashUtilityHeldBack]\n" : "");
+}
+
+// As a transfer leaves it that died before the held-back block.
+void LeaveInFlasher(const TestHome& home, Cradle& cradle,
+                    const std::vector<std::string>& options = {}) {
+    cradle.TakeOut();
+    std::ofstream(home.Device() / "state") << "mode=flasher\ntouched=1\n";
+    cradle.RestartHandheld(options);
+}
+
+// The progress page may have been taken off the screen before it was shown.
+void ExpectEndWithRecord(const TestHome& home, WizardRun& wizard, int page) {
+    wizard.ExpectPage(BusyPage);
+    wizard.Send("2"); // to the first page that has that button
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_EQ(page, wizard.Pages().back());
+    EXPECT_TRUE(HasProgressRecord(home));
+    EXPECT_FALSE(IsMarkedCritical(home));
+}
+
+TEST(Resume, without_its_image_or_with_one_for_another_handheld_keeps_the_record) {
+    struct Case {
+        const char* name;
+        Record record;
+        int page;
+    };
+    TestHome home;
+    const fs::path image = home.AddLanguageFolder();
+    const Case cases[] = {
+        {"gone", {.image = home.Path("gone.nbf")}, ImageOpenErrorPage},
+        {"model", {.image = image, .model = "TOLKP2000"}, IncompatibleImagePage},
+        {"language", {.image = image, .language = "FRE"}, IncompatibleImagePage},
+    };
+    Cradle cradle(home);
+    const auto registry = test_support::ReadFileBytes(home.Home() / "registry.reg");
+    LeaveInFlasher(home, cradle);
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.name);
+        std::ofstream(home.Home() / "registry.reg", std::ios::binary)
+            .write(reinterpret_cast<const char*>(registry.data()),
+                   static_cast<std::streamsize>(registry.size()));
+        LeaveRecord(home, one.record);
+        WizardRun wizard(home);
+        ExpectEndWithRecord(home, wizard, one.page);
+    }
+    EXPECT_EQ("", cradle.Refused()); // not a byte has gone out
+}
+
+// A wizard that was killed in the held-back block has shown no page. Its flasher may be listening
+// still, and is asked over its own link; only where it is silent the note leads to the bootloader.
+TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
+    struct Case {
+        const char* name;
+        bool usb, noted;
+        std::vector<std::string> faults;
+        int page;
+    };
+    const Case cases[] = {
+        {"listens on usb", true, true, {}, UpgradeDonePage},
+        {"silent", false, true, {"--silent-at", "start"}, CommunicationErrorPage},
+        {"silent, much was left", false, false, {"--silent-at", "start"}, UpgradeErrorPage},
+        {"silent later", false, true, {"--silent-at", "size"}, UpgradeErrorPage},
+        {"off the bus", true, true, {"--port-held"}, PortErrorPage},
+        {"off the bus, much was left", true, false, {"--port-held"}, PortErrorPage},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.name);
+        TestHome home;
+        const fs::path image = home.AddLanguageFolder();
+        Cradle cradle(home);
+        LeaveRecord(home, {.image = image, .usb = one.usb, .heldBack = one.noted});
+        LeaveInFlasher(home, cradle, one.faults);
+        for (const bool again : {false, true}) {
+            WizardRun wizard(home);
+            wizard.ExpectPage(BusyPage);
+            wizard.ExpectPage(ProgressPage);
+            wizard.Answer(one.page, "esc");
+            const bool gone = again && one.noted;
+            if (one.page == PortErrorPage && gone)
+                wizard.Answer(CommunicationErrorPage, "2");
+            EXPECT_EQ(0, wizard.Wait());
+            EXPECT_EQ(128 + SIGKILL, cradle.Manager().Wait()); // it may hold the port
+            EXPECT_EQ(one.page == CommunicationErrorPage || (one.page == PortErrorPage && gone),
+                      IsMarkedCritical(home));
+            if (one.page != PortErrorPage)
+                break;
+        }
+        EXPECT_EQ(one.page == UpgradeDonePage, !HasProgressRecord(home));
+    }
+}
+
+// With a handheld that answers, the transfer is one with its flasher, whatever the last one was.
+TEST(Resume, an_old_mark_of_the_bootloader_does_not_choose_the_page_of_a_fresh_run) {
+    TestHome home;
+    const fs::path image = home.AddLanguageFolder();
+    Cradle cradle(home, {.run = {"--silent-at", "start"}});
+    LeaveRecord(home, {.image = image, .critical = true});
+    WizardRun wizard(home);
+    ChooseSerial(wizard);
+    for (const int page : {BusyPage, BusyPage, ActionChoicePage})
+        wizard.ExpectPage(page);
+    wizard.Send("1035");
+    ConfirmUpgrade(wizard);
+    wizard.ExpectPage(PreparePage);
+    wizard.ExpectPage(ProgressPage);
+    wizard.Answer(UpgradeErrorPage, "2");
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_FALSE(IsMarkedCritical(home));
+}
+
+TEST(Resume, an_image_without_a_held_back_block_is_not_announced) {
+    for (const bool bootloader : {false, true}) {
+        TestHome home;
+        const fs::path image = home.AddLanguageFolder();
+        fs::resize_file(image, 0x8001F);
+        Cradle cradle(home);
+        LeaveRecord(home, {.image = image, .critical = bootloader});
+        const std::string log = home.Path("wire").string();
+        if (bootloader)
+            cradle.RestartHandheld({"--bootloader", "--log", log});
+        else
+            LeaveInFlasher(home, cradle, {"--log", log});
+        WizardRun wizard(home);
+        wizard.ExpectPage(BusyPage);
+        wizard.ExpectPage(ProgressPage);
+        wizard.Answer(ImageOpenErrorPage, "2");
+        EXPECT_EQ(0, wizard.Wait());
+        EXPECT_TRUE(HasProgressRecord(home));
+        EXPECT_EQ(bootloader ? Bytes{} : Bytes{0x41}, test_support::ReadFileBytes(log));
+    }
+}
+
+void Append(Bytes& wire, std::initializer_list<std::uint32_t> numbers) {
+    for (const std::uint32_t number : numbers) {
+        for (int shift = 0; shift < 32; shift += 8)
+            wire.push_back(static_cast<std::uint8_t>(number >> shift));
+    }
+}
+
+// What the bootloader must hear for an image: blocks in file order up to one past the end.
+Bytes BootloaderWire(Bytes image) {
+    constexpr std::uint32_t Block = 0x40000;
+    const auto fileSize = static_cast<std::uint32_t>(image.size());
+    Bytes wire = {'l', '\r', 'B', '0', '0', '0', 'F', 'F', '\n'};
+    Append(wire, {Block, 0xF40000});
+    image.resize(image.size() + 2 * Block, 0xFF);
+    for (std::uint32_t offset = Block; offset < fileSize; offset += Block) {
+        Append(wire, {offset, Block, 0});
+        const auto data = image.begin() + static_cast<std::ptrdiff_t>(offset + 0x20);
+        wire.insert(wire.end(), data, data + Block);
+    }
+    return wire;
+}
+
+TEST(Resume, the_bootloader_hears_every_block_in_order_and_erased_flash_behind_the_end) {
+    for (const std::uint32_t more : {0U, 0x123U}) { // a whole number of blocks, and not
+        TestHome home;
+        const fs::path image = home.AddLanguageFolder();
+        fs::resize_file(image, fs::file_size(image) + more);
+        Cradle cradle(home);
+        const std::string log = home.Path("wire").string();
+        cradle.RestartHandheld({"--bootloader", "--log", log});
+        EXPECT_EQ("bootloader, shows its picture", cradle.StatusOf("mode"));
+        LeaveRecord(home, {.image = image, .usb = true, .critical = true});
+        if (more != 0)
+            MoveToSecondPort(home);
+        WizardRun wizard(home);
+        wizard.ExpectPage(BusyPage);
+        wizard.ExpectPage(ProgressPage);
+        wizard.ExpectLine("30 minutes"); // the serial link's, whatever the first attempt used
+        for (const char* percentage : {"33%", "66%", "99%", "133%", "100%"})
+            wizard.ExpectLine(percentage);
+        FinishUpgrade(wizard, FinishUsbPage);
+        EXPECT_EQ(0, wizard.Wait());
+        EXPECT_TRUE(test_support::ReadFileBytes(log) ==
+                    BootloaderWire(test_support::ReadFileBytes(image)));
+        EXPECT_EQ("", cradle.Refused());
+        EXPECT_FALSE(HasProgressRecord(home));
+    }
+}
+
+TEST(Resume, a_full_size_image_goes_to_the_flasher_over_usb_and_to_the_bootloader) {
+    for (const bool bootloader : {false, true}) {
+        TestHome home;
+        const fs::path image =
+            home.AddLanguageFolder({.folder = "Japanese", .language = "JPN", .size = 0xF80020});
+        Cradle cradle(home, {.language = "JPN", .flashMegabytes = 16});
+        LeaveRecord(home, {.image = image,
+                           .language = "JPN",
+                           .folder = "Japanese",
+                           .usb = true,
+                           .critical = bootloader});
+        if (bootloader)
+            cradle.RestartHandheld({"--bootloader"});
+        else
+            LeaveInFlasher(home, cradle);
+        WizardRun wizard(home);
+        wizard.ExpectPage(BusyPage);
+        wizard.ExpectPage(ProgressPage);
+        wizard.ExpectLine(bootloader ? "60 minutes" : "8 minutes");
+        wizard.ExpectLine(bootloader ? "100%" : "98%");
+        FinishUpgrade(wizard, FinishUsbPage);
+        EXPECT_EQ(0, wizard.Wait());
+        cradle.Handheld().ExpectLine(": complete");
+        EXPECT_TRUE(cradle.FlashEquals(image));
+        EXPECT_EQ("", cradle.Refused());
+        cradle.Reset();
+        EXPECT_EQ("2.00", cradle.StatusOf("version").substr(0, 4));
+    }
+}
+
+} // namespace

@@ -1,0 +1,100 @@
+// What road tests share: a handheld in its cradle, a folder tree, and the pages of the usual road.
+#pragma once
+
+#include "testing/cradle.h"
+#include "testing/pc_registry.h"
+#include "testing/wizard_run.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace road {
+
+using test_support::Cradle;
+using test_support::CradleOptions;
+using test_support::HasProgressRecord;
+using test_support::ImageOptions;
+using test_support::IsMarkedCritical;
+using test_support::TestHome;
+using test_support::WizardRun;
+
+using namespace test_support::pages;
+
+inline void PassIntroduction(WizardRun& wizard) {
+    wizard.Answer(UpgradeNoticePage, "1181");
+    wizard.Answer(WelcomePage, "1");
+    wizard.Answer(HostChecklistPage, "1");
+    wizard.Answer(DeviceChecklistPage, "1");
+}
+
+// ActiveSync is said to use another port than the one that is taken by default, and the handheld is
+// connected there.
+inline void MoveToSecondPort(const TestHome& home) {
+    const auto ports = home.Home() / "ports";
+    std::filesystem::remove(ports / "COM2");
+    std::filesystem::copy_symlink(ports / "COM1", ports / "COM2");
+    std::filesystem::remove(ports / "COM1");
+    std::filesystem::create_symlink("no such port", ports / "COM1");
+    std::ofstream(home.Home() / "registry.reg", std::ios::app)
+        << "\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows CE Services]\n"
+        << "\"SerialPort\"=\"COM2\"\n";
+}
+
+// Radio buttons of ConnectionTypePage.
+constexpr char Usb[] = "1150";
+constexpr char Serial[] = "1151";
+
+inline void ChooseLink(WizardRun& wizard, const char* link) {
+    wizard.ExpectPage(BusyPage);
+    wizard.Answer(ConnectionTypePage, link);
+    wizard.Send("1");
+}
+
+inline void ChooseSerial(WizardRun& wizard) { ChooseLink(wizard, Serial); }
+
+// From the start to the choice of the action, with the image verified.
+inline void GoToActionChoice(WizardRun& wizard, const char* link = Serial) {
+    PassIntroduction(wizard);
+    ChooseLink(wizard, link);
+    wizard.ExpectPage(BusyPage); // identification
+    wizard.ExpectPage(BusyPage); // verification
+    wizard.ExpectPage(ActionChoicePage);
+}
+
+inline void ConfirmUpgrade(WizardRun& wizard) {
+    wizard.Answer(VersionConfirmPage, "1");
+    wizard.Answer(BackupChoicePage, "1");
+    wizard.Answer(UpgradeReadyPage, "1");
+}
+
+// From the confirmation of the version to the backup, which is then under way.
+inline void GoToBackup(WizardRun& wizard, const std::string& file) {
+    wizard.Answer(VersionConfirmPage, "1");
+    wizard.Answer(BackupChoicePage, "1030");
+    wizard.ExpectLine("== save ==");
+    wizard.Send(file);
+}
+
+// Up to the transfer, which is then under way.
+inline void GoToTransfer(WizardRun& wizard, const char* link = Serial) {
+    GoToActionChoice(wizard, link);
+    wizard.Send("1035");
+    ConfirmUpgrade(wizard);
+    wizard.ExpectPage(PreparePage);
+    wizard.ExpectEnd(PreparePage);
+    wizard.ExpectPage(ProgressPage);
+}
+
+// On USB the last page is another one than on a serial link.
+inline void FinishUpgrade(WizardRun& wizard, int lastPage = FinishPage) {
+    wizard.Answer(UpgradeDonePage, "1181");
+    wizard.Home().AwaitConnectionManager();
+    wizard.ExpectPage(lastPage);
+    wizard.Send("1134"); // no readme
+    wizard.Send("1");
+}
+
+} // namespace road

@@ -1,0 +1,108 @@
+// A backup, an upgrade and the restore of the backup, in every ROM size.
+
+#include "testing/image_file.h"
+#include "tests/roads/road.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace {
+
+using namespace road;
+using test_support::HeaderFor;
+using test_support::ReadBytes;
+
+constexpr std::uint32_t Header = 32;
+
+std::string FlashOf(const TestHome& home) { return ReadBytes(home.Device() / "flash.bin"); }
+
+// The percentages of the page that is up, in their order.
+std::vector<int> Percentages(const std::string& pageText) {
+    std::vector<int> percentages;
+    std::istringstream lines(pageText);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.ends_with("%"))
+            percentages.push_back(std::stoi(line));
+    }
+    return percentages;
+}
+
+struct RomKind {
+    const char *folder, *language, *version, *next;
+    std::uint32_t size;
+    const char* duration;
+};
+
+class RoundTrip : public testing::TestWithParam<RomKind> {
+protected:
+    void Upgrade(WizardRun& wizard) {
+        wizard.Answer(UpgradeReadyPage, "1");
+        wizard.ExpectPage(PreparePage);
+        wizard.ExpectPage(ProgressPage);
+        FinishUpgrade(wizard, FinishUsbPage);
+        EXPECT_EQ(0, wizard.Wait());
+    }
+};
+
+TEST_P(RoundTrip, a_backup_brings_the_flash_back_to_the_last_bit) {
+    const RomKind& rom = GetParam();
+    TestHome home;
+    home.AddLanguageFolder({.folder = rom.folder,
+                            .language = rom.language,
+                            .version = rom.next,
+                            .size = rom.size + Header});
+    Cradle cradle(home, {.version = rom.version,
+                         .language = rom.language,
+                         .flashMegabytes = rom.size > 0x1000000 ? 32U : 16U});
+    const std::string flash = FlashOf(home);
+    const auto backup = home.Path("saved.nbf");
+    {
+        WizardRun wizard(home);
+        GoToActionChoice(wizard, Usb);
+        wizard.Send("1035");
+        GoToBackup(wizard, backup.string());
+        wizard.ExpectPage(BackupPage);
+        wizard.ExpectLine(rom.duration);
+        wizard.ExpectEnd(BackupPage);
+        const std::vector<int> percentages = Percentages(wizard.PageText(BackupPage));
+        EXPECT_TRUE(std::ranges::is_sorted(percentages));
+        EXPECT_EQ(100, percentages.back());
+        EXPECT_FALSE(std::filesystem::exists(cradle.File("Temp/sarvel.exe")));
+        EXPECT_FALSE(std::filesystem::exists(cradle.File("Temp/image.nb")));
+        Upgrade(wizard);
+        EXPECT_NE(std::string::npos,
+                  wizard.PageText(UpgradeReadyPage).find("sauvegarde de la ROM"));
+    }
+    const std::string body = flash.substr(0, rom.size);
+    const std::string identity = std::string("TOLKP1000-") + rom.language + "-" + rom.version;
+    EXPECT_TRUE(ReadBytes(backup) == HeaderFor(identity, body) + body);
+    cradle.Reset();
+    EXPECT_EQ(rom.next + std::string(".00"), cradle.StatusOf("version"));
+    EXPECT_FALSE(FlashOf(home) == flash);
+    home.AwaitConnectionManager();
+    {
+        WizardRun wizard(home);
+        GoToActionChoice(wizard, Usb);
+        wizard.Send("1036");
+        wizard.ExpectLine("== open ==");
+        wizard.Send(backup.string());
+        wizard.ExpectPage(BusyPage);
+        wizard.Answer(VersionConfirmPage, "1");
+        wizard.Answer(BackupChoicePage, "1");
+        Upgrade(wizard);
+    }
+    cradle.Reset();
+    EXPECT_EQ(rom.version + std::string(".00"), cradle.StatusOf("version"));
+    EXPECT_TRUE(FlashOf(home) == flash);
+    EXPECT_EQ("", cradle.Refused());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, RoundTrip,
+    testing::Values(RomKind{"English", "ENG", "1.87", "1.99", 0xF80000, "8 minutes"},
+                    RomKind{"French", "FRE", "2.00", "2.10", 0x1000000, "8 minutes"},
+                    RomKind{"Japanese", "JPN", "1.99", "1.10", 0x1F80000, "16 minutes"},
+                    RomKind{"SChinese", "CHS", "2.01", "3.00", 0x2000000, "16 minutes"}),
+    [](const auto& rom) { return rom.param.language + std::to_string(rom.param.size >> 18); });
+
+} // namespace

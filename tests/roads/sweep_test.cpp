@@ -1,0 +1,36 @@
+// Upgrades that are cut off anywhere, and brought back by running the wizard again as its pages
+// tell. After each cut the page and the record are checked, and after the last run the flash.
+//
+// By hand, over more cuts: ROM_WIZARD_SWEEP=COUNT,SEED build/release/tests/wizard_sweep_test
+// label: threads
+// fills the machine
+
+#include "testing/extent.h"
+#include "testing/sweep.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace test_support;
+
+#ifdef __SANITIZE_THREAD__
+constexpr std::size_t UsualCuts = 40; // each takes several times as long
+#else
+constexpr std::size_t UsualCuts = 204;
+#endif
+
+TEST(Sweep, a_cut_anywhere_is_told_rightly_and_healed_by_the_next_run) {
+    const Extent extent = WantedExtent("ROM_WIZARD_SWEEP", {.count = UsualCuts, .first = 1});
+    const std::vector<Cut> cuts = ChooseCuts(extent.count, extent.first);
+    const SweepResult result = RunSweep(cuts);
+    for (const std::string& failure : result.failures)
+        ADD_FAILURE() << "seed " << extent.first << ": " << failure;
+    std::printf(
+        "%zu distinct cuts with seed %llu, %u runs of the wizard after them, %zu failures\n",
+        cuts.size(), static_cast<unsigned long long>(extent.first), result.runs,
+        result.failures.size());
+    EXPECT_EQ(extent.count, cuts.size());
+}
+
+} // namespace

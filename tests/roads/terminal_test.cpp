@@ -1,0 +1,170 @@
+// Whole roads at a terminal of 80 columns: an upgrade, a backup with its restore, and an upgrade
+// that was broken off and is resumed; and what the terminal is spared.
+
+#include "tests/roads/road.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <iterator>
+
+namespace {
+
+using namespace road;
+using test_support::Environment;
+
+constexpr char Red[] = "\033[31m", Plain[] = "\033[0m";
+
+class AtTerminal : public testing::Test {
+protected:
+    // A wizard on a pseudo-terminal that knows colours.
+    static WizardRun Start(const TestHome& home, Environment environment = {}) {
+        if (environment.empty())
+            environment = {{"NO_COLOR", ""}};
+        environment.emplace_back("TERM", "xterm");
+        return WizardRun(home, environment, "exec setsid --ctty \"$0\"", true);
+    }
+    // Columns that the line takes: without escape codes, a character of UTF-8 each.
+    static std::size_t ColumnsOf(std::string line) {
+        for (const char* code : {Red, Plain})
+            for (std::size_t at; (at = line.find(code)) != std::string::npos;)
+                line.erase(at, std::strlen(code));
+        return static_cast<std::size_t>(std::ranges::count_if(
+            line, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
+    }
+    // Percentages stand in place, one over the other.
+    static void ExpectToFit(WizardRun& wizard) {
+        for (const std::string& line : wizard.Process().Lines()) {
+            const bool percentages = line.find("%") != std::string::npos;
+            EXPECT_TRUE(percentages || ColumnsOf(line) <= 80) << line;
+        }
+    }
+};
+
+TEST_F(AtTerminal, an_upgrade_reads_in_80_columns_with_its_warnings_in_red) {
+    TestHome home;
+    const auto image = home.AddLanguageFolder();
+    Cradle cradle(home);
+    WizardRun wizard = Start(home);
+    GoToTransfer(wizard);
+    FinishUpgrade(wizard);
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_TRUE(cradle.FlashEquals(image));
+    ExpectToFit(wizard);
+    for (const char* text : {"REMARQUE", "Ne retirez pas la connexion", "Consultez le CD"})
+        EXPECT_TRUE(wizard.Process().Has(std::string(Red) + text)) << text;
+    std::vector<std::string> percentages; // all in place, on one line
+    std::ranges::copy_if(wizard.Process().Lines(), std::back_inserter(percentages),
+                         [](const std::string& line) { return line.find('%') != line.npos; });
+    ASSERT_EQ(1U, percentages.size());
+    EXPECT_LE(3, std::ranges::count(percentages[0], '%')) << percentages[0];
+}
+
+TEST_F(AtTerminal, a_backup_and_its_restore_without_colours_where_the_user_wants_none) {
+    TestHome home;
+    home.AddLanguageFolder();
+    Cradle cradle(home, {.flashMegabytes = 16});
+    const auto saved = home.Path("saved.nbf");
+    {
+        WizardRun wizard = Start(home, {{"NO_COLOR", "1"}});
+        GoToActionChoice(wizard, Usb);
+        wizard.Send("1035");
+        GoToBackup(wizard, saved.string());
+        wizard.ExpectPage(BackupPage);
+        wizard.Answer(UpgradeReadyPage, "1");
+        wizard.ExpectPage(PreparePage);
+        wizard.ExpectPage(ProgressPage);
+        FinishUpgrade(wizard, FinishUsbPage);
+        EXPECT_EQ(0, wizard.Wait());
+        ExpectToFit(wizard);
+        EXPECT_FALSE(wizard.Process().Has("\033"));
+        cradle.Handheld().ExpectLine(": complete");
+    }
+    cradle.Reset();
+    WizardRun wizard = Start(home);
+    GoToActionChoice(wizard);
+    wizard.Send("1036");
+    wizard.ExpectLine("== open ==");
+    wizard.Send(saved.string());
+    wizard.ExpectPage(BusyPage);
+    ConfirmUpgrade(wizard);
+    wizard.ExpectPage(PreparePage);
+    wizard.ExpectPage(ProgressPage);
+    FinishUpgrade(wizard);
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_TRUE(cradle.FlashEquals(saved));
+}
+
+TEST_F(AtTerminal, an_upgrade_that_was_broken_off_is_resumed) {
+    TestHome home;
+    const auto image = home.AddLanguageFolder();
+    Cradle cradle(home, {.run = {"--dies-at", "300000"}});
+    {
+        WizardRun wizard = Start(home);
+        GoToTransfer(wizard);
+        wizard.Answer(UpgradeErrorPage, "");
+        EXPECT_EQ(0, wizard.Wait());
+        ExpectToFit(wizard);
+    }
+    cradle.Reset();
+    WizardRun wizard = Start(home);
+    wizard.ExpectPage(BusyPage);
+    wizard.ExpectPage(ProgressPage);
+    FinishUpgrade(wizard);
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_TRUE(cradle.FlashEquals(image));
+    ExpectToFit(wizard);
+}
+
+// Held up between two of its tokens, so that it lasts for as long as the user needs.
+TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_and_not_by_the_end_of_the_terminal) {
+    TestHome home;
+    const auto image = home.AddLanguageFolder();
+    Cradle cradle(home, {.run = {"--late-at", "start", "--late-by", "40000"}});
+    WizardRun wizard = Start(home, {{"ROM_WIZARD_CLOCK", "3,500"}});
+    GoToTransfer(wizard);
+    cradle.Handheld().ExpectLine("late at start");
+    cradle.Handheld().Signal(SIGSTOP);
+    for (const char* key : {"\x03", "\x1A", "\x1C"}) { // Ctrl-C, Ctrl-Z, Ctrl-Backslash
+        wizard.Process().Type(key);
+        wizard.ExpectLine("not broken off: ");
+    }
+    wizard.Process().Type("\x13"); // Ctrl-S
+    cradle.Handheld().Signal(SIGCONT);
+    cradle.Handheld().ExpectLine(": complete");
+    EXPECT_TRUE(cradle.FlashEquals(image));
+    wizard.Process().HangUp();
+    EXPECT_EQ(0, wizard.Process().Wait());
+}
+
+TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
+    TestHome home;
+    home.AddLanguageFolder();
+    Cradle cradle(home);
+    {
+        WizardRun wizard = Start(home);
+        GoToActionChoice(wizard);
+        wizard.Send("1036");
+        wizard.ExpectLine("== open ==");
+        wizard.Process().Type("\x03");
+        wizard.ExpectPage(ActionChoicePage);
+        wizard.Process().Signal(SIGHUP); // as the end of input
+        EXPECT_EQ(0, wizard.Wait());
+    }
+    cradle.StartManager({"--major", "3", "--minor", "1"});
+    WizardRun wizard = Start(home);
+    wizard.ExpectPage(ActiveSyncVersionPage);
+    wizard.Process().Type("\x03");
+    EXPECT_EQ(0, wizard.Wait());
+}
+
+TEST_F(AtTerminal, is_where_a_wizard_shows_itself_that_finds_no_desktop) {
+    TestHome home;
+    home.AddLanguageFolder();
+    Cradle cradle(home);
+    WizardRun wizard(home, {{"ROM_WIZARD_DISPLAY", ""}, {"DISPLAY", ":4711"}});
+    wizard.Answer(UpgradeNoticePage, "2");
+    EXPECT_EQ(0, wizard.Wait());
+}
+
+} // namespace

@@ -1,0 +1,174 @@
+// The whole road of an upgrade over the serial link: the wizard as a process, the handheld as
+// another, a real tty between them.
+// label: threads
+
+#include "testing/comes_true.h"
+#include "tests/roads/road.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace {
+
+using namespace road;
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::size_t HeldBack = 0x40020;
+constexpr std::size_t Rest = 0x80020;
+
+// What must come over the wire for an image: start byte, size, the rest, the held-back block.
+Bytes WireBytes(const Bytes& image) {
+    const auto size = static_cast<std::uint32_t>(image.size() - HeldBack);
+    Bytes wire = {0x41};
+    for (int shift = 0; shift < 32; shift += 8)
+        wire.push_back(static_cast<std::uint8_t>(size >> shift));
+    const auto at = [&](std::size_t place) {
+        return image.begin() + static_cast<std::ptrdiff_t>(place);
+    };
+    wire.insert(wire.end(), at(Rest), image.end());
+    wire.insert(wire.end(), at(HeldBack), at(Rest));
+    return wire;
+}
+
+struct FullSize {
+    const char *link, *folder, *language, *duration;
+};
+
+class FullSizeUpgrade : public testing::TestWithParam<FullSize> {};
+
+TEST_P(FullSizeUpgrade, goes_out_in_the_wire_order_to_the_last_byte) {
+    const FullSize& one = GetParam();
+    TestHome home;
+    const auto image =
+        home.AddLanguageFolder({.folder = one.folder, .language = one.language, .size = 0xF80020});
+    const std::string log = home.Path("wire").string();
+    Cradle cradle(home, {.language = one.language, .flashMegabytes = 16, .run = {"--log", log}});
+    WizardRun wizard(home);
+    GoToTransfer(wizard, one.link);
+    EXPECT_TRUE(HasProgressRecord(home));
+    wizard.ExpectLine(one.duration);
+    FinishUpgrade(wizard, one.link == Usb ? FinishUsbPage : FinishPage);
+    EXPECT_EQ(0, wizard.Wait());
+    cradle.Handheld().ExpectLine(": complete");
+
+    const Bytes wire = test_support::ReadFileBytes(log);
+    EXPECT_EQ(1u + 4u + 0xF40000u, wire.size());
+    EXPECT_TRUE(wire == WireBytes(test_support::ReadFileBytes(image)));
+    EXPECT_EQ("", cradle.Refused());
+    EXPECT_TRUE(cradle.FlashEquals(image));
+    EXPECT_FALSE(HasProgressRecord(home));
+
+    EXPECT_NE(std::string::npos, wizard.Process().Transcript().find("98%"));
+    cradle.Reset();
+    EXPECT_EQ("2.00", cradle.StatusOf("version").substr(0, 4));
+}
+
+INSTANTIATE_TEST_SUITE_P(Upgrade, FullSizeUpgrade,
+                         testing::Values(FullSize{Serial, "English", "ENG", "30 minutes"},
+                                         FullSize{Usb, "French", "FRE", "4 minutes"},
+                                         FullSize{Serial, "Japanese", "JPN", "60 minutes"},
+                                         FullSize{Usb, "SChinese", "CHS", "8 minutes"}),
+                         [](const auto& one) {
+                             return std::string(one.param.language) +
+                                    (one.param.link == Usb ? "_usb" : "_serial");
+                         });
+
+// The readme comes up first, by the program that the test puts into the place of the host's.
+TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
+    const struct {
+        std::vector<const char*> lines;
+        bool readme;
+    } ways[] = {{{""}, true}, {{"1134", "1"}, false}, {{"esc"}, false}};
+    for (const auto& way : ways) {
+        TestHome home;
+        home.AddLanguageFolder();
+        const auto opened = home.Path("opened");
+        std::filesystem::create_directory(home.Path("bin"));
+        std::ofstream(home.Path("bin/wordpad.exe"))
+            << "#!/bin/sh\nprintf '%s' \"$1\" >'" << opened.string() << "'\n";
+        std::filesystem::permissions(home.Path("bin/wordpad.exe"), std::filesystem::perms::all);
+        Cradle cradle(home);
+        WizardRun wizard(home, {{"PATH", home.Path("bin").string() + ":/usr/bin:/bin"}});
+        GoToTransfer(wizard);
+        wizard.Answer(UpgradeDonePage, "1181");
+        cradle.Handheld().ExpectLine(": complete");
+        cradle.Reset();
+        cradle.AwaitConnection(); // through the ActiveSync that the wizard has started again
+        EXPECT_EQ("never set", cradle.StatusOf("clock"));
+        wizard.ExpectPage(FinishPage);
+        for (const char* line : way.lines)
+            wizard.Send(line);
+        EXPECT_EQ(0, wizard.Wait());
+        EXPECT_NE("never set", cradle.StatusOf("clock"));
+        const auto isOpened = [&] { return std::filesystem::exists(opened); };
+        EXPECT_TRUE(way.readme ? test_support::ComesTrue(isOpened) : !isOpened());
+    }
+}
+
+TEST(Upgrade, a_restore_writes_the_file_that_the_user_picks) {
+    TestHome home;
+    home.AddLanguageFolder();
+    const auto picked =
+        home.MakeImage({.folder = "saved", .file = "old rom.nbf", .version = "1.87", .seed = 7});
+    Cradle cradle(home);
+    WizardRun wizard(home);
+    GoToActionChoice(wizard);
+    wizard.Send("1036");
+    wizard.ExpectLine("== open ==");
+    wizard.Send("no such file.nbf");
+    wizard.ExpectLine("== open ==");
+    wizard.Send(picked.string());
+    wizard.ExpectPage(BusyPage); // a picked file is verified too
+    ConfirmUpgrade(wizard);
+    wizard.ExpectPage(PreparePage);
+    wizard.ExpectPage(ProgressPage);
+    FinishUpgrade(wizard);
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_TRUE(cradle.FlashEquals(picked));
+}
+
+TEST(Upgrade, files_of_the_module_list_are_gone_and_others_are_not) {
+    TestHome home;
+    home.AddLanguageFolder();
+    std::ofstream(home.Tree() / "English/module.dat", std::ios::binary)
+        << "first.dll\r\nno such file.exe\r\nlast.dll\r\n$\r\nkept.dll\r\n";
+    Cradle cradle(home);
+    for (const char* name : {"first.dll", "last.dll", "kept.dll"})
+        std::ofstream(cradle.File(std::string("Windows/") + name)) << "x";
+    WizardRun wizard(home);
+    GoToActionChoice(wizard);
+    EXPECT_EQ(0, wizard.Finish());
+    EXPECT_FALSE(std::filesystem::exists(cradle.File("Windows/first.dll")));
+    EXPECT_FALSE(std::filesystem::exists(cradle.File("Windows/last.dll")));
+    EXPECT_TRUE(std::filesystem::exists(cradle.File("Windows/kept.dll")));
+}
+
+TEST(Upgrade, activesync_is_ended_for_the_transfer_and_its_port_is_the_one_in_the_registry) {
+    TestHome home;
+    home.AddLanguageFolder();
+    Cradle cradle(home);
+    MoveToSecondPort(home);
+    WizardRun wizard(home);
+    GoToTransfer(wizard);
+    EXPECT_EQ(128 + 9, cradle.Manager().Wait());
+    wizard.Answer(UpgradeDonePage, "esc"); // leaves without starting it, and without another page
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_EQ(UpgradeDonePage, wizard.Pages().back());
+    EXPECT_FALSE(HasProgressRecord(home));
+}
+
+TEST(Upgrade, a_second_start_ends_at_once_and_leaves_the_first_alone) {
+    TestHome home;
+    home.AddLanguageFolder();
+    Cradle cradle(home);
+    WizardRun first(home);
+    first.ExpectPage(UpgradeNoticePage);
+    WizardRun second(home);
+    EXPECT_EQ(0, second.Wait());
+    EXPECT_TRUE(second.Pages().empty());
+    first.Send("1181");
+    first.ExpectPage(WelcomePage);
+    EXPECT_EQ(0, first.Finish());
+}
+
+} // namespace

@@ -1,0 +1,166 @@
+// The record of an interrupted upgrade, through the real registry of the layer: what is stored to
+// the byte, and what a reader makes of records that are odd.
+
+#include "state/progress_record.h"
+
+#include "state/state.h"
+#include "wizard/conclusion.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+constexpr char RecordKey[] = "Software\\FlashUtility";
+
+class ProgressRecord : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        char folder[] = "/tmp/progress-record-XXXXXX";
+        ASSERT_TRUE(mkdtemp(folder));
+        home_ = folder;
+        setenv("ROM_WIZARD_HOME", folder, 1);
+    }
+    static void TearDownTestSuite() { std::filesystem::remove_all(home_); }
+
+    void SetUp() override {
+        DeleteProgressRecord();
+        std::strcpy(State.Places.LanguageFolder, "French");
+        std::strcpy(State.Handheld.DeviceModel, "TOLKP1000");
+        std::strcpy(State.Handheld.DeviceLanguage, "FRE");
+        std::strcpy(State.Handheld.DeviceVersionText, "1.14");
+        std::strcpy(State.Places.ImagePath, "Z:\\images\\rom\xE9.nbf");
+        State.Run.SerialLinkSelected = true;
+        State.Run.BootloaderResume = false;
+    }
+
+    struct Stored {
+        DWORD type;
+        std::string data;
+    };
+
+    static Stored Read(const char* name) {
+        HKEY key = nullptr;
+        EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_CURRENT_USER, RecordKey, 0, KEY_READ, &key));
+        Stored stored{0, std::string(300, '?')};
+        DWORD size = 300;
+        EXPECT_EQ(ERROR_SUCCESS,
+                  RegQueryValueExA(key, name, nullptr, &stored.type,
+                                   reinterpret_cast<BYTE*>(stored.data.data()), &size))
+            << name;
+        stored.data.resize(size);
+        RegCloseKey(key);
+        return stored;
+    }
+
+    static void Write(const char* name, DWORD type, const std::string& data) {
+        HKEY key = nullptr;
+        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_CURRENT_USER, RecordKey, 0, nullptr, 0,
+                                                 KEY_ALL_ACCESS, nullptr, &key, nullptr));
+        RegSetValueExA(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
+                       static_cast<DWORD>(data.size()));
+        RegCloseKey(key);
+    }
+
+    static std::string Padded(std::string text, std::size_t size) {
+        text.resize(size, '\0');
+        return text;
+    }
+
+    static inline std::string home_;
+};
+
+TEST_F(ProgressRecord, is_stored_to_the_byte) {
+    std::memset(State.Places.LanguageFolder + sizeof("French"), 'x', 5); // of an earlier text
+    WriteProgressRecord();
+    EXPECT_EQ(std::string("\1\0\0\0", 4), Read("Flash").data);
+    EXPECT_EQ(Padded("French", 20), Read("Language").data);
+    EXPECT_EQ(Padded("TOLKP1000", 15), Read("ModelID").data);
+    EXPECT_EQ(Padded("FRE", 10), Read("Lang").data);
+    EXPECT_EQ(Padded("1.14", 20), Read("Version").data);
+    EXPECT_EQ(std::string(4, '\0'), Read("USB").data);
+    EXPECT_EQ("Z:\\images\\rom\xE9.nbf", Read("FlashFile").data); // no terminator
+    EXPECT_EQ(static_cast<DWORD>(REG_DWORD), Read("USB").type);
+    EXPECT_EQ(static_cast<DWORD>(REG_SZ), Read("FlashFile").type);
+}
+
+TEST_F(ProgressRecord, comes_back_whole_in_the_next_run) {
+    State.Run.SerialLinkSelected = false;
+    WriteProgressRecord();
+    MarkCriticalFailure();
+    State.Places = {};
+    for (auto* text : {State.Handheld.DeviceModel, State.Handheld.DeviceLanguage,
+                       State.Handheld.DeviceVersionText})
+        text[0] = '\0';
+    State.Run.SerialLinkSelected = true;
+    EXPECT_TRUE(ReadProgressRecord());
+    EXPECT_STREQ("French", State.Places.LanguageFolder);
+    EXPECT_STREQ("TOLKP1000", State.Handheld.DeviceModel);
+    EXPECT_STREQ("FRE", State.Handheld.DeviceLanguage);
+    EXPECT_STREQ("1.14", State.Handheld.DeviceVersionText);
+    EXPECT_STREQ("Z:\\images\\rom\xE9.nbf", State.Places.ImagePath);
+    EXPECT_FALSE(State.Run.SerialLinkSelected);
+    EXPECT_TRUE(State.Run.BootloaderResume);
+    DeleteProgressRecord();
+    EXPECT_FALSE(ReadProgressRecord());
+}
+
+TEST_F(ProgressRecord, of_a_number_only_the_first_byte_counts) {
+    Write("Flash", REG_DWORD, std::string("\0\1\0\0", 4)); // 256
+    EXPECT_FALSE(ReadProgressRecord());
+    Write("Flash", REG_DWORD, std::string("\1\1\0\0", 4)); // 0x101
+    EXPECT_TRUE(ReadProgressRecord());
+}
+
+TEST_F(ProgressRecord, with_critical_alone_is_not_pending_but_marks_the_bootloader) {
+    MarkCriticalFailure();
+    EXPECT_FALSE(ReadProgressRecord());
+    EXPECT_TRUE(State.Run.BootloaderResume);
+}
+
+// The road of the next run is the record's alone.
+TEST_F(ProgressRecord, has_a_note_beside_it_that_changes_nothing_it_says_and_goes_with_it) {
+    WriteProgressRecord();
+    EXPECT_FALSE(NoteClosedPort());
+    NoteHeldBackBlock();
+    EXPECT_TRUE(ReadProgressRecord());
+    EXPECT_FALSE(State.Run.BootloaderResume);
+    EXPECT_TRUE(HeldBackBlockNoted());
+    EXPECT_FALSE(NoteClosedPort());
+    EXPECT_TRUE(NoteClosedPort());
+    WriteProgressRecord(); // another transfer
+    EXPECT_FALSE(HeldBackBlockNoted());
+    NoteHeldBackBlock();
+    EXPECT_FALSE(NoteClosedPort());
+    DeleteProgressRecord();
+    EXPECT_FALSE(HeldBackBlockNoted());
+}
+
+TEST_F(ProgressRecord, takes_names_in_any_case_and_passes_over_values_that_do_not_fit) {
+    Write("a long one", REG_BINARY, std::string(300, 'z'));
+    Write("FLASH", REG_DWORD, std::string("\1\0\0\0", 4));
+    Write("modelid", REG_SZ, std::string(100, 'M'));
+    EXPECT_TRUE(ReadProgressRecord());
+    EXPECT_EQ(std::string(14, 'M'), State.Handheld.DeviceModel);
+}
+
+TEST_F(ProgressRecord, names_no_image_rather_than_another_one_where_the_path_does_not_fit) {
+    for (const std::size_t length : {259U, 260U}) {
+        Write("FlashFile", REG_SZ, "Z:\\" + std::string(length - 3, 'f'));
+        ReadProgressRecord();
+        EXPECT_EQ(length == 259 ? 259 : 0, std::strlen(State.Places.ImagePath));
+    }
+}
+
+TEST(Conclusion, from_the_held_back_block_on_only_the_bootloader_helps) {
+    EXPECT_FALSE(OnlyBootloaderHelps(0x60000, false)); // before the first block
+    EXPECT_FALSE(OnlyBootloaderHelps(0x40001, false));
+    EXPECT_TRUE(OnlyBootloaderHelps(0x40000, false));
+    EXPECT_TRUE(OnlyBootloaderHelps(0x60000, true));
+}
+
+} // namespace

@@ -1,6 +1,0 @@
-// The record itself. It is filled with zero at load; the two values that start otherwise say so
-// where they are declared.
-
-#include "wizard/state.h"
-
-WizardState State;
