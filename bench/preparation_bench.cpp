@@ -118,9 +118,9 @@ void SetText(char (&target)[Size], const std::string& text) {
 
 // The run counts as ended, so that no page comes up here.
 void Connect(const TestHome& home) {
-    SetText(State.Places.AppDirectory, "Z:" + home.Tree().string());
-    SetText(State.Places.LanguageFolder, "English");
-    SetText(State.Places.SerialPortName, "COM1:");
+    SetText(State.Paths.AppDirectory, "Z:" + home.Tree().string());
+    SetText(State.Paths.LanguageFolder, "English");
+    SetText(State.Paths.SerialPortName, "COM1:");
     SetText(State.Image.ImageLanguage, "ENG");
     State.Run.RunEnded = State.Run.UpgradeUnderway = State.Run.SerialLinkSelected = true;
     State.RapiInit.size = sizeof(State.RapiInit);

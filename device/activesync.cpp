@@ -9,18 +9,18 @@
 namespace {
 
 constexpr char PathKey[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE";
-constexpr DWORD PathRoom = 256; // bytes
+constexpr DWORD PathCapacity = 256; // bytes
 // All access as Windows XP and its forerunners know it. The headers' constant is that of later
 // systems, which these refuse.
 constexpr DWORD ProcessAllAccess = 0x1F0FFF;
-constexpr int TitleRoom = 100; // characters; a longer title is cut
+constexpr int TitleCapacity = 100; // characters; a longer title is cut
 
 // The list changes while it is walked and could lead in a circle. No session holds more windows.
-constexpr int MostWindows = 0x10000;
+constexpr int MaxWindows = 0x10000;
 
 bool HasTitle(HWND window, const char* title) {
-    char text[TitleRoom] = {};
-    GetWindowTextA(window, text, TitleRoom);
+    char text[TitleCapacity] = {};
+    GetWindowTextA(window, text, TitleCapacity);
     return lstrcmpiA(text, title) == 0;
 }
 
@@ -43,7 +43,7 @@ void EndProcessOfWindow(HWND window, const char* title) {
 // The first window below MainWindow with that title, of those without a parent.
 void EndWindowProcess(const char* title) {
     HWND window = GetWindow(State.Windows.MainWindow, GW_HWNDNEXT);
-    for (int visited = 0; window && visited < MostWindows; ++visited) {
+    for (int visited = 0; window && visited < MaxWindows; ++visited) {
         if (!GetParent(window) && HasTitle(window, title)) {
             EndProcessOfWindow(window, title);
             return;
@@ -52,11 +52,11 @@ void EndWindowProcess(const char* title) {
     }
 }
 
-bool ReadActiveSyncPath(char (&path)[PathRoom + 1]) {
+bool ReadActiveSyncPath(char (&path)[PathCapacity + 1]) {
     HKEY key = nullptr;
     if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, PathKey, 0, KEY_READ, &key) != ERROR_SUCCESS)
         return false;
-    DWORD size = PathRoom;
+    DWORD size = PathCapacity;
     const bool read = RegQueryValueExA(key, "", nullptr, nullptr, reinterpret_cast<BYTE*>(path),
                                        &size) == ERROR_SUCCESS;
     RegCloseKey(key);
@@ -71,7 +71,7 @@ void StopActiveSync() {
 }
 
 void StartActiveSync() {
-    char path[PathRoom + 1] = {};
+    char path[PathCapacity + 1] = {};
     if (!ReadActiveSyncPath(path))
         return;
     char commandLine[] = "";

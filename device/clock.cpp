@@ -21,7 +21,7 @@ ClockRecord ReadClock() {
 }
 
 // From the folder of the image's language, which need not be that of the handheld.
-bool PlaceClockLibrary() {
+bool CopyClockLibraryOfLanguage() {
     char pcPath[MAX_PATH];
     return TreeFilePath(State.Image.ImageLanguageName, "Clepsa.dll", pcPath) &&
            CopyClockLibrary(pcPath, "\\Windows\\Clepsa.dll");
@@ -34,13 +34,13 @@ void SetDeviceClock() {
     if (CeRapiInitEx(&State.RapiInit) != 0)
         return;
     const ClockRecord record = ReadClock();
-    if (PlaceClockLibrary())
+    if (CopyClockLibraryOfLanguage())
         CeRapiInvoke(u"Clepsa.dll", u"ClepsaSet", sizeof(record), &record);
     CeRapiUninit();
 }
 
 bool CopyClockLibrary(const char* pcPath, const char* devicePath) {
-    char16_t path[DevicePathRoom];
+    char16_t path[DevicePathCapacity];
     return WidenText(devicePath, path) && CopyToDevice(pcPath, CopyBlock, [&path] {
                return CeCreateFile(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS,
                                    FILE_ATTRIBUTE_NORMAL);

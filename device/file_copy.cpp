@@ -5,7 +5,7 @@
 namespace {
 
 bool CopyBlocks(HANDLE source, CeHandle target, DWORD block) {
-    char bytes[LargestCopyBlock];
+    char bytes[MaxCopyBlock];
     DWORD count = 0;
     do {
         std::uint32_t done = 0;

@@ -8,7 +8,7 @@
 #include <functional>
 
 // Most bytes that go over in one write.
-constexpr DWORD LargestCopyBlock = 4096;
+constexpr DWORD MaxCopyBlock = 4096;
 
 // Opens the PC file, then the target, and copies in writes of `block` bytes. `openTarget` is called
 // only when the file has been opened; CeInvalidHandle from it is a failure. True when the whole

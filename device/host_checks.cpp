@@ -12,10 +12,10 @@
 namespace {
 
 constexpr char ActiveSyncKey[] = "SOFTWARE\\Microsoft\\Windows CE Services";
-constexpr DWORD TextRoom = 100; // bytes of a text value, and characters of a value's name
+constexpr DWORD TextCapacity = 100; // bytes of a text value, and characters of a value's name
 
 // Major times 10 plus minor; 3.10 counts as 40.
-constexpr DWORD OldestActiveSync = 35;
+constexpr DWORD MinActiveSyncVersion = 35;
 
 // Null when it cannot be opened.
 HKEY OpenMachineKey(const char* name) {
@@ -32,13 +32,13 @@ DWORD NumberOr0(HKEY key, const char* name) {
     return read ? number : 0;
 }
 
-bool ReadsOneOf(const char* keyName, const char* valueName,
-                std::initializer_list<const char*> texts) {
+bool ValueIsOneOf(const char* keyName, const char* valueName,
+                  std::initializer_list<const char*> texts) {
     const HKEY key = OpenMachineKey(keyName);
     if (!key)
         return false;
-    char data[TextRoom + 1] = {};
-    DWORD size = TextRoom;
+    char data[TextCapacity + 1] = {};
+    DWORD size = TextCapacity;
     const bool read = RegQueryValueExA(key, valueName, nullptr, nullptr,
                                        reinterpret_cast<BYTE*>(data), &size) == ERROR_SUCCESS;
     RegCloseKey(key);
@@ -50,14 +50,15 @@ bool ReadsOneOf(const char* keyName, const char* valueName,
 }
 
 // True when the value at this index is there and was read.
-bool ReadValueAt(HKEY key, DWORD index, char (&name)[TextRoom + 1], char (&data)[TextRoom + 1]) {
-    DWORD nameLength = TextRoom;
-    DWORD size = TextRoom;
+bool ReadValueAt(HKEY key, DWORD index, char (&name)[TextCapacity + 1],
+                 char (&data)[TextCapacity + 1]) {
+    DWORD nameLength = TextCapacity;
+    DWORD size = TextCapacity;
     const LONG result = RegEnumValueA(key, index, name, &nameLength, nullptr, nullptr,
                                       reinterpret_cast<BYTE*>(data), &size);
     if (result != ERROR_SUCCESS)
         return false;
-    data[size <= TextRoom ? size : TextRoom] = '\0';
+    data[size <= TextCapacity ? size : TextCapacity] = '\0';
     return true;
 }
 
@@ -70,17 +71,17 @@ bool ActiveSyncVersionOk() {
     const DWORD major = NumberOr0(key, "MajorVersion");
     const DWORD minor = NumberOr0(key, "MinorVersion");
     RegCloseKey(key);
-    return major * 10 + minor >= OldestActiveSync;
+    return major * 10 + minor >= MinActiveSyncVersion;
 }
 
 bool IsWindows95() {
-    return ReadsOneOf("SOFTWARE\\Microsoft\\Windows\\CurrentVersion", "ProductName",
-                      {"Microsoft Windows 95"});
+    return ValueIsOneOf("SOFTWARE\\Microsoft\\Windows\\CurrentVersion", "ProductName",
+                        {"Microsoft Windows 95"});
 }
 
 bool IsOldWindowsNT() {
-    return ReadsOneOf("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentVersion",
-                      {"4.0", "3.51"});
+    return ValueIsOneOf("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "CurrentVersion",
+                        {"4.0", "3.51"});
 }
 
 void ReadSerialPortName(char (&buffer)[32]) {
@@ -90,8 +91,8 @@ void ReadSerialPortName(char (&buffer)[32]) {
     const HKEY key = OpenMachineKey(ActiveSyncKey);
     if (!key)
         return;
-    char name[TextRoom + 1] = {};
-    char data[TextRoom + 1] = {};
+    char name[TextCapacity + 1] = {};
+    char data[TextCapacity + 1] = {};
     for (DWORD index = 0; ReadValueAt(key, index, name, data); ++index) {
         if (lstrcmpiA(name, "SerialPort") != 0)
             continue;

@@ -20,7 +20,7 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::uint32_t AssetBytes = 12000; // as many as are read; what is wanted lies in them
+constexpr std::uint32_t AssetSize = 12000; // as many as are read; what is wanted lies in them
 constexpr std::size_t ModelOffset = 152;
 constexpr std::size_t ModelUnits = 9; // UTF-16, as all units below
 constexpr std::size_t VersionOffset = 2556;
@@ -32,13 +32,13 @@ constexpr char16_t ResultFile[] = u"\\temp\\type.dat";
 constexpr DWORD PollMilliseconds = 100;
 // 60 seconds of waiting. The waits are counted, not timed: the questions in between take what a
 // slow cable makes them take, and that must not use up the handheld's time.
-constexpr int MostPolls = 600;
+constexpr int MaxPolls = 600;
 
 bool IsZeroUnit(Bytes field, std::size_t unit) {
     return field[2 * unit] == 0 && field[2 * unit + 1] == 0;
 }
 
-void TakeModel(Bytes field) {
+void ParseModel(Bytes field) {
     char(&model)[15] = State.Handheld.DeviceModel;
     std::memset(model, 0, sizeof(model));
     for (std::size_t unit = 0; unit < field.size() / 2 && !IsZeroUnit(field, unit); ++unit)
@@ -52,7 +52,7 @@ void RepairVersion(char (&text)[VersionUnits + 1]) {
 }
 
 // A zero unit in this field does not end the text; it stands for a point.
-void TakeVersionAndLanguage(Bytes field) {
+void ParseVersionAndLanguage(Bytes field) {
     char text[VersionUnits + 1] = {};
     for (std::size_t unit = 0; unit < field.size() / 2; ++unit)
         text[unit] = IsZeroUnit(field, unit) ? '.' : static_cast<char>(field[2 * unit]);
@@ -65,7 +65,7 @@ void TakeVersionAndLanguage(Bytes field) {
 }
 
 bool AwaitResultFile() {
-    for (int poll = 0; poll < MostPolls; ++poll) {
+    for (int poll = 0; poll < MaxPolls; ++poll) {
         Sleep(PollMilliseconds);
         CeFindData found = {};
         const CeHandle search = CeFindFirstFile(ResultFile, &found);
@@ -83,7 +83,7 @@ bool ReadResultByte(CeHandle file, std::uint8_t* value) {
 }
 
 // The result file goes whatever it held, so that no later poll meets an old one.
-bool TakeFlashSize() {
+bool ReadResultFile() {
     const CeHandle file =
         CeCreateFile(ResultFile, GENERIC_READ, 0, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
     if (file == CeInvalidHandle)
@@ -107,15 +107,15 @@ bool ReadAssetData() {
                                        FILE_SHARE_READ, OPEN_EXISTING, 0);
     if (file == CeInvalidHandle)
         return false;
-    std::array<std::uint8_t, AssetBytes> asset = {};
+    std::array<std::uint8_t, AssetSize> asset = {};
     std::uint32_t done = 0;
     if (CeGetFileSize(file) != INVALID_FILE_SIZE)
-        CeReadFile(file, asset.data(), AssetBytes, &done); // the count tells what came
+        CeReadFile(file, asset.data(), AssetSize, &done); // the count tells what came
     CeCloseHandle(file);
     if (done < VersionOffset + 2 * VersionUnits)
         return false;
-    TakeModel(Bytes(asset).subspan(ModelOffset, 2 * ModelUnits));
-    TakeVersionAndLanguage(Bytes(asset).subspan(VersionOffset, 2 * VersionUnits));
+    ParseModel(Bytes(asset).subspan(ModelOffset, 2 * ModelUnits));
+    ParseVersionAndLanguage(Bytes(asset).subspan(VersionOffset, 2 * VersionUnits));
     return true;
 }
 
@@ -127,5 +127,5 @@ bool ReadFlashSize() {
         CeRapiUninit();
         return false;
     }
-    return AwaitResultFile() && TakeFlashSize();
+    return AwaitResultFile() && ReadResultFile();
 }

@@ -10,15 +10,15 @@
 
 bool TreeFilePath(const char* folder, const char* name, char (&path)[MAX_PATH]) {
     const int length =
-        std::snprintf(path, sizeof(path), "%s\\%s\\%s", State.Places.AppDirectory, folder, name);
-    if (State.Places.AppDirectory[0] && length >= 0 && length < static_cast<int>(sizeof(path)))
+        std::snprintf(path, sizeof(path), "%s\\%s\\%s", State.Paths.AppDirectory, folder, name);
+    if (State.Paths.AppDirectory[0] && length >= 0 && length < static_cast<int>(sizeof(path)))
         return true;
     path[0] = '\0';
     return false;
 }
 
 bool FolderFilePath(const char* name, char (&path)[MAX_PATH]) {
-    return TreeFilePath(State.Places.LanguageFolder, name, path);
+    return TreeFilePath(State.Paths.LanguageFolder, name, path);
 }
 
 bool ForEachFolderFile(const std::function<bool(const WIN32_FIND_DATAA&)>& visit) {

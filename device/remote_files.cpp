@@ -31,8 +31,8 @@ bool IsOnDevice(const char16_t* path) {
 }
 
 bool SetAside(const char16_t* path, const char* bareName) {
-    char aside[DevicePathRoom];
-    char16_t wideAside[DevicePathRoom];
+    char aside[DevicePathCapacity];
+    char16_t wideAside[DevicePathCapacity];
     if (!TempPath(bareName, aside) || !WidenText(aside, wideAside))
         return false;
     CeDeleteFile(wideAside); // usually there is none
@@ -40,7 +40,7 @@ bool SetAside(const char16_t* path, const char* bareName) {
 }
 
 CeHandle CreatePushTarget(const char* devicePath, const char* bareName) {
-    char16_t path[DevicePathRoom];
+    char16_t path[DevicePathCapacity];
     if (!WidenText(devicePath, path))
         return CeInvalidHandle;
     const CeHandle created = CeCreateFile(path, GENERIC_READ | GENERIC_WRITE,
@@ -60,7 +60,7 @@ bool PushFile(const char* pcPath, const char* devicePath, const char* bareName) 
 
 bool PushListedFile(const char* name, const char* deviceName) {
     char pcPath[MAX_PATH];
-    char devicePath[DevicePathRoom];
+    char devicePath[DevicePathCapacity];
     return FolderFilePath(name, pcPath) && TempPath(deviceName, devicePath) &&
            PushFile(pcPath, devicePath, deviceName);
 }
@@ -75,6 +75,6 @@ bool PushFolderFile(const char* name, const char* deviceName) {
 }
 
 bool DeleteDeviceFile(const char* devicePath) {
-    char16_t path[DevicePathRoom];
+    char16_t path[DevicePathCapacity];
     return WidenText(devicePath, path) && CeDeleteFile(path);
 }

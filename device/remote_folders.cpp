@@ -17,7 +17,7 @@ constexpr int MaxEntries = 1000;
 // Folder, backslash and name; empty where they do not fit a device path.
 std::u16string PathIn(const char16_t* folder, const char16_t* name) {
     std::u16string path = std::u16string(folder) + u"\\" + name;
-    return path.size() < DevicePathRoom ? path : std::u16string();
+    return path.size() < DevicePathCapacity ? path : std::u16string();
 }
 
 // Calls `visit` for each entry that is not a plain folder until it gives false: then false, as for
@@ -46,7 +46,7 @@ bool ForEachDeviceFile(const char16_t* folder, const char16_t* pattern,
 } // namespace
 
 bool RemoveDeviceFolder(const char* folder) {
-    char16_t path[DevicePathRoom];
+    char16_t path[DevicePathCapacity];
     if (!WidenText(folder, path))
         return false;
     const bool emptied = ForEachDeviceFile(path, u"*.*", [&path](const char16_t* name) {
@@ -56,13 +56,13 @@ bool RemoveDeviceFolder(const char* folder) {
 }
 
 bool CreateDeviceFolder(const char* folder) {
-    char16_t path[DevicePathRoom];
+    char16_t path[DevicePathCapacity];
     return WidenText(folder, path) && CeCreateDirectory(path);
 }
 
 void CopyDeviceLinks(const char* source, const char* target) {
-    char16_t from[DevicePathRoom];
-    char16_t to[DevicePathRoom];
+    char16_t from[DevicePathCapacity];
+    char16_t to[DevicePathCapacity];
     if (!WidenText(source, from) || !WidenText(target, to))
         return;
     ForEachDeviceFile(from, u"*.lnk", [&](const char16_t* name) {

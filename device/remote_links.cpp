@@ -12,11 +12,11 @@ namespace {
 
 // Folder and widened name; empty where they do not fit a device path.
 std::u16string LinkPath(const char16_t* folder, const char* name) {
-    char16_t wideName[DevicePathRoom];
+    char16_t wideName[DevicePathCapacity];
     if (!WidenText(name, wideName))
         return {};
     std::u16string path = std::u16string(folder) + wideName;
-    return path.size() < DevicePathRoom ? path : std::u16string();
+    return path.size() < DevicePathCapacity ? path : std::u16string();
 }
 
 bool WriteText(const char16_t* path, const char* content) {
@@ -50,6 +50,6 @@ bool WriteDeviceLink(const char16_t* folder, const char* name, const char* conte
 }
 
 bool WriteDeviceFile(const char* path, const char* content) {
-    char16_t widePath[DevicePathRoom];
+    char16_t widePath[DevicePathCapacity];
     return WidenText(path, widePath) && WriteText(widePath, content);
 }

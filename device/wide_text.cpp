@@ -5,10 +5,10 @@
 
 #include <windows.h>
 
-bool WidenText(const char* text, char16_t (&wide)[DevicePathRoom]) {
+bool WidenText(const char* text, char16_t (&wide)[DevicePathCapacity]) {
     wide[0] = u'\0';
     const int units = MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, text, -1,
-                                          reinterpret_cast<LPWSTR>(wide), DevicePathRoom);
+                                          reinterpret_cast<LPWSTR>(wide), DevicePathCapacity);
     if (units == 0)
         wide[0] = u'\0'; // whatever fitted before it overflowed
     return units != 0;

@@ -4,8 +4,8 @@
 #include <cstddef>
 
 // Room of a device path in UTF-16 units, terminator included. No longer path exists there.
-constexpr std::size_t DevicePathRoom = 260;
+constexpr std::size_t DevicePathCapacity = 260;
 
 // Widens text of the ANSI code page. False, with an empty text and the last error set, where it
 // does not fit: a path that was cut would name another file.
-bool WidenText(const char* text, char16_t (&wide)[DevicePathRoom]);
+bool WidenText(const char* text, char16_t (&wide)[DevicePathCapacity]);

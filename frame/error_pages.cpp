@@ -39,7 +39,7 @@ constexpr PageColour MismatchColours[] = {
 
 void SetLanguageLines(HWND page) {
     SetLabelledText(page, IDC_INCOMPATIBLE_DEVICE_LANGUAGE, IDS_LANGUAGE,
-                    LanguageNameText(State.Places.LanguageFolder));
+                    LanguageNameText(State.Paths.LanguageFolder));
     SetLabelledText(page, IDC_INCOMPATIBLE_IMAGE_LANGUAGE, IDS_LANGUAGE,
                     LanguageNameText(State.Image.ImageLanguageName));
 }

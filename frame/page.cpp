@@ -1,6 +1,6 @@
 // The engine behind all pages: opens a page from its row of data and answers its messages.
 //
-// What a page needs while it is up, its font, pictures and brush, belongs to the one showing and
+// What a page needs while it is up, its font, pictures and brush, belongs to the one resources and
 // not to the record: a worker may show a failure page while the main thread still stands in
 // ProgressPage, and neither may delete what the other one paints with.
 
@@ -28,16 +28,16 @@ void SetTexts(HWND window, const Page& page) {
     }
 }
 
-void Open(HWND window, Showing& showing) {
-    const Page& page = showing.page;
+void Open(HWND window, PageResources& resources) {
+    const Page& page = resources.page;
     SetTexts(window, page);
     CentreWindow(window);
-    DressPage(window, showing);
+    ApplyFontsAndPictures(window, resources);
     if (page.open)
         page.open(window);
 }
 
-INT_PTR TakeCommand(HWND window, const Page& page, int command) {
+INT_PTR HandleCommand(HWND window, const Page& page, int command) {
     if (page.command && page.command(window, command))
         return TRUE;
     for (const PageResult& end : page.results) {
@@ -49,18 +49,19 @@ INT_PTR TakeCommand(HWND window, const Page& page, int command) {
     return FALSE;
 }
 
-INT_PTR Answer(HWND window, const Showing& showing, UINT message, WPARAM first, LPARAM second) {
-    const Page& page = showing.page;
+INT_PTR Answer(HWND window, const PageResources& resources, UINT message, WPARAM first,
+               LPARAM second) {
+    const Page& page = resources.page;
     INT_PTR answer = FALSE;
     if (message == WM_COMMAND)
-        return TakeCommand(window, page, LOWORD(first));
+        return HandleCommand(window, page, LOWORD(first));
     if (page.message && page.message(window, message, first, second, &answer))
         return answer;
     switch (message) {
     case WM_PAINT:
-        return PaintPage(window, showing);
+        return PaintPage(window, resources);
     case WM_CTLCOLORSTATIC:
-        return ColourControl(reinterpret_cast<HDC>(first), reinterpret_cast<HWND>(second), showing);
+        return ColourControl(reinterpret_cast<HDC>(first), reinterpret_cast<HWND>(second), resources);
     default:
         return FALSE;
     }
@@ -69,12 +70,13 @@ INT_PTR Answer(HWND window, const Showing& showing, UINT message, WPARAM first, 
 INT_PTR CALLBACK PageProc(HWND window, UINT message, WPARAM first, LPARAM second) {
     if (message == WM_INITDIALOG) {
         SetWindowLongPtrA(window, DWLP_USER, second);
-        Open(window, *reinterpret_cast<Showing*>(second));
+        Open(window, *reinterpret_cast<PageResources*>(second));
         return TRUE;
     }
     // Some messages come before WM_INITDIALOG, such as the one that sets the font.
-    const auto* showing = reinterpret_cast<const Showing*>(GetWindowLongPtrA(window, DWLP_USER));
-    return showing ? Answer(window, *showing, message, first, second) : FALSE;
+    const auto* resources =
+        reinterpret_cast<const PageResources*>(GetWindowLongPtrA(window, DWLP_USER));
+    return resources ? Answer(window, *resources, message, first, second) : FALSE;
 }
 
 INT_PTR CALLBACK WaitingPageProc(HWND window, UINT message, WPARAM, LPARAM second) {
@@ -97,10 +99,10 @@ void PaintNow(HWND window, const Page& page) {
 INT_PTR ShowPage(const Page& page) {
     if (State.Run.RunEnded)
         return PageNotShown;
-    Showing showing{page}; // outlives the window, which is gone when the call returns
+    PageResources resources{page}; // outlives the window, which is gone when the call returns
     const INT_PTR result = DialogBoxParamA(State.Windows.AppInstance, TemplateName(page), nullptr,
-                                           PageProc, reinterpret_cast<LPARAM>(&showing));
-    ReleaseShowing(showing);
+                                           PageProc, reinterpret_cast<LPARAM>(&resources));
+    ReleasePageResources(resources);
     return State.Run.RunEnded ? PageNotShown : result;
 }
 

@@ -30,7 +30,7 @@ struct PagePicture {
     int bitmap;
     int x, y;
 };
-constexpr std::size_t MostPictures = 2; // on one page
+constexpr std::size_t MaxPictures = 2; // on one page
 
 // Colours of one static control. The control is filled with the page's brush.
 enum class Colouring {

@@ -34,7 +34,7 @@ HFONT MakeBoldFont(HWND window) {
     return CreateFontIndirectA(&description);
 }
 
-void GiveFont(HWND window, const Page& page, TextMark mark, HFONT font) {
+void ApplyFont(HWND window, const Page& page, TextMark mark, HFONT font) {
     if (!font)
         return;
     for (const PageText& text : page.texts) {
@@ -74,30 +74,30 @@ void Release(HGDIOBJ object) {
 
 } // namespace
 
-void DressPage(HWND window, Showing& showing) {
-    const Page& page = showing.page;
+void ApplyFontsAndPictures(HWND window, PageResources& resources) {
+    const Page& page = resources.page;
     if (HasText(page, TextMark::Heading))
-        showing.headingFont = MakeHeadingFont(window);
+        resources.headingFont = MakeHeadingFont(window);
     if (HasText(page, TextMark::Bold))
-        showing.boldFont = MakeBoldFont(window);
-    GiveFont(window, page, TextMark::Heading, showing.headingFont);
-    GiveFont(window, page, TextMark::Bold, showing.boldFont);
+        resources.boldFont = MakeBoldFont(window);
+    ApplyFont(window, page, TextMark::Heading, resources.headingFont);
+    ApplyFont(window, page, TextMark::Bold, resources.boldFont);
     if (!page.colours.empty())
-        showing.brush = CreateSolidBrush(GetSysColor(COLOR_SCROLLBAR));
-    for (std::size_t i = 0; i < page.pictures.size() && i < MostPictures; ++i)
-        showing.pictures[i] =
+        resources.brush = CreateSolidBrush(GetSysColor(COLOR_SCROLLBAR));
+    for (std::size_t i = 0; i < page.pictures.size() && i < MaxPictures; ++i)
+        resources.pictures[i] =
             LoadBitmapA(State.Windows.AppInstance, MAKEINTRESOURCEA(page.pictures[i].bitmap));
 }
 
-INT_PTR PaintPage(HWND window, const Showing& showing) {
-    const Page& page = showing.page;
+INT_PTR PaintPage(HWND window, const PageResources& resources) {
+    const Page& page = resources.page;
     if (!page.hasTitle)
         return FALSE;
     PAINTSTRUCT paint = {};
     const HDC target = BeginPaint(window, &paint);
-    for (std::size_t i = 0; i < page.pictures.size() && i < MostPictures; ++i) {
-        if (showing.pictures[i])
-            PaintPicture(target, page.pictures[i], showing.pictures[i]);
+    for (std::size_t i = 0; i < page.pictures.size() && i < MaxPictures; ++i) {
+        if (resources.pictures[i])
+            PaintPicture(target, page.pictures[i], resources.pictures[i]);
     }
     if (State.Windows.BannerBitmap)
         CopyAtNaturalSize(target, BannerLeft, BannerTop, State.Windows.BannerDC,
@@ -106,8 +106,8 @@ INT_PTR PaintPage(HWND window, const Showing& showing) {
     return TRUE;
 }
 
-INT_PTR ColourControl(HDC context, HWND control, const Showing& showing) {
-    const PageColour* colour = FindColour(showing.page, GetDlgCtrlID(control));
+INT_PTR ColourControl(HDC context, HWND control, const PageResources& resources) {
+    const PageColour* colour = FindColour(resources.page, GetDlgCtrlID(control));
     if (!colour)
         return 0;
     if (colour->colouring == Colouring::RedText) {
@@ -116,14 +116,14 @@ INT_PTR ColourControl(HDC context, HWND control, const Showing& showing) {
     } else {
         SetBkColor(context, Red);
     }
-    return reinterpret_cast<INT_PTR>(showing.brush);
+    return reinterpret_cast<INT_PTR>(resources.brush);
 }
 
-void ReleaseShowing(const Showing& showing) {
-    Release(showing.headingFont);
-    Release(showing.boldFont);
-    Release(showing.brush);
-    for (const HBITMAP picture : showing.pictures)
+void ReleasePageResources(const PageResources& resources) {
+    Release(resources.headingFont);
+    Release(resources.boldFont);
+    Release(resources.brush);
+    for (const HBITMAP picture : resources.pictures)
         Release(picture);
 }
 

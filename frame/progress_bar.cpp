@@ -17,23 +17,23 @@ HWND RunningPage() {
     return page ? page : State.Windows.BackupPage.load();
 }
 
-LRESULT AskBar(UINT message, WPARAM first, LPARAM second) {
+LRESULT SendToBar(UINT message, WPARAM first, LPARAM second) {
     return SendMessageA(State.Windows.ProgressBar, message, first, second);
 }
 
 } // namespace
 
 void ResetProgress(DWORD range) {
-    AskBar(PBM_SETRANGE32, 0, static_cast<LPARAM>(range));
-    AskBar(PBM_SETPOS, 0, 0);
+    SendToBar(PBM_SETRANGE32, 0, static_cast<LPARAM>(range));
+    SendToBar(PBM_SETPOS, 0, 0);
     ShowPercentage(0);
 }
 
 void AdvanceProgress(DWORD bytes, DWORD whole) {
-    const auto before = static_cast<DWORD>(AskBar(PBM_GETPOS, 0, 0));
-    AskBar(PBM_SETPOS, before + bytes, 0);
+    const auto before = static_cast<DWORD>(SendToBar(PBM_GETPOS, 0, 0));
+    SendToBar(PBM_SETPOS, before + bytes, 0);
     // Asked again, since a bar does not go beyond its range.
-    const auto position = static_cast<std::uint64_t>(AskBar(PBM_GETPOS, 0, 0));
+    const auto position = static_cast<std::uint64_t>(SendToBar(PBM_GETPOS, 0, 0));
     if (whole != 0)
         ShowPercentage(static_cast<DWORD>(position * 100 / whole));
 }

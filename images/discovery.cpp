@@ -49,7 +49,7 @@ void ChooseLanguageFolder() {
     const char* name = LanguageName(State.Handheld.DeviceLanguage);
     if (!name)
         return;
-    std::snprintf(State.Places.LanguageFolder, sizeof(State.Places.LanguageFolder), "%s", name);
+    std::snprintf(State.Paths.LanguageFolder, sizeof(State.Paths.LanguageFolder), "%s", name);
     State.Image.ImageSizeKB = FindFolderImageSize() / 1024;
 }
 
@@ -60,12 +60,12 @@ std::uint32_t FindFolderImageSize() {
 
 bool FindDefaultImage() {
     const std::optional<WIN32_FIND_DATAA> image = FirstFolderImage();
-    if (!image || !FolderFilePath(image->cFileName, State.Places.ImagePath)) {
+    if (!image || !FolderFilePath(image->cFileName, State.Paths.ImagePath)) {
         ShowPage(ImageMissingPage);
         return false;
     }
-    std::memcpy(State.Places.DefaultImagePath, State.Places.ImagePath,
-                sizeof(State.Places.DefaultImagePath));
+    std::memcpy(State.Paths.DefaultImagePath, State.Paths.ImagePath,
+                sizeof(State.Paths.DefaultImagePath));
     return true;
 }
 

@@ -31,26 +31,26 @@ bool ReadHeaderBytes(const char* path, Header& header) {
 
 // The text fills its buffer but for the terminator.
 template <std::size_t Size>
-void TakeText(const Header& header, std::size_t offset, char (&text)[Size]) {
+void ParseText(const Header& header, std::size_t offset, char (&text)[Size]) {
     std::memcpy(text, header + offset, Size - 1);
     text[Size - 1] = '\0';
 }
 
 // The first character counts whatever it is; a '-' behind it starts the fill.
-void TakeChecksumText(const Header& header) {
+void ParseChecksumField(const Header& header) {
     char(&text)[5] = State.Image.ImageChecksumText;
-    TakeText(header, ImageChecksumOffset, text);
+    ParseText(header, ImageChecksumOffset, text);
     if (char* fill = std::strchr(text + 1, '-'); text[0] && fill)
         *fill = '\0';
 }
 
-void TakeHeader(const Header& header) {
+void ParseHeader(const Header& header) {
     ImageValues& image = State.Image;
-    TakeText(header, ImageModelOffset, image.ImageModel);
-    TakeText(header, ImageLanguageOffset, image.ImageLanguage);
-    TakeText(header, ImageVersionOffset, image.ImageVersionText);
+    ParseText(header, ImageModelOffset, image.ImageModel);
+    ParseText(header, ImageLanguageOffset, image.ImageLanguage);
+    ParseText(header, ImageVersionOffset, image.ImageVersionText);
     image.ImageVersion = VersionNumber(image.ImageVersionText);
-    TakeChecksumText(header);
+    ParseChecksumField(header);
     if (const char* name = LanguageName(image.ImageLanguage))
         std::snprintf(image.ImageLanguageName, sizeof(image.ImageLanguageName), "%s", name);
 }
@@ -76,7 +76,7 @@ bool ReadImageHeader(const char* path) {
         CloseMainWindow();
         return false;
     }
-    TakeHeader(header);
+    ParseHeader(header);
     return true;
 }
 

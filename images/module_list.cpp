@@ -17,12 +17,12 @@
 
 namespace {
 
-constexpr std::size_t LongestName = 259;
+constexpr std::size_t MaxNameLength = 259;
 constexpr INT_PTR GoOnWithoutList = 1;
 
 // Tens of thousands of names: more files than \Windows ever held, and each costs a call over a slow
 // cable. What lies behind it in the file is not read.
-constexpr DWORD MostListBytes = 0x100000;
+constexpr DWORD MaxListSize = 0x100000;
 
 struct ListText {
     std::unique_ptr<char[]> data;
@@ -32,12 +32,12 @@ struct ListText {
 bool IsControl(char character) { return static_cast<unsigned char>(character) < 0x20; }
 
 bool IsWellFormed(std::string_view name) {
-    return !name.empty() && name.size() <= LongestName &&
+    return !name.empty() && name.size() <= MaxNameLength &&
            std::none_of(name.begin(), name.end(), IsControl);
 }
 
 void DeleteDeviceModule(const char* name) {
-    char path[sizeof("\\Windows\\") + LongestName];
+    char path[sizeof("\\Windows\\") + MaxNameLength];
     std::snprintf(path, sizeof(path), "\\Windows\\%s", name);
     DeleteDeviceFile(path); // most handhelds have only some of the files
 }
@@ -56,8 +56,8 @@ std::optional<ListText> ReadList(HANDLE file) {
     const DWORD size = GetFileSize(file, &high);
     if (size == INVALID_FILE_SIZE)
         return std::nullopt;
-    const bool tooLong = high != 0 || size > MostListBytes;
-    const DWORD wanted = tooLong ? MostListBytes : size;
+    const bool tooLong = high != 0 || size > MaxListSize;
+    const DWORD wanted = tooLong ? MaxListSize : size;
     ListText list{std::unique_ptr<char[]>(new (std::nothrow) char[wanted + 1]), 0};
     if (!list.data)
         return std::nullopt;
@@ -100,8 +100,8 @@ void ForEachListedModule(std::string_view list, const std::function<void(const c
         const std::size_t end = std::min(list.find("\r\n", cursor), list.size());
         const std::string_view line = list.substr(cursor, end - cursor);
         if (IsWellFormed(line)) {
-            char name[LongestName + 1] = {};
-            line.copy(name, LongestName);
+            char name[MaxNameLength + 1] = {};
+            line.copy(name, MaxNameLength);
             visit(name);
         }
         cursor = end + 2;

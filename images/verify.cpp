@@ -27,7 +27,7 @@ Verification EndRun(const Page& page) {
 } // namespace
 
 Verification VerifyImage(HWND owner) {
-    const HANDLE file = CreateFileA(State.Places.ImagePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
+    const HANDLE file = CreateFileA(State.Paths.ImagePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return EndRun(ImageOpenErrorPage);

@@ -9,7 +9,7 @@ enum class Verification {
     Ended,    // a failure page has been shown and MainWindow closed
 };
 
-// Works on State.Places.ImagePath, whose header ReadImageHeader has read before. Carries out the
+// Works on State.Paths.ImagePath, whose header ReadImageHeader has read before. Carries out the
 // module list of the language folder on the handheld and asks it for its flash size. BusyPage,
 // owned by `owner`, is up meanwhile. Main thread.
 Verification VerifyImage(HWND owner);

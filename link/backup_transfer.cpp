@@ -23,23 +23,23 @@ constexpr char16_t PieceFile[] = u"\\Temp\\image.nb";
 
 constexpr DWORD FirstPieceMilliseconds = 5000;
 constexpr DWORD PollMilliseconds = 100;
-constexpr int MostTries = 2001; // for one piece, about 200 seconds
+constexpr int MaxTries = 2001; // for one piece, about 200 seconds
 
 enum class Outcome { Saved, ProgramDidNotStart, FileNotCreated, Failed };
 
 // Keeps writers away from the image that is going to be flashed. It has been verified, and nothing
 // verifies it again: a backup must not take its place, by whichever name the user reaches it.
-class ImageHold {
+class ImageLock {
 public:
-    ImageHold()
-        : file_(CreateFileA(State.Places.ImagePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
+    ImageLock()
+        : file_(CreateFileA(State.Paths.ImagePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
-    ~ImageHold() {
+    ~ImageLock() {
         if (file_ != INVALID_HANDLE_VALUE)
             CloseHandle(file_);
     }
-    ImageHold(const ImageHold&) = delete;
-    ImageHold& operator=(const ImageHold&) = delete;
+    ImageLock(const ImageLock&) = delete;
+    ImageLock& operator=(const ImageLock&) = delete;
 
 private:
     const HANDLE file_;
@@ -58,7 +58,7 @@ bool StartBackupProgram() {
 
 // The open succeeds when the piece is complete.
 CeHandle AwaitPiece() {
-    for (int tries = 0; tries < MostTries; ++tries) {
+    for (int tries = 0; tries < MaxTries; ++tries) {
         Sleep(PollMilliseconds);
         const CeHandle piece = CeCreateFile(PieceFile, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING,
                                             FILE_ATTRIBUTE_NORMAL);
@@ -95,7 +95,7 @@ bool SavePieces(std::uint8_t* buffer, ImageWriter& file, std::uint32_t size) {
 
 Outcome SaveRom() {
     const std::uint32_t size =
-        RomSize(State.Places.LanguageFolder, State.Handheld.DeviceVersionText);
+        RomSize(State.Paths.LanguageFolder, State.Handheld.DeviceVersionText);
     ResetProgress(size);
     const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow)
                                                      std::uint8_t[BackupPieceSize]());
@@ -104,9 +104,9 @@ Outcome SaveRom() {
     if (!StartBackupProgram())
         return Outcome::ProgramDidNotStart;
     Sleep(FirstPieceMilliseconds);
-    const ImageHold hold;
+    const ImageLock image;
     ImageWriter file;
-    if (!file.Create(State.Places.BackupPath))
+    if (!file.Create(State.Paths.BackupPath))
         return Outcome::FileNotCreated;
     return SavePieces(buffer.get(), file, size) ? Outcome::Saved : Outcome::Failed;
 }

@@ -15,7 +15,7 @@ constexpr std::uint32_t BackupPieceSize = 0x40000;
 // State; a version that is no number counts as an early one.
 std::uint32_t RomSize(const char* languageFolder, const char* versionText);
 
-// The worker of BackupPage, of which it moves the bar: writes State.Places.BackupPath, sets
+// The worker of BackupPage, of which it moves the bar: writes State.Paths.BackupPath, sets
 // BackupDone and ends the page with 1. After a failure it has shown its page and ended the run;
 // what has been written stays and does not verify.
 DWORD WINAPI BackupThread(LPVOID);

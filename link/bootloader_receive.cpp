@@ -44,8 +44,8 @@ DWORD WINAPI BootloaderReceiveLoop(LPVOID) {
     DWORD mask = 0;
     SetReadsToReturnAtOnce();
     SetLinkMask(FirstMask);
-    TellReceiveRuns();
-    TellReceiveListens();
+    MarkReceiveRunning();
+    SignalReceiveReady();
     while (!State.Link.StopReceive) {
         const DWORD events = WaitForLinkEvent(&overlapped, &mask);
         SetLinkMask(LaterMask);

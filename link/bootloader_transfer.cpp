@@ -27,15 +27,15 @@ constexpr std::uint32_t BlockSize = 0x40000;
 constexpr std::uint32_t HeaderSize = 32;
 constexpr std::uint32_t ImageRecordLength = 0xF40000; // fixed; it does not follow the file's size
 
-enum class Said { Nothing, ImageRecord, Block, Prompt };
+enum class BootloaderMessage { Nothing, ImageRecord, Block, Prompt };
 
 // The first that matches, in this order.
-Said WhatTheBootloaderSaid() {
+BootloaderMessage ReceivedMessage() {
     if (HoldsText("\x01"))
-        return Said::ImageRecord;
+        return BootloaderMessage::ImageRecord;
     if (HoldsText("\x02"))
-        return Said::Block;
-    return HoldsText("download") ? Said::Prompt : Said::Nothing;
+        return BootloaderMessage::Block;
+    return HoldsText("download") ? BootloaderMessage::Prompt : BootloaderMessage::Nothing;
 }
 
 template <std::size_t Count>
@@ -57,11 +57,11 @@ bool SendBlock(std::uint32_t offset, std::uint32_t fileSize) {
     return handedOver;
 }
 
-bool Answer(Said said, std::uint32_t* offset, std::uint32_t fileSize) {
-    switch (said) {
-    case Said::ImageRecord:
+bool Answer(BootloaderMessage message, std::uint32_t* offset, std::uint32_t fileSize) {
+    switch (message) {
+    case BootloaderMessage::ImageRecord:
         return SendRecord<2>({*offset, ImageRecordLength});
-    case Said::Block:
+    case BootloaderMessage::Block:
         if (!SendBlock(*offset, fileSize))
             return false;
         *offset += BlockSize;
@@ -77,16 +77,16 @@ bool HoldDialogue(std::uint32_t fileSize) {
     std::uint32_t offset = BlockSize;
     while (!State.Run.TransferAborted) {
         Sleep(1);
-        const Said said = WhatTheBootloaderSaid();
-        if (said == Said::Nothing)
+        const BootloaderMessage message = ReceivedMessage();
+        if (message == BootloaderMessage::Nothing)
             continue;
         KillStallTimer(PieceTimer);
         ClearReceiveBuffer();
-        const bool answered = Answer(said, &offset, fileSize);
+        const bool answered = Answer(message, &offset, fileSize);
         StartStallTimer(PieceTimer);
         if (!answered)
             return false;
-        if (said == Said::Block && offset >= fileSize)
+        if (message == BootloaderMessage::Block && offset >= fileSize)
             return AwaitOutputSent();
     }
     return false;
@@ -111,11 +111,11 @@ void EndProgressPage() {
 void BootloaderTransfer() {
     Sleep(BootloaderStartMilliseconds);
     State.Link.ReceiveCursor = 0;
-    if (!OpenLinkPort(State.Places.SerialPortName))
+    if (!OpenLinkPort(State.Paths.SerialPortName))
         return;
     StartReceiveLoop(BootloaderReceiveLoop, false);
-    const SenderHold hold;
-    const std::uint32_t fileSize = OpenTransferImage(SmallestImageFile);
+    const SenderGuard sender;
+    const std::uint32_t fileSize = OpenTransferImage(MinImageFileSize);
     if (fileSize == 0 || !LoadPastFirstBlock()) {
         ReportUnreadableImage();
         return;
@@ -124,6 +124,6 @@ void BootloaderTransfer() {
     ResetProgress(State.Image.ImageSizeKB << 10);
     WriteLink("l\r", 2);
     StartStallTimer(PieceTimer);
-    if (HoldDialogue(fileSize) && TakeSuccess())
+    if (HoldDialogue(fileSize) && MarkSent())
         EndProgressPage();
 }

@@ -12,7 +12,7 @@
 #include <cstring>
 
 std::uint32_t OpenTransferImage(std::uint32_t smallest) {
-    const HANDLE file = CreateFileA(State.Places.ImagePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
+    const HANDLE file = CreateFileA(State.Paths.ImagePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return 0;

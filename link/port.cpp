@@ -17,12 +17,12 @@
 
 namespace {
 
-constexpr std::uint32_t LargestWrite = 12288;
+constexpr std::uint32_t MaxWriteSize = 12288;
 constexpr DWORD StopCheckMilliseconds = 100;
 // A full write takes one second at the slowest, and no flow control holds it back. The bootloader's
 // dialogue stops its timer while it writes, so without this a device that takes nothing more would
 // never be noticed there. Longer than any stall timer: where one runs, it decides.
-constexpr DWORD LongestWriteMilliseconds = 60000;
+constexpr DWORD MaxWriteMilliseconds = 60000;
 
 void ConfigureLine(HANDLE port) {
     DCB line = {};
@@ -81,7 +81,7 @@ void CancelWrite(HANDLE port) {
 // Waits for a write that is under way. The record and the data belong to the caller, so this does
 // not return before the write is over; a cancelled write is over at once.
 void FinishWrite(HANDLE port, OVERLAPPED* overlapped) {
-    for (DWORD waited = 0; waited < LongestWriteMilliseconds && !State.Link.StopReceive;
+    for (DWORD waited = 0; waited < MaxWriteMilliseconds && !State.Link.StopReceive;
          waited += StopCheckMilliseconds) {
         if (WaitForSingleObject(overlapped->hEvent, StopCheckMilliseconds) != WAIT_TIMEOUT)
             return;
@@ -153,11 +153,11 @@ bool OpenLinkPort(const char* portName) {
 // What comes behind a write that failed would reach the device in the wrong place.
 bool WriteLink(const void* data, std::uint32_t length) {
     const auto* next = static_cast<const std::uint8_t*>(data);
-    while (length > LargestWrite && !State.Link.StopReceive) {
-        if (!WriteLinkPiece(next, LargestWrite))
+    while (length > MaxWriteSize && !State.Link.StopReceive) {
+        if (!WriteLinkPiece(next, MaxWriteSize))
             return false;
-        next += LargestWrite;
-        length -= LargestWrite;
+        next += MaxWriteSize;
+        length -= MaxWriteSize;
     }
     return !State.Link.StopReceive && WriteLinkPiece(next, length);
 }

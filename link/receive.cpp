@@ -37,7 +37,7 @@ bool TokenStands() {
 // before its zero has been read, which the next token then finds in its place.
 void ReadBurst(OVERLAPPED* overlapped) {
     ClearReceiveBuffer();
-    std::array<std::uint8_t, MostReceived> burst;
+    std::array<std::uint8_t, MaxReceived> burst;
     std::size_t count = 0;
     std::uint8_t byte = 0;
     while (!State.Link.StopReceive && ReadLink(&byte, 1, overlapped) == 1) {
@@ -72,12 +72,12 @@ void PrepareReceiveRecord() {
 bool StartReceive() {
     Sleep(FlasherStartMilliseconds); // the flasher takes the port over only after this
     State.Link.ReceiveCursor = 0;
-    if (!OpenLinkPort(State.Places.SerialPortName))
+    if (!OpenLinkPort(State.Paths.SerialPortName))
         return false;
     if (!State.Run.SerialLinkSelected) {
         // The USB driver is opened, closed and opened once more; the loop runs on the second one.
         CloseLinkPort();
-        if (!OpenLinkPort(State.Places.SerialPortName))
+        if (!OpenLinkPort(State.Paths.SerialPortName))
             return false;
     }
     StartReceiveLoop(State.Run.SerialLinkSelected ? SerialReceiveLoop : UsbReceiveLoop, true);
@@ -114,18 +114,18 @@ void CloseReceiveHandles() {
     State.Link.ReceiveThread = nullptr;
 }
 
-void TellReceiveRuns() { State.Link.ReceiveRunning = true; }
+void MarkReceiveRunning() { State.Link.ReceiveRunning = true; }
 
-void TellReceiveListens() { State.Link.ReceiveCameUp = true; }
+void SignalReceiveReady() { State.Link.ReceiveCameUp = true; }
 
 DWORD WINAPI SerialReceiveLoop(LPVOID) {
     OVERLAPPED& overlapped = State.Link.ReceiveOverlapped;
     DWORD mask = 0;
     PrepareReceiveRecord();
-    TellReceiveRuns();
+    MarkReceiveRunning();
     SetReadsToReturnAtOnce();
     SetLinkMask(FirstMask);
-    TellReceiveListens();
+    SignalReceiveReady();
     while (!State.Link.StopReceive) {
         const DWORD events = WaitForLinkEvent(&overlapped, &mask);
         SetLinkMask(LaterMask);

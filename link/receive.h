@@ -20,11 +20,11 @@ DWORD WINAPI BootloaderReceiveLoop(LPVOID);
 
 // What each loop does first: its record and event, and the word that it runs.
 void PrepareReceiveRecord();
-void TellReceiveRuns();
+void MarkReceiveRunning();
 // The word to its starter: from now on a byte of the device is noticed, or none ever will be.
 // Before that the sender must not ask for one: an answer that is quicker than the event mask has no
 // event.
-void TellReceiveListens();
+void SignalReceiveReady();
 
 // Closes ReceiveEvent and ReceiveThread, each if it is open.
 void CloseReceiveHandles();

@@ -16,7 +16,7 @@ std::uint8_t ByteAt(std::size_t place) { return State.Link.ReceiveBuffer[place];
 // Moves the last bytes to the start and zeroes the rest.
 void KeepTail() {
     for (std::size_t place = 0; place < KeptTail; ++place)
-        State.Link.ReceiveBuffer[place] = ByteAt(MostReceived - KeptTail + place);
+        State.Link.ReceiveBuffer[place] = ByteAt(MaxReceived - KeptTail + place);
     for (std::size_t place = KeptTail; place < ReceiveBufferSize; ++place)
         State.Link.ReceiveBuffer[place] = 0;
     State.Link.ReceiveCursor = KeptTail;
@@ -37,8 +37,7 @@ bool HoldsToken(std::uint8_t token, std::size_t place) {
 }
 
 bool HoldsText(std::string_view text) {
-    for (std::size_t place = 0; place + text.size() <= MostReceived && ByteAt(place) != 0;
-         ++place) {
+    for (std::size_t place = 0; place + text.size() <= MaxReceived && ByteAt(place) != 0; ++place) {
         if (TextStandsAt(text, place))
             return true;
     }
@@ -70,7 +69,7 @@ void StoreReceivedText(std::uint8_t value) {
     if (value == 0)
         return;
     const std::lock_guard lock(State.Link.BufferLock);
-    if (State.Link.ReceiveCursor >= MostReceived)
+    if (State.Link.ReceiveCursor >= MaxReceived)
         KeepTail();
     const std::size_t cursor = State.Link.ReceiveCursor;
     State.Link.ReceiveBuffer[cursor] = value;

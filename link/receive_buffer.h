@@ -21,9 +21,9 @@ void ClearReceivedToken(); // bytes 0 and 1, and the cursor back to the start
 void ClearReceiveBuffer(); // all of it, and the cursor
 
 // The most that is stored: a zero stands behind it.
-constexpr std::size_t MostReceived = 999;
+constexpr std::size_t MaxReceived = 999;
 
-// A whole burst, of MostReceived bytes or fewer, into a buffer that is clear. The first byte goes
+// A whole burst, of MaxReceived bytes or fewer, into a buffer that is clear. The first byte goes
 // last: a sender that sees it sees the whole burst.
 void StoreBurst(std::span<const std::uint8_t> burst);
 

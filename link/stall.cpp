@@ -19,7 +19,7 @@ namespace {
 
 constexpr DWORD PieceMilliseconds = 30000;
 constexpr DWORD AnswerMilliseconds = 20000;
-constexpr DWORD LongestLeaveMilliseconds = 10000; // a loop holds off for a second at most
+constexpr DWORD MaxLeaveMilliseconds = 10000; // a loop holds off for a second at most
 constexpr DWORD PollMilliseconds = 10;
 
 void PostToProgressPage(UINT_PTR timer, DWORD milliseconds) {
@@ -29,7 +29,7 @@ void PostToProgressPage(UINT_PTR timer, DWORD milliseconds) {
 
 // False when it is still there after the limit: blocked in a driver that never answers.
 bool WaitToLeave(const std::atomic<bool>& running) {
-    for (DWORD waited = 0; running && waited < LongestLeaveMilliseconds; waited += PollMilliseconds)
+    for (DWORD waited = 0; running && waited < MaxLeaveMilliseconds; waited += PollMilliseconds)
         Sleep(PollMilliseconds);
     return !running;
 }
@@ -88,7 +88,7 @@ bool RecordBytesRemaining(std::uint32_t remaining) {
     return true;
 }
 
-bool TakeSuccess() { return Decide(TransferVerdict::Sent); }
+bool MarkSent() { return Decide(TransferVerdict::Sent); }
 
 void EndStalledTransfer(HWND page, UINT_PTR timer) {
     KillTimer(page, timer);

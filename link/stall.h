@@ -25,7 +25,7 @@ void SetStallTimer(HWND page, UINT_PTR timer, DWORD milliseconds);
 bool RecordBytesRemaining(std::uint32_t remaining);
 
 // The one line that makes a transfer a success; false when a timer was faster. The same thread.
-bool TakeSuccess();
+bool MarkSent();
 
 // A timer of ProgressPage has fired: stops the sender and the receive loop, gives up the buffers
 // and ends the page with 2, unless the sender has finished at this very moment.

@@ -25,9 +25,9 @@ void FreeTransferBuffers() {
 
 } // namespace
 
-SenderHold::SenderHold() { State.Link.SenderRuns = true; }
+SenderGuard::SenderGuard() { State.Link.SenderRuns = true; }
 
-SenderHold::~SenderHold() {
+SenderGuard::~SenderGuard() {
     State.Link.SenderRuns = false;
     if (State.Run.TransferAborted)
         FreeTransferBuffers();

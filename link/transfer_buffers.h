@@ -7,12 +7,12 @@
 #include <windows.h>
 
 // The sender's hold on the buffers and the image file, from its first use to its end.
-class SenderHold {
+class SenderGuard {
 public:
-    SenderHold();
-    ~SenderHold(); // frees everything if the transfer has been given up meanwhile
-    SenderHold(const SenderHold&) = delete;
-    SenderHold& operator=(const SenderHold&) = delete;
+    SenderGuard();
+    ~SenderGuard(); // frees everything if the transfer has been given up meanwhile
+    SenderGuard(const SenderGuard&) = delete;
+    SenderGuard& operator=(const SenderGuard&) = delete;
 };
 
 // The other side: raises TransferAborted, so that the sender stops at its next poll, and frees the

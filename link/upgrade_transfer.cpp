@@ -2,7 +2,7 @@
 // upgrade can be repeated the normal way; after that only the bootloader helps. So that block is
 // kept in memory and sent last, and the order of this file is a safety rule, not a taste.
 //
-// A transfer is a failure until TakeSuccess makes it a success.
+// A transfer is a failure until MarkSent makes it a success.
 
 #include "link/upgrade_transfer.h"
 
@@ -105,14 +105,14 @@ void EndProgressPage() {
 }
 
 void SendImage() {
-    const std::uint32_t fileSize = OpenTransferImage(SmallestImageFile);
+    const std::uint32_t fileSize = OpenTransferImage(MinImageFileSize);
     if (fileSize == 0 || !LoadHeldBackBlock()) {
         ReportUnreadableImage();
         return;
     }
     const std::uint32_t size = BytesOnTheWire(fileSize);
     AnnounceSize(size);
-    if (!SendPiecesFromFile(size) || !SendHeldBackBlock() || !TakeSuccess())
+    if (!SendPiecesFromFile(size) || !SendHeldBackBlock() || !MarkSent())
         return;
     KillStallTimer(PieceTimer);
     DeleteProgressRecord();
@@ -122,7 +122,7 @@ void SendImage() {
 } // namespace
 
 void BeginUpgradeTransfer() {
-    const SenderHold hold;
+    const SenderGuard sender;
     ClearReceivedToken();
     WriteLink("A", 1);
     StartStallTimer(AnswerTimer);

@@ -27,4 +27,4 @@ constexpr std::uint32_t HeldBackSize = 0x40000;
 constexpr std::uint32_t BytesOnTheWire(std::uint32_t fileSize) { return fileSize - 0x40020; }
 
 // Files below this size hold no HeldBackBlock and are treated like files that cannot be opened.
-constexpr std::uint32_t SmallestImageFile = 0x80020;
+constexpr std::uint32_t MinImageFileSize = 0x80020;

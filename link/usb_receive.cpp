@@ -42,7 +42,7 @@ void ReadUntilTaken(OVERLAPPED* overlapped) {
 void Listen(OVERLAPPED* overlapped) {
     DWORD mask = FirstMask;
     const bool listens = RequestOfDriver(SetMaskRequest, &mask, nullptr, nullptr);
-    TellReceiveListens();
+    SignalReceiveReady();
     while (listens && !State.Link.StopReceive) {
         if (!RequestOfDriver(WaitRequest, nullptr, &mask, overlapped) ||
             !RequestOfDriver(SetMaskRequest, &mask, nullptr, nullptr) || State.Link.StopReceive)
@@ -58,7 +58,7 @@ void Listen(OVERLAPPED* overlapped) {
 
 DWORD WINAPI UsbReceiveLoop(LPVOID) {
     PrepareReceiveRecord();
-    TellReceiveRuns();
+    MarkReceiveRunning();
     SetReadsToReturnAtOnce();
     Listen(&State.Link.ReceiveOverlapped);
     State.Link.ReceiveRunning = false;

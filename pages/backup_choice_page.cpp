@@ -29,14 +29,14 @@ void SetOffer(HWND page) {
     SetDlgItemTextA(
         page, IDC_BACKUP_OFFER,
         CatalogText(DurationText(DurationFamily::BackupChoice, State.Run.SerialLinkSelected,
-                                 State.Places.LanguageFolder)));
+                                 State.Paths.LanguageFolder)));
 }
 
 // "TOLKROM187" for version 1.87.
 void ProposeBackupName() {
     const char* version = State.Handheld.DeviceVersionText;
     const char digits[] = {version[0], version[2], version[3], '\0'};
-    std::snprintf(State.Places.BackupPath, sizeof(State.Places.BackupPath), "TOLKROM%s", digits);
+    std::snprintf(State.Paths.BackupPath, sizeof(State.Paths.BackupPath), "TOLKROM%s", digits);
 }
 
 bool FileExists(const char* path) {
@@ -63,9 +63,9 @@ bool MayWrite(HWND page, const char* path) {
 bool PickBackupFile(HWND page) {
     ProposeBackupName();
     do {
-        if (!AskForBackupFile(page, State.Places.BackupPath))
+        if (!AskForBackupFile(page, State.Paths.BackupPath))
             return false;
-    } while (!MayWrite(page, State.Places.BackupPath));
+    } while (!MayWrite(page, State.Paths.BackupPath));
     return true;
 }
 
@@ -82,7 +82,7 @@ bool HasSpace(const char* path) {
 void ChooseBackup(HWND page) {
     if (!PickBackupFile(page))
         return;
-    if (HasSpace(State.Places.BackupPath)) {
+    if (HasSpace(State.Paths.BackupPath)) {
         EndDialog(page, BackupFileChosen);
         return;
     }
@@ -91,7 +91,7 @@ void ChooseBackup(HWND page) {
     ShowWindow(page, SW_SHOW);
 }
 
-bool TakeBackupCommand(HWND page, int command) {
+bool HandleBackupCommand(HWND page, int command) {
     if (command != IDC_SAVE)
         return false;
     ChooseBackup(page);
@@ -104,4 +104,4 @@ constinit const Page BackupChoicePage = {.dialog = IDD_BACKUP_CHOICE,
                                          .texts = BackupChoiceTexts,
                                          .results = BackupChoiceResults,
                                          .open = SetOffer,
-                                         .command = TakeBackupCommand};
+                                         .command = HandleBackupCommand};

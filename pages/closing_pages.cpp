@@ -50,10 +50,10 @@ void OfferReadme(HWND page) { CheckDlgButton(page, IDC_README, BST_CHECKED); }
 
 // From the folder of the image's language. A readme that does not open passes without a word.
 void OpenReadme() {
-    if (!State.Places.AppDirectory[0])
+    if (!State.Paths.AppDirectory[0])
         return;
-    char folder[sizeof(State.Places.AppDirectory) + sizeof(State.Image.ImageLanguageName)];
-    std::snprintf(folder, sizeof(folder), "%s\\%s", State.Places.AppDirectory,
+    char folder[sizeof(State.Paths.AppDirectory) + sizeof(State.Image.ImageLanguageName)];
+    std::snprintf(folder, sizeof(folder), "%s\\%s", State.Paths.AppDirectory,
                   State.Image.ImageLanguageName);
     SHELLEXECUTEINFOA program = {};
     program.cbSize = sizeof(program);

@@ -29,7 +29,7 @@ constexpr PageResult ActionChoiceResults[] = {
 
 void SetLanguageLine(HWND page) {
     SetLabelledText(page, IDC_ACTION_LANGUAGE, IDS_LANGUAGE,
-                    LanguageNameText(State.Places.LanguageFolder));
+                    LanguageNameText(State.Paths.LanguageFolder));
 }
 
 constexpr PageResult NextOrCancel[] = {{IDOK, 1}, {IDCANCEL, 2}};
@@ -62,7 +62,7 @@ void SetReadyTexts(HWND page) {
     SetDlgItemTextA(
         page, IDC_READY_DURATION,
         CatalogText(DurationText(DurationFamily::UpgradeReady, State.Run.SerialLinkSelected,
-                                 State.Places.LanguageFolder)));
+                                 State.Paths.LanguageFolder)));
 }
 
 } // namespace

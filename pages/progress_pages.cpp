@@ -28,7 +28,7 @@ constexpr PageText BackupTexts[] = {{IDC_BACKUP_TEXT, 0}};
 void SetDuration(HWND page, bool serialLink) {
     SetDlgItemTextA(page, IDC_PROGRESS_DURATION,
                     CatalogText(DurationText(DurationFamily::Progress, serialLink,
-                                             State.Places.LanguageFolder)));
+                                             State.Paths.LanguageFolder)));
 }
 
 using Place = std::atomic<HWND>; // where a page publishes itself
@@ -66,7 +66,7 @@ void OpenResumeProgress(HWND page) {
 void OpenBackup(HWND page) {
     SetDlgItemTextA(page, IDC_BACKUP_TEXT,
                     CatalogText(DurationText(DurationFamily::Backup, State.Run.SerialLinkSelected,
-                                             State.Places.LanguageFolder)));
+                                             State.Paths.LanguageFolder)));
     StartWorker(page, State.Windows.BackupPage, BackupThread);
 }
 

@@ -42,12 +42,12 @@ DWORD WINAPI UpgradeThread(LPVOID) {
 }
 
 DWORD WINAPI ResumeThread(LPVOID) {
-    if (!ReadImageHeader(State.Places.ImagePath) || !ImageIsForRecord())
+    if (!ReadImageHeader(State.Paths.ImagePath) || !ImageIsForRecord())
         return 0;
     State.Image.ImageSizeKB = FindFolderImageSize() / 1024;
     ResetProgress(State.Image.ImageSizeKB << 10);
     Sleep(PortReleaseMilliseconds);
-    ReadSerialPortName(State.Places.SerialPortName);
+    ReadSerialPortName(State.Paths.SerialPortName);
     if (State.Run.BootloaderResume)
         BootloaderTransfer();
     else if (StartReceive())

@@ -37,7 +37,7 @@ const Flasher& SelectedFlasher() {
 
 // Removes what an earlier run has left and places the two files of the selected link, in the order
 // of the listing. False when the folder cannot be listed.
-bool PlaceFlasher(const Flasher& flasher) {
+bool PushFlasher(const Flasher& flasher) {
     DeleteDeviceFile(flasher.devicePath);
     DeleteDeviceFile("\\Temp\\Harbel_Link.exe");
     return ForEachFolderFile([&flasher](const WIN32_FIND_DATAA& entry) {
@@ -75,7 +75,7 @@ void PrepareDevice() {
     if (!State.Run.UpgradeUnderway)
         return;
     const Flasher& flasher = SelectedFlasher();
-    if (!PlaceFlasher(flasher))
+    if (!PushFlasher(flasher))
         return;
     ChangeDevice();
     if (StartFlasher(flasher))

@@ -18,12 +18,12 @@ constexpr char RecordKey[] = "Software\\FlashUtility";
 constexpr char NoteName[] = "FlashUtilityHeldBack"; // it says so by being there
 constexpr char NoteKey[] = "Software\\FlashUtilityHeldBack";
 constexpr char ClosedPortName[] = "ClosedPort"; // a value of the note
-constexpr DWORD NameRoom = 100;                 // characters
-constexpr DWORD DataRoom = 260;                 // bytes
+constexpr DWORD NameCapacity = 100;             // characters
+constexpr DWORD DataCapacity = 260;             // bytes
 
 // The key is damaged rather than long beyond this many values; the enumeration has to end even
 // where the registry answers every index with an error of its own.
-constexpr DWORD MostValues = 1000;
+constexpr DWORD MaxValues = 1000;
 
 HKEY CreateKey(const char* path) {
     HKEY key = nullptr;
@@ -76,9 +76,9 @@ void CopyStored(char (&target)[Size], const BYTE* data, DWORD length) {
 
 // A path that does not fit is no path: cut, it would name another file.
 void ReadImagePath(const BYTE* data, DWORD length) {
-    CopyStored(State.Places.ImagePath, data, length);
-    if (length >= sizeof(State.Places.ImagePath) && !std::memchr(data, 0, length))
-        State.Places.ImagePath[0] = '\0';
+    CopyStored(State.Paths.ImagePath, data, length);
+    if (length >= sizeof(State.Paths.ImagePath) && !std::memchr(data, 0, length))
+        State.Paths.ImagePath[0] = '\0';
 }
 
 // What one value of the record means for the state. For numbers the first byte counts.
@@ -89,7 +89,7 @@ struct StoredValue {
 
 constexpr StoredValue StoredValues[] = {
     {"Language",
-     [](const BYTE* data, DWORD n) { CopyStored(State.Places.LanguageFolder, data, n); }},
+     [](const BYTE* data, DWORD n) { CopyStored(State.Paths.LanguageFolder, data, n); }},
     {"ModelID", [](const BYTE* data, DWORD n) { CopyStored(State.Handheld.DeviceModel, data, n); }},
     {"Lang", [](const BYTE* data, DWORD n) { CopyStored(State.Handheld.DeviceLanguage, data, n); }},
     {"Version",
@@ -99,7 +99,7 @@ constexpr StoredValue StoredValues[] = {
     {"Critical", [](const BYTE* data, DWORD) { State.Run.BootloaderResume = data[0] == 1; }},
 };
 
-void TakeValue(const char* name, const BYTE* data, DWORD length, bool* pending) {
+void ApplyValue(const char* name, const BYTE* data, DWORD length, bool* pending) {
     if (lstrcmpiA(name, "Flash") == 0)
         *pending = data[0] == 1;
     for (const StoredValue& value : StoredValues) {
@@ -116,12 +116,12 @@ void WriteProgressRecord() {
     if (!key)
         return;
     SetNumber(key, "Flash", 1);
-    SetPaddedText(key, "Language", State.Places.LanguageFolder);
+    SetPaddedText(key, "Language", State.Paths.LanguageFolder);
     SetPaddedText(key, "ModelID", State.Handheld.DeviceModel);
     SetPaddedText(key, "Lang", State.Handheld.DeviceLanguage);
     SetPaddedText(key, "Version", State.Handheld.DeviceVersionText);
     SetNumber(key, "USB", State.Run.SerialLinkSelected ? 0 : 1);
-    SetText(key, "FlashFile", State.Places.ImagePath, std::strlen(State.Places.ImagePath));
+    SetText(key, "FlashFile", State.Paths.ImagePath, std::strlen(State.Paths.ImagePath));
     RegCloseKey(key);
 }
 
@@ -168,17 +168,17 @@ bool ReadProgressRecord() {
     if (RegOpenKeyExA(HKEY_CURRENT_USER, RecordKey, 0, KEY_READ, &key) != ERROR_SUCCESS)
         return false;
     bool pending = false;
-    for (DWORD index = 0; index < MostValues; ++index) {
-        char name[NameRoom] = {};
-        BYTE data[DataRoom] = {};
-        DWORD nameLength = NameRoom;
-        DWORD dataLength = DataRoom;
+    for (DWORD index = 0; index < MaxValues; ++index) {
+        char name[NameCapacity] = {};
+        BYTE data[DataCapacity] = {};
+        DWORD nameLength = NameCapacity;
+        DWORD dataLength = DataCapacity;
         const LONG result =
             RegEnumValueA(key, index, name, &nameLength, nullptr, nullptr, data, &dataLength);
         if (result == ERROR_NO_MORE_ITEMS)
             break;
         if (result == ERROR_SUCCESS)
-            TakeValue(name, data, dataLength, &pending);
+            ApplyValue(name, data, dataLength, &pending);
     }
     RegCloseKey(key);
     return pending;

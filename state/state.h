@@ -28,7 +28,7 @@ struct WindowValues {
 };
 
 // Places on the PC, 8-bit text in the ANSI code page. Written by the start-up and the chain.
-struct PlaceValues {
+struct PathValues {
     // Working directory at start, not the folder of the program. Empty where it could not be read:
     // then there are no files beside the wizard.
     char AppDirectory[260];
@@ -116,7 +116,7 @@ struct LinkValues {
 
 struct WizardState {
     WindowValues Windows;
-    PlaceValues Places;
+    PathValues Paths;
     HandheldValues Handheld;
     ImageValues Image;
     RunValues Run;

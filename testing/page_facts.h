@@ -229,7 +229,7 @@ inline std::vector<PagePicture> PicturesOf(const PageFacts& facts) {
 inline void FillState() {
     std::strcpy(State.Handheld.DeviceModel, "TOLKP1000");
     std::strcpy(State.Handheld.DeviceVersionText, "1.87");
-    std::strcpy(State.Places.LanguageFolder, "French");
+    std::strcpy(State.Paths.LanguageFolder, "French");
     std::strcpy(State.Image.ImageModel, "TOLKP2000");
     std::strcpy(State.Image.ImageVersionText, "2.01");
     std::strcpy(State.Image.ImageLanguageName, "Japanese");

@@ -54,13 +54,13 @@ protected:
     void SetUp() override {
         std::filesystem::remove_all(Home().Tree());
         std::filesystem::create_directories(Home().Tree() / "English");
-        State.Places = {};
+        State.Paths = {};
         State.Image = {};
         State.Run.RunEnded = true;
         State.Run.SerialLinkSelected = true;
         State.Run.BootloaderResume = false;
-        SetText(State.Places.AppDirectory, WindowsPathOf(Home().Tree()));
-        SetText(State.Places.LanguageFolder, "English");
+        SetText(State.Paths.AppDirectory, WindowsPathOf(Home().Tree()));
+        SetText(State.Paths.LanguageFolder, "English");
     }
 
     static const test_support::TestHome& Home() { return PlaceOfTests(); }

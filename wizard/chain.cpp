@@ -81,7 +81,7 @@ void WalkChain() {
     Prepare();
     if (State.Run.RunEnded)
         return;
-    ConcludeTransfer(ShowPage(ProgressPage), Road::Normal);
+    ConcludeTransfer(ShowPage(ProgressPage), RunKind::Normal);
 }
 
 } // namespace

@@ -27,14 +27,14 @@ bool OnlyBootloaderHelps(std::uint32_t bytesRemaining, bool bootloaderTransfer) 
     return bootloaderTransfer || bytesRemaining <= HeldBackSize;
 }
 
-void ConcludeTransfer(INT_PTR result, Road road) {
+void ConcludeTransfer(INT_PTR result, RunKind kind) {
     if (State.Run.RunEnded)
         return;
     if (result == 1) {
         if (ShowPage(UpgradeDonePage) == 0)
             ShowFinishPage();
     } else {
-        const bool bootloader = road == Road::Resumed && OnlyBootloaderCanAnswer();
+        const bool bootloader = kind == RunKind::Resumed && OnlyBootloaderCanAnswer();
         ShowPage(OnlyBootloaderHelps(State.Run.BytesRemaining, bootloader) ? CommunicationErrorPage
                                                                            : UpgradeErrorPage);
     }

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-enum class Road { Normal, Resumed };
+enum class RunKind { Normal, Resumed };
 
 // Whether a failed transfer left the handheld in a state from which only its bootloader helps: the
 // second block of the payload is under way, or the bootloader was talked to in the first place.
@@ -13,4 +13,4 @@ bool OnlyBootloaderHelps(std::uint32_t bytesRemaining, bool bootloaderTransfer);
 
 // Main thread, after ProgressPage has ended with `result`: 1 is success, anything else a failure.
 // Shows nothing when a worker has already shown its page and ended the run.
-void ConcludeTransfer(INT_PTR result, Road road);
+void ConcludeTransfer(INT_PTR result, RunKind kind);

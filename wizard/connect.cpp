@@ -54,5 +54,5 @@ bool ConnectAndIdentify(HWND owner) {
         CloseMainWindow();
         return false;
     }
-    return Identify(owner) && FindDefaultImage() && ReadImageHeader(State.Places.ImagePath);
+    return Identify(owner) && FindDefaultImage() && ReadImageHeader(State.Paths.ImagePath);
 }

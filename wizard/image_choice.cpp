@@ -44,7 +44,7 @@ bool ImageIsForHandheld() {
 
 // Size in bytes of the image in ImagePath, and ImageSizeKB from it.
 std::optional<std::uint64_t> MeasureImage() {
-    const std::optional<std::uint64_t> size = ImageFileSize(State.Places.ImagePath);
+    const std::optional<std::uint64_t> size = ImageFileSize(State.Paths.ImagePath);
     if (size)
         State.Image.ImageSizeKB = static_cast<std::uint32_t>(
             std::min<std::uint64_t>(*size / 1024, std::numeric_limits<std::uint32_t>::max()));
@@ -53,9 +53,8 @@ std::optional<std::uint64_t> MeasureImage() {
 
 // Whatever was picked before, the default image is the current one again.
 std::optional<std::uint64_t> ReadDefaultImage() {
-    std::memcpy(State.Places.ImagePath, State.Places.DefaultImagePath,
-                sizeof(State.Places.ImagePath));
-    return ReadImageHeader(State.Places.ImagePath) ? MeasureImage() : std::nullopt;
+    std::memcpy(State.Paths.ImagePath, State.Paths.DefaultImagePath, sizeof(State.Paths.ImagePath));
+    return ReadImageHeader(State.Paths.ImagePath) ? MeasureImage() : std::nullopt;
 }
 
 // A file that is too short to be sent would be met by the transfer alone, when the handheld has
@@ -65,7 +64,7 @@ Choice CheckSize(std::uint64_t size, Choice whenTooLarge) {
         ShowPage(ImageTooLargePage);
         return whenTooLarge;
     }
-    if (size >= SmallestImageFile)
+    if (size >= MinImageFileSize)
         return Choice::Taken;
     CeRapiUninit();
     ShowPage(ImageOpenErrorPage);
@@ -73,10 +72,10 @@ Choice CheckSize(std::uint64_t size, Choice whenTooLarge) {
 }
 
 Choice ChooseRestore() {
-    State.Places.ImagePath[0] = '\0';
-    if (!AskForImageFile(State.Windows.MainWindow, State.Places.ImagePath))
+    State.Paths.ImagePath[0] = '\0';
+    if (!AskForImageFile(State.Windows.MainWindow, State.Paths.ImagePath))
         return Choice::Again;
-    if (!ReadImageHeader(State.Places.ImagePath) || !VerifyOrReport() || !ImageIsForHandheld())
+    if (!ReadImageHeader(State.Paths.ImagePath) || !VerifyOrReport() || !ImageIsForHandheld())
         return Choice::Ended;
     const std::optional<std::uint64_t> size = MeasureImage();
     return size ? CheckSize(*size, Choice::Again) : Choice::Ended;

@@ -38,14 +38,14 @@ void ReleaseBanner() {
 }
 
 void ReadPlaces() {
-    char(&directory)[260] = State.Places.AppDirectory;
+    char(&directory)[260] = State.Paths.AppDirectory;
     const DWORD length = GetCurrentDirectoryA(sizeof(directory), directory);
     if (length == 0 || length >= sizeof(directory))
         directory[0] = '\0'; // no file is looked for: it would be looked for in the root of a drive
     State.Run.ResumePending = ReadProgressRecord();
     if (!State.Run.ResumePending) {
         State.Run.SerialLinkSelected = true;
-        ReadSerialPortName(State.Places.SerialPortName);
+        ReadSerialPortName(State.Paths.SerialPortName);
     }
 }
 

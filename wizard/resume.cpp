@@ -21,5 +21,5 @@ void GoOnWithoutHandheld() {
         return;
     }
     StopActiveSync();
-    ConcludeTransfer(ShowPage(ResumeProgressPage), Road::Resumed);
+    ConcludeTransfer(ShowPage(ResumeProgressPage), RunKind::Resumed);
 }

@@ -81,7 +81,7 @@ TEST_F(RemoteFiles, names_are_widened_from_the_ansi_code_page) {
 }
 
 TEST_F(RemoteFiles, text_that_does_not_fit_is_refused_whole) {
-    char16_t wide[DevicePathRoom];
+    char16_t wide[DevicePathCapacity];
     EXPECT_TRUE(WidenText(std::string(259, 'w').c_str(), wide));
     EXPECT_EQ(std::u16string(259, u'w'), wide);
     EXPECT_FALSE(WidenText(std::string(260, 'w').c_str(), wide));

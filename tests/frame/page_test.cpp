@@ -103,11 +103,11 @@ std::string PercentageAfter(BarMoves planned) {
             char text[20];
             GetDlgItemTextA(page, 1023, text, sizeof(text));
             State.Windows.ProgressPage = nullptr;
-            std::snprintf(State.Places.BackupPath, sizeof(State.Places.BackupPath), "%s", text);
+            std::snprintf(State.Paths.BackupPath, sizeof(State.Paths.BackupPath), "%s", text);
         }};
     moves = planned;
     EXPECT_EQ(7, ShowPage(BarPage));
-    return State.Places.BackupPath;
+    return State.Paths.BackupPath;
 }
 
 TEST_F(Frame, percentages_are_rounded_down_and_never_pass_the_range_of_the_bar) {

@@ -21,20 +21,20 @@ TEST_F(Discovery, takes_the_first_file_whose_name_ends_in_nbf) {
     WriteFileBytes(Folder() / "c_NbF", "an image");
     WriteFileBytes(Folder() / "d.nbf", "a second one");
     EXPECT_TRUE(FindDefaultImage());
-    EXPECT_EQ(TreePath("English\\c_NbF"), State.Places.ImagePath);
-    EXPECT_EQ(TreePath("English\\c_NbF"), State.Places.DefaultImagePath);
+    EXPECT_EQ(TreePath("English\\c_NbF"), State.Paths.ImagePath);
+    EXPECT_EQ(TreePath("English\\c_NbF"), State.Paths.DefaultImagePath);
     EXPECT_EQ(8U, FindFolderImageSize());
 }
 
 TEST_F(Discovery, finds_nothing_in_a_folder_that_holds_no_image_or_is_none) {
     WriteFileBytes(Folder() / "readme.doc", "no image");
     EXPECT_FALSE(FindDefaultImage());
-    SetText(State.Places.LanguageFolder, "Klingon");
+    SetText(State.Paths.LanguageFolder, "Klingon");
     EXPECT_FALSE(FindDefaultImage());
     EXPECT_EQ(0U, FindFolderImageSize());
-    EXPECT_STREQ("", State.Places.DefaultImagePath);
-    State.Places.AppDirectory[0] = '\0'; // it could not be read: the root of the drive is no tree
-    SetText(State.Places.LanguageFolder, "usr");
+    EXPECT_STREQ("", State.Paths.DefaultImagePath);
+    State.Paths.AppDirectory[0] = '\0'; // it could not be read: the root of the drive is no tree
+    SetText(State.Paths.LanguageFolder, "usr");
     EXPECT_FALSE(ForEachFolderFile([](const WIN32_FIND_DATAA&) { return true; }));
 }
 
@@ -42,7 +42,7 @@ TEST_F(Discovery, language_chooses_the_folder_and_measures_its_image) {
     WriteFileBytes(Home().Tree() / "TChinese" / "x.nbf", std::string(3 * 1024 + 1023, 'x'));
     SetText(State.Handheld.DeviceLanguage, "cht");
     ChooseLanguageFolder();
-    EXPECT_STREQ("TChinese", State.Places.LanguageFolder);
+    EXPECT_STREQ("TChinese", State.Paths.LanguageFolder);
     EXPECT_EQ(3U, State.Image.ImageSizeKB);
 }
 
@@ -50,13 +50,13 @@ TEST_F(Discovery, unknown_language_leaves_folder_and_size_as_they_were) {
     SetText(State.Handheld.DeviceLanguage, "XYZ");
     State.Image.ImageSizeKB = 77;
     ChooseLanguageFolder();
-    EXPECT_STREQ("English", State.Places.LanguageFolder);
+    EXPECT_STREQ("English", State.Paths.LanguageFolder);
     EXPECT_EQ(77U, State.Image.ImageSizeKB);
-    State.Places.LanguageFolder[0] = '\0'; // then the tree's root is searched
+    State.Paths.LanguageFolder[0] = '\0'; // then the tree's root is searched
     WriteFileBytes(Home().Tree() / "root.nbf", "image");
     EXPECT_TRUE(FindDefaultImage());
-    EXPECT_EQ(TreePath("\\root.nbf"), State.Places.ImagePath);
-    EXPECT_EQ(5U, ImageFileSize(State.Places.ImagePath));
+    EXPECT_EQ(TreePath("\\root.nbf"), State.Paths.ImagePath);
+    EXPECT_EQ(5U, ImageFileSize(State.Paths.ImagePath));
 }
 
 TEST_F(Discovery, image_whose_path_is_too_long_is_missing_rather_than_cut) {
@@ -64,7 +64,7 @@ TEST_F(Discovery, image_whose_path_is_too_long_is_missing_rather_than_cut) {
     const std::string fits = std::string(room - 4, 'f') + ".nbf";
     WriteFileBytes(Folder() / fits, "image");
     ASSERT_TRUE(FindDefaultImage());
-    EXPECT_EQ(TreePath("English\\" + fits), State.Places.ImagePath);
+    EXPECT_EQ(TreePath("English\\" + fits), State.Paths.ImagePath);
     std::filesystem::rename(Folder() / fits, Folder() / ("f" + fits));
     EXPECT_FALSE(FindDefaultImage());
 }

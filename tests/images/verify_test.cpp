@@ -15,7 +15,7 @@ protected:
         ConnectedPlace::Connect(options);
         WriteFileBytes(Folder() / "module.dat", "none.dll\r\n$");
         path_ = Home().MakeImage({.size = 0x80020 + 4099});
-        SetText(State.Places.ImagePath, WindowsPathOf(path_));
+        SetText(State.Paths.ImagePath, WindowsPathOf(path_));
     }
 
     std::string Image() {
@@ -25,7 +25,7 @@ protected:
 
     Verification VerdictOn(const std::string& image) {
         WriteFileBytes(path_, image);
-        EXPECT_TRUE(ReadImageHeader(State.Places.ImagePath));
+        EXPECT_TRUE(ReadImageHeader(State.Paths.ImagePath));
         return VerifyImage(nullptr);
     }
 

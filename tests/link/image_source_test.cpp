@@ -15,7 +15,7 @@ protected:
     void SetUp() override {
         WizardPlace::SetUp();
         path_ = Folder() / "image.nbf";
-        SetText(State.Places.ImagePath, WindowsPathOf(path_));
+        SetText(State.Paths.ImagePath, WindowsPathOf(path_));
     }
     void TearDown() override { AbandonTransfer(); }
 
@@ -24,7 +24,7 @@ protected:
         AbandonTransfer(); // closes the one before
         WriteFileBytes(path_, "x");
         std::filesystem::resize_file(path_, size);
-        return OpenTransferImage(SmallestImageFile);
+        return OpenTransferImage(MinImageFileSize);
     }
     bool Read(std::uint32_t size) {
         piece_.assign(size, 'p');
@@ -41,13 +41,13 @@ TEST_F(ImageSource, opens_a_file_from_the_smallest_to_the_largest_size_that_can_
     EXPECT_EQ(0xFFFFFFFEU, Open(0xFFFFFFFE));
     EXPECT_EQ(0U, Open(0x100080020));
     std::filesystem::remove(path_);
-    EXPECT_EQ(0U, OpenTransferImage(SmallestImageFile));
+    EXPECT_EQ(0U, OpenTransferImage(MinImageFileSize));
 }
 
 TEST_F(ImageSource, keeps_writers_away_while_it_is_sent) {
     Open(0x80020);
     EXPECT_EQ(INVALID_HANDLE_VALUE,
-              CreateFileA(State.Places.ImagePath, GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+              CreateFileA(State.Paths.ImagePath, GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 

@@ -120,9 +120,8 @@ protected:
         LinkTest::SetUp();
         const auto image = home_ / "image.nbf";
         std::ofstream(image) << 'x';
-        std::filesystem::resize_file(image, SmallestImageFile);
-        std::snprintf(State.Places.ImagePath, sizeof(State.Places.ImagePath), "Z:%s",
-                      image.c_str());
+        std::filesystem::resize_file(image, MinImageFileSize);
+        std::snprintf(State.Paths.ImagePath, sizeof(State.Paths.ImagePath), "Z:%s", image.c_str());
         StartReceiveLoop(SerialReceiveLoop, true);
         sender_ = std::thread([this] {
             BeginUpgradeTransfer();

@@ -44,7 +44,7 @@ TEST_F(ReceiveBuffer, clearing_a_token_lets_the_next_one_stand_at_the_start) {
 }
 
 TEST_F(ReceiveBuffer, the_longest_burst_leaves_a_zero_at_the_end) {
-    Store(std::string(MostReceived, 'x'));
+    Store(std::string(MaxReceived, 'x'));
     EXPECT_EQ(0, State.Link.ReceiveBuffer[ReceiveBufferSize - 1]);
     EXPECT_EQ('x', State.Link.ReceiveBuffer[ReceiveBufferSize - 2]);
 }

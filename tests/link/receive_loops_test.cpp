@@ -80,7 +80,7 @@ TEST_F(LinkTest, a_stall_is_decided_while_the_note_of_the_held_back_block_waits)
     EndStalledTransfer(nullptr, PieceTimer);
     EXPECT_TRUE(State.Run.TransferAborted);
     EXPECT_FALSE(HeldBackBlockNoted());
-    EXPECT_FALSE(TakeSuccess());
+    EXPECT_FALSE(MarkSent());
     close(lock);
     sender.join();
     EXPECT_TRUE(HeldBackBlockNoted());
@@ -118,7 +118,7 @@ TEST_F(LinkTest, a_loop_without_a_device_ends_and_does_not_hold_its_starter) {
 TEST_F(LinkTest, the_buffers_of_a_transfer_outlive_a_sender_that_uses_them) {
     State.Link.TransferBufferA = static_cast<std::uint8_t*>(LocalAlloc(LMEM_FIXED, 0x40000));
     {
-        const SenderHold hold;
+        const SenderGuard sender;
         AbandonTransfer();
         EXPECT_NE(nullptr, State.Link.TransferBufferA);
     }

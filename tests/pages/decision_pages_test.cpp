@@ -146,7 +146,7 @@ protected:
 
 TEST_F(SaveSequence, a_new_file_is_accepted_with_its_extension_and_not_yet_created) {
     EXPECT_EQ(1000, Save({"mine"}));
-    EXPECT_EQ(Named("mine.nbf"), State.Places.BackupPath);
+    EXPECT_EQ(Named("mine.nbf"), State.Paths.BackupPath);
     EXPECT_FALSE(std::filesystem::exists(folder_ / "mine.nbf"));
     EXPECT_EQ((Road{"show 125", "save TOLKROM187", "end 125"}), user_.road);
 }
@@ -164,7 +164,7 @@ TEST_F(SaveSequence, the_proposed_name_is_the_version_without_its_point_whatever
 }
 
 TEST_F(SaveSequence, a_cancelled_dialog_leaves_the_page_up_and_the_next_one_starts_afresh) {
-    State.Places.BackupPath[0] = '\0';
+    State.Paths.BackupPath[0] = '\0';
     EXPECT_EQ(1, Save({"", ""}, {{125, "1030"}, {125, "1"}}));
     EXPECT_EQ((Road{"show 125", "save TOLKROM187", "save TOLKROM187", "end 125"}), user_.road);
 }
@@ -172,7 +172,7 @@ TEST_F(SaveSequence, a_cancelled_dialog_leaves_the_page_up_and_the_next_one_star
 TEST_F(SaveSequence, an_existing_file_is_replaced_only_when_the_user_says_so) {
     const std::string old = MakeFile("old.nbf");
     EXPECT_EQ(1000, Save({"old"}, {{152, "1"}}));
-    EXPECT_EQ(Named("old.nbf"), State.Places.BackupPath);
+    EXPECT_EQ(Named("old.nbf"), State.Paths.BackupPath);
     EXPECT_EQ("an earlier backup", Content(old));
     EXPECT_EQ((Road{"show 125", "save TOLKROM187", "hide 125", "show 152", "end 152", "end 125"}),
               user_.road);
@@ -181,7 +181,7 @@ TEST_F(SaveSequence, an_existing_file_is_replaced_only_when_the_user_says_so) {
 TEST_F(SaveSequence, a_refused_file_brings_the_dialog_back_on_the_name_that_was_chosen) {
     MakeFile("old.nbf");
     EXPECT_EQ(1000, Save({"old", "old.nbf", "new"}, {{152, "2"}, {152, "esc"}}));
-    EXPECT_EQ(Named("new.nbf"), State.Places.BackupPath);
+    EXPECT_EQ(Named("new.nbf"), State.Paths.BackupPath);
     const std::string again = "save " + platform::Utf8FromAnsi(Named("old.nbf"));
     EXPECT_EQ((Road{"show 125", "save TOLKROM187", "hide 125", "show 152", "end 152", "show 125",
                     again, "hide 125", "show 152", "end 152", "show 125", again, "end 125"}),

@@ -26,7 +26,7 @@ protected:
     void WriteImage(const char* header) {
         const std::string path = (folder_ / "image.nbf").string();
         std::ofstream(path, std::ios::binary) << header << std::string(64, '\0');
-        std::strcpy(State.Places.ImagePath, platform::WindowsPath(path).c_str());
+        std::strcpy(State.Paths.ImagePath, platform::WindowsPath(path).c_str());
     }
 
     // A program on the PATH that writes down from where and with what it was started. Gives the
@@ -67,7 +67,7 @@ TEST_F(TransferPages, a_link_on_which_nobody_answers_ends_the_page_with_2) {
 
 TEST_F(TransferPages, a_resumed_run_without_its_image_shows_error_104_beside_the_page) {
     OpenMainWindow();
-    std::strcpy(State.Places.ImagePath, "Z:\\nowhere\\image.nbf");
+    std::strcpy(State.Paths.ImagePath, "Z:\\nowhere\\image.nbf");
     State.Run.BusyCursor = false;
     user_.steps.push_back({141, "2"});
     EXPECT_EQ(PageNotShown, ShowPage(ResumeProgressPage));
@@ -133,7 +133,7 @@ TEST_F(TransferPages, only_next_hands_the_pc_back_to_activesync) {
 TEST_F(TransferPages, the_readme_is_opened_in_the_folder_of_the_images_language) {
     const std::filesystem::path early = AddProgram("early/wordpad.exe");
     std::filesystem::create_directory(folder_ / "Japanese");
-    std::strcpy(State.Places.AppDirectory, platform::WindowsPath(folder_.string()).c_str());
+    std::strcpy(State.Paths.AppDirectory, platform::WindowsPath(folder_.string()).c_str());
     const Step clear = {160, "1134"}, finish = {160, "1"}, leave = {160, "esc"};
     user_.steps = {leave};
     EXPECT_EQ(1, ShowFinishPage());

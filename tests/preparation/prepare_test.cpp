@@ -21,8 +21,8 @@ protected:
         State.Image.ImageVersion = VersionNumber(version);
         State.Run.UpgradeUnderway = true;
         State.Windows.MainWindow = OpenMainWindow();
-        SetText(State.Places.ImagePath, "Z:\\image.nbf");
-        SetText(State.Places.SerialPortName, "COM1:");
+        SetText(State.Paths.ImagePath, "Z:\\image.nbf");
+        SetText(State.Paths.SerialPortName, "COM1:");
         DeleteProgressRecord();
     }
 
@@ -140,9 +140,9 @@ TEST_F(Preparation, connection_lost_before_the_start_is_a_failed_start) {
 
 TEST_F(Preparation, without_a_folder_or_an_upgrade_under_way_changes_nothing) {
     Connect("1.40");
-    SetText(State.Places.LanguageFolder, "Klingon");
+    SetText(State.Paths.LanguageFolder, "Klingon");
     PrepareDevice();
-    SetText(State.Places.LanguageFolder, "English");
+    SetText(State.Paths.LanguageFolder, "English");
     State.Run.UpgradeUnderway = false;
     PrepareDevice();
     EXPECT_TRUE(Device().HasRegistryKey(Disk));

@@ -29,11 +29,11 @@ protected:
 
     void SetUp() override {
         DeleteProgressRecord();
-        std::strcpy(State.Places.LanguageFolder, "French");
+        std::strcpy(State.Paths.LanguageFolder, "French");
         std::strcpy(State.Handheld.DeviceModel, "TOLKP1000");
         std::strcpy(State.Handheld.DeviceLanguage, "FRE");
         std::strcpy(State.Handheld.DeviceVersionText, "1.14");
-        std::strcpy(State.Places.ImagePath, "Z:\\images\\rom\xE9.nbf");
+        std::strcpy(State.Paths.ImagePath, "Z:\\images\\rom\xE9.nbf");
         State.Run.SerialLinkSelected = true;
         State.Run.BootloaderResume = false;
     }
@@ -75,7 +75,7 @@ protected:
 };
 
 TEST_F(ProgressRecord, is_stored_to_the_byte) {
-    std::memset(State.Places.LanguageFolder + sizeof("French"), 'x', 5); // of an earlier text
+    std::memset(State.Paths.LanguageFolder + sizeof("French"), 'x', 5); // of an earlier text
     WriteProgressRecord();
     EXPECT_EQ(std::string("\1\0\0\0", 4), Read("Flash").data);
     EXPECT_EQ(Padded("French", 20), Read("Language").data);
@@ -92,17 +92,17 @@ TEST_F(ProgressRecord, comes_back_whole_in_the_next_run) {
     State.Run.SerialLinkSelected = false;
     WriteProgressRecord();
     MarkCriticalFailure();
-    State.Places = {};
+    State.Paths = {};
     for (auto* text : {State.Handheld.DeviceModel, State.Handheld.DeviceLanguage,
                        State.Handheld.DeviceVersionText})
         text[0] = '\0';
     State.Run.SerialLinkSelected = true;
     EXPECT_TRUE(ReadProgressRecord());
-    EXPECT_STREQ("French", State.Places.LanguageFolder);
+    EXPECT_STREQ("French", State.Paths.LanguageFolder);
     EXPECT_STREQ("TOLKP1000", State.Handheld.DeviceModel);
     EXPECT_STREQ("FRE", State.Handheld.DeviceLanguage);
     EXPECT_STREQ("1.14", State.Handheld.DeviceVersionText);
-    EXPECT_STREQ("Z:\\images\\rom\xE9.nbf", State.Places.ImagePath);
+    EXPECT_STREQ("Z:\\images\\rom\xE9.nbf", State.Paths.ImagePath);
     EXPECT_FALSE(State.Run.SerialLinkSelected);
     EXPECT_TRUE(State.Run.BootloaderResume);
     DeleteProgressRecord();
@@ -152,7 +152,7 @@ TEST_F(ProgressRecord, names_no_image_rather_than_another_one_where_the_path_doe
     for (const std::size_t length : {259U, 260U}) {
         Write("FlashFile", REG_SZ, "Z:\\" + std::string(length - 3, 'f'));
         ReadProgressRecord();
-        EXPECT_EQ(length == 259 ? 259 : 0, std::strlen(State.Places.ImagePath));
+        EXPECT_EQ(length == 259 ? 259 : 0, std::strlen(State.Paths.ImagePath));
     }
 }
 
