@@ -10,6 +10,7 @@
 #include "device/remote_files.h"
 #include "device/remote_program.h"
 #include "rapi/rapi.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <array>
@@ -68,11 +69,8 @@ bool AwaitResultFile() {
     for (int poll = 0; poll < MaxPolls; ++poll) {
         Sleep(PollMilliseconds);
         CeFindData found = {};
-        const CeHandle search = CeFindFirstFile(ResultFile, &found);
-        if (search != CeInvalidHandle) {
-            CeFindClose(search);
+        if (const OwnedDeviceSearch search(CeFindFirstFile(ResultFile, &found)); search)
             return true;
-        }
     }
     return false;
 }
@@ -84,14 +82,15 @@ bool ReadResultByte(CeHandle file, std::uint8_t* value) {
 
 // The result file goes whatever it held, so that no later poll meets an old one.
 bool ReadResultFile() {
-    const CeHandle file =
-        CeCreateFile(ResultFile, GENERIC_READ, 0, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
-    if (file == CeInvalidHandle)
+    OwnedDeviceFile file(
+        CeCreateFile(ResultFile, GENERIC_READ, 0, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
+    if (!file)
         return false;
     std::uint8_t dropped = 0;
     std::uint8_t megabytes = 0;
-    const bool read = ReadResultByte(file, &dropped) && ReadResultByte(file, &megabytes);
-    const bool closed = CeCloseHandle(file) != 0;
+    const bool read =
+        ReadResultByte(file.Get(), &dropped) && ReadResultByte(file.Get(), &megabytes);
+    const bool closed = file.Close();
     const bool deleted = CeDeleteFile(ResultFile) != 0;
     if (read)
         State.Handheld.FlashSizeMB = megabytes;
@@ -103,15 +102,14 @@ bool ReadResultFile() {
 bool ReadAssetData() {
     if (!StartRemoteProgram(u"\\Windows\\Morvikor.exe"))
         return false;
-    const CeHandle file = CeCreateFile(u"\\Windows\\nvnAssetData.dat", GENERIC_READ,
-                                       FILE_SHARE_READ, OPEN_EXISTING, 0);
-    if (file == CeInvalidHandle)
+    const OwnedDeviceFile file(CeCreateFile(u"\\Windows\\nvnAssetData.dat", GENERIC_READ,
+                                            FILE_SHARE_READ, OPEN_EXISTING, 0));
+    if (!file)
         return false;
     std::array<std::uint8_t, AssetSize> asset = {};
     std::uint32_t done = 0;
-    if (CeGetFileSize(file) != INVALID_FILE_SIZE)
-        CeReadFile(file, asset.data(), AssetSize, &done); // the count tells what came
-    CeCloseHandle(file);
+    if (CeGetFileSize(file.Get()) != INVALID_FILE_SIZE)
+        CeReadFile(file.Get(), asset.data(), AssetSize, &done); // the count says what came
     if (done < VersionOffset + 2 * VersionUnits)
         return false;
     ParseModel(Bytes(asset).subspan(ModelOffset, 2 * ModelUnits));

@@ -61,7 +61,8 @@ INT_PTR Answer(HWND window, const PageResources& resources, UINT message, WPARAM
     case WM_PAINT:
         return PaintPage(window, resources);
     case WM_CTLCOLORSTATIC:
-        return ColourControl(reinterpret_cast<HDC>(first), reinterpret_cast<HWND>(second), resources);
+        return ColourControl(reinterpret_cast<HDC>(first), reinterpret_cast<HWND>(second),
+                             resources);
     default:
         return FALSE;
     }
@@ -121,22 +122,16 @@ void EndWaitingPage(HWND page) {
         EndDialog(page, 1);
 }
 
-void CloseMainWindow() {
-    State.Run.RunEndsItself = true;
-    if (!State.Run.MainWindowGone)
-        SendMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
-}
-
 void CollapsePage(HWND page, bool repaint) {
     if (page)
         MoveWindow(page, 0, 0, 0, 0, repaint ? TRUE : FALSE);
 }
 
 void CentreWindow(HWND page) {
-    RECT place = {};
-    GetWindowRect(page, &place);
-    const int width = static_cast<int>(place.right - place.left);
-    const int height = static_cast<int>(place.bottom - place.top);
+    RECT window = {};
+    GetWindowRect(page, &window);
+    const int width = static_cast<int>(window.right - window.left);
+    const int height = static_cast<int>(window.bottom - window.top);
     MoveWindow(page, (GetSystemMetrics(SM_CXSCREEN) - width) / 2,
                (GetSystemMetrics(SM_CYSCREEN) - height) / 2, width, height, FALSE);
 }

@@ -75,9 +75,6 @@ HWND OpenWaitingPage(const Page& page, HWND owner);
 // Takes a waiting page down. It goes with its owner, too: then there is nothing to do.
 void EndWaitingPage(HWND page);
 
-// Ends the run: WM_CLOSE to MainWindow, from any thread. No page comes up after it.
-void CloseMainWindow();
-
 // Takes a page off the screen and leaves it running. Null is ignored.
 void CollapsePage(HWND page, bool repaint);
 

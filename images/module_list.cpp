@@ -6,8 +6,7 @@
 
 #include "device/language_folder.h"
 #include "device/remote_files.h"
-#include "frame/error_pages.h"
-#include "rapi/rapi.h"
+#include "state/handles.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -18,7 +17,6 @@
 namespace {
 
 constexpr std::size_t MaxNameLength = 259;
-constexpr INT_PTR GoOnWithoutList = 1;
 
 // Tens of thousands of names: more files than \Windows ever held, and each costs a call over a slow
 // cable. What lies behind it in the file is not read.
@@ -69,28 +67,18 @@ std::optional<ListText> ReadList(HANDLE file) {
     return list;
 }
 
-bool EndRun() {
-    CeRapiUninit();
-    CloseMainWindow();
-    return false;
-}
-
 } // namespace
 
-bool RemoveListedModules() {
+ModuleList RemoveModulesOfFolder() {
     char path[MAX_PATH];
-    const HANDLE file = FolderFilePath("module.dat", path)
-                            ? CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)
-                            : INVALID_HANDLE_VALUE;
-    if (file == INVALID_HANDLE_VALUE)
-        return ShowPage(ModuleDataErrorPage) == GoOnWithoutList || EndRun();
-    const std::optional<ListText> list = ReadList(file);
-    CloseHandle(file);
+    const OwnedFile file = FolderFilePath("module.dat", path) ? OpenForReading(path) : OwnedFile();
+    if (!file)
+        return ModuleList::Missing;
+    const std::optional<ListText> list = ReadList(file.Get());
     if (!list)
-        return EndRun();
+        return ModuleList::Unreadable;
     ForEachListedModule({list->data.get(), list->size}, DeleteDeviceModule);
-    return true;
+    return ModuleList::Removed;
 }
 
 void ForEachListedModule(std::string_view list, const std::function<void(const char*)>& visit) {

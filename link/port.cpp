@@ -8,16 +8,18 @@
 
 #include "frame/error_pages.h"
 #include "link/link_error_pages.h"
+#include "state/handles.h"
 #include "state/progress_record.h"
 #include "state/state.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <mutex>
+#include <utility>
 
 namespace {
 
-constexpr std::uint32_t MaxWriteSize = 12288;
+constexpr std::size_t MaxWriteSize = 12288;
 constexpr DWORD StopCheckMilliseconds = 100;
 // A full write takes one second at the slowest, and no flow control holds it back. The bootloader's
 // dialogue stops its timer while it writes, so without this a device that takes nothing more would
@@ -90,11 +92,13 @@ void FinishWrite(HANDLE port, OVERLAPPED* overlapped) {
     WaitForSingleObject(overlapped->hEvent, INFINITE);
 }
 
-bool WriteLinkPiece(const std::uint8_t* data, std::uint32_t length) {
-    OVERLAPPED overlapped = {};
-    overlapped.hEvent = CreateEventA(nullptr, TRUE, TRUE, nullptr);
-    if (!overlapped.hEvent)
+bool WriteOnce(std::span<const std::uint8_t> bytes) {
+    const OwnedObject event(CreateEventA(nullptr, TRUE, TRUE, nullptr));
+    if (!event)
         return false;
+    OVERLAPPED overlapped = {};
+    overlapped.hEvent = event.Get();
+    const auto length = static_cast<DWORD>(bytes.size());
     HANDLE port = nullptr;
     DWORD written = 0;
     bool started = false;
@@ -102,14 +106,13 @@ bool WriteLinkPiece(const std::uint8_t* data, std::uint32_t length) {
     {
         const std::lock_guard lock(State.Link.LinkLock);
         port = State.Link.LinkHandle;
-        started = port && WriteFile(port, data, length, &written, &overlapped);
+        started = port && WriteFile(port, bytes.data(), length, &written, &overlapped);
         pending = port && !started && GetLastError() == ERROR_IO_PENDING;
     }
     if (pending) {
         FinishWrite(port, &overlapped);
         written = static_cast<DWORD>(overlapped.InternalHigh);
     }
-    CloseHandle(overlapped.hEvent);
     return (started || pending) && written == length;
 }
 
@@ -151,15 +154,17 @@ bool OpenLinkPort(const char* portName) {
 }
 
 // What comes behind a write that failed would reach the device in the wrong place.
-bool WriteLink(const void* data, std::uint32_t length) {
-    const auto* next = static_cast<const std::uint8_t*>(data);
-    while (length > MaxWriteSize && !State.Link.StopReceive) {
-        if (!WriteLinkPiece(next, MaxWriteSize))
+bool WriteLink(std::span<const std::uint8_t> bytes) {
+    while (bytes.size() > MaxWriteSize && !State.Link.StopReceive) {
+        if (!WriteOnce(bytes.first(MaxWriteSize)))
             return false;
-        next += MaxWriteSize;
-        length -= MaxWriteSize;
+        bytes = bytes.subspan(MaxWriteSize);
     }
-    return !State.Link.StopReceive && WriteLinkPiece(next, length);
+    return !State.Link.StopReceive && WriteOnce(bytes);
+}
+
+bool WriteLink(std::string_view bytes) {
+    return WriteLink(std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
 }
 
 bool AwaitOutputSent() {
@@ -173,7 +178,5 @@ bool AwaitOutputSent() {
 
 void CloseLinkPort() {
     const std::lock_guard lock(State.Link.LinkLock);
-    if (State.Link.LinkHandle)
-        CloseHandle(State.Link.LinkHandle);
-    State.Link.LinkHandle = nullptr;
+    OwnedObject(std::exchange(State.Link.LinkHandle, nullptr)).Close();
 }

@@ -10,10 +10,12 @@
 #include "link/link_calls.h"
 #include "link/port.h"
 #include "link/receive_buffer.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <array>
 #include <mutex>
+#include <utility>
 
 namespace {
 
@@ -40,7 +42,7 @@ void ReadBurst(OVERLAPPED* overlapped) {
     std::array<std::uint8_t, MaxReceived> burst;
     std::size_t count = 0;
     std::uint8_t byte = 0;
-    while (!State.Link.StopReceive && ReadLink(&byte, 1, overlapped) == 1) {
+    while (!State.Link.StopReceive && ReadLink({&byte, 1}, overlapped) == 1) {
         if (count < burst.size())
             burst[count++] = byte;
     }
@@ -91,13 +93,11 @@ void StartReceiveLoop(DWORD(WINAPI* loop)(LPVOID), bool keepThread) {
         // Under the lock, so that a loop that ends at once finds its own handle to close.
         const std::lock_guard lock(State.Link.LinkLock);
         DWORD id = 0;
-        const HANDLE thread = CreateThread(nullptr, 0, loop, nullptr, 0, &id);
+        OwnedObject thread(CreateThread(nullptr, 0, loop, nullptr, 0, &id));
         if (!thread)
             return; // no loop: no token is ever seen, and the stall timer ends the transfer
         if (keepThread)
-            State.Link.ReceiveThread = thread;
-        else
-            CloseHandle(thread);
+            State.Link.ReceiveThread = thread.Release();
     }
     // Ends: every loop raises the flag once it listens, or when it finds that it cannot.
     while (!State.Link.ReceiveCameUp)
@@ -106,12 +106,8 @@ void StartReceiveLoop(DWORD(WINAPI* loop)(LPVOID), bool keepThread) {
 
 void CloseReceiveHandles() {
     const std::lock_guard lock(State.Link.LinkLock);
-    if (State.Link.ReceiveEvent)
-        CloseHandle(State.Link.ReceiveEvent);
-    State.Link.ReceiveEvent = nullptr;
-    if (State.Link.ReceiveThread)
-        CloseHandle(State.Link.ReceiveThread);
-    State.Link.ReceiveThread = nullptr;
+    OwnedObject(std::exchange(State.Link.ReceiveEvent, nullptr)).Close();
+    OwnedObject(std::exchange(State.Link.ReceiveThread, nullptr)).Close();
 }
 
 void MarkReceiveRunning() { State.Link.ReceiveRunning = true; }

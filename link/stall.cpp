@@ -9,7 +9,7 @@
 #include "link/port.h"
 #include "link/receive.h"
 #include "link/transfer_buffers.h"
-#include "link/upgrade_transfer.h"
+#include "link/wire.h"
 #include "state/progress_record.h"
 #include "state/state.h"
 
@@ -96,7 +96,7 @@ void EndStalledTransfer(HWND page, UINT_PTR timer) {
         return;
     AbandonTransfer();
     State.Link.StopReceive = true;
-    EndDialog(page, 2);
+    EndDialog(page, TransferStalled);
 }
 
 void ReleaseLink() {

@@ -9,6 +9,7 @@
 #include "pages/duration_texts.h"
 #include "pages/image_file_dialog.h"
 #include "resources/resource.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <cstdio>
@@ -23,7 +24,8 @@ constexpr PageText BackupChoiceTexts[] = {
     {IDCANCEL, IDS_CANCEL},
 };
 
-constexpr PageResult BackupChoiceResults[] = {{IDOK, 1}, {IDCANCEL, 2}};
+constexpr PageResult BackupChoiceResults[] = {{IDOK, BackupChoiceNone},
+                                              {IDCANCEL, BackupChoiceCancel}};
 
 void SetOffer(HWND page) {
     SetDlgItemTextA(
@@ -41,11 +43,7 @@ void ProposeBackupName() {
 
 bool FileExists(const char* path) {
     WIN32_FIND_DATAA found;
-    const HANDLE search = FindFirstFileA(path, &found);
-    if (search == INVALID_HANDLE_VALUE)
-        return false;
-    FindClose(search);
-    return true;
+    return static_cast<bool>(OwnedSearch(FindFirstFileA(path, &found)));
 }
 
 // Asks about an existing file, with the page out of sight. On refusal the page is back.
@@ -53,7 +51,7 @@ bool MayWrite(HWND page, const char* path) {
     if (!FileExists(path))
         return true;
     ShowWindow(page, SW_HIDE);
-    if (ShowPage(FileExistsPage) != 2)
+    if (ShowPage(FileExistsPage) != FileExistsChooseOther)
         return true;
     ShowWindow(page, SW_SHOW);
     return false;
@@ -83,7 +81,7 @@ void ChooseBackup(HWND page) {
     if (!PickBackupFile(page))
         return;
     if (HasSpace(State.Paths.BackupPath)) {
-        EndDialog(page, BackupFileChosen);
+        EndDialog(page, BackupChoiceFile);
         return;
     }
     ShowWindow(page, SW_HIDE);

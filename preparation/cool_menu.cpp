@@ -3,6 +3,7 @@
 #include "preparation/cool_menu.h"
 
 #include "rapi/rapi.h"
+#include "state/handles.h"
 
 namespace {
 
@@ -16,11 +17,11 @@ void ClearCoolMenu() {
     if (CeRegOpenKeyEx(CeLocalMachine, u"ControlPanel\\Menus", QueryAccess, &menus) !=
         ERROR_SUCCESS)
         return;
+    const OwnedDeviceKey owner(menus);
     std::uint8_t data[100] = {};
     std::uint32_t size = sizeof(data);
     if (CeRegQueryValueEx(menus, u"CoolMenu", data, &size) == ERROR_SUCCESS && data[0] != 0) {
         data[0] = 0;
         CeRegSetValueEx(menus, u"CoolMenu", NoType, data, 1);
     }
-    CeRegCloseKey(menus);
 }

@@ -11,6 +11,7 @@
 #include "device/language_folder.h"
 #include "device/remote_files.h"
 #include "frame/error_pages.h"
+#include "frame/run_end.h"
 #include "link/receive.h"
 #include "preparation/device_changes.h"
 #include "rapi/rapi.h"
@@ -63,12 +64,6 @@ void HandOver() {
     StartReceive(); // a port that does not open has ended the run
 }
 
-void ReportFailedStart() {
-    CeRapiUninit();
-    ShowPage(RemoteProgramErrorPage);
-    CloseMainWindow();
-}
-
 } // namespace
 
 void PrepareDevice() {
@@ -81,5 +76,5 @@ void PrepareDevice() {
     if (StartFlasher(flasher))
         HandOver();
     else
-        ReportFailedStart();
+        EndRun(RemoteProgramErrorPage, {.uninitRapi = true});
 }

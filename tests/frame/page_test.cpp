@@ -2,7 +2,7 @@
 // screen, pages that do not block, the bar.
 // label: threads
 
-#include "frame/page.h"
+#include "frame/run_end.h"
 
 #include "frame/error_pages.h"
 #include "frame/progress_bar.h"

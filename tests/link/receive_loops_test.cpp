@@ -153,7 +153,7 @@ TEST_F(UsbLoop, takes_a_device_that_leaves_the_bus_for_its_end_and_closes_what_i
         const std::lock_guard lock(State.Link.LinkLock);
         return !State.Link.LinkHandle && !State.Link.ReceiveEvent && !State.Link.ReceiveThread;
     }));
-    EXPECT_FALSE(WriteLink("A", 1));
+    EXPECT_FALSE(WriteLink("A"));
 }
 
 TEST_F(UsbLoop, leaves_a_token_that_nobody_takes_when_it_is_told_to_stop) {
