@@ -1,4 +1,5 @@
-// The pass that meets the end of the file makes a write of no bytes, too.
+// Copying in blocks, up to and with the empty one at the end of the file: the pass that meets the
+// end makes a write of no bytes, too.
 
 #include "device/file_copy.h"
 

@@ -1,6 +1,6 @@
 // Asking the handheld what it is.
 //
-// Model, version and language stand in an asset file that a program of the handheld brings up to
+// Model, version and language come from an asset file that a program of the handheld brings up to
 // date; the flash size comes from a probe that is pushed, and its result file is removed so that
 // the next question waits for a fresh one. An asset file too short for its fields says nothing: the
 // program that writes it has failed.
@@ -46,13 +46,13 @@ void ParseModel(Bytes field) {
         model[unit] = static_cast<char>(field[2 * unit]);
 }
 
-// Two releases were delivered with a zero where the second digit of 1.12 should stand.
+// Two releases were delivered with a zero in place of the second digit of 1.12.
 void RepairVersion(char (&text)[VersionUnits + 1]) {
     if (lstrcmpiA(text, "1..2.00 ENG") == 0 || lstrcmpiA(text, "1..2.00 JPN") == 0)
         text[2] = '1';
 }
 
-// A zero unit in this field does not end the text; it stands for a point.
+// A zero unit in this field does not end the text; it means a point.
 void ParseVersionAndLanguage(Bytes field) {
     char text[VersionUnits + 1] = {};
     for (std::size_t unit = 0; unit < field.size() / 2; ++unit)

@@ -1,4 +1,5 @@
-// Names come from the device in UTF-16 and go back as they are.
+// Working through the entries of a folder of the device. Their names come in UTF-16 and go back as
+// they are.
 
 #include "device/remote_folders.h"
 

@@ -1,5 +1,5 @@
 // The numbered failures as rows of data. Two of them show values of the record, and one has to
-// forget why it was shown: a mismatch that stays set would mark lines of the next showing.
+// forget why it was shown: a mismatch that stays set would mark lines the next time.
 
 #include "frame/error_pages.h"
 

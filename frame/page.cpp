@@ -1,8 +1,8 @@
 // The engine behind all pages: opens a page from its row of data and answers its messages.
 //
-// What a page needs while it is up, its font, pictures and brush, belongs to the one resources and
-// not to the record: a worker may show a failure page while the main thread still stands in
-// ProgressPage, and neither may delete what the other one paints with.
+// What a page needs while it is up, its fonts, pictures and brush, belongs to the one call that
+// shows it and not to the record: a worker may show a failure page while the main thread is still
+// in ProgressPage, and neither may delete what the other one paints with.
 
 #include "frame/page.h"
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-// COM on this thread, as long as it takes.
+// COM on this thread, until the end of the scope.
 class ComUse {
 public:
     ComUse() : started_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Told by the last three characters; a dot before them is not asked for.
+// By the last three characters; there need be no dot before them.
 bool IsImageName(const char* name) {
     const std::size_t length = std::strlen(name);
     return length >= 3 && lstrcmpiA(name + length - 3, "nbf") == 0;

@@ -15,7 +15,7 @@
 constexpr std::uint32_t ImageHeaderSize = 32;
 constexpr std::uint32_t SummedHeaderSize = 18; // the bytes of the header that the checksum covers
 
-// Where in the header its texts stand.
+// Offsets of the texts in the header.
 constexpr std::size_t ImageModelOffset = 0;
 constexpr std::size_t ImageLanguageOffset = 10;
 constexpr std::size_t ImageVersionOffset = 14;

@@ -81,7 +81,7 @@ bool ImageWriter::WriteHeader(std::span<const std::uint8_t> header) const {
     return Seek(file_.Get(), 0) && Write(header) && FlushFileBuffers(file_.Get());
 }
 
-// What stands in for missing bytes can add up to nothing, as a block of one value does: the sum of
+// The filler of missing bytes can add up to nothing, as a block of one value does: the sum of
 // what was received would then be right for a broken ROM. So it is made wrong.
 std::uint16_t ImageWriter::Checksum(std::uint16_t headerSum) const {
     const bool looksWhole = incomplete_ && fillSum_ == 0;

@@ -24,7 +24,7 @@ public:
     ImageWriter(const ImageWriter&) = delete;
     ImageWriter& operator=(const ImageWriter&) = delete;
 
-    // Creates the file, in the place of one of that name. False when it cannot be opened; one that
+    // Creates the file; one of that name is replaced. False when it cannot be opened; one that
     // exists is then untouched.
     bool Create(const char* path);
 
@@ -43,6 +43,6 @@ private:
 
     OwnedFile file_;
     std::uint16_t sum_ = 0;     // of the bytes received
-    std::uint16_t fillSum_ = 0; // of those that stand in for missing ones
+    std::uint16_t fillSum_ = 0; // of the filler of missing ones
     bool incomplete_ = false;
 };

@@ -48,7 +48,7 @@ DWORD ReadAsMuch(HANDLE file, char* data, DWORD size) {
     return filled;
 }
 
-// Nothing where the size cannot be told or there is no memory.
+// Nothing where the file cannot be measured or there is no memory.
 std::optional<ListText> ReadList(HANDLE file) {
     DWORD high = 0;
     const DWORD size = GetFileSize(file, &high);

@@ -3,7 +3,7 @@
 
 enum class BootloaderMessage { None, ImageRecordWanted, BlockWanted, Prompt };
 
-// The first that matches, in the order of the enumeration, wherever it stands in the buffer. The
+// The first that matches, in the order of the enumeration, anywhere in the buffer. The
 // receive loop stops reading for it, and the sender answers it: the two must agree, or one waits
 // for ever.
 BootloaderMessage ReceivedMessage();

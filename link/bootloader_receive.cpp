@@ -1,5 +1,5 @@
-// The loop for the bootloader's dialogue: text and tokens stand anywhere in a burst, so it reads on
-// until one of the three things that the sender looks for is in the buffer.
+// The loop for the bootloader's dialogue: text and tokens lie anywhere in a burst, so it reads on
+// until one of the three messages that the sender answers is in the buffer.
 
 #include "link/receive.h"
 
@@ -30,8 +30,8 @@ void ReadUntilMessage(OVERLAPPED* overlapped) {
 
 // The pause alone would do for a sender that polls every millisecond, were it not busy with the
 // page at times. A byte that came while a text was being read leaves an event behind, and the next
-// read begins with clearing the buffer: an answer that still stands would be lost, and the handheld
-// would wait for a block that never comes.
+// read begins with clearing the buffer: a message that is still there would be lost, and the
+// handheld would wait for a block that never comes.
 void LeaveMessageToSender() {
     Sleep(MessagePauseMilliseconds);
     while (HoldsMessage() && !State.Link.StopReceive)

@@ -1,5 +1,5 @@
-// The PC does not track where it stands in the dialogue: it answers whatever the bootloader says,
-// and keeps only the offset of the next block. The timer measures the bootloader's silence alone,
+// The PC does not track the state of the dialogue: it answers whatever the bootloader says, and
+// keeps only the offset of the next block. The timer measures the bootloader's silence alone,
 // so it is killed before each answer and set after it: a block takes longer on the wire than the
 // bootloader may be silent.
 

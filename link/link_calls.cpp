@@ -1,5 +1,4 @@
-// The one place where a loop starts a call on the port: a lock around the start, none around the
-// wait.
+// How a receive loop calls the port: a lock around the start of each call, none around its wait.
 
 #include "link/link_calls.h"
 

@@ -14,7 +14,7 @@ void SetReadsToReturnAtOnce();
 void SetLinkMask(DWORD mask);
 
 // Waits for one of the masked events and gives those that happened; 0 when the wait failed or was
-// ended by the closing of the port. `mask` takes the answer and must live until the next
+// ended by the closing of the port. `mask` receives the events and must live until the next
 // SetLinkMask, which ends a wait that is still outstanding.
 DWORD WaitForLinkEvent(OVERLAPPED* overlapped, DWORD* mask);
 

@@ -21,9 +21,9 @@ namespace {
 
 constexpr std::size_t MaxWriteSize = 12288;
 constexpr DWORD StopCheckMilliseconds = 100;
-// A full write takes one second at the slowest, and no flow control holds it back. The bootloader's
-// dialogue stops its timer while it writes, so without this a device that takes nothing more would
-// never be noticed there. Longer than any stall timer: where one runs, it decides.
+// A full write takes one second at the slowest, and no flow control delays it. The bootloader's
+// dialogue stops its timer while it writes, so without this a device that accepts nothing more
+// would never be noticed there. Longer than any stall timer: where one runs, it decides.
 constexpr DWORD MaxWriteMilliseconds = 60000;
 
 void ConfigureLine(HANDLE port) {
@@ -116,7 +116,7 @@ bool WriteOnce(std::span<const std::uint8_t> bytes) {
     return (started || pending) && written == length;
 }
 
-// Bytes that the driver has taken and not yet sent.
+// Bytes that the driver has accepted and not yet sent.
 DWORD OutputQueue() {
     const std::lock_guard lock(State.Link.LinkLock);
     DWORD errors = 0;
@@ -153,7 +153,7 @@ bool OpenLinkPort(const char* portName) {
     return true;
 }
 
-// What comes behind a write that failed would reach the device in the wrong place.
+// What comes behind a write that failed would reach the device at the wrong offset.
 bool WriteLink(std::span<const std::uint8_t> bytes) {
     while (bytes.size() > MaxWriteSize && !State.Link.StopReceive) {
         if (!WriteOnce(bytes.first(MaxWriteSize)))

@@ -19,7 +19,7 @@ namespace {
 
 constexpr DWORD PieceMilliseconds = 30000;
 constexpr DWORD AnswerMilliseconds = 20000;
-constexpr DWORD MaxLeaveMilliseconds = 10000; // a loop holds off for a second at most
+constexpr DWORD MaxLeaveMilliseconds = 10000; // a loop pauses for a second at most
 constexpr DWORD PollMilliseconds = 10;
 
 void PostToProgressPage(UINT_PTR timer, DWORD milliseconds) {
@@ -74,8 +74,8 @@ void SetStallTimer(HWND page, UINT_PTR timer, DWORD milliseconds) {
         SetTimer(page, timer, milliseconds, nullptr);
 }
 
-// A stall is decided before the recording or after it. The note takes the registry's lock and its
-// disk, so it comes behind; the device asks for the held-back block only after this.
+// A stall is decided before the recording or after it. The note waits for the registry's lock and
+// its disk, so it comes after; the device asks for the held-back block only after this.
 bool RecordBytesRemaining(std::uint32_t remaining) {
     {
         const std::lock_guard lock(State.Link.VerdictLock);
@@ -102,7 +102,7 @@ void EndStalledTransfer(HWND page, UINT_PTR timer) {
 void ReleaseLink() {
     State.Link.StopReceive = true;
     CloseLinkPort();
-    // A loop that never leaves keeps its handles; the end of the process takes them.
+    // A loop that never leaves keeps its handles; the end of the process closes them.
     if (WaitForLoopToLeave())
         CloseReceiveHandles();
 }

@@ -40,7 +40,7 @@ bool PieceIsWanted() { return HoldsToken(SendPieceToken); }
 
 std::uint32_t BarRange() { return State.Image.ImageSizeKB << 10; }
 
-// Header, first block and HeldBackBlock; the file then stands at the first piece to send.
+// Header, first block and HeldBackBlock; the first piece to send is read next.
 bool LoadHeldBackBlock() {
     State.Link.TransferBufferA = AllocateTransferBuffer(PayloadBlockSize);
     State.Link.TransferBufferB = AllocateTransferBuffer(HeldBackSize);

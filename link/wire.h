@@ -7,7 +7,7 @@
 //   0x40020   HeldBackBlock               to the flasher last
 //   0x80020   the rest                    to the flasher first, in file order
 //
-// The flasher's dialogue stands in upgrade_transfer.h, the bootloader's in bootloader_transfer.h.
+// The flasher's dialogue is in upgrade_transfer.h, the bootloader's in bootloader_transfer.h.
 #pragma once
 
 #include "images/header.h"

@@ -1,7 +1,7 @@
 // The offer of a backup, and the two tests that a file must pass before a backup may start.
 //
 // Nothing is created or replaced here: an existing file that was accepted and then turned out to
-// stand on a full drive is untouched.
+// lie on a full drive is untouched.
 
 #include "frame/catalog.h"
 #include "frame/error_pages.h"
@@ -67,8 +67,8 @@ bool PickBackupFile(HWND page) {
     return true;
 }
 
-// The first two characters are a drive and its colon. Where they are not, or the drive does not
-// tell, the backup is tried: a file that cannot be written has a page of its own.
+// The first two characters are a drive and its colon. Where they are not, or the drive cannot
+// be asked, the backup is tried: a file that cannot be written has a page of its own.
 bool HasSpace(const char* path) {
     const char drive[] = {path[0], path[0] ? path[1] : '\0', '\0'};
     ULARGE_INTEGER available = {};

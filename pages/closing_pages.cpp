@@ -1,7 +1,7 @@
 // After a good transfer: what to do on the handheld, and the farewell.
 //
-// UpgradeDonePage is where the link ends on every road. ActiveSync starts only when the user says
-// that the steps are done; leaving by Escape leaves it stopped.
+// UpgradeDonePage is where the link ends in every good run. ActiveSync starts only when the user
+// says that the steps are done; leaving by Escape leaves it stopped.
 
 #include "pages/closing_pages.h"
 

@@ -1,4 +1,4 @@
-// The thin layer between image files and the pages that tell of them.
+// The thin layer between image files and the pages of their failures.
 //
 // The order of the verification is fixed: the module list comes first, the whole file is summed
 // before the handheld is asked for its flash size, and a handheld that does not answer hides a

@@ -1,4 +1,5 @@
-// A value that is not there is not made: what it would mean to the handheld is unknown.
+// Blanking the value. Where the handheld has none, none is created: nobody knows what the value
+// would mean to it.
 
 #include "preparation/cool_menu.h"
 

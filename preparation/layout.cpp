@@ -7,8 +7,8 @@ std::optional<Layout> LayoutOf(float imageVersion) {
     constexpr float LastEarly = 1.4F;
     constexpr float FirstLate = 1.41F;
     if (imageVersion <= LastEarly)
-        return Layout::Early;
+        return EarlyLayout;
     if (imageVersion >= FirstLate)
-        return Layout::Late;
+        return LateLayout;
     return std::nullopt;
 }

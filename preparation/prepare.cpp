@@ -36,7 +36,7 @@ const Flasher& SelectedFlasher() {
     return State.Run.SerialLinkSelected ? SerialFlasher : UsbFlasher;
 }
 
-// Removes what an earlier run has left and places the two files of the selected link, in the order
+// Removes what an earlier run has left and pushes the two files of the selected link, in the order
 // of the listing. False when the folder cannot be listed.
 bool PushFlasher(const Flasher& flasher) {
     DeleteDeviceFile(flasher.devicePath);

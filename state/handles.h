@@ -1,7 +1,7 @@
 // Owners of the handles that a function opens: each closes its handle on every way out.
 //
-// The handles of the link are not held so. They stand in the record, and several threads race to
-// close them: see LinkValues.
+// The handles of the link are not owned so: they are in the record, and several threads race to
+// close them; see LinkValues.
 #pragma once
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// What follows a transfer: the closing pages, or the page that tells how to save the handheld.
+// What follows a transfer: the closing pages, or the page that says how to save the handheld.
 #pragma once
 
 #include <windows.h>
