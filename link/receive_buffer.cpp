@@ -54,8 +54,8 @@ void ClearReceivedToken() {
 
 void ClearReceiveBuffer() {
     const std::lock_guard lock(State.Link.BufferLock);
-    for (auto& byte : State.Link.ReceiveBuffer)
-        byte = 0;
+    for (auto& slot : State.Link.ReceiveBuffer)
+        slot = 0;
     State.Link.ReceiveCursor = 0;
 }
 
