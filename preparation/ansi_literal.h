@@ -46,15 +46,15 @@ private:
         throw "no character of Windows-1252";
     }
     static consteval char Encode(char32_t code) {
-        char32_t byte = code;
+        char32_t ansi = code;
         if (code > 0xFF || (code >= 0x80 && code < 0xA0)) {
-            byte = 0x80;
-            while (byte < 0xA0 && High[byte - 0x80] != code)
-                ++byte;
-            if (byte == 0xA0)
+            ansi = 0x80;
+            while (ansi < 0xA0 && High[ansi - 0x80] != code)
+                ++ansi;
+            if (ansi == 0xA0)
                 throw "no character of Windows-1252";
         }
-        return static_cast<char>(static_cast<unsigned char>(byte));
+        return static_cast<char>(static_cast<unsigned char>(ansi));
     }
 
     std::array<char, 64> text_{};
