@@ -88,13 +88,6 @@ INT_PTR CALLBACK WaitingPageProc(HWND window, UINT message, WPARAM, LPARAM secon
     return TRUE;
 }
 
-// The thread goes on to work and serves no messages, so nothing else would paint the page.
-void PaintNow(HWND window, const Page& page) {
-    UpdateWindow(window);
-    for (const PageText& text : page.texts)
-        UpdateWindow(GetDlgItem(window, text.control));
-}
-
 } // namespace
 
 INT_PTR ShowPage(const Page& page) {
@@ -113,7 +106,10 @@ HWND OpenWaitingPage(const Page& page, HWND owner) {
     const HWND window = CreateDialogParamA(State.Windows.AppInstance, TemplateName(page), owner,
                                            WaitingPageProc, reinterpret_cast<LPARAM>(&page));
     ShowWindow(window, SW_SHOW);
-    PaintNow(window, page);
+    // The thread goes on to work and serves no messages, so nothing else would paint the page.
+    UpdateWindow(window);
+    for (const PageText& text : page.texts)
+        UpdateWindow(GetDlgItem(window, text.control));
     return window;
 }
 

@@ -16,25 +16,11 @@ namespace {
 
 using Header = char[ImageHeaderSize];
 
-bool ReadHeaderBytes(const char* path, Header& header) {
-    const OwnedFile file = OpenForReading(path);
-    DWORD count = 0;
-    return file && ReadFile(file.Get(), header, ImageHeaderSize, &count, nullptr) &&
-           count == ImageHeaderSize;
-}
-
 // The text fills its buffer but for the terminator.
 template <std::size_t Size>
 void ParseText(const Header& header, std::size_t offset, char (&text)[Size]) {
     std::memcpy(text, header + offset, Size - 1);
     text[Size - 1] = '\0';
-}
-
-// The first character counts whatever it is; a '-' behind it starts the fill.
-void ParseChecksumField(const Header& header, char (&text)[5]) {
-    ParseText(header, ImageChecksumOffset, text);
-    if (char* fill = std::strchr(text + 1, '-'); text[0] && fill)
-        *fill = '\0';
 }
 
 // -1 for a character that is no hexadecimal digit.
@@ -51,14 +37,21 @@ int DigitValue(char digit) {
 } // namespace
 
 bool LoadImageHeader(const char* path, ImageValues* image) {
+    const OwnedFile file = OpenForReading(path);
     Header header = {};
-    if (!ReadHeaderBytes(path, header))
+    DWORD count = 0;
+    if (!file || !ReadFile(file.Get(), header, ImageHeaderSize, &count, nullptr) ||
+        count != ImageHeaderSize)
         return false;
     ParseText(header, ImageModelOffset, image->ImageModel);
     ParseText(header, ImageLanguageOffset, image->ImageLanguage);
     ParseText(header, ImageVersionOffset, image->ImageVersionText);
     image->ImageVersion = VersionNumber(image->ImageVersionText);
-    ParseChecksumField(header, image->ImageChecksumText);
+    // The first character of the checksum counts whatever it is; a '-' behind it starts the fill.
+    char(&checksum)[5] = image->ImageChecksumText;
+    ParseText(header, ImageChecksumOffset, checksum);
+    if (char* fill = std::strchr(checksum + 1, '-'); checksum[0] && fill)
+        *fill = '\0';
     if (const char* name = LanguageName(image->ImageLanguage))
         std::snprintf(image->ImageLanguageName, sizeof(image->ImageLanguageName), "%s", name);
     return true;

@@ -27,11 +27,10 @@ struct ListText {
     DWORD size = 0;
 };
 
-bool IsControl(char character) { return static_cast<unsigned char>(character) < 0x20; }
-
 bool IsWellFormed(std::string_view name) {
     return !name.empty() && name.size() <= MaxNameLength &&
-           std::none_of(name.begin(), name.end(), IsControl);
+           std::ranges::none_of(
+               name, [](char character) { return static_cast<unsigned char>(character) < 0x20; });
 }
 
 void DeleteDeviceModule(const char* name) {

@@ -54,30 +54,20 @@ void ConfigureLine(HANDLE port) {
     EscapeCommFunction(port, SETRTS);
 }
 
-// A handheld that lost its upgrade in the held-back block and was then reset is on no bus any more,
-// and its port will never open again. The first time the cable may just be out.
-bool IsGoneFromUsb() {
-    return !State.Run.SerialLinkSelected && !State.Run.BootloaderResume && NoteClosedPort();
-}
-
 void ReportPortFailure() {
     if (State.Windows.PreparePage)
         EndDialog(State.Windows.PreparePage, 2);
     if (State.Windows.ProgressPage)
         ShowWindow(State.Windows.ProgressPage, SW_HIDE);
     ShowPage(PortErrorPage);
-    if (IsGoneFromUsb())
+    // A handheld that lost its upgrade in the held-back block and was then reset is on no bus any
+    // more, and its port will never open again. The first time the cable may just be out.
+    if (!State.Run.SerialLinkSelected && !State.Run.BootloaderResume && NoteClosedPort())
         ShowPage(CommunicationErrorPage);
     // Posted, not sent: on a worker thread the main thread's page loop picks it up. The flag keeps
     // the chain from showing another page before it does.
     State.Run.RunEnded = State.Run.RunEndsItself = true;
     PostMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
-}
-
-void CancelWrite(HANDLE port) {
-    const std::lock_guard lock(State.Link.LinkLock);
-    if (State.Link.LinkHandle == port)
-        CancelIo(port);
 }
 
 // Waits for a write that is under way. The record and the data belong to the caller, so this does
@@ -88,7 +78,11 @@ void FinishWrite(HANDLE port, OVERLAPPED* overlapped) {
         if (WaitForSingleObject(overlapped->hEvent, StopCheckMilliseconds) != WAIT_TIMEOUT)
             return;
     }
-    CancelWrite(port);
+    {
+        const std::lock_guard lock(State.Link.LinkLock);
+        if (State.Link.LinkHandle == port)
+            CancelIo(port);
+    }
     WaitForSingleObject(overlapped->hEvent, INFINITE);
 }
 

@@ -34,21 +34,10 @@ void SetOffer(HWND page) {
                                  State.Paths.LanguageFolder)));
 }
 
-// "TOLKROM187" for version 1.87.
-void ProposeBackupName() {
-    const char* version = State.Handheld.DeviceVersionText;
-    const char digits[] = {version[0], version[2], version[3], '\0'};
-    std::snprintf(State.Paths.BackupPath, sizeof(State.Paths.BackupPath), "TOLKROM%s", digits);
-}
-
-bool FileExists(const char* path) {
-    WIN32_FIND_DATAA found;
-    return static_cast<bool>(OwnedSearch(FindFirstFileA(path, &found)));
-}
-
 // Asks about an existing file, with the page out of sight. On refusal the page is back.
 bool MayWrite(HWND page, const char* path) {
-    if (!FileExists(path))
+    WIN32_FIND_DATAA found;
+    if (!OwnedSearch(FindFirstFileA(path, &found)))
         return true;
     ShowWindow(page, SW_HIDE);
     if (ShowPage(FileExistsPage) != FileExistsChooseOther)
@@ -59,7 +48,10 @@ bool MayWrite(HWND page, const char* path) {
 
 // False when the user gives up; the page is then on the screen.
 bool PickBackupFile(HWND page) {
-    ProposeBackupName();
+    // "TOLKROM187" for version 1.87.
+    const char* version = State.Handheld.DeviceVersionText;
+    const char digits[] = {version[0], version[2], version[3], '\0'};
+    std::snprintf(State.Paths.BackupPath, sizeof(State.Paths.BackupPath), "TOLKROM%s", digits);
     do {
         if (!AskForBackupFile(page, State.Paths.BackupPath))
             return false;
@@ -77,22 +69,18 @@ bool HasSpace(const char* path) {
     return available.QuadPart >= SpaceForBackup;
 }
 
-void ChooseBackup(HWND page) {
+bool HandleBackupCommand(HWND page, int command) {
+    if (command != IDC_SAVE)
+        return false;
     if (!PickBackupFile(page))
-        return;
+        return true;
     if (HasSpace(State.Paths.BackupPath)) {
         EndDialog(page, BackupChoiceFile);
-        return;
+        return true;
     }
     ShowWindow(page, SW_HIDE);
     ShowPage(BackupSpaceErrorPage);
     ShowWindow(page, SW_SHOW);
-}
-
-bool HandleBackupCommand(HWND page, int command) {
-    if (command != IDC_SAVE)
-        return false;
-    ChooseBackup(page);
     return true;
 }
 

@@ -70,18 +70,13 @@ void OpenBackup(HWND page) {
 
 bool IgnoreCommand(HWND, int) { return true; }
 
-INT_PTR ShowCursor(HWND page) {
-    SetCursor(LoadCursorA(nullptr, State.Run.BusyCursor ? IDC_WAIT : IDC_ARROW));
-    SetWindowLongPtrA(page, DWLP_MSGRESULT, TRUE); // keeps the platform from setting its own
-    return TRUE;
-}
-
 // The messages of both pages of an upgrade.
 bool ProgressPageProc(HWND page, UINT message, WPARAM first, LPARAM second, INT_PTR* answer) {
     *answer = TRUE;
     switch (message) {
     case WM_SETCURSOR:
-        *answer = ShowCursor(page);
+        SetCursor(LoadCursorA(nullptr, State.Run.BusyCursor ? IDC_WAIT : IDC_ARROW));
+        SetWindowLongPtrA(page, DWLP_MSGRESULT, TRUE); // keeps the platform from setting its own
         return true;
     case StallTimerMessage:
         SetStallTimer(page, first, static_cast<DWORD>(second));

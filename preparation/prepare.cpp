@@ -32,10 +32,6 @@ struct Flasher {
 constexpr Flasher SerialFlasher = {"harbel_line.nb", "\\Temp\\harbel_line.nb", u"\u0001 U"};
 constexpr Flasher UsbFlasher = {"harbel_bus.nb", "\\Temp\\harbel_bus.nb", u"\u0002 U"};
 
-const Flasher& SelectedFlasher() {
-    return State.Run.SerialLinkSelected ? SerialFlasher : UsbFlasher;
-}
-
 // Removes what an earlier run has left and pushes the two files of the selected link, in the order
 // of the listing. False when the folder cannot be listed.
 bool PushFlasher(const Flasher& flasher) {
@@ -69,7 +65,7 @@ void HandOver() {
 void PrepareDevice() {
     if (!State.Run.UpgradeUnderway)
         return;
-    const Flasher& flasher = SelectedFlasher();
+    const Flasher& flasher = State.Run.SerialLinkSelected ? SerialFlasher : UsbFlasher;
     if (!PushFlasher(flasher))
         return;
     ChangeDevice();

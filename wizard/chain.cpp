@@ -41,16 +41,14 @@ bool PassPowerCheck() {
 
 // A backup that failed has ended the run from its worker, after which the last page here does not
 // come up: it is there for a worker that could not even start.
-bool SaveRom() {
+bool OfferBackup() {
+    const INT_PTR choice = ShowPage(BackupChoicePage);
+    if (choice != BackupChoiceFile)
+        return choice == BackupChoiceNone;
     const bool saved = ShowPage(BackupPage) == BackupSaved;
     if (!saved)
         EndRun(BackupFailedPage);
     return saved;
-}
-
-bool OfferBackup() {
-    const INT_PTR choice = ShowPage(BackupChoicePage);
-    return choice == BackupChoiceFile ? SaveRom() : choice == BackupChoiceNone;
 }
 
 bool ConfirmUpgrade() {

@@ -23,8 +23,6 @@ namespace {
 
 enum class Choice { Made, Again, Ended };
 
-bool ImageFitsFlash() { return State.Handheld.FlashSizeMB >= State.Image.ImageSizeKB / 1024; }
-
 // Size in bytes of the image in ImagePath, and ImageSizeKB from it.
 std::optional<std::uint64_t> MeasureImage() {
     const std::optional<std::uint64_t> size = ImageFileSize(State.Paths.ImagePath);
@@ -43,7 +41,7 @@ std::optional<std::uint64_t> ReadDefaultImage() {
 // A file that is too short to be sent would be met by the transfer alone, when the handheld has
 // been changed and waits for its image.
 Choice CheckSize(std::uint64_t size, Choice whenTooLarge) {
-    if (!ImageFitsFlash()) {
+    if (State.Handheld.FlashSizeMB < State.Image.ImageSizeKB / 1024) {
         ShowPage(ImageTooLargePage);
         return whenTooLarge;
     }
