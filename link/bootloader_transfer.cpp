@@ -18,6 +18,7 @@
 #include "state/state.h"
 
 #include <array>
+#include <span>
 
 namespace {
 

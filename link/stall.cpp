@@ -13,6 +13,7 @@
 #include "state/progress_record.h"
 #include "state/state.h"
 
+#include <atomic>
 #include <mutex>
 
 namespace {

@@ -17,6 +17,8 @@
 #include "state/progress_record.h"
 #include "state/state.h"
 
+#include <span>
+
 namespace {
 
 // Polls for the token; false when the transfer has been given up. The receive loop leaves a token

@@ -10,6 +10,8 @@
 #include "preparation/start_menu.h"
 #include "state/state.h"
 
+#include <optional>
+
 void ChangeDevice() {
     ClearCoolMenu();
     WriteDeviceValues(State.Image.ImageVersion);

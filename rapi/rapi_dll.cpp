@@ -8,9 +8,7 @@
 
 #include "rapi/rapi.h"
 
-#include <cstdio>
 #include <cstring>
-#include <utility>
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t), "this file is for Windows alone");
 
