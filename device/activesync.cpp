@@ -1,6 +1,7 @@
-// ActiveSync cannot be asked to stop, so it is found by the titles of its windows and its process
-// ended. A process number is reused by the system as soon as its process has gone; the window is
-// therefore looked at again once its process is held open, so that nobody else is ended.
+// Finding ActiveSync and ending it, and starting it again. ActiveSync cannot be asked to stop, so
+// it is found by the titles of its windows and its process ended. A process number is reused by the
+// system as soon as its process has gone; the window is therefore looked at again once its process
+// is held open, so that nobody else is ended.
 
 #include "device/activesync.h"
 

@@ -1,5 +1,6 @@
-// The wizard's last use of RAPI. ActiveSync has just been started again, so the connection may not
-// be there yet; then every call fails, and the user sets the clock by hand.
+// Sending the PC's time to the handheld, the wizard's last use of RAPI. ActiveSync has just been
+// started again, so the connection may not be there yet; then every call fails, and the user sets
+// the clock by hand.
 
 #include "device/clock.h"
 

@@ -1,4 +1,4 @@
-// The copying of a PC file to the handheld, common to all that is placed there.
+// Copying a PC file to the handheld, for everything that is pushed there.
 #pragma once
 
 #include "rapi/rapi.h"

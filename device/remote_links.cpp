@@ -1,4 +1,5 @@
-// Links are opened without sharing: the handheld's shell may be reading one.
+// Writing and deleting small files. Links are opened without sharing: the handheld's shell may be
+// reading one.
 
 #include "device/remote_links.h"
 

@@ -1,5 +1,5 @@
-// One value at a time, with the key opened and closed around it: a connection that is lost between
-// two values leaves nothing open.
+// Setting registry values of the handheld, one at a time, with the key opened and closed around it:
+// a connection that is lost between two values leaves nothing open.
 
 #include "device/remote_registry.h"
 

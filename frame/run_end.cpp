@@ -1,4 +1,4 @@
-// The order of an end. RAPI goes first: the connection must be free while the user reads.
+// The end of a run, in its order. RAPI goes first, since the page stays until the user leaves it.
 
 #include "frame/run_end.h"
 

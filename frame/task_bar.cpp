@@ -1,5 +1,6 @@
-// The task bar is reached through COM, each time anew: a worker may hold nothing of COM when it
-// ends. What a thread still holds is released while it is torn down, behind COM's own end of it.
+// Showing progress in the task bar, which is reached through COM, each time anew: a worker may hold
+// nothing of COM when it ends. What a thread still holds is released while it is torn down, behind
+// COM's own end of it.
 
 #include "frame/task_bar.h"
 

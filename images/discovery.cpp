@@ -1,5 +1,5 @@
-// The first image of a listing is the image of the folder, and all searches here take the same one
-// as long as the folder does not change.
+// Searching the language folder. The first image of a listing is the image of the folder, and all
+// searches here take the same one as long as the folder does not change.
 
 #include "images/discovery.h"
 

@@ -1,5 +1,5 @@
-// The order is what keeps a broken backup from being restored: the header, which vouches for the
-// body, goes to the disk when the body is there.
+// Writing an image file in an order that keeps a broken backup from being restored: the header,
+// which vouches for the body, goes to the disk when the body is there.
 
 #include "images/image_writer.h"
 

@@ -1,6 +1,6 @@
-// The list is carried out before the user has chosen anything, and a name in it is a file that the
-// handheld loses. What is no name is therefore passed over, never cut to one, and a list that ends
-// early has just fewer names.
+// Reading module.dat and deleting what it names. The list is carried out before the user has chosen
+// anything, and a name in it is a file that the handheld loses. What is no name is therefore passed
+// over, never cut to one, and a list that ends early has just fewer names.
 
 #include "images/module_list.h"
 

@@ -1,4 +1,4 @@
-// One test for both sides of the buffer.
+// Looking for the bootloader's messages.
 
 #include "link/bootloader_message.h"
 

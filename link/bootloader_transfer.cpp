@@ -1,7 +1,7 @@
-// The PC does not track the state of the dialogue: it answers whatever the bootloader says, and
-// keeps only the offset of the next block. The timer measures the bootloader's silence alone,
-// so it is killed before each answer and set after it: a block takes longer on the wire than the
-// bootloader may be silent.
+// Answering the bootloader. The PC does not track the state of the dialogue: it answers whatever
+// the bootloader says, and keeps only the offset of the next block. The timer measures the
+// bootloader's silence alone, so it is killed before each answer and set after it: a block takes
+// longer on the wire than the bootloader may be silent.
 
 #include "link/bootloader_transfer.h"
 

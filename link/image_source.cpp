@@ -1,6 +1,6 @@
-// Reading pieces. What lies behind the size that the file had at its opening is filled up. A read
-// that fails or ends before that size is another matter: filler in place of what the file held
-// would write a broken ROM and call it a success.
+// Reading the pieces that are sent. What lies behind the size that the file had at its opening is
+// filled up. A read that fails or ends before that size is another matter: filler in place of what
+// the file held would write a broken ROM and call it a success.
 
 #include "link/image_source.h"
 

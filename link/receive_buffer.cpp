@@ -1,5 +1,5 @@
-// Storing and finding. Stores and loads are sequentially consistent: a sender that sees a token
-// sees the zero behind it as well.
+// Storing bursts and text in the buffer, and finding tokens and words in it. Stores and loads are
+// sequentially consistent: a sender that sees a token sees the zero behind it as well.
 
 #include "link/receive_buffer.h"
 

@@ -1,4 +1,5 @@
-// A device that has died looks just like one that is busy; the only watch is a timer.
+// Ending a transfer, good or bad. A device that has died looks just like one that is busy; the only
+// watch is a timer.
 //
 // The order here is what keeps the threads apart: TransferAborted is raised first, then
 // StopReceive, and handles are closed only when the loop has left, apart from the port itself,

@@ -1,6 +1,7 @@
-// Two flags decide: the sender lowers its own before it looks at the other's, the timer raises its
-// own before it looks at the sender's. So at least one of them sees that both are done, and the
-// release itself, under the lock, happens once.
+// Freeing the buffers of a transfer once, by the sender or by the timer. Two flags decide: the
+// sender lowers its own before it looks at the other's, the timer raises its own before it looks at
+// the sender's. So at least one of them sees that both are done, and the release itself, under the
+// lock, happens once.
 
 #include "link/transfer_buffers.h"
 

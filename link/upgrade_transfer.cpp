@@ -1,6 +1,7 @@
-// Why the order is what it is: while the second block of the payload has not gone out, a failed
-// upgrade can be repeated the normal way; after that only the bootloader helps. So that block is
-// kept in memory and sent last, and the order of this file is a safety rule, not a taste.
+// Sending an image to the flasher. Why the order is what it is: while the second block of the
+// payload has not gone out, a failed upgrade can be repeated the normal way; after that only the
+// bootloader helps. So that block is kept in memory and sent last, and the order of this file is a
+// safety rule, not a taste.
 //
 // A transfer is a failure until MarkSent makes it a success.
 

@@ -1,5 +1,5 @@
-// What is coming and what to prepare. The handheld is not connected yet: these pages read nothing
-// and change nothing, so that leaving from any of them leaves no trace.
+// The pages that say what is coming and what to prepare. The handheld is not connected yet: these
+// pages read nothing and change nothing, so that leaving from any of them leaves no trace.
 
 #include "pages/introduction_pages.h"
 

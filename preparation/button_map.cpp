@@ -1,6 +1,7 @@
-// The buttons start links whose names and folder are localised, so a new language of the image
-// means new commands and labels; the icons are the same everywhere. The keys carry no leading
-// backslash. The third button's command is one program's link and its icon another's.
+// What the buttons start, language by language. The buttons start links whose names and folder are
+// localised, so a new language of the image means new commands and labels; the icons are the same
+// everywhere. The keys carry no leading backslash. The third button's command is one program's link
+// and its icon another's.
 
 #include "preparation/button_map.h"
 

@@ -1,4 +1,4 @@
-// All values in one table, in the order in which they are written.
+// The registry values in one table, in the order in which they are written.
 
 #include "preparation/device_values.h"
 

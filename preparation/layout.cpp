@@ -1,5 +1,5 @@
-// Versions are compared as 32-bit numbers on both sides: in 64 bits the text "1.40" would not be
-// equal to 1.4.
+// Which layout a version has. Versions are compared as 32-bit numbers on both sides: in 64 bits the
+// text "1.40" would not be equal to 1.4.
 
 #include "preparation/layout.h"
 

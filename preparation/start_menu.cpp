@@ -1,6 +1,7 @@
-// One row a language, one list of steps a layout. Paths with 16-bit text end in a backslash, since
-// a link's name is appended directly; groups are 8-bit and have none. The numbers in front of a
-// link's command are part of the text and differ from folder to folder.
+// Moving the application links from one layout to the other. One row a language, one list of steps
+// a layout. Paths with 16-bit text end in a backslash, since a link's name is appended directly;
+// groups are 8-bit and have none. The numbers in front of a link's command are part of the text and
+// differ from folder to folder.
 
 #include "preparation/start_menu.h"
 

@@ -1,6 +1,5 @@
-// Values of the record, in the order in which they are written. The texts go out with the whole
-// of their buffer, zeros included, except the path, which is stored without a terminator: a reader
-// goes by the stored length.
+// Writing and reading the record. The texts go out with the whole of their buffer, zeros included,
+// except the path, which is stored without a terminator: a reader goes by the stored length.
 
 #include "state/progress_record.h"
 
