@@ -81,8 +81,8 @@ void PrintTransfer(const SavedState& state) {
 std::string Describe(const RegistryValue& value) {
     const Bytes& data = value.data;
     if (value.type == RegistryNumber && data.size() == 4)
-        return Hex(data[0] | data[1] << 8 | data[2] << 16 |
-                   static_cast<std::uint32_t>(data[3]) << 24);
+        return Hex(std::uint32_t{data[0]} | std::uint32_t{data[1]} << 8 |
+                   std::uint32_t{data[2]} << 16 | std::uint32_t{data[3]} << 24);
     if (value.type == RegistryText && data.size() % 2 == 0) {
         std::u16string text;
         for (std::size_t at = 0; at < data.size(); at += 2)
