@@ -16,7 +16,6 @@ namespace {
 
 using namespace pages;
 
-constexpr std::size_t Workers = 8; // most of the time they wait for a timer
 constexpr unsigned DoubledOneIn = 8;
 
 constexpr CutKind PlacedKinds[] = {CutKind::Dead, CutKind::Unplugged, CutKind::Replugged,
