@@ -163,7 +163,8 @@ TEST_F(RapiTest, registry_values_keep_type_size_and_bytes) {
     const auto [made, key] = open(Operation::RegCreateKey, u"\\New\\Key");
     ASSERT_EQ(made, 0u);
     const ByteList odd = {0, 0xFF, '"'};
-    const auto set = [&](std::u16string_view name, std::uint32_t type, const ByteList& data) {
+    const auto set = [&, key = key](std::u16string_view name, std::uint32_t type,
+                                    const ByteList& data) {
         return rapi_
             ->Call(Operation::RegSetValue,
                    Writer().Number(key).Text(name).Number(type).Data(data.data(), data.size()))
