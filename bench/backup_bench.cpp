@@ -6,6 +6,7 @@
 
 #include "bench/costs.h"
 
+#include "platform/descriptor.h"
 #include "testing/cradle.h"
 #include "testing/pc_side.h"
 
@@ -69,9 +70,10 @@ BackupCost RunBackup(const TestHome& home, Cradle& cradle) {
 double CopySeconds(const TestHome& home) {
     RapiClient client(home, "rapi.sock");
     const auto path = home.Path("copy");
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const platform::Descriptor file(
+        open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     std::uint32_t handle = 0;
-    if (file < 0 || client.CreateFile(u"\\rom.bin", 0x80000000, 1, 3, 0x80, &handle) != 0)
+    if (!file || client.CreateFile(u"\\rom.bin", 0x80000000, 1, 3, 0x80, &handle) != 0)
         throw std::runtime_error("cannot copy");
     const auto begin = Clock::now();
     for (std::uint32_t done = 0; done < RomSize; done += PieceSize) {
@@ -79,13 +81,12 @@ double CopySeconds(const TestHome& home) {
                                    .Call(rapi_wire::Operation::ReadFile,
                                          rapi_wire::Writer().Number(handle).Number(PieceSize))
                                    .outputs.Data();
-        if (write(file, piece.data(), piece.size()) != PieceSize)
+        if (write(file.Number(), piece.data(), piece.size()) != PieceSize)
             throw std::runtime_error("cannot write the copy");
     }
-    fsync(file);
+    fsync(file.Number());
     const double seconds = SecondsSince(begin);
     client.CloseHandle(handle);
-    close(file);
     return seconds;
 }
 

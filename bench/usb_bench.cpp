@@ -5,6 +5,8 @@
 
 #include "bench/upgrade_run.h"
 
+#include "platform/descriptor.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -24,21 +26,19 @@ constexpr int Rounds = 5;
 
 class Tty {
 public:
-    explicit Tty(const std::string& name) : tty_(open(name.c_str(), O_RDWR | O_NOCTTY)) {
+    explicit Tty(const std::string& name)
+        : tty_(open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
         termios settings{};
-        if (tty_ < 0 || tcgetattr(tty_, &settings) != 0)
+        if (!tty_ || tcgetattr(tty_.Number(), &settings) != 0)
             throw std::runtime_error("cannot open " + name);
         cfmakeraw(&settings);
-        tcsetattr(tty_, TCSANOW, &settings);
+        tcsetattr(tty_.Number(), TCSANOW, &settings);
     }
-    ~Tty() { close(tty_); }
-    Tty(const Tty&) = delete;
-    Tty& operator=(const Tty&) = delete;
 
     void Write(const std::vector<char>& bytes) {
         std::size_t done = 0;
         while (done < bytes.size()) {
-            const ssize_t count = write(tty_, bytes.data() + done, bytes.size() - done);
+            const ssize_t count = write(tty_.Number(), bytes.data() + done, bytes.size() - done);
             if (count <= 0)
                 throw std::runtime_error("the tty takes nothing more");
             done += static_cast<std::size_t>(count);
@@ -46,7 +46,7 @@ public:
     }
 
 private:
-    int tty_;
+    platform::Descriptor tty_;
 };
 
 double PlainBytesPerSecond(const std::string& tty, double total) {

@@ -51,9 +51,9 @@ std::string PidFileName() { return platform::HomePath("connection-manager.pid");
 // something to find: who reads a number there may go on to look for the windows.
 Descriptor LockPidFile() {
     Descriptor file = simulator::OpenHost(PidFileName(), O_RDWR | O_CREAT, 0600);
-    if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0)
+    if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0)
         throw Failure("start: another connection manager runs");
-    if (ftruncate(file.Get(), 0) != 0)
+    if (ftruncate(file.Number(), 0) != 0)
         simulator::FailOn("write", PidFileName());
     return file;
 }
@@ -66,35 +66,40 @@ void WriteNumber(const Descriptor& pidFile) {
                        PidFileName());
 }
 
-HKEY CreateKey(const char* path) {
-    HKEY key = nullptr;
-    const LONG error =
-        RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr);
-    if (error != ERROR_SUCCESS)
-        throw Failure(std::string("make registry key ") + path + ": error " +
-                      std::to_string(error));
-    return key;
-}
+// An open key of the PC's registry, made where it is not there. Its calls throw a Failure.
+class RegistryKey {
+public:
+    explicit RegistryKey(const char* path) {
+        const LONG error = RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_WRITE,
+                                           nullptr, &key_, nullptr);
+        if (error != ERROR_SUCCESS)
+            throw Failure(std::string("make registry key ") + path + ": error " +
+                          std::to_string(error));
+    }
+    ~RegistryKey() { RegCloseKey(key_); }
+    RegistryKey(const RegistryKey&) = delete;
+    RegistryKey& operator=(const RegistryKey&) = delete;
 
-void SetValue(HKEY key, const char* name, DWORD type, const void* data, std::size_t size) {
-    const LONG error = RegSetValueExA(key, name, 0, type, static_cast<const BYTE*>(data),
-                                      static_cast<DWORD>(size));
-    if (error != ERROR_SUCCESS)
-        throw Failure(std::string("write registry value ") + name + ": error " +
-                      std::to_string(error));
-}
+    void SetValue(const char* name, DWORD type, const void* data, std::size_t size) const {
+        const LONG error = RegSetValueExA(key_, name, 0, type, static_cast<const BYTE*>(data),
+                                          static_cast<DWORD>(size));
+        if (error != ERROR_SUCCESS)
+            throw Failure(std::string("write registry value ") + name + ": error " +
+                          std::to_string(error));
+    }
+
+private:
+    HKEY key_ = nullptr;
+};
 
 void Register(const Versions& versions) {
-    const HKEY settings = CreateKey(SettingsKey);
-    SetValue(settings, "MajorVersion", REG_DWORD, &versions.major, sizeof(DWORD));
-    SetValue(settings, "MinorVersion", REG_DWORD, &versions.minor, sizeof(DWORD));
-    SetValue(settings, "SerialPort", REG_SZ, SerialPort, sizeof(SerialPort));
-    RegCloseKey(settings);
+    const RegistryKey settings(SettingsKey);
+    settings.SetValue("MajorVersion", REG_DWORD, &versions.major, sizeof(DWORD));
+    settings.SetValue("MinorVersion", REG_DWORD, &versions.minor, sizeof(DWORD));
+    settings.SetValue("SerialPort", REG_SZ, SerialPort, sizeof(SerialPort));
     const std::string program =
         platform::WindowsPath(std::filesystem::read_symlink("/proc/self/exe").string());
-    const HKEY programs = CreateKey(ProgramKey);
-    SetValue(programs, "", REG_SZ, program.c_str(), program.size() + 1);
-    RegCloseKey(programs);
+    RegistryKey(ProgramKey).SetValue("", REG_SZ, program.c_str(), program.size() + 1);
 }
 
 // As long as this process lives. Somebody else who has it keeps it, and without a cradle on it the
@@ -131,13 +136,13 @@ void Carry(Descriptor client) {
     std::printf(handheld ? "client: connected\n" : "client: no handheld answers\n");
     bool open{handheld};
     while (open) {
-        pollfd ends[] = {{client.Get(), POLLIN, 0}, {handheld.Get(), POLLIN, 0}};
+        pollfd ends[] = {{client.Number(), POLLIN, 0}, {handheld.Number(), POLLIN, 0}};
         if (poll(ends, 2, -1) < 0 && errno != EINTR)
             break;
         if (ends[0].revents != 0)
-            open = CarryOnce(client.Get(), handheld.Get());
+            open = CarryOnce(client.Number(), handheld.Number());
         if (open && ends[1].revents != 0)
-            open = CarryOnce(handheld.Get(), client.Get());
+            open = CarryOnce(handheld.Number(), client.Number());
     }
 }
 
@@ -145,7 +150,7 @@ void Carry(Descriptor client) {
 // from outside.
 void Serve(const Descriptor& listener) {
     for (;;) {
-        Descriptor client(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        Descriptor client(accept4(listener.Number(), nullptr, nullptr, SOCK_CLOEXEC));
         if (client)
             std::thread(Carry, std::move(client)).detach();
         else if (errno != EINTR && errno != ECONNABORTED)

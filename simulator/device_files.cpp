@@ -78,7 +78,7 @@ std::uint32_t DeviceFiles::Read(std::uint32_t handle, std::uint32_t count, Bytes
     if (!(found->second.access & ReadAccess))
         return error::AccessDenied;
     data.resize(std::min(count, LargestRead));
-    const ssize_t done = read(found->second.file.Get(), data.data(), data.size());
+    const ssize_t done = read(found->second.file.Number(), data.data(), data.size());
     data.resize(done > 0 ? static_cast<std::size_t>(done) : 0);
     return done < 0 ? error::AccessDenied : error::Success;
 }
@@ -89,7 +89,7 @@ Outcome DeviceFiles::Write(std::uint32_t handle, std::span<const std::uint8_t> d
         return {error::InvalidHandle, 0};
     if (!(found->second.access & WriteAccess))
         return {error::AccessDenied, 0};
-    const ssize_t done = write(found->second.file.Get(), data.data(), data.size());
+    const ssize_t done = write(found->second.file.Number(), data.data(), data.size());
     if (done != static_cast<ssize_t>(data.size()))
         return {error::WriteFault, done > 0 ? static_cast<std::uint32_t>(done) : 0};
     return {error::Success, static_cast<std::uint32_t>(done)};
@@ -98,7 +98,7 @@ Outcome DeviceFiles::Write(std::uint32_t handle, std::span<const std::uint8_t> d
 Outcome DeviceFiles::Size(std::uint32_t handle) {
     const auto found = files_.find(handle);
     struct stat status = {};
-    if (found == files_.end() || fstat(found->second.file.Get(), &status) != 0)
+    if (found == files_.end() || fstat(found->second.file.Number(), &status) != 0)
         return {error::InvalidHandle, 0};
     return {error::Success, static_cast<std::uint32_t>(status.st_size)};
 }

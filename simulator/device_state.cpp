@@ -176,7 +176,7 @@ void StateFolder::Reset(SavedState& state, bool navigatorKey) {
 
 std::optional<Descriptor> StateFolder::Lock() const {
     Descriptor file = OpenHost(Path("pid"), O_RDWR | O_CREAT);
-    if (flock(file.Get(), LOCK_EX | LOCK_NB) == 0)
+    if (flock(file.Number(), LOCK_EX | LOCK_NB) == 0)
         return file;
     if (errno != EWOULDBLOCK)
         FailOn("lock", Path("pid"));

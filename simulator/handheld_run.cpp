@@ -39,7 +39,7 @@ sigset_t HandledSignals() {
 class Handheld {
 public:
     Handheld(const StateFolder& folder, const RunOptions& options);
-    ~Handheld() { loop_.Unwatch(signals_.Get()); }
+    ~Handheld() { loop_.Unwatch(signals_.Number()); }
     Handheld(const Handheld&) = delete;
     Handheld& operator=(const Handheld&) = delete;
 
@@ -97,7 +97,7 @@ Handheld::Handheld(const StateFolder& folder, const RunOptions& options)
     signals_ = Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!signals_)
         FailOn("take", "signals");
-    loop_.Watch(signals_.Get(), [this] { HandleSignal(); });
+    loop_.Watch(signals_.Number(), [this] { HandleSignal(); });
     for (SerialEnd* end : {&serial_, &usb_})
         end->Listen([this, end](const Burst& burst) { Received(*end, burst); });
     PowerOn(options.navigatorKey);
@@ -220,7 +220,7 @@ void Handheld::BreakOff() {
 
 void Handheld::HandleSignal() {
     signalfd_siginfo signal = {};
-    if (read(signals_.Get(), &signal, sizeof(signal)) != sizeof(signal))
+    if (read(signals_.Number(), &signal, sizeof(signal)) != sizeof(signal))
         return;
     const int number = static_cast<int>(signal.ssi_signo);
     if (number == SIGTERM || number == SIGINT) {
@@ -243,7 +243,7 @@ void RunHandheld(const StateFolder& folder, const RunOptions& options) {
     if (!lock)
         throw Failure("run " + folder.Path("").string() + ": another process runs it already");
     const std::string number = std::to_string(getpid());
-    if (ftruncate(lock->Get(), 0) != 0)
+    if (ftruncate(lock->Number(), 0) != 0)
         FailOn("write", folder.Path("pid"));
     WriteAt(*lock, 0,
             std::span(reinterpret_cast<const std::uint8_t*>(number.data()), number.size()),

@@ -5,6 +5,8 @@
 // file: a new content is written beside the old one and takes its name.
 #pragma once
 
+#include "platform/descriptor.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -16,6 +18,7 @@
 
 namespace simulator {
 
+using platform::Descriptor;
 using Bytes = std::vector<std::uint8_t>;
 
 // One line for the user: what was tried, on what, what the system said.
@@ -33,22 +36,6 @@ std::optional<Bytes> ReadBytes(const std::filesystem::path& path);
 // Replaces the file; a reader finds the old content or the new one. Throws a Failure.
 void WriteWhole(const std::filesystem::path& path, std::string_view content);
 void WriteWhole(const std::filesystem::path& path, std::span<const std::uint8_t> content);
-
-// An open file descriptor of the host, closed with its owner.
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor = -1) : descriptor_(descriptor) {}
-    Descriptor(Descriptor&& other) noexcept : descriptor_(other.Release()) {}
-    Descriptor& operator=(Descriptor&& other) noexcept;
-    ~Descriptor();
-
-    int Get() const { return descriptor_; }
-    explicit operator bool() const { return descriptor_ >= 0; }
-    int Release();
-
-private:
-    int descriptor_;
-};
 
 // Opens with close-on-exec; throws a Failure. `mode` counts for a file that is made.
 Descriptor OpenHost(const std::filesystem::path& path, int flags, unsigned mode = 0644);

@@ -89,7 +89,7 @@ Bytes IdentityRecord(const Identity& identity) {
 std::optional<Identity> ReadIdentity(const std::filesystem::path& path, std::uint64_t offset) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     char record[RecordSize];
-    if (!file || pread(file.Get(), record, sizeof(record), static_cast<off_t>(offset)) !=
+    if (!file || pread(file.Number(), record, sizeof(record), static_cast<off_t>(offset)) !=
                      static_cast<ssize_t>(sizeof(record)))
         return std::nullopt;
     if (std::memcmp(record, IdentityMagic, sizeof(IdentityMagic)) != 0)

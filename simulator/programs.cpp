@@ -116,7 +116,7 @@ void Programs::FinishPiece() {
     Bytes piece(BackupPieceSize);
     const Descriptor flash = OpenHost(world_.folder.Flash(), O_RDONLY);
     const auto offset = static_cast<off_t>(backupOffset_.value_or(0));
-    if (pread(flash.Get(), piece.data(), piece.size(), offset) !=
+    if (pread(flash.Number(), piece.data(), piece.size(), offset) !=
         static_cast<ssize_t>(piece.size()))
         FailOn("read", world_.folder.Flash());
     if (PieceNumber() == world_.faults.pieceShort)

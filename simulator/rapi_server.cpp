@@ -26,7 +26,7 @@ RapiServer::RapiServer(EventLoop& loop, std::filesystem::path socket, RapiDevice
                        const Report& report, std::function<bool()> over)
     : loop_(loop), path_(std::move(socket)), device_(device), report_(report),
       over_(std::move(over)), listener_(ListenAt(path_, SOCK_NONBLOCK)) {
-    loop_.Watch(listener_.Get(), [this] { Accept(); });
+    loop_.Watch(listener_.Number(), [this] { Accept(); });
 }
 
 RapiServer::~RapiServer() { Stop(); }
@@ -35,7 +35,7 @@ void RapiServer::Stop() {
     if (!listener_)
         return;
     // First the door: who sees its connection end finds nobody to call again.
-    loop_.Unwatch(listener_.Get());
+    loop_.Unwatch(listener_.Number());
     listener_ = Descriptor();
     unlink(path_.c_str());
     while (!connections_.empty())
@@ -43,7 +43,8 @@ void RapiServer::Stop() {
 }
 
 void RapiServer::Accept() {
-    const int descriptor = accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    const int descriptor =
+        accept4(listener_.Number(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (descriptor < 0)
         return;
     connections_[descriptor].socket = Descriptor(descriptor);
@@ -78,7 +79,7 @@ bool RapiServer::SendUnsent(Connection& connection) {
     Bytes& unsent = connection.unsent;
     while (!unsent.empty()) {
         const ssize_t sent =
-            send(connection.socket.Get(), unsent.data(), unsent.size(), MSG_NOSIGNAL);
+            send(connection.socket.Number(), unsent.data(), unsent.size(), MSG_NOSIGNAL);
         if (sent < 0 && errno != EINTR)
             return errno == EAGAIN;
         if (sent > 0)

@@ -23,7 +23,7 @@ constexpr char Nowhere[] = "unplugged"; // no such file beside the links
 
 Descriptor OpenMaster() {
     Descriptor master(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
-    if (!master || grantpt(master.Get()) != 0 || unlockpt(master.Get()) != 0)
+    if (!master || grantpt(master.Number()) != 0 || unlockpt(master.Number()) != 0)
         FailOn("open", "a pseudo-terminal");
     return master;
 }
@@ -31,10 +31,10 @@ Descriptor OpenMaster() {
 // No echo and no translation before anybody has set the line up.
 void MakeRaw(const Descriptor& terminal, const std::string& name) {
     termios settings = {};
-    if (tcgetattr(terminal.Get(), &settings) != 0)
+    if (tcgetattr(terminal.Number(), &settings) != 0)
         FailOn("set up", name);
     cfmakeraw(&settings);
-    if (tcsetattr(terminal.Get(), TCSANOW, &settings) != 0)
+    if (tcsetattr(terminal.Number(), TCSANOW, &settings) != 0)
         FailOn("set up", name);
 }
 
@@ -42,7 +42,7 @@ Terminal OpenTerminal() {
     Terminal terminal;
     terminal.master = OpenMaster();
     char name[64];
-    if (ptsname_r(terminal.master.Get(), name, sizeof(name)) != 0)
+    if (ptsname_r(terminal.master.Number(), name, sizeof(name)) != 0)
         FailOn("name", "a pseudo-terminal");
     terminal.name = name;
     terminal.slave = OpenHost(terminal.name, O_RDWR | O_NOCTTY);
@@ -87,7 +87,7 @@ Clock::duration SerialEnd::WireTime(std::size_t bytes) const {
 }
 
 void SerialEnd::Watch() {
-    loop_.Watch(terminal_.master.Get(), [this] {
+    loop_.Watch(terminal_.master.Number(), [this] {
         if (baud_ == 0)
             ReadUnpaced();
         else
@@ -97,7 +97,7 @@ void SerialEnd::Watch() {
 
 void SerialEnd::ReadUnpaced() {
     arrived_.resize(LargestRead);
-    const ssize_t count = read(terminal_.master.Get(), arrived_.data(), arrived_.size());
+    const ssize_t count = read(terminal_.master.Number(), arrived_.data(), arrived_.size());
     arrived_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     const auto now = Clock::now();
     if (!arrived_.empty())
@@ -107,13 +107,13 @@ void SerialEnd::ReadUnpaced() {
 // Takes what lies ready as having begun on the wire at `begin`, and hands it on when it is through.
 void SerialEnd::ReadPaced(Clock::time_point begin) {
     arrived_.resize(std::max(1U, baud_ / BitsPerByte / PacedReadsPerSecond));
-    const ssize_t count = read(terminal_.master.Get(), arrived_.data(), arrived_.size());
+    const ssize_t count = read(terminal_.master.Number(), arrived_.data(), arrived_.size());
     arrived_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     if (arrived_.empty()) {
         Watch(); // the wire is idle: the next byte begins when it comes
         return;
     }
-    loop_.Unwatch(terminal_.master.Get());
+    loop_.Unwatch(terminal_.master.Number());
     const auto end = begin + WireTime(arrived_.size());
     arriving_ = loop_.At(end, [this, begin, end] {
         Deliver(begin, end);
@@ -132,7 +132,7 @@ void SerialEnd::Send(Bytes bytes, std::function<void(Clock::time_point)> sent) {
     auto write = [this, bytes = std::move(bytes), sent = std::move(sent)] {
         // A full buffer means that the PC reads nothing; a wire does not keep what is not taken.
         [[maybe_unused]] const ssize_t count =
-            ::write(terminal_.master.Get(), bytes.data(), bytes.size());
+            ::write(terminal_.master.Number(), bytes.data(), bytes.size());
         if (sent)
             sent(Clock::now());
     };
@@ -144,14 +144,14 @@ void SerialEnd::Send(Bytes bytes, std::function<void(Clock::time_point)> sent) {
 
 void SerialEnd::StopTaking() {
     if (!IsUnplugged())
-        loop_.Unwatch(terminal_.master.Get());
+        loop_.Unwatch(terminal_.master.Number());
     loop_.Cancel(arriving_);
 }
 
 void SerialEnd::DropArrived() {
-    tcflush(terminal_.slave.Get(), TCIFLUSH);
+    tcflush(terminal_.slave.Number(), TCIFLUSH);
     arrived_.resize(LargestRead);
-    while (read(terminal_.master.Get(), arrived_.data(), arrived_.size()) > 0) {
+    while (read(terminal_.master.Number(), arrived_.data(), arrived_.size()) > 0) {
     }
 }
 
@@ -182,7 +182,7 @@ void SerialEnd::Plug() {
 
 void SerialEnd::GiveAway() {
     heldPort_ = OpenTerminal();
-    if (flock(heldPort_->slave.Get(), LOCK_EX | LOCK_NB) != 0)
+    if (flock(heldPort_->slave.Number(), LOCK_EX | LOCK_NB) != 0)
         FailOn("hold", heldPort_->name);
     ReplaceLink(heldPort_->name, link_);
 }

@@ -39,7 +39,8 @@ std::vector<Region> Regions(std::uint64_t end) {
 Bytes ReadBlock(const Descriptor& file, const std::filesystem::path& path, std::uint64_t offset,
                 std::uint64_t end) {
     Bytes block(static_cast<std::size_t>(std::min<std::uint64_t>(BlockSize, end - offset)));
-    const ssize_t count = pread(file.Get(), block.data(), block.size(), static_cast<off_t>(offset));
+    const ssize_t count =
+        pread(file.Number(), block.data(), block.size(), static_cast<off_t>(offset));
     if (count < 0)
         FailOn("read", path);
     if (count != static_cast<ssize_t>(block.size()))

@@ -5,6 +5,7 @@
 // serial port as long as it lives, and carries RAPI to the handheld, the end of which is a port of
 // 127.0.0.1 that the environment names. It is meant to be ended from outside at any instant.
 
+#include "simulator/windows/handle.h"
 #include "simulator/windows/loopback.h"
 
 #include <cstdio>
@@ -47,14 +48,15 @@ void Register() {
     Set(ProgramKey, nullptr, REG_SZ, program, length + 1);
 }
 
-// As long as this process lives; somebody else who has it keeps it.
-void HoldSerialPort() {
-    const HANDLE port = CreateFileA("\\\\.\\COM1", GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
-    if (port == INVALID_HANDLE_VALUE)
-        std::printf("COM1: not free, error %lu\n", GetLastError());
-    else
+// Without it where another program has the port: that one keeps it.
+Handle OpenSerialPort() {
+    Handle port(CreateFileA("\\\\.\\COM1", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                            FILE_FLAG_OVERLAPPED, nullptr));
+    if (port)
         std::printf("COM1: held\n");
+    else
+        std::printf("COM1: not free, error %lu\n", GetLastError());
+    return port;
 }
 
 void CarryOneWay(const Socket& from, const Socket& to) {
@@ -79,9 +81,9 @@ void Carry(Socket client) {
 }
 
 // A thread for each program. None is ever joined: the process ends from outside.
-void Serve(SOCKET listener) {
+void Serve(const Socket& listener) {
     for (;;) {
-        Socket client(accept(listener, nullptr, nullptr));
+        Socket client(accept(listener.Get(), nullptr, nullptr));
         if (client.IsOpen())
             std::thread(Carry, std::move(client)).detach();
         else
@@ -89,14 +91,14 @@ void Serve(SOCKET listener) {
     }
 }
 
-SOCKET Listen() {
+Socket Listen() {
     loopback::StartSockets();
-    const SOCKET listener = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    Socket listener(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
     sockaddr_in address = loopback::Address(0); // any free port
     int size = sizeof(address);
-    if (bind(listener, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-        listen(listener, SOMAXCONN) != 0 ||
-        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+    if (bind(listener.Get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+        listen(listener.Get(), SOMAXCONN) != 0 ||
+        getsockname(listener.Get(), reinterpret_cast<sockaddr*>(&address), &size) != 0)
         Fail("listen");
     SetNumber(loopback::PortValue, ntohs(address.sin_port));
     return listener;
@@ -117,7 +119,7 @@ void OpenWindows() {
 
 void Run() {
     Register();
-    HoldSerialPort();
+    const Handle port = OpenSerialPort(); // as long as this process lives
     std::thread(Serve, Listen()).detach();
     OpenWindows();
     std::printf("ready\n");

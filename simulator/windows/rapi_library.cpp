@@ -4,6 +4,7 @@
 // Wine has no local sockets. All that the wizard uses is here, with the published signatures and
 // records; outputs that it hands in no room for are left out.
 
+#include "simulator/windows/handle.h"
 #include "simulator/windows/loopback.h"
 // Behind the header of Windows, whose macros rename half of the operations, here as there.
 #include "platform/include/rapi_wire.h"
@@ -43,7 +44,8 @@ std::mutex connectionLock; // of the next three
 loopback::Socket connection;
 bool isLost = false;
 SOCKET greeting = INVALID_SOCKET; // a connection whose handheld has not answered yet
-HANDLE connected = nullptr, stop = nullptr, connector = nullptr;
+Handle connected, stop;
+Handle connector; // the thread that greets until a handheld answers
 
 std::optional<Reader> Exchange(const loopback::Socket& socket, const Writer& request) {
     const std::vector<std::uint8_t> frame = request.Frame();
@@ -62,7 +64,7 @@ Writer Request(Operation operation) {
 }
 
 void SetGreeting(SOCKET socket) {
-    const std::lock_guard guard(connectionLock);
+    const std::lock_guard lock(connectionLock);
     greeting = socket;
 }
 
@@ -74,15 +76,15 @@ bool Connect() {
     SetGreeting(INVALID_SOCKET);
     if (!answer || (answer->Number(), answer->Number()) != 1)
         return false;
-    const std::lock_guard guard(connectionLock);
+    const std::lock_guard lock(connectionLock);
     connection = std::move(socket);
     isLost = false;
-    SetEvent(connected);
+    SetEvent(connected.Get());
     return true;
 }
 
 DWORD WINAPI KeepConnecting(void*) {
-    while (!Connect() && WaitForSingleObject(stop, RetryMilliseconds) == WAIT_TIMEOUT) {
+    while (!Connect() && WaitForSingleObject(stop.Get(), RetryMilliseconds) == WAIT_TIMEOUT) {
     }
     return 0;
 }
@@ -94,7 +96,7 @@ struct Answer {
 };
 
 std::optional<Answer> Ask(const Writer& request) {
-    const std::lock_guard guard(connectionLock);
+    const std::lock_guard lock(connectionLock);
     auto outputs = connection.IsOpen() ? Exchange(connection, request) : std::nullopt;
     if (outputs) {
         outputs->Number(); // the device's last error: nobody asks for it
@@ -159,12 +161,12 @@ EXPORT HRESULT WINAPI CeRapiInitEx(InitRecord* record) {
     if (!connector && !loopback::Connect(loopback::ManagerPort()).IsOpen())
         return E_FAIL;
     if (!connector) {
-        connected = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        connector = CreateThread(nullptr, 0, KeepConnecting, nullptr, 0, nullptr);
-        WaitForSingleObject(connected, FirstAttemptMilliseconds);
+        connected = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        stop = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        connector = Handle(CreateThread(nullptr, 0, KeepConnecting, nullptr, 0, nullptr));
+        WaitForSingleObject(connected.Get(), FirstAttemptMilliseconds);
     }
-    record->event = connected;
+    record->event = connected.Get();
     record->result = S_OK;
     return S_OK;
 }
@@ -172,20 +174,20 @@ EXPORT HRESULT WINAPI CeRapiInitEx(InitRecord* record) {
 EXPORT HRESULT WINAPI CeRapiUninit() {
     if (!connector)
         return S_OK;
-    SetEvent(stop);
+    SetEvent(stop.Get());
     do { // an attempt may just have begun
-        const std::lock_guard guard(connectionLock);
+        const std::lock_guard lock(connectionLock);
         shutdown(greeting, SD_BOTH);
-    } while (WaitForSingleObject(connector, RetryMilliseconds) == WAIT_TIMEOUT);
-    for (HANDLE* handle : {&connector, &stop, &connected})
-        CloseHandle(std::exchange(*handle, nullptr));
-    const std::lock_guard guard(connectionLock);
+    } while (WaitForSingleObject(connector.Get(), RetryMilliseconds) == WAIT_TIMEOUT);
+    for (Handle* handle : {&connector, &stop, &connected})
+        *handle = Handle();
+    const std::lock_guard lock(connectionLock);
     connection = {};
     return S_OK;
 }
 
 EXPORT HRESULT WINAPI CeRapiGetError() {
-    const std::lock_guard guard(connectionLock);
+    const std::lock_guard lock(connectionLock);
     return isLost ? HRESULT_FROM_WIN32(ERROR_CONNECTION_ABORTED) : S_OK;
 }
 

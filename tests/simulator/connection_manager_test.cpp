@@ -1,5 +1,6 @@
 // The connection manager carries RAPI, holds the port, and leaves nothing behind that blocks.
 
+#include "platform/descriptor.h"
 #include "testing/comes_true.h"
 #include "testing/cradle.h"
 #include "testing/image_file.h"
@@ -15,7 +16,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace test_support;
 using rapi_wire::Operation;
@@ -71,9 +71,9 @@ TEST_F(ConnectionManagerTest, its_number_is_told_when_all_is_there_and_its_socke
     std::filesystem::remove(home_.Home() / "registry.reg");
     std::filesystem::create_directory(home_.Home() / "windows");
     // Nobody opens a window as long as this lock is held.
-    const int windows =
-        open((home_.Home() / "windows/.last").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    ASSERT_EQ(0, flock(windows, LOCK_EX));
+    platform::Descriptor windowsLock(
+        open((home_.Home() / "windows/.last").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    ASSERT_EQ(0, flock(windowsLock.Number(), LOCK_EX));
     const mode_t mask = umask(0);
     Cradle cradle(home_, {.withManager = false});
     ChildProcess manager({ProgramFolder() + "/connection-manager"},
@@ -82,7 +82,7 @@ TEST_F(ConnectionManagerTest, its_number_is_told_when_all_is_there_and_its_socke
     EXPECT_TRUE(ComesTrue(
         [&] { return RegistryText().find("connection-manager\"") != std::string::npos; }));
     EXPECT_EQ("", ReadBytes(numberFile));
-    close(windows);
+    windowsLock = platform::Descriptor();
     manager.ExpectLine("ready");
     EXPECT_EQ(std::to_string(manager.Id()) + "\n", ReadBytes(numberFile));
     for (const char* socket : {"rapi.sock", "cradle.sock"})

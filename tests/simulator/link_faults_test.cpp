@@ -1,5 +1,6 @@
 // Faults of the cable: a handheld that leaves the bus, a port in use, bytes that nobody asked for.
 
+#include "platform/descriptor.h"
 #include "testing/cradle.h"
 #include "testing/pc_side.h"
 
@@ -9,7 +10,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 using namespace test_support;
 
@@ -34,11 +34,9 @@ protected:
     }
 
     bool IsHeld() const {
-        const int port = open(Port().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-        EXPECT_GE(port, 0);
-        const bool held = flock(port, LOCK_EX | LOCK_NB) != 0;
-        close(port);
-        return held;
+        const platform::Descriptor port(open(Port().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+        EXPECT_TRUE(port);
+        return flock(port.Number(), LOCK_EX | LOCK_NB) != 0;
     }
 
     TestHome home_;
