@@ -1,8 +1,8 @@
 // The device-side programs and their data files.
 //
-// The simulator plays what they do; the files themselves are what the wizard places. Each opens
-// with a line that names it and ends with the CRC-32 of all before, so that a file that was placed
-// only in part is not run.
+// The simulator does what they would do; the files are what the wizard pushes. Each begins with a
+// line that names it and ends with the CRC-32 of all before, so that a file that was placed only in
+// part is not run.
 #pragma once
 
 #include "simulator/host_files.h"

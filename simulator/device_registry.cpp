@@ -123,8 +123,8 @@ std::uint32_t DeviceRegistry::Close(std::uint32_t key) {
     return openKeys_.erase(key) != 0 ? error::Success : error::InvalidHandle;
 }
 
-std::uint32_t DeviceRegistry::Query(std::uint32_t key, std::u16string_view name, std::uint32_t room,
-                                    RegistryValue& value) const {
+std::uint32_t DeviceRegistry::Query(std::uint32_t key, std::u16string_view name,
+                                    std::uint32_t capacity, RegistryValue& value) const {
     const auto open = openKeys_.find(key);
     if (open == openKeys_.end())
         return error::InvalidHandle;
@@ -135,7 +135,7 @@ std::uint32_t DeviceRegistry::Query(std::uint32_t key, std::u16string_view name,
     if (stored == found->second.values.end())
         return error::FileNotFound;
     value = stored->second;
-    if (value.data.size() <= room)
+    if (value.data.size() <= capacity)
         return error::Success;
     value.data.clear();
     return error::MoreData;
@@ -151,7 +151,7 @@ std::uint32_t DeviceRegistry::Set(std::uint32_t key, const RegistryValue& value)
     if (value.name.find_first_of(u"\n\r") != value.name.npos)
         return error::InvalidParameter;
     auto& stored = found->second.values[Fold(value.name)];
-    // A name that stands already keeps its case.
+    // The name of a value that is there keeps its case.
     const std::u16string name = stored.name.empty() ? value.name : stored.name;
     stored = value;
     stored.name = name;

@@ -1,7 +1,7 @@
 // The one thread of a running handheld: descriptors and deadlines with what to do when they come.
 //
 // Everything that the handheld does runs here, one thing after the other, so nothing is locked and
-// the lines that it prints stand in the order in which things happened. What is called must not
+// the lines that it prints come in the order in which things happened. What is called must not
 // block.
 #pragma once
 
@@ -18,7 +18,7 @@ public:
     // Calls back whenever the descriptor is readable or its other end is gone. One at a time for
     // each descriptor; the caller keeps it open while it is watched.
     void Watch(int descriptor, std::function<void()> readable);
-    // The same, in its place, whenever something can be written to it or its other end is gone.
+    // Instead of that, calls back whenever something can be written to it or its other end is gone.
     void WatchWritable(int descriptor, std::function<void()> writable);
     void Unwatch(int descriptor);
 

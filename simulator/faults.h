@@ -12,7 +12,7 @@ namespace simulator {
 
 struct Faults {
     std::vector<std::string> refusedPrograms; // file names that do not start
-    bool noTypeFile = false;                  // the flash size is never told
+    bool noTypeFile = false;                  // the flash size is not reported
     std::optional<std::uint32_t> assetSize;   // bytes in the asset file, if not all
     std::optional<std::uint32_t> assetZero;   // zero unit in the asset's version field
     std::string refusedCall;                  // whole line of a call; empty: none
@@ -33,7 +33,7 @@ struct Faults {
     std::string deafAt;                             // step, empty: none
     std::uint32_t deafMilliseconds = 0;
     std::optional<std::uint32_t> rapiMilliseconds;   // from power-on until it answers
-    std::uint8_t batteryByte = 0;                    // told in place of 0 without external power
+    std::uint8_t batteryByte = 0;                    // reported for no external power
     std::optional<std::uint64_t> diesAt;             // bytes taken from the link since power-on
     std::optional<std::uint64_t> unplugAt;           // the same, until it leaves the bus
     std::optional<std::uint32_t> replugMilliseconds; // not before a reset, if none
@@ -44,7 +44,7 @@ struct Faults {
 
 struct FaultRow {
     const char* option;
-    const char* value; // its name in the usage; null: the option stands alone
+    const char* value; // its name in the usage; null: it has none
     const char* effect;
     void (*set)(Faults& faults, const std::string& value);
 };

@@ -21,7 +21,7 @@ namespace simulator {
 using platform::Descriptor;
 using Bytes = std::vector<std::uint8_t>;
 
-// One line for the user: what was tried, on what, what the system said.
+// One line for the user: what was tried, on what, the system's error.
 struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -47,7 +47,7 @@ void WriteAt(const Descriptor& file, std::uint64_t offset, std::span<const std::
 std::string Hex(std::uint32_t value); // "0xF40000"
 
 // The path without case of a text in UTF-16: one unit to one unit, by the character tables of the
-// host's C.UTF-8. The handheld keeps case and does not tell it apart.
+// host's C.UTF-8. The handheld keeps case, which does not count in comparisons.
 std::u16string Fold(std::u16string_view text);
 inline bool SameName(std::u16string_view one, std::u16string_view other) {
     return Fold(one) == Fold(other);

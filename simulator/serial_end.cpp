@@ -18,7 +18,7 @@ namespace {
 
 constexpr unsigned BitsPerByte = 10; // start bit, 8 data bits, stop bit
 constexpr unsigned PacedReadsPerSecond = 50;
-constexpr std::size_t LargestRead = 0x10000;
+constexpr std::size_t MaxReadSize = 0x10000;
 constexpr char Nowhere[] = "unplugged"; // no such file beside the links
 
 Descriptor OpenMaster() {
@@ -70,7 +70,7 @@ SerialEnd::SerialEnd(EventLoop& loop, std::filesystem::path link, std::uint32_t 
 SerialEnd::~SerialEnd() {
     std::error_code error;
     const auto target = std::filesystem::read_symlink(link_, error);
-    StopTaking();
+    StopReading();
     if (error || (target != terminal_.name && (!heldPort_ || target != heldPort_->name)))
         return; // another handheld's by now
     try {
@@ -96,7 +96,7 @@ void SerialEnd::Watch() {
 }
 
 void SerialEnd::ReadUnpaced() {
-    arrived_.resize(LargestRead);
+    arrived_.resize(MaxReadSize);
     const ssize_t count = read(terminal_.master.Number(), arrived_.data(), arrived_.size());
     arrived_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     const auto now = Clock::now();
@@ -104,7 +104,7 @@ void SerialEnd::ReadUnpaced() {
         Deliver(now, now);
 }
 
-// Takes what lies ready as having begun on the wire at `begin`, and hands it on when it is through.
+// Reads what is there as having begun on the wire at `begin`, and delivers it when it is through.
 void SerialEnd::ReadPaced(Clock::time_point begin) {
     arrived_.resize(std::max(1U, baud_ / BitsPerByte / PacedReadsPerSecond));
     const ssize_t count = read(terminal_.master.Number(), arrived_.data(), arrived_.size());
@@ -117,20 +117,20 @@ void SerialEnd::ReadPaced(Clock::time_point begin) {
     const auto end = begin + WireTime(arrived_.size());
     arriving_ = loop_.At(end, [this, begin, end] {
         Deliver(begin, end);
-        if (!dead_ && !IsUnplugged())
+        if (!paused_ && !IsUnplugged())
             ReadPaced(end);
     });
 }
 
 void SerialEnd::Deliver(Clock::time_point begin, Clock::time_point end) {
-    if (taker_)
-        taker_({arrived_, begin, end});
+    if (receiver_)
+        receiver_({arrived_, begin, end});
 }
 
 void SerialEnd::Send(Bytes bytes, std::function<void(Clock::time_point)> sent) {
     sentUntil_ = std::max(sentUntil_, Clock::now()) + WireTime(bytes.size());
     auto write = [this, bytes = std::move(bytes), sent = std::move(sent)] {
-        // A full buffer means that the PC reads nothing; a wire does not keep what is not taken.
+        // A full buffer means that the PC reads nothing; a wire does not keep what is not read.
         [[maybe_unused]] const ssize_t count =
             ::write(terminal_.master.Number(), bytes.data(), bytes.size());
         if (sent)
@@ -142,7 +142,7 @@ void SerialEnd::Send(Bytes bytes, std::function<void(Clock::time_point)> sent) {
         loop_.At(sentUntil_, write);
 }
 
-void SerialEnd::StopTaking() {
+void SerialEnd::StopReading() {
     if (!IsUnplugged())
         loop_.Unwatch(terminal_.master.Number());
     loop_.Cancel(arriving_);
@@ -150,24 +150,24 @@ void SerialEnd::StopTaking() {
 
 void SerialEnd::DropArrived() {
     tcflush(terminal_.slave.Number(), TCIFLUSH);
-    arrived_.resize(LargestRead);
+    arrived_.resize(MaxReadSize);
     while (read(terminal_.master.Number(), arrived_.data(), arrived_.size()) > 0) {
     }
 }
 
-void SerialEnd::Die() {
-    dead_ = true;
-    StopTaking();
+void SerialEnd::PauseReceiving() {
+    paused_ = true;
+    StopReading();
 }
 
-void SerialEnd::Resume() {
-    dead_ = false;
+void SerialEnd::ResumeReceiving() {
+    paused_ = false;
     if (!IsUnplugged())
         Watch();
 }
 
 void SerialEnd::Unplug() {
-    StopTaking();
+    StopReading();
     terminal_ = Terminal();
     heldPort_.reset();
     ReplaceLink(Nowhere, link_);
@@ -176,26 +176,26 @@ void SerialEnd::Unplug() {
 void SerialEnd::Plug() {
     terminal_ = OpenTerminal();
     ReplaceLink(terminal_.name, link_);
-    if (!dead_)
+    if (!paused_)
         Watch();
 }
 
-void SerialEnd::GiveAway() {
+void SerialEnd::LinkToHeldPort() {
     heldPort_ = OpenTerminal();
     if (flock(heldPort_->slave.Number(), LOCK_EX | LOCK_NB) != 0)
         FailOn("hold", heldPort_->name);
     ReplaceLink(heldPort_->name, link_);
 }
 
-void SerialEnd::Revive() {
-    const bool wasDead = std::exchange(dead_, false);
+void SerialEnd::Reset() {
+    const bool wasPaused = std::exchange(paused_, false);
     if (heldPort_) {
         heldPort_.reset();
         ReplaceLink(terminal_.name, link_);
     }
     if (IsUnplugged()) {
         Plug();
-    } else if (wasDead) {
+    } else if (wasPaused) {
         DropArrived();
         Watch();
     }
