@@ -2,7 +2,7 @@
 //
 // The copy reads one file of the handheld in the same portions and brings it to the disk as the
 // backup is: written, flushed. What the backup sleeps between two looks for a piece is counted, by
-// the looks that the handheld has seen, and told apart.
+// the looks that the handheld has seen, and taken off.
 
 #include "bench/costs.h"
 
@@ -26,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t RomSize = 0xF80000;
 constexpr std::uint32_t PieceSize = 0x40000;
 constexpr double PollSeconds = 0.01; // 100 ms at a clock of 10
-constexpr char Clock10[] = "10";
+constexpr char FastClock[] = "10";
 constexpr int Rounds = 5;
 
 double SecondsSince(Clock::time_point begin) {
@@ -43,7 +43,7 @@ struct BackupCost {
 BackupCost RunBackup(const TestHome& home, Cradle& cradle) {
     const auto file = home.Path("backup.nbf");
     std::filesystem::remove(file);
-    WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", Clock10}});
+    WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", FastClock}});
     for (const char* line : {"1181", "1", "1", "1", "1151", "1", "1035", "1", "1030"})
         wizard.Send(line);
     wizard.Send(file.string());

@@ -1,7 +1,7 @@
 // An upgrade over USB against a plain loop of raw writes of the same size through the same tty.
 //
-// The loop comes right behind each upgrade: the flasher, which has all it wants by then, takes what
-// comes and drops it.
+// The loop comes right behind each upgrade: the flasher has the whole image by then
+// and drops what comes.
 
 #include "bench/upgrade_run.h"
 
@@ -20,7 +20,6 @@ namespace {
 
 using namespace bench;
 
-constexpr double PieceBytes = 0x20000;
 constexpr std::size_t WriteSize = 12288;
 constexpr int Rounds = 5;
 
@@ -69,9 +68,9 @@ struct Round {
 };
 
 Round Measure(const std::vector<std::string>& pacing, std::uint32_t pieces) {
-    UpgradeRun run({.imageSize = 0x40020 + pieces * 0x20000, .handheld = pacing, .usb = true});
-    const double bytes = PieceBytes * pieces;
-    const double wizard = bytes / run.TheTimes().Phase();
+    UpgradeRun run({.imageSize = ImageFileSize(pieces), .handheld = pacing, .usb = true});
+    const double bytes = static_cast<double>(PieceSize) * pieces;
+    const double wizard = bytes / run.RecordedTimes().DataPhase();
     const double seconds = run.After().processorSeconds - run.Before().processorSeconds;
     run.EndWizard();
     const double plain =

@@ -2,12 +2,13 @@
 //
 // It registers itself where the wizard looks, opens the two windows by which it is found, holds the
 // serial port as long as it lives, and carries RAPI between the PC's programs and the handheld. It
-// is meant to be ended from outside at any instant, without a chance to tidy up: what the next one
-// finds is taken over.
+// is meant to be ended from outside at any instant, without a chance to tidy up: the next one takes
+// over what is left.
 
 #include <windows.h>
 
 #include "simulator/local_socket.h"
+#include "simulator/registration.h"
 
 #include "platform/home.h"
 #include "platform/paths.h"
@@ -30,25 +31,20 @@
 
 namespace {
 
+using namespace registration;
 using simulator::Descriptor;
 using simulator::Failure;
 
-constexpr char WindowClass[] = "ConnectionManager";
-constexpr const char* WindowTitles[] = {"DccMan", "WCES Manager Thunk Window"};
-constexpr char SettingsKey[] = "SOFTWARE\\Microsoft\\Windows CE Services";
-constexpr char ProgramKey[] =
-    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE";
-constexpr char SerialPort[] = "COM1";
 constexpr std::size_t CarrySize = 0x10000;
 
 struct Versions {
-    DWORD major = 3, minor = 5;
+    DWORD major = MajorVersion, minor = MinorVersion;
 };
 
 std::string PidFileName() { return platform::HomePath("connection-manager.pid"); }
 
-// Held for the life of the process, which the system ends in any case. It is empty until there is
-// something to find: who reads a number there may go on to look for the windows.
+// Locked for the life of the process. The file is empty until all is there: who reads a number in
+// it may go on to look for the windows.
 Descriptor LockPidFile() {
     Descriptor file = simulator::OpenHost(PidFileName(), O_RDWR | O_CREAT, 0600);
     if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0)
@@ -102,20 +98,20 @@ void Register(const Versions& versions) {
     RegistryKey(ProgramKey).SetValue("", REG_SZ, program.c_str(), program.size() + 1);
 }
 
-// As long as this process lives. Somebody else who has it keeps it, and without a cradle on it the
-// port is none of ours: it may be a real one.
+// Open as long as this process lives. Another program that has the port keeps it. Without a cradle
+// on it the port is left alone: it may be a real one of the machine.
 void HoldSerialPort() {
     if (!std::filesystem::exists(platform::HomePath("ports/COM1"))) {
         std::printf("%s: no cradle\n", SerialPort);
         return;
     }
-    const HANDLE port = CreateFileA("\\\\.\\COM1", GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+    const HANDLE port = CreateFileA(SerialPortPath, GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
     if (port == INVALID_HANDLE_VALUE)
         std::printf("%s: not free, error %u\n", SerialPort, static_cast<unsigned>(GetLastError()));
 }
 
-// What is there to be read, whole; false at the end of either side.
+// Sends on what can be read now; false at the end of either side.
 bool CarryOnce(int from, int to) {
     char bytes[CarrySize];
     const ssize_t count = read(from, bytes, sizeof(bytes));

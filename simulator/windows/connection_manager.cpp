@@ -1,10 +1,10 @@
-// The connection manager of the cradle where the wizard runs on Windows: a second one of
-// simulator/connection_manager.cpp, with the same duties.
+// The connection manager of the cradle where the wizard runs on Windows, with the duties of
+// simulator/connection_manager.cpp.
 //
-// It registers itself where the wizard looks, opens the two windows by which it is found, holds the
-// serial port as long as it lives, and carries RAPI to the handheld, the end of which is a port of
-// 127.0.0.1 that the environment names. It is meant to be ended from outside at any instant.
+// It carries RAPI to the handheld over the port of 127.0.0.1 that ROM_WIZARD_CRADLE_PORT gives. It
+// is meant to be ended from outside at any instant.
 
+#include "simulator/registration.h"
 #include "simulator/windows/handle.h"
 #include "simulator/windows/loopback.h"
 
@@ -15,11 +15,8 @@
 
 namespace {
 
+using namespace registration;
 using loopback::Socket;
-
-constexpr char WindowClass[] = "ConnectionManager";
-constexpr char ProgramKey[] =
-    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE";
 
 [[noreturn]] void Fail(const std::string& what) {
     throw std::runtime_error(what + ": error " + std::to_string(GetLastError()));
@@ -36,13 +33,13 @@ void Set(const char* key, const char* name, DWORD type, const void* data, std::s
 }
 
 void SetNumber(const char* name, DWORD number) {
-    Set(loopback::SettingsKey, name, REG_DWORD, &number, sizeof(number));
+    Set(SettingsKey, name, REG_DWORD, &number, sizeof(number));
 }
 
 void Register() {
-    SetNumber("MajorVersion", 3);
-    SetNumber("MinorVersion", 5);
-    Set(loopback::SettingsKey, "SerialPort", REG_SZ, "COM1", sizeof("COM1"));
+    SetNumber("MajorVersion", MajorVersion);
+    SetNumber("MinorVersion", MinorVersion);
+    Set(SettingsKey, "SerialPort", REG_SZ, SerialPort, sizeof(SerialPort));
     char program[MAX_PATH];
     const DWORD length = GetModuleFileNameA(nullptr, program, MAX_PATH);
     Set(ProgramKey, nullptr, REG_SZ, program, length + 1);
@@ -50,7 +47,7 @@ void Register() {
 
 // Without it where another program has the port: that one keeps it.
 Handle OpenSerialPort() {
-    Handle port(CreateFileA("\\\\.\\COM1", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+    Handle port(CreateFileA(SerialPortPath, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                             FILE_FLAG_OVERLAPPED, nullptr));
     if (port)
         std::printf("COM1: held\n");
@@ -110,7 +107,7 @@ void OpenWindows() {
     windowClass.lpfnWndProc = DefWindowProcA;
     windowClass.lpszClassName = WindowClass;
     RegisterClassExA(&windowClass);
-    for (const char* title : {"DccMan", "WCES Manager Thunk Window"}) {
+    for (const char* title : WindowTitles) {
         if (!CreateWindowExA(0, WindowClass, title, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr,
                              nullptr))
             Fail(std::string("open window ") + title);

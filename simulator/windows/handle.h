@@ -1,7 +1,7 @@
 // Owner of one handle of Windows: an event, a thread, a port.
 #pragma once
 
-// The sockets' header comes first, as it replaces an older one inside <windows.h>.
+// The sockets come first, as they replace an older header inside <windows.h>.
 #include <winsock2.h>
 
 #include <windows.h>

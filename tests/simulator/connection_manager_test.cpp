@@ -24,7 +24,7 @@ namespace {
 
 class ConnectionManagerTest : public testing::Test {
 protected:
-    // This process stands for another program of the same PC. It finds the home once, so all tests
+    // This process acts as another program of the same PC. It finds the home once, so all tests
     // in it have the same one.
     static void SetUpTestSuite() {
         suiteHome_ = std::make_unique<TestHome>();
@@ -66,7 +66,8 @@ TEST_F(ConnectionManagerTest, it_registers_itself_and_is_found_by_its_windows) {
     }
 }
 
-TEST_F(ConnectionManagerTest, its_number_is_told_when_all_is_there_and_its_sockets_are_the_users) {
+TEST_F(ConnectionManagerTest,
+       its_process_number_is_written_when_all_is_there_and_only_its_user_can_connect) {
     const auto numberFile = home_.Home() / "connection-manager.pid";
     std::filesystem::remove(home_.Home() / "registry.reg");
     std::filesystem::create_directory(home_.Home() / "windows");

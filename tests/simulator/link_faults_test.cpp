@@ -1,4 +1,4 @@
-// Faults of the cable: a handheld that leaves the bus, a port in use, bytes that nobody asked for.
+// Faults of the cable: a handheld that leaves the bus, a port in use, noise.
 
 #include "platform/descriptor.h"
 #include "testing/cradle.h"
@@ -43,7 +43,7 @@ protected:
     std::optional<Cradle> cradle_;
 };
 
-TEST_F(LinkFaultTest, unplugged_it_is_no_port_until_a_reset) {
+TEST_F(LinkFaultTest, an_unplugged_handheld_has_no_port_until_a_reset) {
     Start({"--unplug-at", "2"});
     const fs::path before = fs::read_symlink(Port());
     {
@@ -60,7 +60,7 @@ TEST_F(LinkFaultTest, unplugged_it_is_no_port_until_a_reset) {
     EXPECT_FALSE(fs::exists(Port()));
 }
 
-TEST_F(LinkFaultTest, back_on_the_bus_it_goes_on_where_it_was) {
+TEST_F(LinkFaultTest, a_handheld_back_on_the_bus_goes_on_where_it_was) {
     Start({"--unplug-at", "2", "--replug-after", "20"});
     LinkEnd gone(home_, "COM1");
     gone.Write("l\r");

@@ -1,5 +1,5 @@
-// The simulated handheld answers RAPI as a handheld would: files, registry, programs, and frames
-// that are none.
+// The simulated handheld answers RAPI as a handheld would: files, registry, programs, and malformed
+// frames.
 
 #include "testing/comes_true.h"
 #include "testing/cradle.h"
@@ -181,9 +181,9 @@ TEST_F(RapiTest, registry_values_keep_type_size_and_bytes) {
     rapi_.emplace(home_);
     const auto [found, again] = open(Operation::RegOpenKey, u"new\\KEY");
     ASSERT_EQ(found, 0u);
-    const auto query = [&, keyAgain = again](std::u16string_view name, std::uint32_t room) {
+    const auto query = [&, keyAgain = again](std::u16string_view name, std::uint32_t capacity) {
         auto reply = rapi_->Call(Operation::RegQueryValue,
-                                 Writer().Number(keyAgain).Text(name).Number(room));
+                                 Writer().Number(keyAgain).Text(name).Number(capacity));
         const std::uint32_t type = reply.outputs.Number();
         return std::tuple(reply.result, type, reply.outputs.Data());
     };
@@ -226,7 +226,7 @@ TEST_F(RapiTest, a_program_that_is_not_whole_does_not_run) {
     EXPECT_EQ(cradle_->StatusOf("mode"), "normal");
 }
 
-TEST_F(RapiTest, the_asset_file_tells_who_it_is) {
+TEST_F(RapiTest, the_asset_file_holds_model_version_and_language) {
     const auto field = [](const ByteList& file, std::size_t at, std::size_t units) {
         std::string text;
         for (std::size_t unit = 0; unit < units; ++unit)
@@ -253,7 +253,7 @@ TEST_F(RapiTest, the_asset_file_tells_who_it_is) {
     EXPECT_EQ(rapi_->StartProgram(u"\\Windows\\Morvikor.exe"), 14u);
 }
 
-TEST_F(RapiTest, pushed_programs_tell_the_flash_size_and_deliver_the_flash) {
+TEST_F(RapiTest, pushed_programs_report_the_flash_size_and_deliver_the_flash) {
     Start({"--piece-late", "3", "--piece-tries", "9"});
     rapi_->Push(u"\\Temp\\Tesselor.exe", Agent("Tesselor.exe"));
     ASSERT_EQ(rapi_->StartProgram(u"\\Temp\\Tesselor.exe"), 0u);
@@ -298,7 +298,7 @@ TEST_F(RapiTest, the_clock_is_set_only_by_a_whole_library_and_a_whole_record) {
     EXPECT_EQ(cradle_->StatusOf("clock"), "2024-11-24 21:05:09 UTC, bias 0 minutes");
 }
 
-TEST_F(RapiTest, a_frame_that_is_none_ends_its_connection_and_no_other) {
+TEST_F(RapiTest, a_malformed_frame_ends_its_connection_and_no_other) {
     Start();
     const ByteList frames[] = {
         {0xFF, 0xFF, 0xFF, 0x7F},                                // longer than allowed
@@ -338,7 +338,7 @@ TEST_F(RapiTest, a_client_that_does_not_read_or_stops_in_a_frame_holds_up_no_oth
     EXPECT_EQ(mute.Call(Operation::Hello).result, 1u);
 }
 
-TEST_F(RapiTest, power_follows_the_cable) {
+TEST_F(RapiTest, the_power_status_follows_the_cable) {
     Start({"--battery"});
     const auto power = [&] {
         const ByteList record = rapi_->Call(Operation::GetSystemPowerStatus).outputs.Data();
