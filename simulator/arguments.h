@@ -3,7 +3,7 @@
 
 #include "simulator/host_files.h"
 
-#include <map>
+#include <utility>
 
 namespace simulator {
 

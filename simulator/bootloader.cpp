@@ -2,6 +2,8 @@
 
 #include "simulator/bootloader.h"
 
+#include "simulator/device_state.h"
+
 #include <algorithm>
 
 namespace simulator {

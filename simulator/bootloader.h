@@ -10,6 +10,8 @@
 #pragma once
 
 #include "simulator/flash_link.h"
+#include "simulator/serial_end.h"
+#include "simulator/wire.h"
 
 namespace simulator {
 

@@ -15,13 +15,16 @@
 
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -154,14 +157,10 @@ void Serve(const Descriptor& listener) {
     }
 }
 
-LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM first, LPARAM second) {
-    return DefWindowProcA(window, message, first, second);
-}
-
 void OpenWindows() {
     WNDCLASSEXA windowClass = {};
     windowClass.cbSize = sizeof(windowClass);
-    windowClass.lpfnWndProc = WindowProc;
+    windowClass.lpfnWndProc = DefWindowProcA;
     windowClass.lpszClassName = WindowClass;
     RegisterClassExA(&windowClass);
     for (const char* title : WindowTitles) {
@@ -170,12 +169,6 @@ void OpenWindows() {
             throw Failure(std::string("open window ") + title + ": error " +
                           std::to_string(GetLastError()));
     }
-}
-
-void RunMessages() {
-    MSG message;
-    while (GetMessageA(&message, nullptr, 0, 0) > 0)
-        DispatchMessageA(&message);
 }
 
 bool ParseVersion(const char* text, DWORD& version) {
@@ -204,7 +197,9 @@ void RunManager(const Versions& versions) {
     std::thread(Serve, simulator::ListenAt(platform::HomePath("rapi.sock"), 0)).detach();
     WriteNumber(pidFile);
     std::printf("ready\n");
-    RunMessages();
+    MSG message;
+    while (GetMessageA(&message, nullptr, 0, 0) > 0)
+        DispatchMessageA(&message);
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 #include "platform/text.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -70,7 +70,6 @@ public:
     // For programs on the device: whole files, without regard to who has them open.
     std::optional<Bytes> Load(std::u16string_view path) const;
     bool Store(std::u16string_view path, std::span<const std::uint8_t> content);
-    bool Exists(std::u16string_view path) const;
 
 private:
     struct OpenFile {

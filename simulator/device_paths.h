@@ -6,6 +6,8 @@
 
 #include "simulator/host_files.h"
 
+#include <utility>
+
 namespace simulator {
 
 // The components, or nothing where the path has 260 units or more or a name is not allowed: empty,

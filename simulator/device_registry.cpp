@@ -2,6 +2,8 @@
 
 #include "simulator/device_registry.h"
 
+#include "simulator/device_errors.h"
+
 #include "platform/text.h"
 
 #include <charconv>
@@ -13,10 +15,6 @@ namespace simulator {
 namespace {
 
 constexpr std::uint32_t LocalMachine = 0x80000002;
-
-std::u16string_view WithoutLeadingBackslash(std::u16string_view path) {
-    return path.starts_with(u'\\') ? path.substr(1) : path;
-}
 
 std::string Quote(const std::string& text) {
     std::string quoted = "\"";
@@ -82,7 +80,7 @@ void DeviceRegistry::Add(const std::u16string& path) {
 
 std::optional<std::u16string> DeviceRegistry::FullPath(std::uint32_t root,
                                                        std::u16string_view path) const {
-    const std::u16string below(WithoutLeadingBackslash(path));
+    const std::u16string below(path.starts_with(u'\\') ? path.substr(1) : path);
     if (root == LocalMachine)
         return below;
     const auto open = openKeys_.find(root);

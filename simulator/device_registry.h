@@ -6,7 +6,6 @@
 // its bytes in hexadecimal. In names, `"` and `\` have a `\` in front.
 #pragma once
 
-#include "simulator/device_errors.h"
 #include "simulator/host_files.h"
 
 #include <map>

@@ -4,14 +4,15 @@
 
 #include "simulator/agents.h"
 #include "simulator/arguments.h"
+#include "simulator/wire.h"
 
-#include <algorithm>
+#include <cerrno>
 #include <map>
 #include <sstream>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 namespace simulator {
 

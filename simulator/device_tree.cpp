@@ -1,12 +1,16 @@
 // The file system of the handheld: names, attributes, and what changes the tree.
 
 #include "simulator/arguments.h"
+#include "simulator/device_errors.h"
 #include "simulator/device_files.h"
+#include "simulator/device_paths.h"
 
 #include "platform/text.h"
 
 #include <algorithm>
+#include <map>
 #include <sstream>
+#include <utility>
 
 namespace simulator {
 
@@ -142,11 +146,6 @@ bool DeviceFiles::Store(std::u16string_view path, std::span<const std::uint8_t> 
         return false;
     WriteWhole(entry.path, content);
     return true;
-}
-
-bool DeviceFiles::Exists(std::u16string_view path) const {
-    HostEntry entry;
-    return Locate(path, entry) == error::Success && entry.exists;
 }
 
 std::string DeviceFiles::AttributeKey(const std::filesystem::path& path) const {

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
-#include <optional>
 #include <vector>
 
 #include <poll.h>

@@ -5,7 +5,8 @@
 #include "platform/clock.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <chrono>
+#include <utility>
 
 namespace simulator {
 

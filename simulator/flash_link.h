@@ -3,11 +3,13 @@
 #pragma once
 
 #include "simulator/device_state.h"
+#include "simulator/event_loop.h"
 #include "simulator/faults.h"
 #include "simulator/report.h"
 #include "simulator/serial_end.h"
 
 #include <cstdio>
+#include <memory>
 
 namespace simulator {
 

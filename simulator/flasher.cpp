@@ -2,6 +2,9 @@
 
 #include "simulator/flasher.h"
 
+#include "simulator/device_state.h"
+#include "simulator/wire.h"
+
 #include <algorithm>
 
 namespace simulator {

@@ -10,6 +10,7 @@
 #pragma once
 
 #include "simulator/flash_link.h"
+#include "simulator/serial_end.h"
 
 namespace simulator {
 

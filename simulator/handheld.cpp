@@ -2,12 +2,15 @@
 
 #include "simulator/agents.h"
 #include "simulator/arguments.h"
+#include "simulator/device_state.h"
+#include "simulator/faults.h"
 #include "simulator/handheld_run.h"
 #include "simulator/images.h"
 #include "simulator/status.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 
 namespace simulator {
 

@@ -3,15 +3,23 @@
 #include "simulator/handheld_run.h"
 
 #include "simulator/bootloader.h"
+#include "simulator/device_files.h"
+#include "simulator/device_registry.h"
+#include "simulator/event_loop.h"
+#include "simulator/flash_link.h"
 #include "simulator/flasher.h"
 #include "simulator/noise.h"
+#include "simulator/programs.h"
+#include "simulator/rapi_calls.h"
 #include "simulator/rapi_server.h"
+#include "simulator/report.h"
+#include "simulator/serial_end.h"
 
 #include "platform/clock.h"
 #include "platform/home.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <thread>
 
@@ -43,7 +51,7 @@ public:
     Handheld(const Handheld&) = delete;
     Handheld& operator=(const Handheld&) = delete;
 
-    void Run();
+    void Run() { loop_.Run(); }
 
 private:
     void PowerOn(bool navigatorKey);
@@ -102,8 +110,6 @@ Handheld::Handheld(const StateFolder& folder, const RunOptions& options)
         end->SetReceiver([this, end](const Burst& burst) { HandleBurst(*end, burst); });
     PowerOn(options.navigatorKey);
 }
-
-void Handheld::Run() { loop_.Run(); }
 
 // Everything that runs on the handheld starts anew, from what is in its folder.
 void Handheld::PowerOn(bool navigatorKey) {

@@ -24,6 +24,13 @@ static_assert(sizeof(IdentityMagic) + ModelLength + FullVersionLength + Language
               RecordSize);
 static_assert(IdentityOffset % ChunkSize == 0);
 
+Bytes IdentityRecord(const Identity& identity) {
+    std::string record(IdentityMagic, sizeof(IdentityMagic));
+    record += identity.model + FullVersion(identity.version) + identity.language;
+    record.resize(RecordSize, '\0');
+    return Bytes(record.begin(), record.end());
+}
+
 // One chunk of a ROM: filler, with the identity where it belongs.
 void FillChunk(std::span<std::uint8_t> chunk, std::uint64_t seed, std::uint64_t offset,
                const Identity& identity) {
@@ -77,13 +84,6 @@ void CheckIdentity(const Identity& identity) {
         throw Failure("language " + identity.language + ": not 3 characters");
     if (FullVersion(identity.version).size() != FullVersionLength)
         throw Failure("version " + identity.version + ": neither 4 nor 7 characters");
-}
-
-Bytes IdentityRecord(const Identity& identity) {
-    std::string record(IdentityMagic, sizeof(IdentityMagic));
-    record += identity.model + FullVersion(identity.version) + identity.language;
-    record.resize(RecordSize, '\0');
-    return Bytes(record.begin(), record.end());
 }
 
 std::optional<Identity> ReadIdentity(const std::filesystem::path& path, std::uint64_t offset) {

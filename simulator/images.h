@@ -32,8 +32,7 @@ std::string FullVersion(const std::string& version);
 // Throws a Failure for a model, a language or a version of the wrong length.
 void CheckIdentity(const Identity& identity);
 
-// The identity record of a ROM, and the identity in one; nothing where there is none.
-Bytes IdentityRecord(const Identity& identity);
+// The identity in the record at the offset of a file; nothing where there is none.
 std::optional<Identity> ReadIdentity(const std::filesystem::path& file, std::uint64_t offset);
 
 // Bytes that look random and are the same for the same seed and offset, a multiple of 8.

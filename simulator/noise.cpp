@@ -4,6 +4,9 @@
 
 #include "simulator/flash_link.h"
 
+#include <iterator>
+#include <utility>
+
 namespace simulator {
 
 namespace {

@@ -2,9 +2,15 @@
 
 #include "simulator/programs.h"
 
+#include "simulator/agents.h"
+#include "simulator/device_errors.h"
+#include "simulator/device_paths.h"
+#include "simulator/images.h"
+#include "simulator/wire.h"
+
 #include "platform/text.h"
 
-#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <utility>
 

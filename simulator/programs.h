@@ -4,12 +4,13 @@
 // error 2 or 193, as on a handheld. Nothing here waits: what takes time is a timer.
 #pragma once
 
-#include "simulator/agents.h"
 #include "simulator/device_files.h"
 #include "simulator/device_state.h"
 #include "simulator/event_loop.h"
 #include "simulator/faults.h"
 #include "simulator/report.h"
+
+#include <functional>
 
 namespace simulator {
 

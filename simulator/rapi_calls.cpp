@@ -6,9 +6,13 @@
 
 #include "simulator/rapi_calls.h"
 
+#include "simulator/device_errors.h"
+
 #include "platform/text.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace simulator {
 

@@ -1,11 +1,15 @@
 // What the handheld answers to each RAPI request.
 #pragma once
 
+#include "simulator/device_files.h"
 #include "simulator/device_registry.h"
+#include "simulator/device_state.h"
+#include "simulator/faults.h"
 #include "simulator/programs.h"
 
 #include <rapi_wire.h>
 
+#include <functional>
 #include <set>
 
 namespace simulator {

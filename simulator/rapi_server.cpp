@@ -2,9 +2,11 @@
 
 #include "simulator/rapi_server.h"
 
+#include "simulator/device_errors.h"
 #include "simulator/local_socket.h"
 
 #include <cerrno>
+#include <utility>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,10 +16,6 @@ namespace simulator {
 namespace {
 
 constexpr std::size_t ReadSize = 0x10000;
-
-std::size_t FrameLength(const Bytes& received) {
-    return rapi_wire::Reader({received.begin(), received.begin() + FrameLengthSize}).Number();
-}
 
 } // namespace
 
@@ -90,7 +88,8 @@ bool RapiServer::SendUnsent(Connection& connection) {
 bool RapiServer::Serve(Connection& connection) {
     Bytes& received = connection.received;
     while (connection.unsent.empty() && received.size() >= FrameLengthSize) {
-        const std::size_t length = FrameLength(received);
+        const std::size_t length =
+            rapi_wire::Reader({received.begin(), received.begin() + FrameLengthSize}).Number();
         if (length > rapi_wire::MaximumFrame) {
             report_.PrintRefusal("RAPI: a frame of " + std::to_string(length) + " bytes");
             return false;

@@ -3,7 +3,9 @@
 
 #include "simulator/event_loop.h"
 #include "simulator/rapi_calls.h"
+#include "simulator/report.h"
 
+#include <functional>
 #include <map>
 
 namespace simulator {

@@ -4,6 +4,8 @@
 
 #include "simulator/host_files.h"
 
+#include <utility>
+
 namespace simulator {
 
 class Report {

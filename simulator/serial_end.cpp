@@ -3,9 +3,8 @@
 #include "simulator/serial_end.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <chrono>
 #include <cstdlib>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -10,8 +10,10 @@
 #include "simulator/event_loop.h"
 #include "simulator/host_files.h"
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace simulator {
 

@@ -3,6 +3,8 @@
 #include "simulator/status.h"
 
 #include "simulator/device_registry.h"
+#include "simulator/images.h"
+#include "simulator/wire.h"
 
 #include "platform/text.h"
 

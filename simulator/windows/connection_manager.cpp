@@ -9,9 +9,12 @@
 #include "simulator/windows/loopback.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <utility>
 
 namespace loopback {

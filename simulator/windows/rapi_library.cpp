@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 #define EXPORT extern "C" __declspec(dllexport)
 

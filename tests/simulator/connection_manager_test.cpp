@@ -12,6 +12,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -7,6 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+#include <stdexcept>
+#include <tuple>
+#include <utility>
+
 using namespace test_support;
 using rapi_wire::Operation;
 using rapi_wire::Writer;
