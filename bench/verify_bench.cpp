@@ -1,4 +1,4 @@
-// The checksum of an image file beside `cat` of the same file to nowhere, turn by turn in one run.
+// The checksum of an image file beside `cat` of the same file to /dev/null, by turns in one run.
 
 #include "bench/median.h"
 #include "images/checksum.h"

@@ -1,4 +1,4 @@
-// The device-side programs and their data files.
+// Makes and checks the device-side programs and their data files.
 
 #include "simulator/agents.h"
 

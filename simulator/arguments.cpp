@@ -1,4 +1,4 @@
-// Command lines.
+// Parses command lines.
 
 #include "simulator/arguments.h"
 

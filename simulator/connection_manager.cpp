@@ -128,7 +128,7 @@ bool CarryOnce(int from, int to) {
     return count > 0 || (count < 0 && errno == EINTR);
 }
 
-// Between one program and the handheld, until either is gone. A program that takes no answers
+// Between one program and the handheld, until either is gone. A program that reads no answers
 // blocks this thread, which is its own.
 void Carry(Descriptor client) {
     const Descriptor handheld = simulator::ConnectTo(platform::HomePath("cradle.sock"));

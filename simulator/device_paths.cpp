@@ -1,4 +1,4 @@
-// Device paths and names.
+// Splits and matches device paths, and finds them on the host.
 
 #include "simulator/device_paths.h"
 
@@ -34,7 +34,7 @@ std::optional<std::filesystem::path> MatchName(const std::filesystem::path& fold
     return std::nullopt;
 }
 
-// Greedy, with one way back: to the last `*`, which then takes in one unit more.
+// Greedy, and goes back only to the last `*`, which then matches one unit more.
 bool MatchesFolded(std::u16string_view pattern, std::u16string_view name) {
     std::size_t index = 0, nameIndex = 0, star = pattern.npos, starNameIndex = 0;
     while (nameIndex < name.size()) {

@@ -1,4 +1,4 @@
-// The registry of the handheld.
+// The registry of the handheld: its calls, and the text file behind them.
 
 #include "simulator/device_registry.h"
 

@@ -1,4 +1,4 @@
-// The state folder of a handheld.
+// Makes, reads and writes the state folder of a handheld.
 
 #include "simulator/device_state.h"
 

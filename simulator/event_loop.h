@@ -1,6 +1,7 @@
-// The one thread of a running handheld: descriptors and deadlines with what to do when they come.
+// The event loop of a running handheld: descriptors and deadlines, with what to call when they are
+// ready or due.
 //
-// Everything that the handheld does runs here, one thing after the other, so nothing is locked and
+// Everything that the handheld does runs in its one thread, in sequence, so nothing is locked and
 // the lines that it prints come in the order in which things happened. What is called must not
 // block.
 #pragma once

@@ -1,4 +1,5 @@
-// A handheld in its cradle.
+// A handheld in its cradle: power-on, the mode that it comes up in, its links with their faults,
+// and the signals that reset it or end it.
 
 #include "simulator/handheld_run.h"
 

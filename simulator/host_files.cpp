@@ -1,4 +1,4 @@
-// Small files of the host.
+// Small files of the host, and names without case.
 
 #include "simulator/host_files.h"
 

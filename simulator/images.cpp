@@ -1,4 +1,4 @@
-// Image files and the identity that a ROM carries.
+// Makes image files and flashes, and reads the identity in them.
 
 #include "simulator/images.h"
 

@@ -1,4 +1,4 @@
-// Local sockets of the cradle.
+// Listens and connects at local sockets.
 
 #include "simulator/local_socket.h"
 

@@ -1,4 +1,4 @@
-// Noise on the link.
+// Plans the bursts of noise and sends them.
 
 #include "simulator/noise.h"
 

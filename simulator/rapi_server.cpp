@@ -1,4 +1,4 @@
-// RAPI at the cradle's socket.
+// Connections and frames of RAPI at the cradle's socket.
 
 #include "simulator/rapi_server.h"
 

@@ -1,4 +1,4 @@
-// The handheld's end of a cable.
+// The ends of the cables as pseudo-terminals: pacing, pauses, and leaving the bus.
 
 #include "simulator/serial_end.h"
 

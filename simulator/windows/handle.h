@@ -11,7 +11,7 @@
 class Handle {
 public:
     Handle() = default;
-    // None of the handles that a call gives when it fails: null or INVALID_HANDLE_VALUE.
+    // Empty for what a call gives when it fails: null or INVALID_HANDLE_VALUE.
     explicit Handle(HANDLE handle) : handle_(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
     Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
     Handle& operator=(Handle&& other) noexcept {

@@ -1,5 +1,5 @@
-// The simulated flasher takes what the exchange allows and nothing else, and a reset makes of the
-// flash what a reset would.
+// The simulated flasher accepts what the exchange allows and nothing else, and a reset brings up
+// what the flash allows.
 
 #include "testing/cradle.h"
 #include "testing/pc_side.h"

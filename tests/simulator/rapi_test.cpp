@@ -278,7 +278,7 @@ TEST_F(RapiTest, pushed_programs_report_the_flash_size_and_deliver_the_flash) {
         EXPECT_TRUE(piece == ByteList(begin, begin + 0x40000)) << at;
         EXPECT_EQ(Delete(u"\\Temp\\image.nb"), 0u);
     }
-    // Without its program the third piece, which has been begun, comes to nothing.
+    // Without its program the third piece, which has been begun, is deleted.
     EXPECT_EQ(Delete(u"\\Temp\\image.nb"), 32u);
     EXPECT_EQ(Delete(u"\\Temp\\sarvel.exe"), 0u);
     EXPECT_EQ(Delete(u"\\Temp\\image.nb"), 2u);
@@ -326,7 +326,7 @@ TEST_F(RapiTest, a_malformed_frame_ends_its_connection_and_no_other) {
 
 TEST_F(RapiTest, a_client_that_does_not_read_or_stops_in_a_frame_holds_up_no_other) {
     Start();
-    const ByteList content(0x80000, 0x5A); // more than a socket takes
+    const ByteList content(0x80000, 0x5A); // more than a socket buffers
     rapi_->Push(u"\\Temp\\large", content);
     RapiClient mute(home_);
     std::uint32_t handle = 0;
