@@ -17,20 +17,11 @@
 #include "state/progress_record.h"
 #include "state/state.h"
 
-#include <array>
 #include <span>
 
 namespace {
 
 constexpr DWORD BootloaderStartMilliseconds = 1000;
-
-template <std::size_t Count>
-bool SendRecord(const std::array<std::uint32_t, Count>& numbers) {
-    std::array<std::uint8_t, 4 * Count> bytes{};
-    for (std::size_t index = 0; index < bytes.size(); ++index)
-        bytes[index] = static_cast<std::uint8_t>(numbers[index / 4] >> (8 * (index % 4)));
-    return WriteLink(bytes);
-}
 
 // What lies behind the end of the file is 0xFF, a whole block of it in the record past the end. A
 // block that cannot be read is not sent, and neither is anything after it.
@@ -38,7 +29,7 @@ bool SendBlock(std::uint32_t offset, std::uint32_t fileSize) {
     const std::span block(State.Link.TransferBufferA, PayloadBlockSize);
     if (!ReadPiece(block))
         return false;
-    const bool handedOver = SendRecord<3>({offset, PayloadBlockSize, 0}) && WriteLink(block);
+    const bool handedOver = WriteLinkNumbers({offset, PayloadBlockSize, 0}) && WriteLink(block);
     AdvanceProgress(PayloadBlockSize, fileSize - PayloadBlockSize);
     return handedOver;
 }
@@ -46,7 +37,7 @@ bool SendBlock(std::uint32_t offset, std::uint32_t fileSize) {
 bool Answer(BootloaderMessage message, std::uint32_t* offset, std::uint32_t fileSize) {
     switch (message) {
     case BootloaderMessage::ImageRecordWanted:
-        return SendRecord<2>({*offset, ImageRecordLength});
+        return WriteLinkNumbers({*offset, ImageRecordLength});
     case BootloaderMessage::BlockWanted:
         if (!SendBlock(*offset, fileSize))
             return false;

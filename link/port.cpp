@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -159,6 +160,15 @@ bool WriteLink(std::span<const std::uint8_t> bytes) {
 
 bool WriteLink(std::string_view bytes) {
     return WriteLink(std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
+}
+
+bool WriteLinkNumbers(std::initializer_list<std::uint32_t> numbers) {
+    std::vector<std::uint8_t> bytes;
+    for (const std::uint32_t number : numbers) {
+        for (int shift = 0; shift < 32; shift += 8)
+            bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+    }
+    return WriteLink(bytes);
 }
 
 bool AwaitOutputSent() {

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <string_view>
 
@@ -19,6 +20,7 @@ bool OpenLinkPort(const char* portName);
 // StopReceive, and a limit of a minute.
 bool WriteLink(std::span<const std::uint8_t> bytes);
 bool WriteLink(std::string_view bytes);
+bool WriteLinkNumbers(std::initializer_list<std::uint32_t> numbers); // little endian
 
 // Waits until the driver has sent what was handed to it, on the thread of the sender. False when
 // the transfer has been given up meanwhile: the stall timer, which still runs, bounds the wait. A

@@ -54,10 +54,7 @@ bool LoadHeldBackBlock() {
 }
 
 void AnnounceSize(std::uint32_t size) {
-    const std::uint8_t field[4] = {
-        static_cast<std::uint8_t>(size), static_cast<std::uint8_t>(size >> 8),
-        static_cast<std::uint8_t>(size >> 16), static_cast<std::uint8_t>(size >> 24)};
-    WriteLink(field);
+    WriteLinkNumbers({size});
     ResetProgress(BarRange());
     StartStallTimer(PieceTimer);
     // The wait cursor gives way to the arrow without the mouse being moved.
