@@ -11,7 +11,7 @@
 using namespace platform;
 
 HWND WINAPI GetDlgItem(HWND dialog, int id) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(dialog);
     if (!window)
         return nullptr;

@@ -92,7 +92,7 @@ int DefaultButtonOf(const DialogTemplate& dialog) {
 
 void AttachDialog(Window& window, const DialogTemplate& dialog, const DialogRequest& request,
                   HFONT font) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     window.dialog = std::make_unique<DialogState>();
     window.dialog->templateId = request.templateId;
     window.dialog->modal = request.modal;
@@ -102,7 +102,7 @@ void AttachDialog(Window& window, const DialogTemplate& dialog, const DialogRequ
 
 // The first control that the keyboard could reach.
 HWND FirstControl(const Window& dialog) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     constexpr DWORD Wanted = WS_TABSTOP | WS_VISIBLE;
     for (HWND handle : dialog.children) {
         auto control = FindWindowByHandle(handle);
@@ -173,20 +173,20 @@ void RunModalLoop(const std::shared_ptr<Window>& dialog) {
 bool DisableOwner(HWND owner) { return owner && !EnableWindow(owner, FALSE); }
 
 INT_PTR ResultOf(const Window& dialog) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     return dialog.dialog->ended ? dialog.dialog->result : 0;
 }
 
 bool HasEnded(const Window& dialog) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     return IsOver(dialog);
 }
 
 // So that a display that prints a page once knows the colours of its texts.
 void PaintControls(const Window& dialog) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     const std::vector<HWND> controls = dialog.children;
-    hold.unlock();
+    lock.unlock();
     for (HWND control : controls)
         SendMessageA(control, WM_PAINT, 0, 0);
 }
@@ -232,7 +232,7 @@ void PostCancel(HWND dialog) {
 // Runs `work` on the dialog under the lock; 0 where the window is no dialog.
 template <class Work>
 LRESULT With(HWND handle, Work work) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     return window && window->dialog ? static_cast<LRESULT>(work(*window)) : 0;
 }
@@ -270,7 +270,7 @@ LRESULT DefaultOfDialog(HWND dialog, UINT message, WPARAM first, LPARAM second) 
 }
 
 bool BelongsTo(HWND window, HWND dialog) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto found = FindWindowByHandle(window);
     return window == dialog || (found && found->IsChild() && found->parent == dialog);
 }
@@ -322,7 +322,7 @@ HWND WINAPI CreateDialogParamA(HINSTANCE instance, LPCSTR templateName, HWND own
 }
 
 BOOL WINAPI EndDialog(HWND handle, INT_PTR result) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window || !window->dialog)
         return FALSE;

@@ -66,7 +66,7 @@ bool TakesOutput(int file) {
 }
 
 void InputArrived() {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     WakeAllThreads();
 }
 

@@ -55,17 +55,17 @@ Descriptor TakeInhibitor() {
 class Wakefulness {
 public:
     void Add() {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         if (threads_++ == 0)
             inhibitor_ = TakeInhibitor();
     }
     void Remove() {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         if (--threads_ == 0)
             inhibitor_ = {};
     }
     bool Unless(const std::function<void()>& action) {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         if (threads_ == 0)
             action();
         return threads_ == 0;

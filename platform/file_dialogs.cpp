@@ -153,7 +153,7 @@ class StandingQuestion {
 public:
     StandingQuestion(FileQuestion question, HWND owner)
         : question_(std::move(question)), owner_(owner), open_{CurrentQueue(), 0, std::nullopt} {
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         open_.showOrder = ++Windows().lastShowOrder;
         Windows().questions.push_back(&open_);
         TheDisplay().AskFile(question_);
@@ -161,7 +161,7 @@ public:
     StandingQuestion(const StandingQuestion&) = delete;
     StandingQuestion& operator=(const StandingQuestion&) = delete;
     ~StandingQuestion() {
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         std::erase(Windows().questions, &open_);
         TheDisplay().EndQuestion();
         WakeAllThreads();
@@ -171,7 +171,7 @@ public:
     std::optional<std::string> Answer();
 
     void AskAgain(const std::string& complaint) {
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         open_.answer.reset();
         TheDisplay().Complain(complaint);
         TheDisplay().AskFile(question_);

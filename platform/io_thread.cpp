@@ -56,7 +56,7 @@ IoThread::IoThread() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
 }
 
 IoThread::Key IoThread::Add(int descriptor, std::weak_ptr<Client> client) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     const Key key = ++lastKey_;
     epoll_event event = EventFor(key, 0);
     if (epoll_ctl(epoll_.Number(), EPOLL_CTL_ADD, descriptor, &event) != 0)
@@ -72,7 +72,7 @@ void IoThread::Watch(int descriptor, Key key, std::uint32_t events) {
 
 void IoThread::Remove(int descriptor, Key key) {
     epoll_ctl(epoll_.Number(), EPOLL_CTL_DEL, descriptor, nullptr);
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     clients_.erase(key);
 }
 
@@ -89,7 +89,7 @@ void IoThread::Run() {
 void IoThread::Serve(Key key, std::uint32_t events) {
     std::shared_ptr<Client> client;
     {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         const auto found = clients_.find(key);
         if (found != clients_.end())
             client = found->second.lock();

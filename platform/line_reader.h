@@ -35,7 +35,7 @@ private:
     const int file_;
     const std::function<void()> arrived_;
     std::mutex lock_;
-    std::condition_variable room_;
+    std::condition_variable notFull_;
     std::deque<std::string> lines_;
     bool started_ = false;
     bool ended_ = false;

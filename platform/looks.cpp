@@ -62,7 +62,7 @@ HCURSOR WINAPI LoadCursorA(HINSTANCE instance, LPCSTR name) {
 
 HCURSOR WINAPI SetCursor(HCURSOR cursor) {
     auto queue = platform::CurrentQueue();
-    auto hold = platform::LockWindows();
+    auto lock = platform::LockWindows();
     HCURSOR before = std::exchange(queue->cursor, cursor);
     if (before != cursor)
         platform::RefreshCursor(queue, cursor == ImageHandle(IDC_WAIT));

@@ -16,7 +16,7 @@ namespace platform {
 
 namespace {
 
-constexpr std::size_t MostPostedMessages = 10000; // as on Windows: more are refused
+constexpr std::size_t MaxPostedMessages = 10000; // as on Windows: more are refused
 
 void Finish(SentMessage& sent, LRESULT result) {
     sent.result = result;
@@ -26,22 +26,22 @@ void Finish(SentMessage& sent, LRESULT result) {
 
 // Serves the oldest message sent to the thread. Also where the procedure ends its thread, the
 // sender gets its answer.
-void ServeSent(WindowLock& hold, ThreadQueue& queue) {
+void ServeSent(WindowLock& lock, ThreadQueue& queue) {
     struct Answer {
-        WindowLock& hold;
+        WindowLock& lock;
         std::shared_ptr<SentMessage> sent;
         LRESULT result = 0;
         ~Answer() {
-            if (!hold.owns_lock())
-                hold.lock();
+            if (!lock.owns_lock())
+                lock.lock();
             Finish(*sent, result);
         }
-    } answer{hold, queue.sent.front()};
+    } answer{lock, queue.sent.front()};
     queue.sent.pop_front();
-    hold.unlock();
+    lock.unlock();
     answer.result = CallWindowProcedure(answer.sent->window, answer.sent->message,
                                         answer.sent->first, answer.sent->second);
-    hold.lock();
+    lock.lock();
 }
 
 MSG NewMessage(HWND window, UINT message, WPARAM first, LPARAM second) {
@@ -94,21 +94,21 @@ bool TakeTimer(ThreadQueue& queue, MSG& message) {
     return true;
 }
 
-void WaitForChange(WindowLock& hold, ThreadQueue& queue) {
+void WaitForChange(WindowLock& lock, ThreadQueue& queue) {
     auto first =
         std::min_element(queue.timers.begin(), queue.timers.end(),
                          [](const Timer& one, const Timer& other) { return one.due < other.due; });
     if (first == queue.timers.end())
-        queue.changed.wait(hold);
+        queue.changed.wait(lock);
     else
-        queue.changed.wait_until(hold, HostClock::time_point(first->due));
+        queue.changed.wait_until(lock, HostClock::time_point(first->due));
 }
 
 // What can be fetched now, or Nothing. Serves what was sent on the way.
-Fetched TryFetch(WindowLock& hold, const std::shared_ptr<ThreadQueue>& queue, MSG& message,
+Fetched TryFetch(WindowLock& lock, const std::shared_ptr<ThreadQueue>& queue, MSG& message,
                  const std::function<bool()>& stop) {
     while (!queue->sent.empty())
-        ServeSent(hold, *queue);
+        ServeSent(lock, *queue);
     if (stop && stop())
         return Fetched::Stopped;
     if (TakePosted(*queue, message))
@@ -124,21 +124,21 @@ Fetched TryFetch(WindowLock& hold, const std::shared_ptr<ThreadQueue>& queue, MS
 
 Fetched FetchMessage(MSG& message, const std::function<bool()>& stop, bool wait) {
     auto queue = CurrentQueue();
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     for (;;) {
         LeaveIfTerminated();
-        Fetched fetched = TryFetch(hold, queue, message, stop);
+        Fetched fetched = TryFetch(lock, queue, message, stop);
         if (fetched != Fetched::Nothing || !wait)
             return fetched;
         if (!FeedInput(queue))
-            WaitForChange(hold, *queue);
+            WaitForChange(lock, *queue);
     }
 }
 
 void EndThreadQueue(const std::shared_ptr<ThreadQueue>& queue) {
     std::vector<std::shared_ptr<Window>> left;
     std::vector<std::unique_ptr<OwnedWindowRecord>> records; // let go without the lock
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     queue->alive = false;
     for (auto& sent : queue->sent)
         Finish(*sent, 0);
@@ -153,7 +153,7 @@ void EndThreadQueue(const std::shared_ptr<ThreadQueue>& queue) {
     }
     std::erase(Windows().queues, queue);
     WakeAllThreads();
-    hold.unlock();
+    lock.unlock();
 }
 
 } // namespace platform
@@ -162,13 +162,13 @@ using namespace platform;
 
 LRESULT WINAPI SendMessageA(HWND handle, UINT message, WPARAM first, LPARAM second) {
     auto mine = CurrentQueue();
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window || !window->queue->alive)
         return 0;
     auto target = window->queue;
     if (target == mine) {
-        hold.unlock();
+        lock.unlock();
         return CallWindowProcedure(handle, message, first, second);
     }
     auto sent =
@@ -178,17 +178,17 @@ LRESULT WINAPI SendMessageA(HWND handle, UINT message, WPARAM first, LPARAM seco
     while (!sent->done) {
         LeaveIfTerminated();
         if (!mine->sent.empty())
-            ServeSent(hold, *mine);
+            ServeSent(lock, *mine);
         else
-            mine->changed.wait(hold);
+            mine->changed.wait(lock);
     }
     return sent->result;
 }
 
 BOOL WINAPI PostMessageA(HWND handle, UINT message, WPARAM first, LPARAM second) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
-    if (!window || window->queue->posted.size() >= MostPostedMessages)
+    if (!window || window->queue->posted.size() >= MaxPostedMessages)
         return FALSE;
     window->queue->posted.push_back(NewMessage(handle, message, first, second));
     window->queue->changed.notify_all();
@@ -197,7 +197,7 @@ BOOL WINAPI PostMessageA(HWND handle, UINT message, WPARAM first, LPARAM second)
 
 VOID WINAPI PostQuitMessage(int exitCode) {
     auto queue = CurrentQueue();
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     queue->quit = exitCode;
 }
 

@@ -29,7 +29,7 @@ public:
     void AddWait(OverlappedCall call, DWORD* events);
 
     // How many bytes may be handed to Arrived now.
-    std::size_t InputRoom() const { return InputQueueSize - input_.size(); }
+    std::size_t FreeInputCapacity() const { return InputQueueSize - input_.size(); }
     bool HasInput() const { return !input_.empty(); }
     std::size_t InputSize() const { return input_.size(); }
     void Arrived(std::span<const std::uint8_t> bytes);

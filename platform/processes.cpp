@@ -25,7 +25,7 @@ namespace platform {
 namespace {
 
 constexpr DWORD CodeOfSignal = 128; // as shells tell it
-constexpr int LongestEndMilliseconds = 5000;
+constexpr int MaxEndMilliseconds = 5000;
 
 // Blocks all signals for its lifetime; a thread that is started meanwhile never takes one.
 class SignalsBlocked {
@@ -57,7 +57,7 @@ bool Process::IsSignalled() const { return ended_ || (!isChild_ && HasEnded()); 
 
 void Process::PrepareWait() {
     {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         if (std::exchange(watched_, true))
             return;
     }
@@ -67,7 +67,7 @@ void Process::PrepareWait() {
 
 void Process::WatchUntilEnd() {
     const DWORD code = WaitForExitCode();
-    const std::lock_guard guard(WaitLock());
+    const std::lock_guard lock(WaitLock());
     ended_ = true;
     exitCode_ = terminated_ && code == CodeOfSignal + SIGKILL ? terminateCode_ : code;
     WaitCondition().notify_all();
@@ -88,7 +88,7 @@ DWORD Process::WaitForExitCode() {
 }
 
 DWORD Process::ExitCode() const {
-    const std::lock_guard guard(WaitLock());
+    const std::lock_guard lock(WaitLock());
     if (!IsSignalled())
         return STILL_ACTIVE;
     if (isChild_)
@@ -99,7 +99,7 @@ DWORD Process::ExitCode() const {
 DWORD Process::Terminate(DWORD exitCode) {
     if (id_ == getpid())
         ExitProcess(exitCode);
-    const std::lock_guard guard(WaitLock());
+    const std::lock_guard lock(WaitLock());
     if (IsSignalled())
         return ERROR_ACCESS_DENIED;
     if (pidfd_send_signal(descriptor_, SIGKILL, nullptr, 0) != 0)
@@ -111,7 +111,7 @@ DWORD Process::Terminate(DWORD exitCode) {
 
 void Process::WaitBriefly() const {
     pollfd ended{descriptor_, POLLIN, 0};
-    poll(&ended, 1, LongestEndMilliseconds);
+    poll(&ended, 1, MaxEndMilliseconds);
 }
 
 namespace {

@@ -23,9 +23,9 @@ constexpr std::int32_t Failed = static_cast<std::int32_t>(0x80004005);          
 constexpr std::int32_t InvalidArgument = static_cast<std::int32_t>(0x80070057); // E_INVALIDARG
 constexpr std::uint32_t NoHandle = 0xFFFFFFFF;
 
-// What one request moves at most; a frame has room for it and for all that stands around it.
-constexpr std::uint32_t LargestPiece = 0x80000;
-static_assert(LargestPiece + 0x1000 < rapi_wire::MaximumFrame);
+// What one request moves at most, in bytes; with the rest of its request it fits into a frame.
+constexpr std::uint32_t MaxPieceSize = 0x80000;
+static_assert(MaxPieceSize + 0x1000 < rapi_wire::MaxFrameSize);
 
 class LastErrorKept {
 public:
@@ -64,10 +64,10 @@ std::int32_t AskRegistry(const Writer& request,
         RapiSession::Instance().Ask(request, IsZero, readOutputs).value_or(ERROR_GEN_FAILURE));
 }
 
-// Data that must fit into the caller's room.
-bool ReadInto(Reader& outputs, void* buffer, std::uint32_t room, std::uint32_t* size) {
+// Data that must fit into the caller's buffer.
+bool ReadInto(Reader& outputs, void* buffer, std::uint32_t capacity, std::uint32_t* size) {
     const std::vector<std::uint8_t> data = outputs.Data();
-    if (!outputs.Good() || data.size() > room)
+    if (!outputs.Good() || data.size() > capacity)
         return false;
     std::copy(data.begin(), data.end(), static_cast<std::uint8_t*>(buffer));
     *size = static_cast<std::uint32_t>(data.size());
@@ -93,7 +93,7 @@ BOOL MoveInPieces(std::uint32_t count, std::uint32_t* done, Piece piece) {
     std::uint32_t wanted = 0;
     BOOL good = FALSE;
     do {
-        wanted = std::min(count - total, LargestPiece);
+        wanted = std::min(count - total, MaxPieceSize);
         moved = 0;
         good = piece(total, wanted, &moved);
         total += good ? moved : 0;

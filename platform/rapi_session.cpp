@@ -23,10 +23,10 @@ using namespace std::chrono_literals;
 constexpr auto RetryInterval = 100ms;
 constexpr auto FirstAttemptLimit = 2s;
 constexpr DWORD AnswerMilliseconds = 30000;
-constexpr HostClock::duration ShortestAnswerTime = 10s; // however fast the layer's clock runs
+constexpr HostClock::duration MinAnswerTime = 10s; // however fast the layer's clock runs
 
 HostClock::time_point AnswerDeadline() {
-    return HostClock::now() + std::max(HostDuration(AnswerMilliseconds), ShortestAnswerTime);
+    return HostClock::now() + std::max(HostDuration(AnswerMilliseconds), MinAnswerTime);
 }
 
 std::vector<std::uint8_t> Greeting() {
@@ -50,7 +50,7 @@ RapiSession& RapiSession::Instance() {
 }
 
 HANDLE RapiSession::Open() {
-    const std::lock_guard guard(lifeLock_);
+    const std::lock_guard lock(lifeLock_);
     if (!event_)
         event_ = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     if (IsLost()) {
@@ -63,7 +63,7 @@ HANDLE RapiSession::Open() {
 }
 
 void RapiSession::Close() {
-    const std::lock_guard guard(lifeLock_);
+    const std::lock_guard lock(lifeLock_);
     if (!event_)
         return;
     StopConnecting();
@@ -75,9 +75,9 @@ std::optional<std::uint32_t> RapiSession::Ask(const rapi_wire::Writer& request, 
                                               const ReadOutputs& readOutputs) {
     const std::vector<std::uint8_t> frame = request.Frame();
     constexpr std::size_t LengthField = 4;
-    if (frame.size() > rapi_wire::MaximumFrame + LengthField)
+    if (frame.size() > rapi_wire::MaxFrameSize + LengthField)
         return std::nullopt;
-    const std::lock_guard guard(socketLock_);
+    const std::lock_guard lock(socketLock_);
     if (!socket_)
         return std::nullopt;
     if (auto bytes = socket_->Ask(frame, AnswerDeadline())) {
@@ -92,7 +92,7 @@ std::optional<std::uint32_t> RapiSession::Ask(const rapi_wire::Writer& request, 
 }
 
 bool RapiSession::IsConnected() {
-    const std::lock_guard guard(socketLock_);
+    const std::lock_guard lock(socketLock_);
     return socket_.has_value();
 }
 
@@ -113,7 +113,7 @@ void RapiSession::StopConnecting() {
         attempted_.wait(lock, [this] { return !connecting_; }); // the interrupt ends every attempt
         started_ = false;
     }
-    const std::lock_guard guard(socketLock_);
+    const std::lock_guard lock(socketLock_);
     socket_.reset();
     lost_ = false;
     interrupt_.Clear();
@@ -125,7 +125,7 @@ void RapiSession::KeepConnecting(const std::string& path) {
         connected = Connect(path);
         TellAttempt();
     } while (!connected && !interrupt_.WaitFor(RetryInterval));
-    const std::lock_guard guard(attemptLock_);
+    const std::lock_guard lock(attemptLock_);
     connecting_ = false;
     attempted_.notify_all();
 }
@@ -140,20 +140,20 @@ bool RapiSession::Connect(const std::string& path) {
     rapi_wire::Reader answer(std::move(*bytes));
     if (ReadResult(answer) != 1U)
         return false;
-    const std::lock_guard guard(socketLock_);
+    const std::lock_guard lock(socketLock_);
     socket_ = std::move(socket);
     SetEvent(event_);
     return true;
 }
 
 void RapiSession::TellAttempt() {
-    const std::lock_guard guard(attemptLock_);
+    const std::lock_guard lock(attemptLock_);
     attemptOver_ = true;
     attempted_.notify_all();
 }
 
 bool RapiSession::IsLost() {
-    const std::lock_guard guard(socketLock_);
+    const std::lock_guard lock(socketLock_);
     return lost_ || (socket_ && !socket_->IsQuiet());
 }
 

@@ -34,7 +34,7 @@ public:
 
     // The answer to the frame, without its length as rapi_wire::Reader takes it; the request comes
     // with its length. Nothing at the deadline, at the end of the connection, for an answer over
-    // rapi_wire::MaximumFrame, and for one with more bytes behind it.
+    // rapi_wire::MaxFrameSize, and for one with more bytes behind it.
     std::optional<std::vector<std::uint8_t>> Ask(const std::vector<std::uint8_t>& request,
                                                  HostClock::time_point deadline);
 
@@ -45,7 +45,7 @@ private:
     RapiSocket(Descriptor socket, const Interrupt& interrupt);
     bool WaitUntilReady(short direction, HostClock::time_point deadline) const;
     bool Send(const std::vector<std::uint8_t>& bytes, HostClock::time_point deadline) const;
-    // Takes what has come, as far as the bytes have room, until they hold `size`.
+    // Reads what has come into `bytes`, whose size is the limit, until `have` is at least `size`.
     bool ReceiveUpTo(std::size_t size, std::vector<std::uint8_t>& bytes, std::size_t& have,
                      HostClock::time_point deadline) const;
 

@@ -19,7 +19,7 @@
 namespace platform {
 namespace {
 
-constexpr DWORD LargestValue = 1024 * 1024;
+constexpr DWORD MaxValueSize = 1024 * 1024;
 
 // An open key, or one of the roots, which are always there.
 struct OpenKey : Object {
@@ -80,22 +80,23 @@ std::string CallerFromStored(const RegistryValue& value) {
     return AnsiFromUtf16(text);
 }
 
-// Hands a value's type and bytes out. *size is the room in bytes and becomes the number of them.
+// Hands a value's type and bytes out. *size is the capacity in bytes and becomes the number of
+// them.
 LSTATUS Deliver(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD size) {
     const std::string bytes = CallerFromStored(value);
     if (type)
         *type = value.type;
     if (!size)
         return ERROR_SUCCESS;
-    const std::size_t room = data ? *size : 0;
+    const std::size_t capacity = data ? *size : 0;
     *size = static_cast<DWORD>(bytes.size());
     if (!data)
         return ERROR_SUCCESS;
-    if (room < bytes.size())
+    if (capacity < bytes.size())
         return ERROR_MORE_DATA;
     std::copy(bytes.begin(), bytes.end(), data);
     const bool unterminated = IsRegistryText(value.type) && !bytes.ends_with('\0');
-    if (unterminated && room > bytes.size())
+    if (unterminated && capacity > bytes.size())
         data[bytes.size()] = 0;
     return ERROR_SUCCESS;
 }
@@ -201,7 +202,7 @@ LSTATUS WINAPI RegSetValueExA(HKEY handle, LPCSTR name, DWORD, DWORD type, const
     value.name = NameFrom(name);
     if (!IsRegistryValueName(value.name) || (!data && size > 0))
         return ERROR_INVALID_PARAMETER;
-    if (size > LargestValue)
+    if (size > MaxValueSize)
         return ERROR_NOT_ENOUGH_MEMORY;
     value.type = type;
     value.data = StoredFromCaller(type, data, size);

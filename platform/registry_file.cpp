@@ -84,12 +84,12 @@ LSTATUS ReadWhole(const Descriptor& file, std::string& content) {
 
 // Once for each fault: the registry is read very often.
 void TellFault(const std::string& fault) {
-    static std::mutex lock;
-    static auto& told = *new std::string;
-    const std::lock_guard guard(lock);
-    if (fault == told)
+    static std::mutex mutex;
+    static auto& reported = *new std::string;
+    const std::lock_guard lock(mutex);
+    if (fault == reported)
         return;
-    told = fault;
+    reported = fault;
     std::fprintf(stderr, "registry: read %s: %s; no value is read or written until it is mended\n",
                  RegistryName().c_str(), fault.c_str());
 }

@@ -36,11 +36,11 @@ bool Take(std::string_view& text, std::string_view word) {
     return true;
 }
 
-DWORD HexNumber(std::string_view digits, std::size_t most) {
+DWORD HexNumber(std::string_view digits, std::size_t maxDigits) {
     DWORD number = 0;
     const char* end = digits.data() + digits.size();
     const auto result = std::from_chars(digits.data(), end, number, 16);
-    if (digits.size() > most || result.ec != std::errc() || result.ptr != end)
+    if (digits.size() > maxDigits || result.ec != std::errc() || result.ptr != end)
         throw BadLine("a number is too long or not hexadecimal");
     return number;
 }

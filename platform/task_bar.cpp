@@ -31,7 +31,7 @@ public:
     }
     HRESULT WINAPI HrInit() override { return S_OK; }
     HRESULT WINAPI SetProgressValue(HWND handle, ULONGLONG done, ULONGLONG total) override {
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         const auto window = FindWindowByHandle(handle);
         if (window && window->dialog && window->dialog->onScreen && total != 0)
             TheDisplay().ShowTaskBar(static_cast<double>(done) / static_cast<double>(total));

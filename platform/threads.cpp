@@ -52,14 +52,14 @@ public:
     bool IsSignalled() const override { return ended_; }
 
     void End(DWORD exitCode) {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         MarkEnded(exitCode);
     }
 
     // The exit code stands before the thread can learn of its end, and leave with one of its own.
     void Terminate(DWORD exitCode) {
         {
-            const std::lock_guard guard(WaitLock());
+            const std::lock_guard lock(WaitLock());
             MarkEnded(exitCode);
             terminated_ = true;
         }
@@ -72,19 +72,19 @@ public:
     bool IsTerminated() const { return terminated_; }
 
     DWORD ExitCode() const {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         return ended_ ? exitCode_ : STILL_ACTIVE;
     }
 
     void PublishId(DWORD id) {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         id_ = id;
         WaitCondition().notify_all();
     }
 
     DWORD WaitForId() {
-        std::unique_lock guard(WaitLock());
-        WaitCondition().wait(guard, [this] { return id_ != 0; });
+        std::unique_lock lock(WaitLock());
+        WaitCondition().wait(lock, [this] { return id_ != 0; });
         return id_;
     }
 

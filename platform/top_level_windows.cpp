@@ -62,14 +62,14 @@ std::vector<HWND> AllTopLevelWindows() {
 
 // Siblings of a child of this process; none for any other window.
 std::vector<HWND> Siblings(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     auto parent = window && window->IsChild() ? FindWindowByHandle(window->parent) : nullptr;
     return parent ? parent->children : std::vector<HWND>();
 }
 
 HWND FirstChildOf(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     return window && !window->children.empty() ? window->children.front() : nullptr;
 }
@@ -77,7 +77,7 @@ HWND FirstChildOf(HWND handle) {
 // The parent of a window that has one of these styles, or its owner where it is a top-level one.
 HWND ParentOrOwner(HWND handle, bool (*has)(DWORD style)) {
     {
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         if (auto window = FindWindowByHandle(handle))
             return has(window->style) ? window->parent : nullptr;
     }
@@ -86,7 +86,7 @@ HWND ParentOrOwner(HWND handle, bool (*has)(DWORD style)) {
 }
 
 bool IsOurs(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     return FindWindowByHandle(handle) != nullptr;
 }
 
@@ -123,7 +123,7 @@ HWND WINAPI GetWindow(HWND window, UINT command) {
 
 DWORD WINAPI GetWindowThreadProcessId(HWND handle, LPDWORD process) {
     {
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         if (auto window = FindWindowByHandle(handle)) {
             if (process)
                 *process = GetCurrentProcessId();

@@ -18,13 +18,13 @@ public:
     void Take() override { signalled_ = signalled_ && manualReset_; }
 
     void Set() override {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         signalled_ = true;
         WaitCondition().notify_all();
     }
 
     void Reset() override {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         signalled_ = false;
     }
 

@@ -35,7 +35,7 @@ namespace {
 constexpr DWORD FirstNumber = 0x00010000;
 constexpr DWORD LastNumber = 0x2FFFFFFE;
 constexpr DWORD FirstPrivateNumber = 0x30000000;
-constexpr std::size_t LongestRecord = 4096;
+constexpr std::size_t MaxRecordSize = 4096;
 
 std::string RecordPath(DWORD number) { return HomePath("windows/" + std::to_string(number)); }
 
@@ -95,7 +95,7 @@ std::string Written(const WindowRecord& record) {
          << "\nthread=" << record.thread << "\nowner=" << record.owner << "\nstyle=" << record.style
          << "\nclass=" << OneLine(Utf8FromAnsi(record.className))
          << "\ntitle=" << OneLine(Utf8FromAnsi(record.title)) << "\n";
-    return text.str().substr(0, LongestRecord);
+    return text.str().substr(0, MaxRecordSize);
 }
 
 bool WriteRecord(const Descriptor& file, const WindowRecord& record) {
@@ -149,7 +149,7 @@ std::optional<WindowRecord> ReadRecord(const std::string& path) {
     if (!file)
         return std::nullopt;
     bool held = flock(file.Number(), LOCK_SH | LOCK_NB) != 0;
-    char text[LongestRecord];
+    char text[MaxRecordSize];
     ssize_t length = read(file.Number(), text, sizeof(text));
     WindowRecord record =
         ParseRecord(std::string(text, static_cast<std::size_t>(std::max<ssize_t>(length, 0))));

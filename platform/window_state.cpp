@@ -32,7 +32,7 @@ LONG CaptionOf(DWORD style) {
 // Runs `work` on the window under the lock; 0 with the last error set where there is none.
 template <class Work>
 auto With(HWND handle, Work work) -> decltype(work(std::declval<Window&>())) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window)
         return {};
@@ -200,7 +200,7 @@ BOOL WINAPI SetForegroundWindow(HWND handle) {
 
 HWND WINAPI SetFocus(HWND handle) {
     auto queue = CurrentQueue();
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     if (handle && !RequireWindow(handle))
         return nullptr;
     return std::exchange(queue->focus, handle);

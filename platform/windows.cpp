@@ -43,7 +43,7 @@ std::optional<WindowClass> FindClass(const std::string& name) {
 
 void GiveNumber(Window& window, const WindowPlan& plan) {
     if (plan.style & WS_CHILD) {
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         auto& last = Windows().lastChild;
         last = last >= FirstChild && last < LastChild ? last + 2 : FirstChild;
         window.handle = reinterpret_cast<HWND>(last);
@@ -71,7 +71,7 @@ std::shared_ptr<Window> AddWindow(const WindowPlan& plan, const WindowClass& win
     window->needsPaint = true;
     window->painted = UnpaintedColours();
     GiveNumber(*window, plan);
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     Windows().windows[window->handle] = window;
     auto parent = window->IsChild() ? FindWindowByHandle(plan.parent) : nullptr;
     if (parent)
@@ -114,9 +114,9 @@ std::vector<HWND> OwnedWindows(HWND owner) {
 }
 
 void DestroyOwnedWindows(HWND owner) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto owned = OwnedWindows(owner);
-    hold.unlock();
+    lock.unlock();
     for (HWND window : owned)
         if (!DestroyWindow(window))
             PostMessageA(window, WM_CLOSE, 0, 0);
@@ -139,7 +139,7 @@ std::vector<HWND> WithChildren(HWND handle) {
 // Takes a window out of the table, with all that could still reach it. Gives its record, which is
 // let go without the lock.
 std::unique_ptr<OwnedWindowRecord> RemoveWindow(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     if (!window)
         return nullptr;
@@ -157,7 +157,7 @@ std::unique_ptr<OwnedWindowRecord> RemoveWindow(HWND handle) {
 
 bool BeginDestroying(HWND handle) {
     auto mine = CurrentQueue();
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window || window->dying)
         return false;
@@ -170,7 +170,7 @@ bool BeginDestroying(HWND handle) {
 }
 
 void TakeOffScreen(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     if (auto window = FindWindowByHandle(handle)) {
         window->style &= ~static_cast<DWORD>(WS_VISIBLE);
         EndPage(*window);
@@ -178,7 +178,7 @@ void TakeOffScreen(HWND handle) {
 }
 
 LRESULT StoreText(HWND handle, const char* text) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     if (!window)
         return FALSE;
@@ -186,7 +186,7 @@ LRESULT StoreText(HWND handle, const char* text) {
     window->needsPaint = true;
     if (window->IsChild())
         RefreshControl(*window);
-    hold.unlock();
+    lock.unlock();
     // On the window's own thread, like all that touches the record.
     if (window->record)
         window->record->SetTitle(text ? text : "");
@@ -194,7 +194,7 @@ LRESULT StoreText(HWND handle, const char* text) {
 }
 
 LRESULT CopyText(HWND handle, std::size_t capacity, char* buffer) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     if (!window || capacity == 0)
         return 0;
@@ -205,7 +205,7 @@ LRESULT CopyText(HWND handle, std::size_t capacity, char* buffer) {
 }
 
 LRESULT TextLength(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     return window ? static_cast<LRESULT>(window->text.size()) : 0;
 }
@@ -229,7 +229,7 @@ std::shared_ptr<ThreadQueue> CurrentQueue() {
     if (!thread.queue) {
         thread.queue = std::make_shared<ThreadQueue>();
         thread.queue->thread = GetCurrentThreadId();
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         Windows().queues.push_back(thread.queue);
     }
     return thread.queue;
@@ -253,21 +253,21 @@ void WakeAllThreads() {
 }
 
 LRESULT CallWindowProcedure(HWND handle, UINT message, WPARAM first, LPARAM second) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     if (!window)
         return 0;
     WNDPROC procedure = window->procedure;
-    hold.unlock();
+    lock.unlock();
     return procedure(handle, message, first, second);
 }
 
 std::shared_ptr<Window> OpenWindow(const WindowPlan& plan) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto windowClass = FindClass(plan.className);
     if (!windowClass || ((plan.style & WS_CHILD) && !RequireWindow(plan.parent)))
         return nullptr;
-    hold.unlock();
+    lock.unlock();
     auto window = AddWindow(plan, *windowClass);
     bool accepted = AcceptsCreation(window->handle, plan);
     if (!IsWindow(window->handle))
@@ -298,7 +298,7 @@ ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* windowClass) {
         return 0;
     }
     std::string name = windowClass->lpszClassName;
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto& classes = Windows().classes;
     if (!classes
              .emplace(SmallLetters(name),
@@ -333,9 +333,9 @@ BOOL WINAPI DestroyWindow(HWND handle) {
         return FALSE;
     TakeOffScreen(handle);
     DestroyOwnedWindows(handle);
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     std::vector<HWND> all = WithChildren(handle);
-    hold.unlock();
+    lock.unlock();
     SendToAll(all, WM_DESTROY);
     SendToAll(all, WM_NCDESTROY);
     std::reverse(all.begin(), all.end());

@@ -9,8 +9,8 @@ namespace platform {
 
 namespace {
 
-constexpr std::size_t LeastColumns = 20;
-constexpr std::size_t MostIndent = 12; // a text may be pushed far to the right by its own blanks
+constexpr std::size_t MinColumns = 20;
+constexpr std::size_t MaxIndent = 12; // a text may be pushed far to the right by its own blanks
 
 bool StartsCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }
 
@@ -35,7 +35,7 @@ std::size_t PlaceToBreak(const std::string& line, std::size_t indent, std::size_
 std::string WrapLine(std::string line, std::size_t columns) {
     std::string wrapped;
     const std::size_t blanks = std::min(line.find_first_not_of(' '), line.size());
-    const std::string indent(std::min(blanks, MostIndent), ' ');
+    const std::string indent(std::min(blanks, MaxIndent), ' ');
     std::size_t edge = PlaceBehind(line, columns);
     for (std::size_t first = blanks; edge < line.size(); first = indent.size()) {
         const std::size_t place = PlaceToBreak(line, first, edge);
@@ -54,7 +54,7 @@ std::string Wrapped(const std::string& text, std::size_t columns) {
     std::istringstream lines(text);
     const char* between = "";
     for (std::string line; std::getline(lines, line); between = "\n")
-        wrapped += between + WrapLine(line, std::max(columns, LeastColumns));
+        wrapped += between + WrapLine(line, std::max(columns, MinColumns));
     return wrapped;
 }
 

@@ -58,20 +58,20 @@ void FileQuestions::End() {
         dialog_->disconnect();
         dialog_->close();
     }
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     answer_.reset();
 }
 
 void FileQuestions::Answer(FileAnswer answer) {
     {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         answer_ = std::move(answer);
     }
     InputArrived();
 }
 
 std::optional<FileAnswer> FileQuestions::TakeAnswer() {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     return std::exchange(answer_, std::nullopt);
 }
 

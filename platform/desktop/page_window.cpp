@@ -132,7 +132,7 @@ PageWindow::PageWindow(const PageView& page)
         ShowControl(control);
     }
     ShowPictures(page);
-    MakeRoom();
+    FitToScreen();
 }
 
 QWidget* PageWindow::MakeControl(const PageView& page, const ControlView& control) {
@@ -185,7 +185,7 @@ QWidget* PageWindow::MakeButton(const PageView& page, const ControlView& control
     return button;
 }
 
-void PageWindow::MakeRoom() {
+void PageWindow::FitToScreen() {
     const QSize wanted = surface_->size();
     const QSize screen = QGuiApplication::primaryScreen()->availableSize();
     if (wanted.width() <= screen.width() && wanted.height() <= screen.height()) {

@@ -34,7 +34,7 @@ private:
 
     QWidget* MakeControl(const PageView& page, const ControlView& control);
     QWidget* MakeButton(const PageView& page, const ControlView& control);
-    void MakeRoom();
+    void FitToScreen();
     void FocusFirst();
     QWidget* FirstChoice() const;
     void Enable(QWidget* widget, bool enabled);

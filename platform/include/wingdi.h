@@ -70,7 +70,7 @@ BOOL WINAPI DeleteDC(HDC context);
 HGDIOBJ WINAPI SelectObject(HDC context, HGDIOBJ object);
 BOOL WINAPI DeleteObject(HGDIOBJ object); // stock objects: does nothing, gives TRUE
 // Fills `size` bytes at `buffer` with BITMAP, LOGFONTA or LOGBRUSH; with no buffer gives the size
-// needed. 0: no such object, or too little room.
+// needed. 0: no such object, or too small a buffer.
 int WINAPI GetObjectA(HANDLE object, int size, LPVOID buffer);
 HGDIOBJ WINAPI GetStockObject(int index); // those named above
 

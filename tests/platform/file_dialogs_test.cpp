@@ -97,8 +97,8 @@ TEST_F(FileDialogs, opening_asks_again_for_what_cannot_be_meant) {
 }
 
 TEST_F(FileDialogs, saving_adds_the_extension_and_refuses_a_path_longer_than_the_buffer) {
-    auto room = static_cast<DWORD>(Path("fits.nbf").size() + 1);
-    PageProgram program([room] { return Ask(true, room); });
+    auto capacity = static_cast<DWORD>(Path("fits.nbf").size() + 1);
+    PageProgram program([capacity] { return Ask(true, capacity); });
     program.Send("longer.nbf\n" + std::string(300, 'x') + "\n" + folder_.string() + "\nfits\n");
     std::string asked = "== save ==\nROM image (*.nbf)\nAll files (*.*)\nproposed: PROPOSED\n";
     EXPECT_EQ(program.Rest(), asked + "the name is too long\n" + asked + "the name is too long\n" +

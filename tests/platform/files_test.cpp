@@ -220,7 +220,7 @@ TEST_F(Files, what_cannot_be_deleted_tells_why) {
 }
 
 TEST_F(Files, a_drive_alone_is_the_disk_of_the_current_folder) {
-    std::filesystem::current_path("/proc"); // a file system without any room
+    std::filesystem::current_path("/proc"); // a file system without free space
     ULARGE_INTEGER freeToCaller{};
     ULARGE_INTEGER total{};
     freeToCaller.QuadPart = total.QuadPart = 1;

@@ -89,7 +89,7 @@ TEST_F(Messages, sending_to_a_thread_that_ends_gives_0_and_does_not_block) {
     std::thread sender([&] { EXPECT_EQ(SendMessageA(window, WhichThread, 0, 0), 0); });
     // Only when the message waits at the owner may the owner end.
     for (bool waits = false; !waits; std::this_thread::yield()) {
-        auto hold = platform::LockWindows();
+        auto lock = platform::LockWindows();
         waits = !platform::FindWindowByHandle(window)->queue->sent.empty();
     }
     end.set_value();

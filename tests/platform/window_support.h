@@ -84,7 +84,7 @@ public:
     void Complain(const std::string&) override {}
 
     std::vector<std::string> Events() {
-        std::lock_guard hold(lock_);
+        std::lock_guard lock(lock_);
         return events_;
     }
     // Pages shown, hidden and ended, in order.
@@ -94,15 +94,15 @@ public:
         return events;
     }
     void Await(const std::string& event) {
-        std::unique_lock hold(lock_);
-        changed_.wait(hold, [&] {
+        std::unique_lock lock(lock_);
+        changed_.wait(lock, [&] {
             return std::find(events_.begin(), events_.end(), event) != events_.end();
         });
     }
 
 private:
     void Add(const std::string& what, const platform::PageView& page, const std::string& more) {
-        std::lock_guard hold(lock_);
+        std::lock_guard lock(lock_);
         events_.push_back(what + " " + std::to_string(page.id) + more);
         changed_.notify_all();
     }
