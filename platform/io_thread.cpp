@@ -1,10 +1,12 @@
-// The I/O thread.
+// The I/O thread: waits with epoll, and calls the client of each descriptor that is ready.
 //
 // It sleeps in epoll_wait until a descriptor has something for it; a change of what is watched
 // reaches it there without a wake-up call. A hang-up cannot be masked: a client that keeps a dead
 // descriptor here makes the thread spin.
 
 #include "platform/io_thread.h"
+
+#include "platform/signals_blocked.h"
 
 #include <array>
 #include <cerrno>
@@ -19,20 +21,6 @@ namespace platform {
 namespace {
 
 constexpr int EventsAtOnce = 8;
-
-// Signals belong to the threads of the program.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-private:
-    sigset_t before_;
-};
 
 epoll_event EventFor(IoThread::Key key, std::uint32_t events) {
     epoll_event event = {};
@@ -51,7 +39,7 @@ IoThread& IoThread::Instance() {
 IoThread::IoThread() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
     if (!epoll_)
         throw std::system_error(errno, std::generic_category());
-    const SignalsBlocked inherited;
+    const SignalsBlocked blocked;
     std::thread([this] { Run(); }).detach();
 }
 

@@ -1,8 +1,8 @@
 // The calls of the registry.
 //
-// An open key is a path, not a place in memory: each call looks at the file anew, so that it sees
-// what other processes and people have written, and a key that has been deleted meanwhile is told
-// so.
+// An open key is a path, not a pointer into memory: each call reads the file anew, so that it sees
+// what other processes and people have written, and gives ERROR_KEY_DELETED for a key that has been
+// deleted meanwhile.
 
 #include "platform/handles.h"
 #include "platform/registry_file.h"
@@ -60,29 +60,18 @@ LSTATUS PathBelow(const OpenKey& key, LPCSTR subKey, RegistryPath& path) {
 // Bytes as an 8-bit caller stores and sees them: of text, one for each UTF-16 unit.
 std::string StoredFromCaller(DWORD type, const BYTE* data, DWORD size) {
     std::string bytes(reinterpret_cast<const char*>(data), size);
-    if (!IsRegistryText(type))
-        return bytes;
-    std::string stored;
-    for (const char16_t unit : Utf16FromAnsi(bytes)) {
-        stored += static_cast<char>(unit & 0xFF);
-        stored += static_cast<char>(unit >> 8);
-    }
-    return stored;
+    if (IsRegistryText(type))
+        return BytesFromUtf16(Utf16FromAnsi(bytes));
+    return bytes;
 }
 
 std::string CallerFromStored(const RegistryValue& value) {
-    if (!IsRegistryText(value.type))
-        return value.data;
-    std::u16string text;
-    for (std::size_t i = 0; i + 1 < value.data.size(); i += 2)
-        text += static_cast<char16_t>(static_cast<unsigned char>(value.data[i]) |
-                                      static_cast<unsigned char>(value.data[i + 1]) << 8);
-    return AnsiFromUtf16(text);
+    return IsRegistryText(value.type) ? AnsiFromUtf16(Utf16FromBytes(value.data)) : value.data;
 }
 
-// Hands a value's type and bytes out. *size is the capacity in bytes and becomes the number of
-// them.
-LSTATUS Deliver(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD size) {
+// Copies a value's type and bytes to the caller. *size is the capacity in bytes and becomes the
+// number of them.
+LSTATUS CopyValue(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD size) {
     const std::string bytes = CallerFromStored(value);
     if (type)
         *type = value.type;
@@ -221,7 +210,7 @@ LSTATUS WINAPI RegQueryValueExA(HKEY handle, LPCSTR name, LPDWORD, LPDWORD type,
     if (const LSTATUS status = ReadKey(*key, tree, found); status != ERROR_SUCCESS)
         return status;
     const RegistryValue* value = found->values.Find(NameFrom(name));
-    return value ? Deliver(*value, type, data, size) : ERROR_FILE_NOT_FOUND;
+    return value ? CopyValue(*value, type, data, size) : ERROR_FILE_NOT_FOUND;
 }
 
 LSTATUS WINAPI RegEnumValueA(HKEY handle, DWORD index, LPSTR name, LPDWORD nameLength, LPDWORD,
@@ -244,7 +233,7 @@ LSTATUS WINAPI RegEnumValueA(HKEY handle, DWORD index, LPSTR name, LPDWORD nameL
         return ERROR_MORE_DATA;
     std::memcpy(name, text.c_str(), text.size() + 1);
     *nameLength = static_cast<DWORD>(text.size());
-    return Deliver(value, type, data, size);
+    return CopyValue(value, type, data, size);
 }
 
 LSTATUS WINAPI RegDeleteKeyA(HKEY parent, LPCSTR subKey) {
