@@ -45,7 +45,7 @@ Rates ReadRates() {
     return waits && longSleeps ? Rates{*waits, *longSleeps} : Rates{};
 }
 
-const Rates& TheRates() {
+const Rates& ConfiguredRates() {
     static const Rates rates = ReadRates();
     return rates;
 }
@@ -67,7 +67,7 @@ HostClock::time_point FromNow(HostClock::duration duration) {
 
 } // namespace
 
-double ClockRate() { return TheRates().waits; }
+double ClockRate() { return ConfiguredRates().waits; }
 
 HostClock::duration HostDuration(DWORD milliseconds) { return AtRate(milliseconds, ClockRate()); }
 
@@ -78,7 +78,7 @@ HostClock::time_point HostDeadline(DWORD milliseconds) {
 
 HostClock::time_point SleepDeadline(DWORD milliseconds) {
     const bool isLong = milliseconds > MaxShortSleep;
-    const auto sleep = AtRate(milliseconds, isLong ? TheRates().longSleeps : ClockRate());
+    const auto sleep = AtRate(milliseconds, isLong ? ConfiguredRates().longSleeps : ClockRate());
     return FromNow(std::max<HostClock::duration>(sleep, MinSleep));
 }
 

@@ -6,7 +6,7 @@
 
 #include "platform/controls.h"
 
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <commctrl.h>
 #include <windows.h>

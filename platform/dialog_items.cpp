@@ -1,7 +1,7 @@
 // Controls of a dialog by their ids.
 
 #include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 

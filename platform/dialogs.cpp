@@ -1,7 +1,7 @@
 // Dialogs: made from templates, run in loops of their own, ended from any thread.
 //
-// A modal dialog is over when it has been ended, when its window has gone, or when its thread is
-// told to quit; in the last case the quit message goes back to the queue, for the loop outside.
+// A modal dialog is over when it has been ended, when its window has gone, or when its thread gets
+// a quit message, which then goes back to the queue, for the loop outside.
 
 #include "platform/dialog_template.h"
 #include "platform/pages.h"
@@ -84,7 +84,7 @@ bool MakeControls(const DialogTemplate& dialog, Window& window, HFONT font) {
 
 int DefaultButtonOf(const DialogTemplate& dialog) {
     for (const ControlTemplate& control : dialog.controls)
-        if (SmallLetters(control.className) == "button" &&
+        if (ToLowerAscii(control.className) == "button" &&
             (control.style & BS_TYPEMASK) == BS_DEFPUSHBUTTON)
             return control.id;
     return 0;
@@ -156,10 +156,10 @@ void RunModalLoop(const std::shared_ptr<Window>& dialog) {
     MSG message;
     for (;;) {
         switch (FetchMessage(message, [&] { return IsOver(*dialog); })) {
-        case Fetched::Quit:
+        case FetchResult::Quit:
             PostQuitMessage(static_cast<int>(message.wParam));
             return;
-        case Fetched::Message:
+        case FetchResult::Message:
             if (!IsDialogMessageA(dialog->handle, &message))
                 DispatchMessageA(&message);
             break;
@@ -168,9 +168,6 @@ void RunModalLoop(const std::shared_ptr<Window>& dialog) {
         }
     }
 }
-
-// The owner is out of use while the dialog is up; gives whether it was in use before.
-bool DisableOwner(HWND owner) { return owner && !EnableWindow(owner, FALSE); }
 
 INT_PTR ResultOf(const Window& dialog) {
     auto lock = LockWindows();
@@ -295,7 +292,7 @@ INT_PTR WINAPI DialogBoxParamA(HINSTANCE instance, LPCSTR templateName, HWND own
         SetLastError(NoSuchWindow);
         return 0;
     }
-    bool ownerWasInUse = DisableOwner(owner);
+    bool ownerWasInUse = owner && !EnableWindow(owner, FALSE);
     DialogRequest request = {instance, NumericName(templateName), owner, procedure, parameter,
                              true};
     auto window = MakeDialog(*dialog, request);

@@ -3,7 +3,7 @@
 #include "platform/display.h"
 
 #include "platform/terminal_display.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <poll.h>
 #include <unistd.h>
@@ -21,7 +21,7 @@ namespace {
 
 constexpr int NoSuchDisplay = 2; // exit code
 
-std::atomic<Display*> given = nullptr;
+std::atomic<Display*> chosenDisplay = nullptr;
 
 Display& DisplayOfEnvironment() {
     const char* name = std::getenv("ROM_WIZARD_DISPLAY");
@@ -47,20 +47,20 @@ LONG LineHeight(const LOGFONTA& font) {
 }
 
 void Display::Warn(const std::string& sentence) {
-    if (TakesOutput(STDERR_FILENO))
+    if (IsWritable(STDERR_FILENO))
         std::fprintf(stderr, "%s\n", sentence.c_str());
 }
 
-Display& TheDisplay() {
-    if (Display* display = given)
+Display& ActiveDisplay() {
+    if (Display* display = chosenDisplay)
         return *display;
     static Display& display = DisplayOfEnvironment();
     return display;
 }
 
-void UseDisplay(Display* display) { given = display; }
+void UseDisplay(Display* display) { chosenDisplay = display; }
 
-bool TakesOutput(int file) {
+bool IsWritable(int file) {
     pollfd waiting = {file, POLLOUT, 0};
     return poll(&waiting, 1, 0) == 1 && (waiting.revents & POLLOUT);
 }

@@ -156,7 +156,7 @@ BITMAP DescribePicture(const Picture& picture) {
 }
 
 template <class Description>
-int GiveDescription(const Description& description, int size, void* buffer) {
+int CopyDescription(const Description& description, int size, void* buffer) {
     if (!buffer)
         return sizeof(description);
     if (size < static_cast<int>(sizeof(description)))
@@ -246,11 +246,11 @@ BOOL WINAPI DeleteObject(HGDIOBJ object) {
 int WINAPI GetObjectA(HANDLE object, int size, LPVOID buffer) {
     std::lock_guard lock(Drawing().lock);
     if (auto* picture = Drawing().Find<std::shared_ptr<const Picture>>(object))
-        return GiveDescription(DescribePicture(**picture), size, buffer);
+        return CopyDescription(DescribePicture(**picture), size, buffer);
     if (auto* font = Drawing().Find<LOGFONTA>(object))
-        return GiveDescription(*font, size, buffer);
+        return CopyDescription(*font, size, buffer);
     if (auto* brush = Drawing().Find<Brush>(object))
-        return GiveDescription(LOGBRUSH{0, brush->colour, 0}, size, buffer);
+        return CopyDescription(LOGBRUSH{0, brush->colour, 0}, size, buffer);
     return 0;
 }
 

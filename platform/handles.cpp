@@ -31,7 +31,7 @@ HandleTable& Table() {
 
 std::uintptr_t NumberOf(HANDLE handle) { return reinterpret_cast<std::uintptr_t>(handle); }
 
-std::uintptr_t TakeFreeNumber(HandleTable& table) {
+std::uintptr_t NextFreeNumber(HandleTable& table) {
     std::uintptr_t number;
     do {
         number = table.next;
@@ -53,7 +53,7 @@ void CountBadClose(HANDLE handle) {
 HANDLE AddHandle(std::shared_ptr<Object> object) {
     auto& table = Table();
     const std::lock_guard lock(table.lock);
-    const auto number = TakeFreeNumber(table);
+    const auto number = NextFreeNumber(table);
     table.open.emplace(number, std::move(object));
     return reinterpret_cast<HANDLE>(number);
 }

@@ -1,5 +1,5 @@
-// The reading thread. What it keeps is bounded: a longer line is cut, and with many lines waiting
-// it stops reading until some have been taken.
+// Reads lines on a thread of its own. What it keeps is bounded: a longer line is cut, and with many
+// lines waiting it stops reading until Next has given some.
 
 #include "platform/line_reader.h"
 
@@ -74,13 +74,13 @@ void LineReader::Run() {
     std::string line;
     ssize_t count;
     while ((count = ReadSome(file_, buffer, sizeof(buffer))) > 0)
-        Take(buffer, static_cast<std::size_t>(count), line);
+        SplitLines(buffer, static_cast<std::size_t>(count), line);
     if (!line.empty())
         Add(line);
     End();
 }
 
-void LineReader::Take(const char* bytes, std::size_t count, std::string& line) {
+void LineReader::SplitLines(const char* bytes, std::size_t count, std::string& line) {
     for (std::size_t i = 0; i < count; ++i) {
         if (bytes[i] == '\n')
             Add(std::exchange(line, {}));

@@ -6,7 +6,7 @@
 
 #include "platform/threads.h"
 #include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
@@ -54,7 +54,7 @@ MSG NewMessage(HWND window, UINT message, WPARAM first, LPARAM second) {
     return posted;
 }
 
-bool TakePosted(ThreadQueue& queue, MSG& message) {
+bool PopPosted(ThreadQueue& queue, MSG& message) {
     if (queue.posted.empty())
         return false;
     message = queue.posted.front();
@@ -62,7 +62,7 @@ bool TakePosted(ThreadQueue& queue, MSG& message) {
     return true;
 }
 
-bool TakeQuit(ThreadQueue& queue, MSG& message) {
+bool PopQuit(ThreadQueue& queue, MSG& message) {
     if (!queue.quit)
         return false;
     message = NewMessage(nullptr, WM_QUIT, static_cast<WPARAM>(*queue.quit), 0);
@@ -71,8 +71,8 @@ bool TakeQuit(ThreadQueue& queue, MSG& message) {
 }
 
 // A window that nobody paints on WM_PAINT counts as painted: nothing here gets lost by it.
-bool TakePaint(const std::shared_ptr<ThreadQueue>& queue, MSG& message) {
-    for (auto& [handle, window] : Windows().windows) {
+bool PopPaint(const std::shared_ptr<ThreadQueue>& queue, MSG& message) {
+    for (auto& [handle, window] : Model().windows) {
         if (window->queue != queue || !window->needsPaint || !IsVisibleWithParents(*window))
             continue;
         window->needsPaint = false;
@@ -82,7 +82,7 @@ bool TakePaint(const std::shared_ptr<ThreadQueue>& queue, MSG& message) {
     return false;
 }
 
-bool TakeTimer(ThreadQueue& queue, MSG& message) {
+bool PopTimer(ThreadQueue& queue, MSG& message) {
     auto first =
         std::min_element(queue.timers.begin(), queue.timers.end(),
                          [](const Timer& one, const Timer& other) { return one.due < other.due; });
@@ -105,30 +105,30 @@ void WaitForChange(WindowLock& lock, ThreadQueue& queue) {
 }
 
 // What can be fetched now, or Nothing. Serves what was sent on the way.
-Fetched TryFetch(WindowLock& lock, const std::shared_ptr<ThreadQueue>& queue, MSG& message,
-                 const std::function<bool()>& stop) {
+FetchResult TryFetch(WindowLock& lock, const std::shared_ptr<ThreadQueue>& queue, MSG& message,
+                     const std::function<bool()>& stop) {
     while (!queue->sent.empty())
         ServeSent(lock, *queue);
     if (stop && stop())
-        return Fetched::Stopped;
-    if (TakePosted(*queue, message))
-        return Fetched::Message;
-    if (TakeQuit(*queue, message))
-        return Fetched::Quit;
-    if (TakePaint(queue, message) || TakeTimer(*queue, message))
-        return Fetched::Message;
-    return Fetched::Nothing;
+        return FetchResult::Stopped;
+    if (PopPosted(*queue, message))
+        return FetchResult::Message;
+    if (PopQuit(*queue, message))
+        return FetchResult::Quit;
+    if (PopPaint(queue, message) || PopTimer(*queue, message))
+        return FetchResult::Message;
+    return FetchResult::Nothing;
 }
 
 } // namespace
 
-Fetched FetchMessage(MSG& message, const std::function<bool()>& stop, bool wait) {
+FetchResult FetchMessage(MSG& message, const std::function<bool()>& stop, bool wait) {
     auto queue = CurrentQueue();
     auto lock = LockWindows();
     for (;;) {
         LeaveIfTerminated();
-        Fetched fetched = TryFetch(lock, queue, message, stop);
-        if (fetched != Fetched::Nothing || !wait)
+        FetchResult fetched = TryFetch(lock, queue, message, stop);
+        if (fetched != FetchResult::Nothing || !wait)
             return fetched;
         if (!FeedInput(queue))
             WaitForChange(lock, *queue);
@@ -137,21 +137,21 @@ Fetched FetchMessage(MSG& message, const std::function<bool()>& stop, bool wait)
 
 void EndThreadQueue(const std::shared_ptr<ThreadQueue>& queue) {
     std::vector<std::shared_ptr<Window>> left;
-    std::vector<std::unique_ptr<OwnedWindowRecord>> records; // let go without the lock
+    std::vector<std::unique_ptr<OwnedWindowRecord>> records; // destroyed without the lock
     auto lock = LockWindows();
     queue->alive = false;
     for (auto& sent : queue->sent)
         Finish(*sent, 0);
     queue->sent.clear();
-    for (auto& [handle, window] : Windows().windows)
+    for (auto& [handle, window] : Model().windows)
         if (window->queue == queue)
             left.push_back(window);
     for (auto& window : left) {
         EndPage(*window);
         records.push_back(std::move(window->record));
-        Windows().windows.erase(window->handle);
+        Model().windows.erase(window->handle);
     }
-    std::erase(Windows().queues, queue);
+    std::erase(Model().queues, queue);
     WakeAllThreads();
     lock.unlock();
 }
@@ -206,7 +206,7 @@ BOOL WINAPI GetMessageA(LPMSG message, HWND window, UINT lowest, UINT highest) {
         SetLastError(InvalidParameter);
         return -1;
     }
-    return FetchMessage(*message, {}) == Fetched::Message ? TRUE : FALSE;
+    return FetchMessage(*message, {}) == FetchResult::Message ? TRUE : FALSE;
 }
 
 BOOL WINAPI PeekMessageA(LPMSG message, HWND window, UINT lowest, UINT highest, UINT remove) {
@@ -214,7 +214,7 @@ BOOL WINAPI PeekMessageA(LPMSG message, HWND window, UINT lowest, UINT highest, 
         SetLastError(InvalidParameter);
         return FALSE;
     }
-    return FetchMessage(*message, {}, false) != Fetched::Nothing ? TRUE : FALSE;
+    return FetchMessage(*message, {}, false) != FetchResult::Nothing ? TRUE : FALSE;
 }
 
 BOOL WINAPI TranslateMessage(const MSG*) { return FALSE; }

@@ -53,7 +53,7 @@ BOOL WINAPI EndPaint(HWND handle, const PAINTSTRUCT* paint) {
         return FALSE;
     window->painted = std::move(painted);
     if (window->dialog && window->dialog->onScreen)
-        TheDisplay().UpdatePictures(ViewOf(*window));
+        ActiveDisplay().UpdatePictures(ViewOf(*window));
     return TRUE;
 }
 

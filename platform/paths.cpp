@@ -110,7 +110,7 @@ struct SplitPath {
 };
 
 // Takes a drive off the front; false for one that does not exist here.
-bool TakeDrive(std::string_view& path) {
+bool StripDrive(std::string_view& path) {
     if (path.size() < 2 || path[1] != ':')
         return true;
     if (FoldAnsi(path[0]) != Drive)
@@ -141,7 +141,7 @@ std::string HostPath(std::string_view windowsPath) {
     const bool network =
         windowsPath.size() > 1 && IsSeparator(windowsPath[0]) && IsSeparator(windowsPath[1]);
     const bool terminated = windowsPath.find('\0') != std::string_view::npos;
-    if (windowsPath.empty() || network || terminated || !TakeDrive(windowsPath))
+    if (windowsPath.empty() || network || terminated || !StripDrive(windowsPath))
         return {};
     const SplitPath split = Split(windowsPath);
     std::string path = split.start;

@@ -8,7 +8,7 @@
 
 namespace platform {
 
-// Host path (UTF-8) of a Windows path (Windows-1252). Existing components are matched as told
+// Host path (UTF-8) of a Windows path (Windows-1252). Existing components are matched as said
 // above; those that do not exist stay as they were written, and so do those that fit more than one
 // entry, so that none of them is found. A path on another drive, or one that cannot be meant, gives
 // an empty text.

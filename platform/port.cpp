@@ -1,6 +1,6 @@
 // A port: calls come in on the program's threads, the I/O thread moves the bytes.
 //
-// Bytes are taken from the tty as they come and kept in a queue of the driver's size, so that an
+// Bytes are read from the tty as they come and kept in a queue of the driver's size, so that an
 // event is known before anybody reads; a full queue leaves the rest in the tty, where the sender is
 // held back. A tty that has hung up stays ready for ever and must leave the I/O thread at once.
 
@@ -44,7 +44,7 @@ bool IsOfferedLimit(const COMMTIMEOUTS& timeouts) {
 
 } // namespace
 
-// Takes a call back whose record is about to go: a thread may be ended in the middle of its wait.
+// Cancels a call whose record is about to go: a thread may be ended in the middle of its wait.
 class Port::Outstanding {
 public:
     Outstanding(Port& port, const OVERLAPPED& record) : port_(port), record_(record) {}
@@ -263,8 +263,8 @@ void Port::OnReady(std::uint32_t events) {
     UpdateWatch();
 }
 
-// True when bytes have come. A tty that has nothing says so with EAGAIN; the end of file and every
-// other error mean that it is gone.
+// True when bytes have come. A tty that has nothing gives EAGAIN; the end of file and every other
+// error mean that it is gone.
 bool Port::ReadOnce() {
     std::array<std::uint8_t, PortRequests::InputQueueSize> bytes;
     const std::size_t capacity = requests_.FreeInputCapacity();

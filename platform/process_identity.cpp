@@ -1,6 +1,6 @@
 // Start times of processes, read from /proc (man 5 proc, "stat").
 //
-// The name of the program stands in brackets in the middle of that line and may hold blanks and
+// The name of the program is in brackets in the middle of that line and may hold blanks and
 // brackets itself; fields are counted from the last closing one.
 
 #include "platform/process_identity.h"

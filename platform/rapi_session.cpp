@@ -1,7 +1,7 @@
-// The RAPI session.
+// The RAPI session: connecting, calls, and their end.
 //
 // One thread makes connections, so that a handheld that comes late is found and one that hangs in
-// its greeting holds nobody. A connection that fails in the middle of a request is given up: the
+// its greeting blocks nobody. A connection that fails in the middle of a request is given up: the
 // stream is out of step, and an answer that came late would be taken for that of the next request.
 
 #include "platform/rapi_session.h"
@@ -71,8 +71,9 @@ void RapiSession::Close() {
     event_ = nullptr;
 }
 
-std::optional<std::uint32_t> RapiSession::Ask(const rapi_wire::Writer& request, IsSuccess isSuccess,
-                                              const ReadOutputs& readOutputs) {
+std::optional<std::uint32_t> RapiSession::Call(const rapi_wire::Writer& request,
+                                               IsSuccess isSuccess,
+                                               const ReadOutputs& readOutputs) {
     const std::vector<std::uint8_t> frame = request.Frame();
     constexpr std::size_t LengthField = 4;
     if (frame.size() > rapi_wire::MaxFrameSize + LengthField)
@@ -80,7 +81,7 @@ std::optional<std::uint32_t> RapiSession::Ask(const rapi_wire::Writer& request, 
     const std::lock_guard lock(socketLock_);
     if (!socket_)
         return std::nullopt;
-    if (auto bytes = socket_->Ask(frame, AnswerDeadline())) {
+    if (auto bytes = socket_->Exchange(frame, AnswerDeadline())) {
         rapi_wire::Reader answer(std::move(*bytes));
         const auto result = ReadResult(answer);
         if (result && (!isSuccess(*result) || (readOutputs(answer) && answer.Good())))
@@ -123,7 +124,7 @@ void RapiSession::KeepConnecting(const std::string& path) {
     bool connected = false;
     do {
         connected = Connect(path);
-        TellAttempt();
+        SignalAttempt();
     } while (!connected && !interrupt_.WaitFor(RetryInterval));
     const std::lock_guard lock(attemptLock_);
     connecting_ = false;
@@ -134,7 +135,7 @@ bool RapiSession::Connect(const std::string& path) {
     auto socket = RapiSocket::Connect(path, interrupt_);
     if (!socket)
         return false;
-    auto bytes = socket->Ask(Greeting(), AnswerDeadline());
+    auto bytes = socket->Exchange(Greeting(), AnswerDeadline());
     if (!bytes)
         return false;
     rapi_wire::Reader answer(std::move(*bytes));
@@ -146,7 +147,7 @@ bool RapiSession::Connect(const std::string& path) {
     return true;
 }
 
-void RapiSession::TellAttempt() {
+void RapiSession::SignalAttempt() {
     const std::lock_guard lock(attemptLock_);
     attemptOver_ = true;
     attempted_.notify_all();

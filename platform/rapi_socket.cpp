@@ -1,4 +1,4 @@
-// The socket to the handheld.
+// The socket to the handheld: connecting, and one frame out and one in.
 //
 // Whoever is at the other end may stop answering, close in the middle of a frame or send nonsense.
 // So every wait has a deadline, a length is checked before memory is allocated for it, and writing
@@ -77,8 +77,8 @@ std::optional<RapiSocket> RapiSocket::Connect(const std::string& path, const Int
 RapiSocket::RapiSocket(Descriptor socket, const Interrupt& interrupt)
     : socket_(std::move(socket)), interrupt_(&interrupt) {}
 
-std::optional<std::vector<std::uint8_t>> RapiSocket::Ask(const std::vector<std::uint8_t>& request,
-                                                         HostClock::time_point deadline) {
+std::optional<std::vector<std::uint8_t>>
+RapiSocket::Exchange(const std::vector<std::uint8_t>& request, HostClock::time_point deadline) {
     if (!Send(request, deadline) || !WaitUntilReady(POLLIN, deadline))
         return std::nullopt;
     std::vector<std::uint8_t> answer(ShortAnswer);

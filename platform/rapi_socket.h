@@ -32,13 +32,13 @@ public:
     // Null, with nothing left behind, where nobody answers at the path.
     static std::optional<RapiSocket> Connect(const std::string& path, const Interrupt& interrupt);
 
-    // The answer to the frame, without its length as rapi_wire::Reader takes it; the request comes
-    // with its length. Nothing at the deadline, at the end of the connection, for an answer over
-    // rapi_wire::MaxFrameSize, and for one with more bytes behind it.
-    std::optional<std::vector<std::uint8_t>> Ask(const std::vector<std::uint8_t>& request,
-                                                 HostClock::time_point deadline);
+    // Sends the request, which has its length in front, and gives the answer without its length, as
+    // rapi_wire::Reader reads it. Nothing at the deadline, at the end of the connection, for an
+    // answer over rapi_wire::MaxFrameSize, and for one with more bytes behind it.
+    std::optional<std::vector<std::uint8_t>> Exchange(const std::vector<std::uint8_t>& request,
+                                                      HostClock::time_point deadline);
 
-    // False once the other end has closed, or has said something that it was not asked for.
+    // False once the other end has closed, or has sent something without a request.
     bool IsQuiet() const;
 
 private:

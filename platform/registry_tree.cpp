@@ -1,4 +1,5 @@
-// Keys and values by their names. Limits of names and depth are those that Windows documents.
+// The registry's tree: finding, making and deleting keys by name. Limits of names and depth are
+// those that Windows documents.
 
 #include "platform/registry_tree.h"
 

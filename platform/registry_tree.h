@@ -15,7 +15,7 @@
 
 namespace platform {
 
-// Comment lines of a hand-edited file, without line ends; they stay with what they stand above.
+// Comment lines of a hand-edited file, without line ends; they stay with what they precede.
 using RegistryComments = std::vector<std::string>;
 
 // Values or sub-keys of a key, in the order of their making. Names match without regard to case,
@@ -91,7 +91,7 @@ struct RegistryTree {
 
     RegistryKey* Find(const RegistryPath& path); // null where there is none
     const RegistryKey* Find(const RegistryPath& path) const;
-    // Makes what is missing; `made` tells whether the key itself was.
+    // Makes what is missing; `made` is whether the key itself was.
     RegistryKey& Make(const RegistryPath& path, bool& made);
     // With all below it; its parent is compacted later. False where there is none.
     bool Delete(const RegistryPath& path);

@@ -1,4 +1,4 @@
-// Threads, their handles, sleeps and ends; threads.h tells how a thread is terminated.
+// Threads, their handles, sleeps and ends. How a thread is terminated, and why so, is in threads.h.
 
 #include "platform/threads.h"
 
@@ -56,7 +56,7 @@ public:
         MarkEnded(exitCode);
     }
 
-    // The exit code stands before the thread can learn of its end, and leave with one of its own.
+    // The exit code is set before the thread can learn of its end, and leave with one of its own.
     void Terminate(DWORD exitCode) {
         {
             const std::lock_guard lock(WaitLock());
@@ -175,13 +175,13 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
         return nullptr;
     }
     auto thread = std::make_shared<Thread>();
-    auto given =
+    auto startData =
         std::make_unique<platform::ThreadStart>(platform::ThreadStart{thread, start, parameter});
-    if (!platform::StartDetached(given.get())) {
+    if (!platform::StartDetached(startData.get())) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    given.release();
+    startData.release();
     const DWORD startedId = thread->WaitForId();
     if (id)
         *id = startedId;

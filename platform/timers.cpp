@@ -3,7 +3,7 @@
 // restarted timer leaves nothing behind that could still arrive.
 
 #include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 

@@ -4,7 +4,7 @@
 #include "platform/process_identity.h"
 #include "platform/text.h"
 #include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
@@ -29,26 +29,26 @@ std::optional<WindowRecord> RequireRecord(HWND window) {
 }
 
 // The neighbour of a window in a list: next, previous, first, last. Null at an end.
-template <class List, class Position>
-HWND Neighbour(const List& list, Position place, UINT command) {
+template <class List, class Iterator>
+HWND Neighbour(const List& list, Iterator position, UINT command) {
     switch (command) {
     case GW_HWNDFIRST:
         return list.front();
     case GW_HWNDLAST:
         return list.back();
     case GW_HWNDNEXT:
-        return place + 1 == list.end() ? nullptr : *(place + 1);
+        return position + 1 == list.end() ? nullptr : *(position + 1);
     case GW_HWNDPREV:
-        return place == list.begin() ? nullptr : *(place - 1);
+        return position == list.begin() ? nullptr : *(position - 1);
     default:
         return nullptr;
     }
 }
 
 HWND NeighbourIn(const std::vector<HWND>& list, HWND window, UINT command) {
-    auto place = std::find(list.begin(), list.end(), window);
-    if (place != list.end())
-        return Neighbour(list, place, command);
+    auto position = std::find(list.begin(), list.end(), window);
+    if (position != list.end())
+        return Neighbour(list, position, command);
     SetLastError(NoSuchWindow);
     return nullptr;
 }

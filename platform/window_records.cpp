@@ -1,9 +1,9 @@
 // Window records on disk.
 //
-// Every step runs under a lock on the folder's own file, which also holds the number given last,
+// Every step runs under a lock on the folder's own file, which also holds the number used last,
 // so that a number is not used again soon. Somebody may remove the folder under a running program,
 // or keep its lock: the program's windows go on with numbers of their own. A record's own lock
-// tells that its process lives; the start time of the process guards against a copy of the lock
+// shows that its process lives; the start time of the process guards against a copy of the lock
 // that a forked child has kept.
 
 #include "platform/window_records.h"
@@ -61,7 +61,7 @@ public:
     // where the folder was removed. 0 where there is none left above.
     DWORD NextNumber() {
         static std::mutex mutex; // the lock of a removed folder excludes nobody
-        static DWORD given = 0;
+        static DWORD lastUsed = 0;
         const std::lock_guard lock(mutex);
         DWORD last = 0;
         char text[16] = {};
@@ -69,10 +69,10 @@ public:
         if (length > 0)
             std::from_chars(text, text + length, last);
         DWORD next = last >= FirstNumber && last < LastNumber ? last + 2 : FirstNumber;
-        next = std::max(next, given + 2);
+        next = std::max(next, lastUsed + 2);
         if (next > LastNumber)
             return 0;
-        given = next;
+        lastUsed = next;
         std::string written = std::to_string(next) + "\n";
         if (pwrite(file_.Number(), written.data(), written.size(), 0) < 0)
             return next; // not kept: the file that bears the number will be found to exist

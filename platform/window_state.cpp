@@ -1,8 +1,8 @@
-// What a window is like: place, text, visibility, whether it can be used, and the values that
-// programs keep with it.
+// The state of a window: position, size, text, visibility, whether it can be used, and the values
+// that programs keep with it.
 
 #include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 

@@ -30,7 +30,7 @@ std::basic_string_view<Char> Source(const Char* text, int length) {
 }
 
 template <class Char>
-int Deliver(const std::basic_string<Char>& converted, Char* destination, int capacity) {
+int CopyConverted(const std::basic_string<Char>& converted, Char* destination, int capacity) {
     const int length = static_cast<int>(converted.size());
     if (capacity == 0)
         return length;
@@ -68,10 +68,10 @@ int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int leng
         return Fail(ERROR_INVALID_PARAMETER);
     const auto source = Source(text, length);
     if (codePage != CP_UTF8)
-        return Deliver(platform::Utf16FromAnsi(source), wide, capacity);
+        return CopyConverted(platform::Utf16FromAnsi(source), wide, capacity);
     if ((flags & MB_ERR_INVALID_CHARS) && !platform::IsUtf8(source))
         return Fail(ERROR_NO_UNICODE_TRANSLATION);
-    return Deliver(platform::Utf16FromUtf8(source), wide, capacity);
+    return CopyConverted(platform::Utf16FromUtf8(source), wide, capacity);
 }
 
 int WINAPI WideCharToMultiByte(UINT codePage, DWORD, LPCWSTR wide, int length, LPSTR text,
@@ -82,12 +82,12 @@ int WINAPI WideCharToMultiByte(UINT codePage, DWORD, LPCWSTR wide, int length, L
         return Fail(ERROR_INVALID_PARAMETER);
     const auto source = Source(wide, length);
     if (utf8)
-        return Deliver(platform::Utf8FromUtf16(source), text, capacity);
+        return CopyConverted(platform::Utf8FromUtf16(source), text, capacity);
     bool used = false;
     const auto narrow = NarrowWithDefault(source, defaultChar ? *defaultChar : '?', used);
     if (usedDefaultChar)
         *usedDefaultChar = used;
-    return Deliver(narrow, text, capacity);
+    return CopyConverted(narrow, text, capacity);
 }
 
 // As on Windows a null text comes before any other.

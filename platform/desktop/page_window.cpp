@@ -42,7 +42,7 @@ QFont PageFont(const PageView& page) {
     return {};
 }
 
-// What a page is called: its title or, without one, what it says first.
+// The name of a page: its title or, without one, its first text.
 QString NameOf(const PageView& page) {
     if (!page.title.empty())
         return Words(page.title);
@@ -66,7 +66,7 @@ public:
     using Button::Button;
 
 protected:
-    bool hitButton(const QPoint& place) const override { return this->rect().contains(place); }
+    bool hitButton(const QPoint& point) const override { return this->rect().contains(point); }
 };
 
 } // namespace
@@ -95,13 +95,13 @@ protected:
             style()->drawPrimitive(QStyle::PE_FrameWindow, &frame, &painter, this);
         }
         for (const ShownPicture& picture : pictures_)
-            painter.drawPixmap(picture.place, picture.pixmap, picture.part);
+            painter.drawPixmap(picture.position, picture.pixmap, picture.part);
     }
 
 private:
     struct ShownPicture {
         QPixmap pixmap;
-        QPoint place;
+        QPoint position;
         QRect part;
     };
 

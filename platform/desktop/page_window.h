@@ -1,7 +1,7 @@
 // A page as a window of the desktop. On the toolkit's thread alone.
 #pragma once
 
-#include "platform/desktop/looks.h"
+#include "platform/desktop/conversions.h"
 #include "platform/display.h"
 
 #include <QDialog>

@@ -86,7 +86,7 @@ public:
     explicit Reader(std::vector<std::uint8_t> frame) : bytes_(std::move(frame)) {}
 
     std::uint32_t Number() {
-        if (!Take(4))
+        if (!Advance(4))
             return 0;
         const std::uint8_t* at = bytes_.data() + position_ - 4;
         return std::uint32_t{at[0]} | std::uint32_t{at[1]} << 8 | std::uint32_t{at[2]} << 16 |
@@ -94,7 +94,7 @@ public:
     }
     std::vector<std::uint8_t> Data() {
         const std::uint32_t size = Number();
-        if (!Take(size))
+        if (!Advance(size))
             return {};
         auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(position_);
         return {end - static_cast<std::ptrdiff_t>(size), end};
@@ -109,7 +109,7 @@ public:
     bool Good() const { return good_; }
 
 private:
-    bool Take(std::size_t size) {
+    bool Advance(std::size_t size) {
         good_ = good_ && size <= bytes_.size() - position_;
         if (good_)
             position_ += size;

@@ -15,7 +15,7 @@
 // - Processes: CreateProcessA without environment block; the program is found by path alone.
 //   OpenProcess and TerminateProcess never meet a process other than the one that was opened.
 // - Sleep, GetTickCount and every timeout run at the layer's clock (platform/clock.h); the calls
-//   that tell the date tell the host's.
+//   that give the date give the host's.
 // - LocalAlloc for fixed memory.
 #pragma once
 
@@ -211,8 +211,8 @@ typedef DWORD EXECUTION_STATE;
 #define ES_SYSTEM_REQUIRED 0x00000001
 #define ES_CONTINUOUS 0x80000000
 // From ES_CONTINUOUS | ES_SYSTEM_REQUIRED on the machine does not sleep, until the calling thread
-// says ES_CONTINUOUS alone or ends. Gives the state before. A host that cannot be kept awake is no
-// failure.
+// passes ES_CONTINUOUS alone or ends. Gives the state before. A host that cannot be kept awake is
+// no failure.
 EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state);
 
 // Processes.

@@ -238,7 +238,7 @@ BOOL WINAPI CheckDlgButton(HWND dialog, int id, UINT check);
 BOOL WINAPI CheckRadioButton(HWND dialog, int firstId, int lastId, int checkedId);
 UINT WINAPI IsDlgButtonChecked(HWND dialog, int id);
 
-// Painting and looks.
+// Painting, and the system's colours and metrics.
 
 HDC WINAPI BeginPaint(HWND window, LPPAINTSTRUCT paint);
 BOOL WINAPI EndPaint(HWND window, const PAINTSTRUCT* paint);

@@ -80,8 +80,8 @@ public:
                        const platform::ControlView& control) override {
         Add("update", page, " " + std::to_string(control.id) + " " + control.text);
     }
-    void AskFile(const platform::FileQuestion&) override {}
-    void Complain(const std::string&) override {}
+    void ShowFileDialog(const platform::FileRequest&) override {}
+    void ShowError(const std::string&) override {}
 
     std::vector<std::string> Events() {
         std::lock_guard lock(lock_);

@@ -1,8 +1,8 @@
-// What the system says of itself: metrics, colours, cursors and icons. The screen is that of a
+// Metrics, colours, cursors and icons of the system. The screen is that of a
 // classic desktop at 96 dots an inch, whatever the display; pages are laid out and centred by it.
 
 #include "platform/resources.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
