@@ -4,15 +4,15 @@
 // a quit message, which then goes back to the queue, for the loop outside.
 
 #include "platform/dialog_template.h"
-#include "platform/pages.h"
 #include "platform/resources.h"
-#include "platform/text.h"
 #include "platform/window_errors.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 namespace platform {
 

@@ -1,38 +1,18 @@
-// Which display shows the pages.
+// What all displays share: the measure of a line, warnings, and the wake-up by input.
 
 #include "platform/display.h"
 
-#include "platform/terminal_display.h"
 #include "platform/window_model.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <string>
 
 #include <poll.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <atomic>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-
 namespace platform {
-
-namespace {
-
-constexpr int NoSuchDisplay = 2; // exit code
-
-std::atomic<Display*> chosenDisplay = nullptr;
-
-Display& DisplayOfEnvironment() {
-    const char* name = std::getenv("ROM_WIZARD_DISPLAY");
-    if (name && *name && std::strcmp(name, "terminal") != 0) {
-        std::fprintf(stderr, "ROM_WIZARD_DISPLAY: the display '%s' is not built in\n", name);
-        _exit(NoSuchDisplay);
-    }
-    return TerminalDisplay();
-}
-
-} // namespace
 
 bool PageView::CanBeWorked() const {
     return std::any_of(controls.begin(), controls.end(), [](const ControlView& control) {
@@ -50,15 +30,6 @@ void Display::Warn(const std::string& sentence) {
     if (IsWritable(STDERR_FILENO))
         std::fprintf(stderr, "%s\n", sentence.c_str());
 }
-
-Display& ActiveDisplay() {
-    if (Display* display = chosenDisplay)
-        return *display;
-    static Display& display = DisplayOfEnvironment();
-    return display;
-}
-
-void UseDisplay(Display* display) { chosenDisplay = display; }
 
 bool IsWritable(int file) {
     pollfd waiting = {file, POLLOUT, 0};

@@ -10,9 +10,8 @@
 #include "platform/controls.h"
 #include "platform/drawing.h"
 
-#include <winuser.h>
+#include <wingdi.h>
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>

@@ -8,7 +8,6 @@
 
 #include "platform/byte_reader.h"
 #include "platform/resources.h"
-#include "platform/window_errors.h"
 
 #include <windows.h>
 

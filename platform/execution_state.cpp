@@ -7,7 +7,6 @@
 #include "platform/execution_state.h"
 
 #include "platform/descriptor.h"
-#include "platform/text.h"
 
 #include <windows.h>
 

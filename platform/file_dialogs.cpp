@@ -18,6 +18,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace platform {
 

@@ -14,8 +14,8 @@
 
 #include <winbase.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>

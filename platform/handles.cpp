@@ -6,6 +6,7 @@
 
 #include <winbase.h>
 
+#include <cstdint>
 #include <mutex>
 #include <unordered_map>
 #include <utility>

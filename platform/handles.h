@@ -16,7 +16,7 @@ class Object {
 public:
     virtual ~Object() = default;
     // False for what has a closing call of its own, such as searches and registry keys: CloseHandle
-    // does not take them.
+    // refuses them.
     virtual bool ClosedByCloseHandle() const { return true; }
     // Called once, when the handle is closed; outstanding work on the object completes then.
     // The object itself lives until its last user releases it.

@@ -10,9 +10,9 @@
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include <pthread.h>
 #include <sys/epoll.h>

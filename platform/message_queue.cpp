@@ -4,13 +4,14 @@
 // meanwhile, so that two threads that send to each other do not block for ever. A thread that ends
 // finishes what still waits for it with 0.
 
-#include "platform/threads.h"
+#include "platform/thread_termination.h"
 #include "platform/window_errors.h"
 #include "platform/window_model.h"
 
 #include <windows.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace platform {
 

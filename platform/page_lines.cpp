@@ -6,6 +6,7 @@
 #include "platform/page_lines.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <tuple>
 
 namespace platform {

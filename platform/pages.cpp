@@ -1,7 +1,7 @@
 // From the model to the display and back: which pages are on screen, what has changed on them, and
 // to which page input goes.
 //
-// Input is taken by the thread of the newest page on screen that has controls, and only when that
+// Input is read by the thread of the newest page on screen that has controls, and only when that
 // thread has nothing else to serve. So a line typed ahead waits until the page it is meant for is
 // shown, and two threads with a page each never share one line.
 
@@ -12,6 +12,8 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <deque>
+#include <memory>
 #include <utility>
 
 namespace platform {

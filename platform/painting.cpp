@@ -2,9 +2,10 @@
 // window, and so are the colours that a parent gives to a control that paints itself.
 
 #include "platform/pages.h"
-#include "platform/window_errors.h"
 
 #include <windows.h>
+
+#include <utility>
 
 namespace platform {
 

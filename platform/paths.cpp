@@ -3,7 +3,7 @@
 // Different names of the host can be one name of Windows: letters outside Windows-1252 all become
 // '?', and case does not count. What is opened here may be flashed, so a name that fits more than
 // one entry means none of them, and a path that leaves here has a number in place of such a name.
-// ".." is taken back in the text, as Windows does, so that it works behind a folder that does not
+// ".." is resolved in the text, as Windows does, so that it works behind a folder that does not
 // exist.
 
 #include "platform/paths.h"
@@ -109,7 +109,7 @@ struct SplitPath {
     }
 };
 
-// Takes a drive off the front; false for one that does not exist here.
+// Removes a drive at the front; false for one that does not exist here.
 bool StripDrive(std::string_view& path) {
     if (path.size() < 2 || path[1] != ':')
         return true;

@@ -20,8 +20,8 @@ std::string HostPath(std::string_view windowsPath);
 std::string WindowsPath(std::string_view hostPath);
 
 // The name of a directory entry as Windows-1252. Names on disk are UTF-8; one that is not, from an
-// old disk, is taken for Windows-1252 itself. What has no byte there becomes '?', and HostPath
-// finds the entry again under that name where no other entry has the same.
+// old disk, is taken for Windows-1252 itself. What Windows-1252 does not have becomes '?', and
+// HostPath finds the entry again under that name where no other entry has the same.
 std::string AnsiName(std::string_view hostName);
 
 // The error for a name that HostPath could not find: ERROR_FILE_NOT_FOUND in a folder that exists,

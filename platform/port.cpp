@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <utility>
 
 #include <sys/epoll.h>

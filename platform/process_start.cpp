@@ -13,7 +13,6 @@
 #include <winbase.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 
 #include <fcntl.h>

@@ -8,9 +8,10 @@
 #include "platform/rapi_session.h"
 
 #include <algorithm>
-#include <cstring>
+#include <iterator>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 using platform::RapiSession;
 using rapi_wire::Operation;

@@ -8,12 +8,14 @@
 
 #include "platform/home.h"
 
+#include <cstdint>
 #include <thread>
+#include <utility>
+#include <vector>
 #include <winbase.h>
 
 #include <algorithm>
 #include <chrono>
-#include <system_error>
 
 namespace platform {
 namespace {
@@ -106,7 +108,7 @@ void RapiSession::StartConnecting() {
     attempted_.wait_for(lock, FirstAttemptLimit, [this] { return attemptOver_; });
 }
 
-// Takes the connection down too.
+// Closes the connection too.
 void RapiSession::StopConnecting() {
     interrupt_.Raise();
     {

@@ -5,7 +5,6 @@
 
 #include <windef.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -49,7 +48,7 @@ public:
         return true;
     }
 
-    // Closes the gaps that deleted entries leave: all at once, since each costs a look at all.
+    // Closes the gaps that deleted entries leave: all at once, since each costs a pass over all.
     void Compact() {
         std::erase_if(entries_, [](const auto& entry) { return entry->deleted; });
     }

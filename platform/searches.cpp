@@ -12,11 +12,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
+#include <ctime>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <dirent.h>

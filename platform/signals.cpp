@@ -15,6 +15,7 @@
 #include <pthread.h>
 
 #include <csignal>
+#include <initializer_list>
 #include <thread>
 
 namespace platform {

@@ -1,8 +1,8 @@
-// Threads, their handles, sleeps and ends. How a thread is terminated, and why so, is in threads.h.
-
-#include "platform/threads.h"
+// Threads, their handles, sleeps and ends. How a thread is terminated, and why so, is in
+// thread_termination.h.
 
 #include "platform/clock.h"
+#include "platform/thread_termination.h"
 #include "platform/waits.h"
 
 #include <winbase.h>
@@ -25,7 +25,7 @@ namespace platform {
 namespace {
 
 // A sleep that another thread can end, for good. A semaphore takes one call of the host where a
-// condition variable takes two, and a thread that looks after something does little but sleep.
+// condition variable takes two, and a thread that polls does little but sleep.
 class EndableSleep {
 public:
     EndableSleep() { sem_init(&end_, 0, 0); }
@@ -69,7 +69,7 @@ public:
     // For the thread itself; ends early where it is terminated.
     void SleepUntil(HostClock::time_point deadline) { sleep_.Until(deadline); }
 
-    bool IsTerminated() const { return terminated_; }
+    const std::atomic<bool>& Terminated() const { return terminated_; }
 
     DWORD ExitCode() const {
         const std::lock_guard lock(WaitLock());
@@ -116,11 +116,13 @@ thread_local RunningThread* running = nullptr;
 
 RunningThread::RunningThread(std::shared_ptr<Thread> self) : thread(std::move(self)) {
     running = this;
+    WatchTermination(&thread->Terminated());
     thread->PublishId(GetCurrentThreadId());
 }
 
 RunningThread::~RunningThread() {
     running = nullptr;
+    WatchTermination(nullptr);
     thread->End(exitCode);
 }
 
@@ -144,15 +146,6 @@ bool StartDetached(ThreadStart* start) {
     pthread_detach(id);
     return true;
 }
-
-} // namespace
-
-void LeaveIfTerminated() {
-    if (running && running->thread->IsTerminated())
-        pthread_exit(nullptr);
-}
-
-namespace {
 
 void SleepUntil(HostClock::time_point deadline) {
     if (running)

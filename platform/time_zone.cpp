@@ -9,9 +9,8 @@
 
 #include "platform/text.h"
 
-#include <algorithm>
+#include <iterator>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace platform {

@@ -2,7 +2,6 @@
 // queue of its window's thread, and the message is made when that thread fetches. So a killed or
 // restarted timer leaves nothing behind that could still arrive.
 
-#include "platform/window_errors.h"
 #include "platform/window_model.h"
 
 #include <windows.h>

@@ -8,6 +8,7 @@
 #include "platform/port.h"
 
 #include <algorithm>
+#include <iterator>
 
 using platform::FindHandleOf;
 using platform::Port;

@@ -2,7 +2,7 @@
 
 #include "platform/waits.h"
 
-#include "platform/threads.h"
+#include "platform/thread_termination.h"
 
 #include <winbase.h>
 

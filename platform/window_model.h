@@ -12,7 +12,6 @@
 
 #include <winuser.h>
 
-#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>

@@ -22,10 +22,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <charconv>
 #include <filesystem>
 #include <mutex>
 #include <sstream>
+#include <utility>
 
 namespace platform {
 
@@ -166,11 +168,11 @@ std::optional<DWORD> NumberOfName(const std::string& name) {
     return number;
 }
 
-// Gives the record its number and its locked file; none where it cannot be made. Written before
-// the folder is let go, so that nobody meets an empty record.
+// Assigns the record its number and makes its locked file; none where it cannot be made. Written
+// before the folder is unlocked, so that nobody meets an empty record.
 Descriptor MakeRecordFile(WindowRecord& record) {
     FolderLock folder;
-    constexpr int Attempts = 1000; // the numbers have come round: the next ones may be taken
+    constexpr int Attempts = 1000; // the numbers have come round: the next ones may be in use
     for (int i = 0; folder.Held() && i < Attempts; ++i) {
         record.number = folder.NextNumber();
         if (record.number == 0)

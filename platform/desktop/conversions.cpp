@@ -3,6 +3,7 @@
 #include "platform/desktop/conversions.h"
 
 #include "platform/byte_reader.h"
+#include "platform/display.h"
 #include "platform/resources.h"
 
 #include <QApplication>
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace platform::desktop {
 

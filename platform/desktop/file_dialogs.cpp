@@ -6,6 +6,7 @@
 #include <QMessageBox>
 #include <QStandardPaths>
 
+#include <string>
 #include <utility>
 
 namespace platform::desktop {

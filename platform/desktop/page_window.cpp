@@ -59,7 +59,7 @@ Qt::WindowFlags FlagsOf(const PageView& page) {
            Qt::WindowCloseButtonHint;
 }
 
-// Takes a click anywhere on it, as on Windows, and not on its words alone.
+// Reacts to a click anywhere on it, as on Windows, and not on its words alone.
 template <class Button>
 class WholeButton : public Button {
 public:

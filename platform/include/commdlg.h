@@ -6,6 +6,8 @@
 
 #include <windef.h>
 
+#include <cstddef>
+
 #define OFN_READONLY 0x1
 #define OFN_OVERWRITEPROMPT 0x2
 #define OFN_HIDEREADONLY 0x4

@@ -8,11 +8,11 @@
 // whose inner counts do not fit, ends the connection.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace rapi_wire {

@@ -10,7 +10,8 @@
 // - Searches: the pattern's last part may hold * and ?; "*.*" is everything. The list is taken at
 //   the first call, in the order of names, "." and ".." first but not for the root.
 // - Threads: CreateThread without CREATE_SUSPENDED. TerminateThread ends a thread where it next
-//   waits in this layer (see threads.h for why no sooner); its handle is signalled at once.
+//   waits in this layer (see thread_termination.h for why no sooner); its handle is signalled at
+//   once.
 // - Events without names. Waits for events, threads and processes, of one or of several at a time.
 // - Processes: CreateProcessA without environment block; the program is found by path alone.
 //   OpenProcess and TerminateProcess never meet a process other than the one that was opened.

@@ -1,8 +1,8 @@
 // Conversions between the ANSI code page, which is Windows-1252 on every host, and UTF-16.
 //
 // What is covered: the code pages CP_ACP (0) and 1252, and CP_UTF8. A source length of -1 is a
-// terminated text whose terminator is converted too; capacity 0 asks for the length. What has no
-// place in Windows-1252 becomes the default character, '?'; no best fit is looked for.
+// terminated text whose terminator is converted too; capacity 0 asks for the length. What
+// Windows-1252 does not have becomes the default character, '?', and never a similar one.
 #pragma once
 
 #include <windef.h>

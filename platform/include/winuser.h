@@ -171,7 +171,7 @@ ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* windowClass);
 HWND WINAPI CreateWindowExA(DWORD exStyle, LPCSTR className, LPCSTR title, DWORD style, int x,
                             int y, int width, int height, HWND parent, HMENU menu,
                             HINSTANCE instance, LPVOID parameter);
-// On the window's own thread only, else ERROR_ACCESS_DENIED. Takes owned windows along.
+// On the window's own thread only, else ERROR_ACCESS_DENIED. Destroys owned windows too.
 BOOL WINAPI DestroyWindow(HWND window);
 LRESULT WINAPI DefWindowProcA(HWND window, UINT message, WPARAM first, LPARAM second);
 // Newest first, without regard to case, also windows of other processes; null matches any.
