@@ -4,6 +4,7 @@
 #include "platform/window_model.h"
 #include "tests/platform/window_support.h"
 
+#include <chrono>
 #include <future>
 #include <thread>
 
@@ -176,7 +177,7 @@ TEST_F(Messages, a_timer_set_by_another_thread_arrives_on_the_windows_thread) {
     EXPECT_EQ(fired.get_future().get(), other.id);
 }
 
-TEST_F(Messages, a_window_takes_those_that_it_owns_along) {
+TEST_F(Messages, a_window_destroys_those_that_it_owns) {
     HWND owner = Open();
     HWND owned = OpenPlainWindow("OWNED", "owned", owner);
     EXPECT_EQ(GetParent(owned), nullptr) << "only a popup has its owner for a parent";
