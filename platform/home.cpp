@@ -27,7 +27,7 @@ fs::path Setting(const char* name) {
 }
 
 fs::path UserFolder() {
-    if (const auto home = Setting("HOME"); home.is_absolute())
+    if (auto home = Setting("HOME"); home.is_absolute())
         return home;
     const passwd* user = getpwuid(getuid());
     return user ? user->pw_dir : "/";

@@ -54,7 +54,7 @@ TextAlignment AlignmentOf(const Window& control) {
 // A static text shows no more lines than its height takes, but one at least. A line that is broken
 // at the width counts as one here: only the display knows its letters.
 std::string TextThatShows(const Window& control, const LOGFONTA& font) {
-    const std::string text =
+    std::string text =
         Utf8FromAnsi(KeepsMarks(control) ? control.text : WithoutMarks(control.text));
     const LONG lineHeight = LineHeight(font);
     if (KindOf(control) != ControlKind::Text || lineHeight <= 0)

@@ -78,7 +78,7 @@ std::vector<std::string> FindEntries(const std::string& folder, const std::strin
 // The entry that is written just so, unless it holds a '?', which stands for many letters; else the
 // only one that fits. Empty where what is written exists and is not the only one.
 std::string Resolve(const std::string& folder, const std::string& ansiName) {
-    const std::string written = Joined(folder, Utf8FromAnsi(ansiName));
+    std::string written = Joined(folder, Utf8FromAnsi(ansiName));
     if (ansiName.find('?') == std::string::npos && Exists(written))
         return written;
     const auto entries = FindEntries(folder, ansiName);

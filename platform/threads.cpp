@@ -174,7 +174,7 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    startData.release();
+    static_cast<void>(startData.release()); // the thread frees it
     const DWORD startedId = thread->WaitForId();
     if (id)
         *id = startedId;

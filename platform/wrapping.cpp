@@ -41,7 +41,7 @@ std::string WrapLine(std::string line, std::size_t columns) {
         const std::size_t breakAt = BreakOffset(line, first, edge);
         wrapped += line.substr(0, line.find_last_not_of(' ', breakAt - 1) + 1) + "\n";
         const std::size_t next = std::min(line.find_first_not_of(' ', breakAt), line.size());
-        line = indent + line.substr(next);
+        line.replace(0, next, indent);
         edge = OffsetBehind(line, columns);
     }
     return wrapped + line;
