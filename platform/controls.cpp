@@ -207,7 +207,7 @@ ControlKind KindOf(const Window& control) {
     return ControlKind::Other;
 }
 
-bool CanBeWorked(ControlKind kind) {
+bool IsInteractive(ControlKind kind) {
     return kind == ControlKind::PushButton || kind == ControlKind::CheckBox ||
            kind == ControlKind::RadioButton;
 }

@@ -24,7 +24,7 @@ enum class ControlKind {
 
 ControlKind KindOf(const Window& control);
 
-// Whether a user can work it: press, check or choose.
-bool CanBeWorked(ControlKind kind);
+// Whether a user can press, check or choose it.
+bool IsInteractive(ControlKind kind);
 
 } // namespace platform

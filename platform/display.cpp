@@ -14,9 +14,9 @@
 
 namespace platform {
 
-bool PageView::CanBeWorked() const {
+bool PageView::IsInteractive() const {
     return std::any_of(controls.begin(), controls.end(), [](const ControlView& control) {
-        return control.visible && platform::CanBeWorked(control.kind);
+        return control.visible && platform::IsInteractive(control.kind);
     });
 }
 

@@ -1,8 +1,8 @@
-// What shows pages to the user: one model of dialogs and controls, and displays behind it.
+// The interface of displays, which show pages to the user, and the plain values that they show.
 //
 // A display is called for every page and change while the model is locked, in the order in which
 // they happen; it must not call into windows then, and gets all that it shows as plain values.
-// Input comes the other way: a display that has no events of its own is asked for it (NextAction,
+// Input comes the other way: a display that has no events of its own is polled for it (NextAction,
 // NextAnswer) by the thread that owns the page, whenever that thread has nothing else to do; one
 // that has posts messages to the page's controls.
 #pragma once
@@ -43,7 +43,7 @@ struct PageView {
     std::vector<ControlView> controls;
     std::vector<PaintedPicture> pictures;
 
-    bool CanBeWorked() const; // a user can do something here, now or later
+    bool IsInteractive() const; // a user can do something here, now or later
 };
 
 struct PageAction {

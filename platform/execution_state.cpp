@@ -76,7 +76,7 @@ private:
     Descriptor inhibitor_;
 };
 
-SleepInhibitor& TheSleepInhibitor() {
+SleepInhibitor& SharedInhibitor() {
     static SleepInhibitor& sleepInhibitor =
         *new SleepInhibitor; // threads may outlive everything else
     return sleepInhibitor;
@@ -89,9 +89,9 @@ struct ThreadState {
     EXECUTION_STATE Set(EXECUTION_STATE wanted) {
         const EXECUTION_STATE before = requested;
         if (wanted && !requested)
-            TheSleepInhibitor().Add();
+            SharedInhibitor().Add();
         else if (!wanted && requested)
-            TheSleepInhibitor().Remove();
+            SharedInhibitor().Remove();
         requested = wanted;
         return before;
     }
@@ -102,7 +102,7 @@ struct ThreadState {
 } // namespace
 
 bool UnlessSystemRequired(const std::function<void()>& action) {
-    return TheSleepInhibitor().Unless(action);
+    return SharedInhibitor().Unless(action);
 }
 
 } // namespace platform

@@ -1,4 +1,5 @@
-// What SetThreadExecutionState asks for, as the rest of the layer sees it.
+// Whether a thread requires the machine to stay awake (SetThreadExecutionState), for the rest of
+// the layer.
 #pragma once
 
 #include <functional>

@@ -29,7 +29,7 @@ namespace platform {
 namespace {
 
 constexpr std::string_view PortPrefix = "\\\\.\\";
-constexpr mode_t NewFileMode = 0666; // less what the user's mask takes
+constexpr mode_t NewFileMode = 0666; // less the user's mask
 
 class File : public StreamObject {
 public:

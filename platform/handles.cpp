@@ -1,4 +1,4 @@
-// The table of handles.
+// The table of handles, and CloseHandle.
 //
 // It is never destroyed: threads that outlive `main` still close their handles in it.
 

@@ -1,4 +1,4 @@
-// The home folder of the layer's state.
+// Chooses, makes and checks the home folder of the layer's state.
 //
 // It is chosen at the first use and made absolute then: a file dialog may change the current
 // directory later, and the registry must not move with it. It is judged then, too: a window record

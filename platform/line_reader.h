@@ -1,5 +1,5 @@
-// Lines of input, read ahead by one thread, so that nobody who waits for a message is held up by a
-// user who takes his time.
+// Lines of input, read ahead by one thread, so that a thread that waits for messages never blocks
+// in a read.
 #pragma once
 
 #include <condition_variable>

@@ -1,4 +1,4 @@
-// How a page reads as text.
+// A page as lines of text.
 //
 // Texts may come from outside (a device's own name for itself), so control characters are removed
 // before anything reaches a terminal.
@@ -139,9 +139,9 @@ std::string PageHeader(const PageView& page) {
     return TrimEnd("== " + std::to_string(page.id) + " == " + TrimStart(Printable(page.title)));
 }
 
-std::vector<const ControlView*> WorkableControls(const PageView& page) {
+std::vector<const ControlView*> InteractiveControls(const PageView& page) {
     return FromTopToBottom(page, [](const ControlView& control) {
-        return control.visible && CanBeWorked(control.kind);
+        return control.visible && IsInteractive(control.kind);
     });
 }
 
@@ -153,7 +153,7 @@ std::vector<PageLine> PageLines(const PageView& page) {
         if (text != figure && !(figure && IsPercentSign(*text)) && !printed.empty())
             lines.push_back(TextLine(*text, printed));
     }
-    for (const ControlView* control : WorkableControls(page))
+    for (const ControlView* control : InteractiveControls(page))
         lines.push_back({control->handle, ControlLine(page, *control)});
     return lines;
 }

@@ -17,19 +17,19 @@ struct PageLine {
 
 std::string PageHeader(const PageView& page);
 
-// Texts from top to bottom, then the controls that can be worked in the same order. The percentage
+// Texts from top to bottom, then the interactive controls in the same order. The percentage
 // is not among them.
 std::vector<PageLine> PageLines(const PageView& page);
 
-// The words of a control that can be worked: its own or, where it has none, those to its right.
+// The label of an interactive control: its own text or, where it has none, the one to its right.
 std::string LabelOf(const PageView& page, const ControlView& control);
 
 // "37%": the number in front of a "%" on the page or, without one, what the bar shows.
 // Empty where the page has no progress bar.
 std::string PercentageOf(const PageView& page);
 
-// Controls that can be worked and are visible, in the order of PageLines.
-std::vector<const ControlView*> WorkableControls(const PageView& page);
+// Interactive controls that are visible, in the order of PageLines.
+std::vector<const ControlView*> InteractiveControls(const PageView& page);
 
 // Without control characters, which a terminal would act on.
 std::string Printable(const std::string& text);

@@ -91,10 +91,10 @@ ControlView ViewOfControl(const Window& control, const DialogState& dialog) {
 
 bool HasArea(const RECT& rect) { return rect.right > rect.left && rect.bottom > rect.top; }
 
-bool HasControlsToWork(const Window& page) {
+bool HasInteractiveControls(const Window& page) {
     return std::any_of(page.children.begin(), page.children.end(), [](HWND handle) {
         auto control = FindWindowByHandle(handle);
-        return control && (control->style & WS_VISIBLE) && CanBeWorked(KindOf(*control));
+        return control && (control->style & WS_VISIBLE) && IsInteractive(KindOf(*control));
     });
 }
 
@@ -109,7 +109,7 @@ InputTarget FindInputTarget() {
     InputTarget target;
     for (auto& [handle, window] : Model().windows)
         if (window->dialog && window->dialog->onScreen &&
-            window->dialog->showOrder > target.showOrder && HasControlsToWork(*window))
+            window->dialog->showOrder > target.showOrder && HasInteractiveControls(*window))
             target = {window->dialog->showOrder, window, nullptr};
     for (ActiveFileDialog* fileDialog : Model().fileDialogs)
         if (fileDialog->showOrder > target.showOrder)

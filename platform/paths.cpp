@@ -1,4 +1,4 @@
-// Windows paths on the host's file system.
+// Translates Windows paths to those of the host's file system, and back.
 //
 // Different names of the host can be one name of Windows: letters outside Windows-1252 all become
 // '?', and case does not count. What is opened here may be flashed, so a name that fits more than

@@ -26,7 +26,7 @@ bool Fail(DWORD error) {
     return false;
 }
 
-bool Conclude(const OVERLAPPED& record, DWORD* done) {
+bool FinishCall(const OVERLAPPED& record, DWORD* done) {
     if (done)
         *done = static_cast<DWORD>(record.InternalHigh);
     const DWORD error = CompletionError(record);
@@ -97,7 +97,7 @@ BOOL Port::PerformOverlapped(DWORD* done, OVERLAPPED* overlapped, Check check, B
     if (lost_)
         requests_.EndOfRecord(overlapped, ERROR_IO_DEVICE);
     UpdateWatch();
-    return IsPending(*overlapped) ? Fail(ERROR_IO_PENDING) : Conclude(*overlapped, done);
+    return IsPending(*overlapped) ? Fail(ERROR_IO_PENDING) : FinishCall(*overlapped, done);
 }
 
 template <class Check, class Begin>
@@ -118,7 +118,7 @@ BOOL Port::PerformAndWait(DWORD* done, Check check, Begin begin) {
         const Outstanding call(*this, record);
         WaitForObjects({event}, false, HostClock::time_point::max());
     }
-    return Conclude(record, done);
+    return FinishCall(record, done);
 }
 
 template <class Check, class Begin>
@@ -243,7 +243,7 @@ void Port::CancelOfThisThread() {
     UpdateWatch();
 }
 
-bool Port::IsThere() {
+bool Port::IsPresent() {
     const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
@@ -273,7 +273,7 @@ bool Port::ReadOnce() {
         return false;
     const ssize_t count = read(tty_.Number(), bytes.data(), capacity);
     if (count > 0)
-        requests_.Arrived({bytes.data(), static_cast<std::size_t>(count)});
+        requests_.AddInput({bytes.data(), static_cast<std::size_t>(count)});
     else if (count == 0 || (errno != EAGAIN && errno != EINTR))
         Lose();
     return count > 0;
@@ -285,7 +285,7 @@ void Port::WriteOnce() {
     const auto bytes = requests_.NextOutput();
     const ssize_t count = write(tty_.Number(), bytes.data(), bytes.size());
     if (count >= 0)
-        requests_.Sent(static_cast<std::size_t>(count));
+        requests_.MarkSent(static_cast<std::size_t>(count));
     else if (errno != EAGAIN && errno != EINTR)
         Lose();
 }

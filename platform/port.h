@@ -50,7 +50,7 @@ public:
     bool HasUsbRequests() const { return access_.usb; }
     // False, with the last error, once the tty has hung up and all that it brought has been read
     // and reported.
-    bool IsThere();
+    bool IsPresent();
 
 private:
     class Outstanding;

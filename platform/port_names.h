@@ -1,4 +1,4 @@
-// Where the ports of the host are.
+// The names of ports, and the ttys behind them.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// The bookkeeping of a serial driver.
+// Reads, writes and waits that are outstanding on a port, and the queue of what has arrived.
 //
 // An event is latched when its byte comes in, whether or not somebody waits, and stays until a wait
 // has reported it: a byte that comes between a read and the next wait must not be missed. The price
@@ -36,7 +36,7 @@ void PortRequests::AddWait(OverlappedCall call, DWORD* events) {
     ServeWait();
 }
 
-void PortRequests::Arrived(std::span<const std::uint8_t> bytes) {
+void PortRequests::AddInput(std::span<const std::uint8_t> bytes) {
     if (bytes.empty())
         return;
     input_.insert(input_.end(), bytes.begin(), bytes.end());
@@ -56,7 +56,7 @@ std::span<const std::uint8_t> PortRequests::NextOutput() const {
     return writes_.front().source.subspan(writes_.front().done);
 }
 
-void PortRequests::Sent(std::size_t count) {
+void PortRequests::MarkSent(std::size_t count) {
     writes_.front().done += count;
     ServeWrites();
 }

@@ -28,17 +28,17 @@ public:
     bool HasHistory() const { return history_ != 0; }
     void AddWait(OverlappedCall call, DWORD* events);
 
-    // How many bytes Arrived may add now.
+    // How many bytes AddInput may add now.
     std::size_t FreeInputCapacity() const { return InputQueueSize - input_.size(); }
     bool HasInput() const { return !input_.empty(); }
     std::size_t InputSize() const { return input_.size(); }
-    void Arrived(std::span<const std::uint8_t> bytes);
+    void AddInput(std::span<const std::uint8_t> bytes);
 
     bool HasOutput() const { return !writes_.empty(); }
     std::size_t OutputSize() const; // bytes of all writes that are not sent yet
     // What is to be sent next; never empty while HasOutput.
     std::span<const std::uint8_t> NextOutput() const;
-    void Sent(std::size_t count);
+    void MarkSent(std::size_t count);
 
     // Completes everything, or everything that the thread has made, with the error and with the
     // bytes that were moved until now. What has arrived stays.

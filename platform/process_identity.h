@@ -1,5 +1,5 @@
-// Which process a number means: Linux gives numbers of ended processes out again, so a number alone
-// may name a stranger. A number together with the instant at which its process started never does.
+// Which process a number means: Linux reuses the numbers of ended processes, so a number alone may
+// name another one. A number together with the instant at which its process started never does.
 #pragma once
 
 #include <windef.h>

@@ -1,4 +1,4 @@
-// Starting programs.
+// Starts programs: CreateProcessA, and the start that ShellExecuteExA uses too.
 //
 // Everything above the standard descriptors is closed in the new process: a port or a lock that it
 // inherited would stay taken after this program has closed it.

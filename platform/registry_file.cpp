@@ -1,7 +1,7 @@
 // Reading and replacing the registry's file. Raw calls of the host throughout: the calls of the
 // registry must not touch the last error.
 //
-// What was read last is kept, since a reader goes through the values of a key one call at a time.
+// What was read last is cached, since a reader enumerates the values of a key one call at a time.
 // It is used again as long as the file has not been touched, or holds the same text.
 
 #include "platform/registry_file.h"
@@ -170,41 +170,41 @@ LSTATUS Lock(const Descriptor& file) {
     return error == 0 ? ERROR_SUCCESS : static_cast<LSTATUS>(ErrorFromErrno(error));
 }
 
-struct KeptContent {
+struct CachedContent {
     FileIdentity identity = {}; // from before the reading; zero where the time stamps prove nothing
     std::string content;
     SharedRegistry tree; // none before the first reading
     LSTATUS result = ERROR_SUCCESS;
 };
 
-LSTATUS KeepContent(KeptContent& kept, const Descriptor& file, const struct stat& status) {
+LSTATUS UpdateCache(CachedContent& cache, const Descriptor& file, const struct stat& status) {
     const bool settled = file && IsSettled(status);
     std::string content;
     if (const LSTATUS result = ReadContent(file, status, content); result != ERROR_SUCCESS)
         return result;
-    if (!kept.tree || content != kept.content) {
+    if (!cache.tree || content != cache.content) {
         const auto tree = std::make_shared<RegistryTree>();
-        kept.result = ParseContent(content, *tree);
-        kept.tree = tree;
-        kept.content = std::move(content);
+        cache.result = ParseContent(content, *tree);
+        cache.tree = tree;
+        cache.content = std::move(content);
     }
-    kept.identity = settled ? IdentityOf(status) : FileIdentity();
-    return kept.result;
+    cache.identity = settled ? IdentityOf(status) : FileIdentity();
+    return cache.result;
 }
 
 } // namespace
 
 LSTATUS ReadRegistry(SharedRegistry& tree) {
     static std::mutex mutex;
-    static auto& kept = *new KeptContent;
+    static auto& cache = *new CachedContent;
     const std::lock_guard lock(mutex);
     Descriptor file;
     struct stat status = {};
     LSTATUS result = OpenRegistry(file, status);
     if (result == ERROR_SUCCESS)
-        result = file && IdentityOf(status) == kept.identity ? kept.result
-                                                             : KeepContent(kept, file, status);
-    tree = kept.tree;
+        result = file && IdentityOf(status) == cache.identity ? cache.result
+                                                              : UpdateCache(cache, file, status);
+    tree = cache.tree;
     return result;
 }
 

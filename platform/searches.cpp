@@ -1,4 +1,4 @@
-// Searches of a folder.
+// Searches of a folder: FindFirstFileA, FindNextFileA, FindClose.
 //
 // The list is read whole at the first call: entries that are deleted while a caller walks the list,
 // which is what callers do, cannot make it skip others.

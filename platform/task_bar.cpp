@@ -1,4 +1,4 @@
-// The task bar's object: it hands progress on to the display.
+// The task bar's object: it passes progress to the display.
 
 #include "platform/display.h"
 #include "platform/window_model.h"

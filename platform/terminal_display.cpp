@@ -178,7 +178,7 @@ std::optional<PageAction> Terminal::ActionOf(const PageView& page, const std::st
                   EscapeWord + ")");
         return std::nullopt;
     }
-    for (const ControlView* control : WorkableControls(page)) {
+    for (const ControlView* control : InteractiveControls(page)) {
         if (control->id != *number)
             continue;
         if (control->enabled)
@@ -198,7 +198,7 @@ std::optional<PageAction> Terminal::ActionAtEnd(const PageView& page) {
     }
     if (shown.leaving == ShownPage::Pressed)
         return std::nullopt;
-    for (const ControlView* control : WorkableControls(page)) {
+    for (const ControlView* control : InteractiveControls(page)) {
         if (control->kind != ControlKind::PushButton || !control->enabled)
             continue;
         shown.leaving = ShownPage::Pressed;

@@ -1,4 +1,4 @@
-// Time zone rules, found by asking the host's time zone data when its offset changes in a year.
+// Time zone rules, found from the instants at which the host's offset from UTC changes in a year.
 //
 // Daylight saving time is the season with the greater offset from UTC, whatever the data call it:
 // for Ireland they call the winter the exception. A rule date is "the second Sunday of March" or

@@ -1,4 +1,4 @@
-// Exclusive use of a tty.
+// Opens ttys for exclusive use.
 //
 // The kernel's own exclusive mode does not stop root, so a lock on the tty keeps out every program
 // of this layer, whoever runs it. The exclusive mode comes on top of that against strangers, but
@@ -52,8 +52,8 @@ Descriptor OpenTty(const std::string& path) {
     return tty;
 }
 
-// The lock is given back by name: a process that is just being started may still have a copy of
-// the descriptor, which would keep the lock.
+// The lock is released by a call, not by closing: a process that is just being started may still
+// have a copy of the descriptor, which would keep the lock.
 void ReleaseTty(Descriptor tty) {
     if (!IsPseudoTerminal(tty.Number()))
         ioctl(tty.Number(), TIOCNXCL);

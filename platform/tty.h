@@ -1,4 +1,4 @@
-// Ttys of the host, for one holder at a time.
+// Exclusive opening of the host's ttys.
 #pragma once
 
 #include "platform/descriptor.h"
@@ -11,7 +11,7 @@ namespace platform {
 // out. Without one, errno says why: EBUSY where somebody holds it.
 Descriptor OpenTty(const std::string& path);
 
-// Lets others in and closes it. What has been written still goes out.
+// Closes the tty, which others can open then. What has been written is still sent.
 void ReleaseTty(Descriptor tty);
 
 } // namespace platform

@@ -32,16 +32,16 @@ struct Request {
 constexpr Request Requests[] = {
     {0x1B0028, sizeof(DWORD), 0,
      [](Port& port, const Buffers& buffers) {
-         return port.IsThere() && port.SetMask(*buffers.input) != FALSE;
+         return port.IsPresent() && port.SetMask(*buffers.input) != FALSE;
      }},
     {0x1B002C, 0, sizeof(DWORD),
      [](Port& port, const Buffers& buffers) {
          return port.Wait(buffers.output, buffers.overlapped) != FALSE;
      }},
-    {0x1B0030, sizeof(DWORD), 0, [](Port& port, const Buffers&) { return port.IsThere(); }},
+    {0x1B0030, sizeof(DWORD), 0, [](Port& port, const Buffers&) { return port.IsPresent(); }},
 };
 
-bool Suits(const Request& request, const Buffers& buffers, DWORD inputSize, DWORD outputSize) {
+bool AreValid(const Request& request, const Buffers& buffers, DWORD inputSize, DWORD outputSize) {
     return inputSize >= request.inputSize && outputSize >= request.outputSize &&
            (buffers.input || request.inputSize == 0) && (buffers.output || request.outputSize == 0);
 }
@@ -64,7 +64,7 @@ BOOL WINAPI DeviceIoControl(HANDLE device, DWORD code, LPVOID input, DWORD input
         return Fail(ERROR_INVALID_FUNCTION);
     const Buffers buffers = {static_cast<const DWORD*>(input), static_cast<DWORD*>(output),
                              overlapped};
-    if (!Suits(*request, buffers, inputSize, outputSize))
+    if (!AreValid(*request, buffers, inputSize, outputSize))
         return Fail(ERROR_INVALID_PARAMETER);
     const bool done = request->perform(*port, buffers);
     if (done && returned)

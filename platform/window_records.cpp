@@ -1,4 +1,4 @@
-// Window records on disk.
+// Reads, writes and removes window records on disk.
 //
 // Every step runs under a lock on the folder's own file, which also holds the number used last,
 // so that a number is not used again soon. Somebody may remove the folder under a running program,
@@ -107,8 +107,8 @@ bool WriteRecord(const Descriptor& file, const WindowRecord& record) {
            ftruncate(file.Number(), static_cast<off_t>(text.size())) == 0;
 }
 
-// Whether the path still leads to the open file; another program may have a record there since.
-bool LeadsTo(const std::string& path, const Descriptor& file) {
+// Whether the path still names the open file; another program may have a record there since.
+bool IsSameFile(const std::string& path, const Descriptor& file) {
     struct stat there = {}, open = {};
     return stat(path.c_str(), &there) == 0 && fstat(file.Number(), &open) == 0 &&
            there.st_dev == open.st_dev && there.st_ino == open.st_ino;
@@ -203,7 +203,7 @@ OwnedWindowRecord::~OwnedWindowRecord() {
         return;
     FolderLock folder;
     const std::string path = RecordPath(record_.number);
-    if (folder.Held() && LeadsTo(path, file_))
+    if (folder.Held() && IsSameFile(path, file_))
         unlink(path.c_str());
     file_ = {};
 }

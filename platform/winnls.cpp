@@ -1,4 +1,4 @@
-// The conversions that callers ask for by Windows' names.
+// The calls of winnls.h, and lstrcmpiA.
 //
 // The traps are in the lengths: -1 converts the terminator too, and a buffer that is too small
 // gives 0 and an error rather than a shortened text.
@@ -41,8 +41,7 @@ int CopyConverted(const std::basic_string<Char>& converted, Char* destination, i
 }
 
 template <class Char, class Destination>
-bool ArgumentsMakeSense(UINT codePage, const Char* text, int length, Destination* destination,
-                        int capacity) {
+bool AreValid(UINT codePage, const Char* text, int length, Destination* destination, int capacity) {
     const bool knownPage = codePage == CP_ACP || codePage == Windows1252 || codePage == CP_UTF8;
     return knownPage && text && length != 0 && length >= -1 && capacity >= 0 &&
            (destination || capacity == 0);
@@ -64,7 +63,7 @@ std::string NarrowWithDefault(std::u16string_view wide, char defaultChar, bool& 
 
 int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int length, LPWSTR wide,
                                int capacity) {
-    if (!ArgumentsMakeSense(codePage, text, length, wide, capacity))
+    if (!AreValid(codePage, text, length, wide, capacity))
         return Fail(ERROR_INVALID_PARAMETER);
     const auto source = Source(text, length);
     if (codePage != CP_UTF8)
@@ -77,7 +76,7 @@ int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int leng
 int WINAPI WideCharToMultiByte(UINT codePage, DWORD, LPCWSTR wide, int length, LPSTR text,
                                int capacity, LPCSTR defaultChar, LPBOOL usedDefaultChar) {
     const bool utf8 = codePage == CP_UTF8;
-    if (!ArgumentsMakeSense(codePage, wide, length, text, capacity) ||
+    if (!AreValid(codePage, wide, length, text, capacity) ||
         (utf8 && (defaultChar || usedDefaultChar)))
         return Fail(ERROR_INVALID_PARAMETER);
     const auto source = Source(wide, length);

@@ -1,4 +1,5 @@
-// From the model's threads to the toolkit's, and back.
+// The display with real widgets: passes changes from the model's threads to the toolkit's, and
+// answers back.
 
 #include "platform/desktop/desktop_display.h"
 
@@ -23,7 +24,7 @@ public:
     Desktop() { QApplication::setWindowIcon(ProgramIcon()); }
 
     void ShowPage(const PageView& page) override {
-        Later([this, page] {
+        Post([this, page] {
             auto& window = windows_[page.handle];
             window = std::make_unique<PageWindow>(page);
             window->Present();
@@ -32,40 +33,40 @@ public:
     void HidePage(const PageView& page) override { Remove(page); }
     void EndPage(const PageView& page) override { Remove(page); }
     void UpdateControl(const PageView& page, const ControlView& control) override {
-        Later([this, page = page.handle, control] {
+        Post([this, page = page.handle, control] {
             if (PageWindow* window = WindowOf(page))
                 window->ShowControl(control);
         });
     }
     void UpdatePictures(const PageView& page) override {
-        Later([this, page] {
+        Post([this, page] {
             if (PageWindow* window = WindowOf(page.handle))
                 window->ShowPictures(page);
         });
     }
     void UpdateCursor(HWND page, bool waiting) override {
-        Later([this, page, waiting] {
+        Post([this, page, waiting] {
             if (PageWindow* window = WindowOf(page))
                 window->ShowWaiting(waiting);
         });
     }
     void ShowTaskBar(double part) override {
-        Later([this, part] { taskBar_.Show(part); });
+        Post([this, part] { taskBar_.Show(part); });
     }
     void ShowFileDialog(const FileRequest& request) override {
-        Later([this, request] { fileDialogs_.Show(request, WindowOf(request.owner)); });
+        Post([this, request] { fileDialogs_.Show(request, WindowOf(request.owner)); });
     }
     void CloseFileDialog() override {
-        Later([this] { fileDialogs_.Close(); });
+        Post([this] { fileDialogs_.Close(); });
     }
     void ShowError(const std::string& sentence) override {
-        Later([this, sentence] { fileDialogs_.SetError(sentence); });
+        Post([this, sentence] { fileDialogs_.SetError(sentence); });
     }
     std::optional<FileAnswer> NextAnswer() override { return fileDialogs_.NextAnswer(); }
 
 private:
     template <class Work>
-    static void Later(Work work) {
+    static void Post(Work work) {
         QMetaObject::invokeMethod(qApp, work, Qt::QueuedConnection);
     }
 
@@ -75,7 +76,7 @@ private:
     }
 
     void Remove(const PageView& page) {
-        Later([this, page] {
+        Post([this, page] {
             windows_.erase(page.handle);
             taskBar_.Clear();
         });

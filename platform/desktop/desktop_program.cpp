@@ -36,7 +36,7 @@ bool ReachesXServer() {
 // In a session without a bus the toolkit has one started, by a fork from one thread of many, and
 // waits for its address without a limit before the first page is up. Nobody would listen on such a
 // bus, neither a screen reader nor a dock, so there is none.
-void DoWithoutAbsentBus() {
+void DisableAbsentBus() {
     const char* folder = std::getenv("XDG_RUNTIME_DIR");
     const bool isThere = folder && access((std::string(folder) + "/bus").c_str(), F_OK) == 0;
     if (!isThere && !IsSet("DBUS_SESSION_BUS_ADDRESS"))
@@ -52,7 +52,7 @@ bool DesktopIsWanted() {
 }
 
 int RunOnDesktop(int count, char** words, const std::function<int()>& program) {
-    DoWithoutAbsentBus();
+    DisableAbsentBus();
     // Never destroyed: threads of the program may still show something while the process ends.
     static int kept = count;
     auto& application = *new QApplication(kept, words);

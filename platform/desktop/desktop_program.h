@@ -1,4 +1,4 @@
-// A program on a desktop.
+// Runs a program with the desktop's display.
 #pragma once
 
 #include <functional>

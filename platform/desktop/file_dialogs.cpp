@@ -32,7 +32,7 @@ void FileDialogs::Show(const FileRequest& request, QWidget* page) {
     dialog->setWindowRole("file-dialog");
     dialog->setAcceptMode(request.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dialog->setFileMode(request.save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
-    dialog->setOption(QFileDialog::DontConfirmOverwrite); // the wizard asks in its own words
+    dialog->setOption(QFileDialog::DontConfirmOverwrite); // the program asks in its own words
     dialog->setNameFilters(FiltersOf(request));
     if (!request.proposal.empty())
         dialog->selectFile(QString::fromStdString(request.proposal));

@@ -11,7 +11,7 @@
 
 namespace platform::desktop {
 
-// One request at a time, as the wizard asks. On the toolkit's thread, but for NextAnswer.
+// One dialog at a time. On the toolkit's thread, but for NextAnswer.
 class FileDialogs {
 public:
     // Over `page`, which may be null.

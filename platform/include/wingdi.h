@@ -62,7 +62,7 @@ struct DEVMODEA;
 
 // Context of the whole screen; the names are ignored. DeleteDC releases it.
 HDC WINAPI CreateDCA(LPCSTR driver, LPCSTR device, LPCSTR port, const DEVMODEA* mode);
-HDC WINAPI CreateCompatibleDC(HDC context); // memory context, with no bitmap of use yet
+HDC WINAPI CreateCompatibleDC(HDC context); // memory context, without a bitmap yet
 BOOL WINAPI DeleteDC(HDC context);
 
 // The object that was selected before, or null. An object stays usable while it is selected, and
