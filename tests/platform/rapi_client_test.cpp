@@ -280,7 +280,7 @@ TEST_F(RapiTest, a_request_and_its_answer_have_the_bytes_of_the_wire) {
             EXPECT_EQ(expected, request.Number());
         EXPECT_TRUE(request.Good());
         request.Number();
-        EXPECT_FALSE(request.Good()) << "nothing stands behind";
+        EXPECT_FALSE(request.Good()) << "nothing follows";
         return Bytes{8, 0, 0, 0, 0, 0, 0, 0, 0x78, 0x56, 0x34, 0x12};
     });
     ASSERT_EQ(0, CeRapiInitEx(&init));
