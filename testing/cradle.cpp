@@ -1,4 +1,4 @@
-// A handheld in its cradle and the connection manager beside it.
+// Starting the simulated handheld and its connection manager, and reading what they keep on disk.
 
 #include "testing/cradle.h"
 
@@ -62,7 +62,7 @@ void Cradle::TakeOut() {
         handheld_->Signal(SIGTERM);
         handheld_->Wait();
     }
-    home_.TakePortsAway();
+    home_.RemovePorts();
 }
 
 void Cradle::RestartHandheld(const std::vector<std::string>& runOptions) {

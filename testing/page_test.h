@@ -55,24 +55,24 @@ public:
     std::deque<Step> steps;
     std::deque<std::string> files; // answers to file dialogs; "" cancels
     std::vector<PageView> opened, ended;
-    std::vector<std::string> road; // what happened on the screen, in order
+    std::vector<std::string> events; // what happened on the screen, in order
 
     void ShowPage(const PageView& page) override {
         opened.push_back(page);
-        road.push_back("show " + std::to_string(page.id));
+        events.push_back("show " + std::to_string(page.id));
     }
     void HidePage(const PageView& page) override {
-        road.push_back("hide " + std::to_string(page.id));
+        events.push_back("hide " + std::to_string(page.id));
     }
     void EndPage(const PageView& page) override {
         ended.push_back(page);
-        road.push_back("end " + std::to_string(page.id));
+        events.push_back("end " + std::to_string(page.id));
     }
     void UpdateControl(const PageView&, const ControlView&) override {}
     void AskFile(const platform::FileQuestion& question) override {
-        road.push_back((question.save ? "save " : "open ") + question.proposal);
+        events.push_back((question.save ? "save " : "open ") + question.proposal);
     }
-    void Complain(const std::string& sentence) override { road.push_back(sentence); }
+    void Complain(const std::string& sentence) override { events.push_back(sentence); }
 
     std::optional<platform::PageAction> NextAction(const PageView& page) override {
         if (steps.empty() || steps.front().page != page.id)
@@ -97,7 +97,7 @@ public:
     }
 
 private:
-    // A page that stands where none was expected must not stop the test run.
+    // A page that comes up where none was expected must not stop the test run.
     std::optional<platform::PageAction> Leave(const PageView& page) {
         ADD_FAILURE() << "nothing left to do on page " << page.id;
         if (++left_ > 20)
@@ -173,7 +173,7 @@ protected:
                             State.Windows.AppInstance, nullptr);
     }
 
-    // The page once it was on the screen and worked, or its first showing.
+    // The page as it was when it ended last, and as it was when it opened first.
     const PageView& Last(int page) const { return Latest(user_.ended, page); }
     const PageView& First(int page) const {
         for (const PageView& view : user_.opened) {

@@ -1,4 +1,4 @@
-// Many pieces of work at a time.
+// Worker threads that share a list of work and collect its failures.
 
 #include "testing/side_by_side.h"
 

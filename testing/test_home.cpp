@@ -1,4 +1,4 @@
-// A place of its own for each test.
+// Making, filling and removing the folder of a test, and reading and writing its files.
 
 #include "testing/test_home.h"
 
@@ -38,10 +38,10 @@ TestHome::TestHome() {
     std::filesystem::create_directory(Home());
     std::filesystem::permissions(Home(), std::filesystem::perms::owner_all);
     std::filesystem::create_directory(Tree());
-    TakePortsAway();
+    RemovePorts();
 }
 
-void TestHome::TakePortsAway() const {
+void TestHome::RemovePorts() const {
     const auto ports = Home() / "ports";
     std::filesystem::create_directories(ports);
     std::filesystem::permissions(ports, std::filesystem::perms::owner_all);

@@ -1,4 +1,4 @@
-// A PC with Windows, as Wine makes it.
+// Setting up a prefix of Wine for a test, and starting programs in it.
 
 #include "testing/wine.h"
 
@@ -18,8 +18,8 @@ namespace fs = std::filesystem;
 constexpr char Loader[] = "/usr/lib/wine/wine64";
 constexpr char Server[] = "/usr/lib/wine/wineserver64";
 
-// In the registry of the prefix that is copied, in place of the port's path.
-constexpr char PortOfNobody[] = "/dev/null/com1";
+// What the registry of the copied prefix has until the port's path replaces it.
+constexpr char PlaceholderPort[] = "/dev/null/com1";
 
 std::string Read(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -76,7 +76,7 @@ void WindowsPc::CopyPrefix() const {
     for (const char* name : {"system.reg", "user.reg", "userdef.reg"}) {
         std::string registry = Read(from / name);
         if (std::string(name) == "system.reg")
-            Replace(registry, PortOfNobody, (home_.Home() / "ports" / "COM1").string());
+            Replace(registry, PlaceholderPort, (home_.Home() / "ports" / "COM1").string());
         fs::remove(to / name);
         std::ofstream(to / name, std::ios::binary) << registry;
     }

@@ -1,4 +1,4 @@
-// A PC with Windows, as Wine makes it: a prefix of its own, with the handheld's cable as its COM1.
+// A PC with Windows, as Wine provides it: a prefix of its own, with the handheld's cable as COM1.
 #pragma once
 
 #include "testing/cradle.h"
@@ -48,7 +48,7 @@ private:
     std::string cradlePort_; // of 127.0.0.1, leads to the handheld's RAPI
 };
 
-// The wizard as Windows runs it, led as by WizardRun.
+// The wizard as Windows runs it, its pages answered as by WizardRun.
 class WindowsRun {
 public:
     explicit WindowsRun(const WindowsPc& pc);

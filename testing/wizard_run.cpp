@@ -1,4 +1,4 @@
-// A run of the wizard at the terminal display.
+// Starting the wizard at the terminal display, and finding its pages in what it prints.
 
 #include "testing/wizard_run.h"
 

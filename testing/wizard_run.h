@@ -1,4 +1,4 @@
-// A run of the wizard at the terminal display, led as a user would lead it.
+// A run of the wizard at the terminal display, its pages answered as by a user.
 #pragma once
 
 #include "testing/test_home.h"
@@ -7,7 +7,7 @@ namespace test_support {
 
 namespace pages {
 
-// Page numbers as the terminal tells them.
+// Page numbers as the terminal prints them.
 enum Page {
     ProgressPage = 102,
     WelcomePage = 103,
@@ -56,7 +56,7 @@ public:
     // Waits for the next page to open, whichever it is: its number.
     int NextPage();
     // Waits for the next page with that number to open. Another page in between is a failure, so
-    // that a road is told page by page. Throws with the whole transcript.
+    // that a test names every page. Throws with the whole transcript.
     void ExpectPage(int page);
     // Waits for that page to end.
     void ExpectEnd(int page);

@@ -2,13 +2,13 @@
 
 #include "device/activesync.h"
 
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 #include <csignal>
 
 namespace {
 
-class ActiveSync : public ConnectedPlace {
+class ActiveSync : public HandheldTest {
 protected:
     static HWND OpenWindow(const char* title, HWND owner = nullptr) {
         WNDCLASSEXA windowClass = {};
@@ -34,7 +34,7 @@ protected:
     void TearDown() override {
         DestroyWindow(State.Windows.MainWindow);
         State.Windows.MainWindow = nullptr;
-        ConnectedPlace::TearDown();
+        HandheldTest::TearDown();
     }
 };
 

@@ -1,8 +1,8 @@
-// The readers of the PC's registry, on the registry of the layer.
+// What the wizard reads from the PC's registry: ActiveSync's version, old systems, the port's name.
 
 #include "device/host_checks.h"
 
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 #include <cstring>
 
@@ -12,10 +12,10 @@ constexpr char ActiveSync[] = "SOFTWARE\\Microsoft\\Windows CE Services";
 constexpr char Windows[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
 constexpr char WindowsNT[] = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
 
-class HostChecks : public WizardPlace {
+class HostChecks : public WizardTest {
 protected:
     void SetUp() override {
-        WizardPlace::SetUp();
+        WizardTest::SetUp();
         for (const char* key : {ActiveSync, Windows, WindowsNT})
             RegDeleteKeyA(HKEY_LOCAL_MACHINE, key);
     }
@@ -71,7 +71,7 @@ TEST_F(HostChecks, activesync_values_that_are_missing_or_too_large_count_as_0) {
     EXPECT_FALSE(ActiveSyncVersionOk());
 }
 
-TEST_F(HostChecks, old_systems_are_told_by_the_whole_text) {
+TEST_F(HostChecks, old_systems_are_recognised_by_the_whole_text) {
     EXPECT_FALSE(IsWindows95());
     StoreText(Windows, "ProductName", "microsoft windows 95");
     EXPECT_TRUE(IsWindows95());
@@ -105,7 +105,7 @@ TEST_F(HostChecks, port_name_is_empty_where_no_port_has_such_a_name_or_the_searc
     StoreText(ActiveSync, "SerialPort", std::string(31, 'P'));
     EXPECT_EQ("", PortName());
     RegDeleteKeyA(HKEY_LOCAL_MACHINE, ActiveSync);
-    StoreText(ActiveSync, "A long one", std::string(200, 'x')); // stands before the port
+    StoreText(ActiveSync, "A long one", std::string(200, 'x')); // comes before the port
     StoreText(ActiveSync, "SerialPort", "COM1");
     EXPECT_EQ("", PortName());
 }

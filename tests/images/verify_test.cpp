@@ -1,18 +1,18 @@
-// The check of whole images, with a handheld that is asked for its flash size meanwhile.
+// The check of whole images, during which the handheld reports its flash size.
 
 #include "images/verify.h"
 
 #include "images/header.h"
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 #include <algorithm>
 
 namespace {
 
-class VerifyImageTest : public ConnectedPlace {
+class VerifyImageTest : public HandheldTest {
 protected:
     void Connect(const test_support::CradleOptions& options = {}) {
-        ConnectedPlace::Connect(options);
+        HandheldTest::Connect(options);
         WriteFileBytes(Folder() / "module.dat", "none.dll\r\n$");
         path_ = Home().MakeImage({.size = 0x80020 + 4099});
         SetText(State.Paths.ImagePath, WindowsPathOf(path_));

@@ -67,7 +67,7 @@ protected:
     }
 
     // As a sender does that has seen the token.
-    static void TakeToken() {
+    static void ConsumeToken() {
         State.Link.SenderLooks += 2;
         ClearReceivedToken();
     }
@@ -93,7 +93,7 @@ protected:
         return bytes;
     }
 
-    void SayAsDevice(const std::string& bytes) {
+    void SendFromDevice(const std::string& bytes) {
         ASSERT_EQ(static_cast<ssize_t>(bytes.size()), write(device_, bytes.data(), bytes.size()));
     }
 

@@ -32,7 +32,7 @@ protected:
                line->painted.textColour != RGB(255, 0, 0);
     }
 
-    // A file stands for the port; true when the page has closed it.
+    // With a file as the port; true when the page has closed it.
     template <const Page& page>
     bool ShowWithOpenLink(bool serial) {
         const std::string path = (folder_ / "port").string();

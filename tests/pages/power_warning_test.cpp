@@ -65,7 +65,7 @@ TEST_F(PowerWarning, next_reads_the_power_once_more_and_stays_while_the_adapter_
     EXPECT_EQ(0, ShowPage(PowerWarningPage));
 }
 
-TEST_F(PowerWarning, a_handheld_that_does_not_answer_does_not_hold_the_user_back) {
+TEST_F(PowerWarning, next_works_with_a_handheld_that_does_not_answer) {
     State.Link.StopReceive = true;
     CeRapiUninit();
     user_.steps.push_back({105, "1"});

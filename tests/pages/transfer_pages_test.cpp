@@ -89,7 +89,7 @@ TEST_F(TransferPages, a_resumed_run_with_another_models_image_marks_the_model_al
                            }});
     EXPECT_EQ(PageNotShown, ShowPage(ResumeProgressPage));
     const PageView& error = Last(123);
-    EXPECT_EQ(0, progress.rect.right - progress.rect.left) << "the page stands in the way";
+    EXPECT_EQ(0, progress.rect.right - progress.rect.left) << "the page covers the error";
     ASSERT_TRUE(Find(error, 1060) && Find(error, 1062));
     EXPECT_EQ(RGB(255, 0, 0), Find(error, 1060)->painted.background);
     EXPECT_NE(RGB(255, 0, 0), Find(error, 1062)->painted.background);

@@ -6,7 +6,7 @@
 #include "images/header.h"
 #include "link/stall.h"
 #include "state/progress_record.h"
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 #include <csignal>
 
@@ -14,10 +14,10 @@ namespace {
 
 constexpr char Disk[] = "Drivers\\NvnDisk";
 
-class Preparation : public ConnectedPlace {
+class Preparation : public HandheldTest {
 protected:
     void Connect(const char* version, const test_support::CradleOptions& options = {}) {
-        ConnectedPlace::Connect(options);
+        HandheldTest::Connect(options);
         State.Image.ImageVersion = VersionNumber(version);
         State.Run.UpgradeUnderway = true;
         State.Windows.MainWindow = OpenMainWindow();
@@ -31,7 +31,7 @@ protected:
         if (State.Windows.MainWindow)
             DestroyWindow(State.Windows.MainWindow);
         State.Windows.MainWindow = nullptr;
-        ConnectedPlace::TearDown();
+        HandheldTest::TearDown();
     }
 
     static HWND OpenMainWindow() {

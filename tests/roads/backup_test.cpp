@@ -82,7 +82,7 @@ protected:
     std::string rom_;
 };
 
-TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_it_has) {
+TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_has_arrived) {
     const struct {
         std::vector<std::string> faults;
         int page;
@@ -91,7 +91,7 @@ TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_it_has) {
         {{"--refuse-program", "sarvel.exe"}, RemoteProgramErrorPage, 0, 0},
         {{"--piece-never", "3"}, BackupFailedPage, 2, 2},
         {{"--piece-late", "2", "--piece-tries", "2002"}, BackupFailedPage, 1, 1},
-        // The piece that breaks off takes up its room.
+        // The piece that breaks off keeps its space in the file.
         {{"--drop-rapi-at", "ReadFile \\Temp\\image.nb", "--drop-rapi-after", "3"},
          BackupFailedPage,
          3,
@@ -165,7 +165,7 @@ TEST_F(Backup, with_a_piece_cut_short_does_not_verify_and_is_not_restored) {
     EXPECT_EQ(0, restore.Wait());
 }
 
-// When the handheld has told so many reads of a piece; 0: before the first.
+// Killed when the handheld has printed so many reads of a piece; 0: before the first.
 TEST_F(Backup, killed_at_any_moment_leaves_the_old_file_or_one_that_verifies_only_if_whole) {
     Connect();
     for (const int reads : {0, 1, 30, 61, 62}) {
@@ -213,7 +213,7 @@ protected:
     std::optional<Cradle> cradle_;
 };
 
-// There is room for the 16 MiB that are asked for, but not for 31.5. Where nobody may mount a disk
+// The disk holds the 16 MiB that are required, but not 31.5. Where nobody may mount a disk
 // it is the file that may not grow.
 TEST_F(BackupDisk, that_fills_up_half_way_ends_with_error_109) {
     Prepare("size=20m");
@@ -232,7 +232,7 @@ TEST_F(BackupDisk, that_fills_up_half_way_ends_with_error_109) {
         EXPECT_TRUE(std::filesystem::exists(cradle_->File(left))) << left;
 }
 
-TEST_F(BackupDisk, that_is_too_small_brings_the_offer_back_on_every_road_to_it) {
+TEST_F(BackupDisk, that_is_too_small_brings_the_offer_back_for_an_old_and_a_new_file) {
     Prepare("size=8m");
     if (!mounted_)
         GTEST_SKIP() << "this host lets nobody mount a disk";

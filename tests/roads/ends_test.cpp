@@ -37,15 +37,15 @@ void GoToVerification(WizardRun& wizard) {
     wizard.ExpectPage(BusyPage);
 }
 
-void Spoil(const fs::path& image, std::streamoff place) {
+void CorruptByte(const fs::path& image, std::streamoff offset) {
     std::fstream file(image, std::ios::in | std::ios::out | std::ios::binary);
-    file.seekg(place);
+    file.seekg(offset);
     const char old = static_cast<char>(file.get());
-    file.seekp(place);
+    file.seekp(offset);
     file.put(static_cast<char>(old + 1));
 }
 
-TEST(End, an_old_activesync_is_told_before_anything_else) {
+TEST(End, an_old_activesync_ends_the_run_before_any_other_page) {
     TestHome home;
     home.AddLanguageFolder();
     Cradle cradle(home, {.manager = {"--major", "3", "--minor", "1"}});
@@ -72,7 +72,7 @@ TEST(End, cancel_on_any_introduction_page_ends_the_run) {
     EXPECT_FALSE(cradle.Handheld().Has("CreateProcess"));
 }
 
-TEST(End, without_a_handheld_or_a_record_comes_error_101) {
+TEST(End, no_handheld_and_no_record_is_error_101) {
     TestHome home;
     home.AddLanguageFolder();
     Cradle cradle(home);
@@ -147,7 +147,7 @@ TEST(End, a_flasher_that_does_not_start_is_error_106_without_a_record) {
     EXPECT_EQ("1.10", cradle.StatusOf("version").substr(0, 4));
 }
 
-TEST(End, without_an_image_or_its_folder_comes_error_103) {
+TEST(End, a_missing_image_or_folder_is_error_103) {
     for (const char* missing : {"image", "folder", "working directory"}) {
         TestHome home;
         const fs::path image = home.AddLanguageFolder();
@@ -210,10 +210,10 @@ TEST(End, a_handheld_on_its_battery_waits_for_the_adapter) {
 }
 
 TEST(End, one_changed_byte_is_error_102) {
-    for (const std::streamoff place :
+    for (const std::streamoff offset :
          {std::streamoff{3}, std::streamoff{0x20}, std::streamoff{0x10001F}}) {
         TestHome home;
-        Spoil(home.AddLanguageFolder(), place);
+        CorruptByte(home.AddLanguageFolder(), offset);
         Cradle cradle(home);
         WizardRun wizard(home);
         GoToVerification(wizard);

@@ -108,15 +108,15 @@ std::string Describe(const Fault& fault) {
 }
 
 TEST(LinkFaults, come_to_the_right_page_and_the_next_run_succeeds) {
-    const Stock stock;
+    const PreparedHomes homes;
     const auto failures = SideBySide(std::size(Faults), [&](std::size_t at) {
         const Fault& fault = Faults[at];
-        Trial trial(stock, fault.start, fault.link);
+        Trial trial(homes, fault.start, fault.link);
         const int page = trial.Run({.faults = fault.options});
         if (fault.page != 0 && page != fault.page)
             throw std::runtime_error(Describe(fault) + " comes to page " + std::to_string(page) +
                                      "\n" + trial.Transcript());
-        trial.Heal(page, 1);
+        trial.Recover(page, 1);
     });
     for (const std::string& failure : failures)
         ADD_FAILURE() << failure;

@@ -1,5 +1,5 @@
 // Runs that find a record and no handheld: what goes over the wire to the bootloader, and what
-// stands in the way of a resumed transfer without costing the record.
+// prevents a resumed transfer without losing the record.
 // label: threads
 
 #include "tests/roads/road.h"
@@ -25,7 +25,7 @@ struct Record {
 };
 
 // The registry's own text; the manager has written the head of the file.
-void LeaveRecord(const TestHome& home, const Record& record) {
+void WriteRecord(const TestHome& home, const Record& record) {
     std::string path = "Z:" + record.image.string();
     std::string escaped;
     for (const char character : path)
@@ -40,8 +40,8 @@ void LeaveRecord(const TestHome& home, const Record& record) {
 }
 
 // As a transfer leaves it that died before the held-back block.
-void LeaveInFlasher(const TestHome& home, Cradle& cradle,
-                    const std::vector<std::string>& options = {}) {
+void RestartInFlasher(const TestHome& home, Cradle& cradle,
+                      const std::vector<std::string>& options = {}) {
     cradle.TakeOut();
     std::ofstream(home.Device() / "state") << "mode=flasher\ntouched=1\n";
     cradle.RestartHandheld(options);
@@ -72,13 +72,13 @@ TEST(Resume, without_its_image_or_with_one_for_another_handheld_keeps_the_record
     };
     Cradle cradle(home);
     const auto registry = test_support::ReadFileBytes(home.Home() / "registry.reg");
-    LeaveInFlasher(home, cradle);
+    RestartInFlasher(home, cradle);
     for (const Case& one : cases) {
         SCOPED_TRACE(one.name);
         std::ofstream(home.Home() / "registry.reg", std::ios::binary)
             .write(reinterpret_cast<const char*>(registry.data()),
                    static_cast<std::streamsize>(registry.size()));
-        LeaveRecord(home, one.record);
+        WriteRecord(home, one.record);
         WizardRun wizard(home);
         ExpectEndWithRecord(home, wizard, one.page);
     }
@@ -107,8 +107,8 @@ TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
         TestHome home;
         const fs::path image = home.AddLanguageFolder();
         Cradle cradle(home);
-        LeaveRecord(home, {.image = image, .usb = one.usb, .heldBack = one.noted});
-        LeaveInFlasher(home, cradle, one.faults);
+        WriteRecord(home, {.image = image, .usb = one.usb, .heldBack = one.noted});
+        RestartInFlasher(home, cradle, one.faults);
         for (const bool again : {false, true}) {
             WizardRun wizard(home);
             wizard.ExpectPage(BusyPage);
@@ -118,7 +118,7 @@ TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
             if (one.page == PortErrorPage && gone)
                 wizard.Answer(CommunicationErrorPage, "2");
             EXPECT_EQ(0, wizard.Wait());
-            EXPECT_EQ(128 + SIGKILL, cradle.Manager().Wait()); // it may hold the port
+            EXPECT_EQ(128 + SIGKILL, cradle.Manager().Wait()); // it may have the port open
             EXPECT_EQ(one.page == CommunicationErrorPage || (one.page == PortErrorPage && gone),
                       IsMarkedCritical(home));
             if (one.page != PortErrorPage)
@@ -133,7 +133,7 @@ TEST(Resume, an_old_mark_of_the_bootloader_does_not_choose_the_page_of_a_fresh_r
     TestHome home;
     const fs::path image = home.AddLanguageFolder();
     Cradle cradle(home, {.run = {"--silent-at", "start"}});
-    LeaveRecord(home, {.image = image, .critical = true});
+    WriteRecord(home, {.image = image, .critical = true});
     WizardRun wizard(home);
     ChooseSerial(wizard);
     for (const int page : {BusyPage, BusyPage, ActionChoicePage})
@@ -153,12 +153,12 @@ TEST(Resume, an_image_without_a_held_back_block_is_not_announced) {
         const fs::path image = home.AddLanguageFolder();
         fs::resize_file(image, 0x8001F);
         Cradle cradle(home);
-        LeaveRecord(home, {.image = image, .critical = bootloader});
+        WriteRecord(home, {.image = image, .critical = bootloader});
         const std::string log = home.Path("wire").string();
         if (bootloader)
             cradle.RestartHandheld({"--bootloader", "--log", log});
         else
-            LeaveInFlasher(home, cradle, {"--log", log});
+            RestartInFlasher(home, cradle, {"--log", log});
         WizardRun wizard(home);
         wizard.ExpectPage(BusyPage);
         wizard.ExpectPage(ProgressPage);
@@ -200,7 +200,7 @@ TEST(Resume, the_bootloader_hears_every_block_in_order_and_erased_flash_behind_t
         const std::string log = home.Path("wire").string();
         cradle.RestartHandheld({"--bootloader", "--log", log});
         EXPECT_EQ("bootloader, shows its picture", cradle.StatusOf("mode"));
-        LeaveRecord(home, {.image = image, .usb = true, .critical = true});
+        WriteRecord(home, {.image = image, .usb = true, .critical = true});
         if (more != 0)
             MoveToSecondPort(home);
         WizardRun wizard(home);
@@ -224,7 +224,7 @@ TEST(Resume, a_full_size_image_goes_to_the_flasher_over_usb_and_to_the_bootloade
         const fs::path image =
             home.AddLanguageFolder({.folder = "Japanese", .language = "JPN", .size = 0xF80020});
         Cradle cradle(home, {.language = "JPN", .flashMegabytes = 16});
-        LeaveRecord(home, {.image = image,
+        WriteRecord(home, {.image = image,
                            .language = "JPN",
                            .folder = "Japanese",
                            .usb = true,
@@ -232,7 +232,7 @@ TEST(Resume, a_full_size_image_goes_to_the_flasher_over_usb_and_to_the_bootloade
         if (bootloader)
             cradle.RestartHandheld({"--bootloader"});
         else
-            LeaveInFlasher(home, cradle);
+            RestartInFlasher(home, cradle);
         WizardRun wizard(home);
         wizard.ExpectPage(BusyPage);
         wizard.ExpectPage(ProgressPage);

@@ -1,4 +1,4 @@
-// What road tests share: a handheld in its cradle, a folder tree, and the pages of the usual road.
+// What tests of whole runs share: the usual pages in their order, answered as a user would.
 #pragma once
 
 #include "testing/cradle.h"
@@ -30,8 +30,7 @@ inline void PassIntroduction(WizardRun& wizard) {
     wizard.Answer(DeviceChecklistPage, "1");
 }
 
-// ActiveSync is said to use another port than the one that is taken by default, and the handheld is
-// connected there.
+// Makes COM2 the port of the handheld and of ActiveSync; by default both use COM1.
 inline void MoveToSecondPort(const TestHome& home) {
     const auto ports = home.Home() / "ports";
     std::filesystem::remove(ports / "COM2");

@@ -1,5 +1,5 @@
-// Whole roads at a terminal of 80 columns: an upgrade, a backup with its restore, and an upgrade
-// that was broken off and is resumed; and what the terminal is spared.
+// Whole runs at a terminal of 80 columns: an upgrade, a backup with its restore, and an upgrade
+// that was broken off and is resumed; and keys that break nothing off.
 
 #include "tests/roads/road.h"
 
@@ -32,7 +32,7 @@ protected:
         return static_cast<std::size_t>(std::ranges::count_if(
             line, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
     }
-    // Percentages stand in place, one over the other.
+    // Percentages overwrite one another on their line.
     static void ExpectToFit(WizardRun& wizard) {
         for (const std::string& line : wizard.Process().Lines()) {
             const bool percentages = line.find("%") != std::string::npos;
@@ -53,14 +53,14 @@ TEST_F(AtTerminal, an_upgrade_reads_in_80_columns_with_its_warnings_in_red) {
     ExpectToFit(wizard);
     for (const char* text : {"REMARQUE", "Ne retirez pas la connexion", "Consultez le CD"})
         EXPECT_TRUE(wizard.Process().Has(std::string(Red) + text)) << text;
-    std::vector<std::string> percentages; // all in place, on one line
+    std::vector<std::string> percentages; // all on one line
     std::ranges::copy_if(wizard.Process().Lines(), std::back_inserter(percentages),
                          [](const std::string& line) { return line.find('%') != line.npos; });
     ASSERT_EQ(1U, percentages.size());
     EXPECT_LE(3, std::ranges::count(percentages[0], '%')) << percentages[0];
 }
 
-TEST_F(AtTerminal, a_backup_and_its_restore_without_colours_where_the_user_wants_none) {
+TEST_F(AtTerminal, a_backup_and_its_restore_use_no_colours_where_the_user_wants_none) {
     TestHome home;
     home.AddLanguageFolder();
     Cradle cradle(home, {.flashMegabytes = 16});
@@ -95,7 +95,7 @@ TEST_F(AtTerminal, a_backup_and_its_restore_without_colours_where_the_user_wants
     EXPECT_TRUE(cradle.FlashEquals(saved));
 }
 
-TEST_F(AtTerminal, an_upgrade_that_was_broken_off_is_resumed) {
+TEST_F(AtTerminal, an_upgrade_that_was_broken_off_is_resumed_by_the_next_run) {
     TestHome home;
     const auto image = home.AddLanguageFolder();
     Cradle cradle(home, {.run = {"--dies-at", "300000"}});

@@ -1,5 +1,5 @@
-// The whole road of an upgrade over the serial link: the wizard as a process, the handheld as
-// another, a real tty between them.
+// Whole upgrades over both links: the wizard as a process, the handheld as another, a real tty
+// between them.
 // label: threads
 
 #include "testing/comes_true.h"
@@ -22,8 +22,8 @@ Bytes WireBytes(const Bytes& image) {
     Bytes wire = {0x41};
     for (int shift = 0; shift < 32; shift += 8)
         wire.push_back(static_cast<std::uint8_t>(size >> shift));
-    const auto at = [&](std::size_t place) {
-        return image.begin() + static_cast<std::ptrdiff_t>(place);
+    const auto at = [&](std::size_t offset) {
+        return image.begin() + static_cast<std::ptrdiff_t>(offset);
     };
     wire.insert(wire.end(), at(Rest), image.end());
     wire.insert(wire.end(), at(HeldBack), at(Rest));
@@ -73,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(Upgrade, FullSizeUpgrade,
                                     (one.param.link == Usb ? "_usb" : "_serial");
                          });
 
-// The readme comes up first, by the program that the test puts into the place of the host's.
+// The readme is opened first, by a program of the test that shadows the host's on the PATH.
 TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
     const struct {
         std::vector<const char*> lines;

@@ -1,5 +1,5 @@
-// The record of an interrupted upgrade, through the real registry of the layer: what is stored to
-// the byte, and what a reader makes of records that are odd.
+// The record of an interrupted upgrade, through the real registry of the platform: what is stored
+// to the byte, and what is read from records that are odd.
 
 #include "state/progress_record.h"
 
@@ -122,8 +122,8 @@ TEST_F(ProgressRecord, with_critical_alone_is_not_pending_but_marks_the_bootload
     EXPECT_TRUE(State.Run.BootloaderResume);
 }
 
-// The road of the next run is the record's alone.
-TEST_F(ProgressRecord, has_a_note_beside_it_that_changes_nothing_it_says_and_goes_with_it) {
+// The note does not decide what the next run does.
+TEST_F(ProgressRecord, has_a_note_beside_it_that_changes_none_of_its_values_and_goes_with_it) {
     WriteProgressRecord();
     EXPECT_FALSE(NoteClosedPort());
     NoteHeldBackBlock();
@@ -140,7 +140,7 @@ TEST_F(ProgressRecord, has_a_note_beside_it_that_changes_nothing_it_says_and_goe
     EXPECT_FALSE(HeldBackBlockNoted());
 }
 
-TEST_F(ProgressRecord, takes_names_in_any_case_and_passes_over_values_that_do_not_fit) {
+TEST_F(ProgressRecord, is_read_by_names_in_any_case_and_without_values_that_do_not_fit) {
     Write("a long one", REG_BINARY, std::string(300, 'z'));
     Write("FLASH", REG_DWORD, std::string("\1\0\0\0", 4));
     Write("modelid", REG_SZ, std::string(100, 'M'));

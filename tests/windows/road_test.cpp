@@ -21,7 +21,7 @@ constexpr char Serial[] = "1151";
 constexpr char ProgressRecord[] = "Software\\FlashUtility";
 
 // What the user does, page by page.
-struct Doing {
+struct PageInput {
     int page;
     const char* input;
 };
@@ -45,16 +45,16 @@ protected:
     }
     std::string Flash() const { return ReadBytes(home_.Device() / "flash.bin"); }
 
-    static void Do(WindowsRun& wizard, const std::vector<Doing>& doings) {
-        for (const auto& [page, input] : doings)
+    static void AnswerPages(WindowsRun& wizard, const std::vector<PageInput>& inputs) {
+        for (const auto& [page, input] : inputs)
             wizard.Answer(page, input);
     }
 
     static void PassIntroduction(WindowsRun& wizard) {
-        Do(wizard, {{UpgradeNoticePage, "1181"},
-                    {WelcomePage, "1"},
-                    {HostChecklistPage, "1"},
-                    {DeviceChecklistPage, ""}});
+        AnswerPages(wizard, {{UpgradeNoticePage, "1181"},
+                             {WelcomePage, "1"},
+                             {HostChecklistPage, "1"},
+                             {DeviceChecklistPage, ""}});
     }
     // From the start to the choice of the action.
     static void GoToActionChoice(WindowsRun& wizard, const char* link = Serial) {
@@ -70,16 +70,17 @@ protected:
     static void Upgrade(WindowsRun& wizard) {
         GoToActionChoice(wizard);
         wizard.Send("1035");
-        Do(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
+        AnswerPages(wizard,
+                    {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
     }
 
     // Each piece takes a second at least.
     void AwaitTransfer() {
-        const auto tells = [](const std::string& line) {
+        const auto isProgress = [](const std::string& line) {
             return line.find(": piece") != std::string::npos ||
                    line.find(": complete") != std::string::npos;
         };
-        while (cradle_->Handheld().ExpectLine(tells, "of the transfer").find(": complete") ==
+        while (cradle_->Handheld().ExpectLine(isProgress, "of the transfer").find(": complete") ==
                std::string::npos) {
         }
     }
@@ -142,7 +143,7 @@ TEST_F(Windows, a_backup_is_saved_and_restored) {
         WindowsRun wizard(*pc_);
         GoToActionChoice(wizard);
         wizard.Send("1035");
-        Do(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1030"}});
+        AnswerPages(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1030"}});
         wizard.User().ExpectLine("== save ==");
         wizard.Send(WindowsPath(saved));
         wizard.Answer(UpgradeReadyPage, "2");
@@ -157,7 +158,8 @@ TEST_F(Windows, a_backup_is_saved_and_restored) {
     wizard.Send("1036");
     wizard.User().ExpectLine("== open ==");
     wizard.Send(WindowsPath(saved));
-    Do(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
+    AnswerPages(wizard,
+                {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
     AwaitTransfer();
     Finish(wizard);
     EXPECT_TRUE(cradle_->FlashEquals(saved));
@@ -167,7 +169,7 @@ TEST_F(Windows, a_backup_is_saved_and_restored) {
     EXPECT_TRUE(Flash() == flash);
 }
 
-// The library goes on telling of the loss, at the start of the flasher too, which it has not seen.
+// The library reports the loss again at the start of the flasher, which it has not sent.
 TEST_F(Windows, a_connection_lost_in_the_preparation_is_a_flasher_that_did_not_start) {
     Connect({.run = {"--drop-rapi-at", "RegSetValue"}});
     pc_->StartActiveSync();
@@ -222,10 +224,10 @@ TEST_F(Windows, without_the_usb_driver_the_run_ends_on_the_page_for_what_is_wron
         else
             ChooseLink(wizard, Usb); // a record is there, and so is the handheld
         wizard.Send("1035");
-        Do(wizard, {{VersionConfirmPage, "1"},
-                    {BackupChoicePage, "1"},
-                    {UpgradeReadyPage, "1"},
-                    {page, "2"}});
+        AnswerPages(wizard, {{VersionConfirmPage, "1"},
+                             {BackupChoicePage, "1"},
+                             {UpgradeReadyPage, "1"},
+                             {page, "2"}});
         EXPECT_EQ(0, wizard.Wait());
         ExpectRecord(false);
         cradle_->Reset();

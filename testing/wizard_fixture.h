@@ -1,8 +1,8 @@
-// A place in which the rooms of the wizard can be run inside the test's own process: home and clock
-// of the layer, a folder tree, and the record as a run has it when its pages are over.
+// Fixtures for tests that call the wizard's modules in their own process: home and clock of the
+// platform, a folder tree, and the record as a run has it when its pages are over.
 //
-// No page comes up in these tests, since the run counts as ended: what a failure gives its caller
-// is seen, the pages themselves are met on the roads of the whole wizard.
+// No page comes up in these tests, since the run counts as ended: what a failure returns to its
+// caller is checked, while tests of whole runs check the pages.
 #pragma once
 
 #include "state/state.h"
@@ -17,7 +17,7 @@
 #include <string>
 
 // One for all tests of a process, because the layer looks up its home and its clock only once.
-inline const test_support::TestHome& PlaceOfTests() {
+inline const test_support::TestHome& HomeOfTests() {
     static const test_support::TestHome home;
     static const bool ready = [] {
         for (const auto& [name, value] : home.Variables())
@@ -49,7 +49,7 @@ void SetText(char (&target)[Size], const std::string& text) {
     std::snprintf(target, Size, "%s", text.c_str());
 }
 
-class WizardPlace : public testing::Test {
+class WizardTest : public testing::Test {
 protected:
     void SetUp() override {
         std::filesystem::remove_all(Home().Tree());
@@ -63,12 +63,12 @@ protected:
         SetText(State.Paths.LanguageFolder, "English");
     }
 
-    static const test_support::TestHome& Home() { return PlaceOfTests(); }
+    static const test_support::TestHome& Home() { return HomeOfTests(); }
     static std::filesystem::path Folder() { return Home().Tree() / "English"; }
 };
 
-// The same with a handheld that answers.
-class ConnectedPlace : public WizardPlace {
+// The same with a handheld in its cradle that answers over RAPI.
+class HandheldTest : public WizardTest {
 protected:
     void Connect(const test_support::CradleOptions& options = {}) {
         Home().RunHandheld({"make-agents", Folder().string()});
