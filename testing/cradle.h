@@ -58,6 +58,7 @@ public:
 
     // A file of the device on the host, by its path there: "Windows/Start Menu/Games.lnk".
     std::filesystem::path File(const std::string& name) const;
+    bool HasFile(const std::string& name) const { return std::filesystem::exists(File(name)); }
     // Attributes as the device keeps them.
     std::uint32_t Attributes(const std::string& name) const;
     // Keys without a leading backslash. Nothing where there is no such value or key.

@@ -3,7 +3,7 @@
 #include "testing/device_model.h"
 
 #include "platform/text.h"
-#include "testing/image_file.h"
+#include "testing/test_home.h"
 
 #include <algorithm>
 #include <sstream>

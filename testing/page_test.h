@@ -12,13 +12,11 @@
 
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
-
+#include <cstdlib>
 #include <deque>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,6 +24,9 @@ namespace page_test {
 
 using platform::ControlView;
 using platform::PageView;
+using test_support::HomeOfTests;
+using test_support::ReadBytes;
+using test_support::WindowsPathOf;
 
 inline const ControlView* Find(const PageView& page, int control) {
     for (const ControlView& view : page.controls) {
@@ -114,27 +115,12 @@ private:
 
 // The program's compiled resources, the bytes of which stay for the whole run.
 inline const std::string& CompiledResources() {
-    static const std::string bytes = [] {
-        std::ifstream file(BUILD_FOLDER "/wizard.res", std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    }();
+    static const std::string bytes = ReadBytes(BUILD_FOLDER "/wizard.res");
     return bytes;
 }
 
 inline void UseResources(const std::string& bytes) {
     platform::UseResources(bytes.data(), bytes.data() + bytes.size());
-}
-
-// One for all tests of a process, because the layer looks up its home and its clock only once.
-inline const test_support::TestHome& HomeOfTests() {
-    static const test_support::TestHome home;
-    static const bool ready = [] {
-        for (const auto& [name, value] : home.Variables())
-            setenv(name.c_str(), value.c_str(), 1);
-        return true;
-    }();
-    static_cast<void>(ready);
-    return home;
 }
 
 class PageTest : public testing::Test {

@@ -2,7 +2,7 @@
 
 #include "testing/pc_side.h"
 
-#include <chrono>
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 

@@ -3,6 +3,7 @@
 #include "testing/side_by_side.h"
 
 #include <atomic>
+#include <exception>
 #include <mutex>
 #include <thread>
 

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
+#include <iterator>
 #include <random>
 #include <set>
 #include <stdexcept>

@@ -1,4 +1,5 @@
-// A temporary folder for each test: the platform's home, a folder tree with images, a handheld.
+// A temporary folder for each test: the platform's home, a folder tree with images, a handheld; and
+// its files read and written.
 #pragma once
 
 #include "testing/child_process.h"
@@ -57,6 +58,18 @@ private:
     std::filesystem::path root_;
 };
 
+// One for all tests of a process, with its variables in the environment: the platform reads its
+// home and its clock only once.
+const TestHome& HomeOfTests();
+
+// The whole file; empty where there is none.
+std::string ReadBytes(const std::filesystem::path& path);
+// The same of a file that has to be there: throws where it cannot be read.
 std::vector<std::uint8_t> ReadFileBytes(const std::filesystem::path& path);
+// Makes its folders, too.
+void WriteFileBytes(const std::filesystem::path& path, const std::string& content);
+
+// A file of the host by its name on Windows, where Z: is the root of the file system.
+std::string WindowsPathOf(const std::filesystem::path& path);
 
 } // namespace test_support

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <future>
+#include <iterator>
 #include <stdexcept>
 
 namespace test_support {

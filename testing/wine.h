@@ -1,11 +1,11 @@
 // A PC with Windows, as Wine provides it: a prefix of its own, with the handheld's cable as COM1.
 #pragma once
 
-#include "testing/cradle.h"
-#include "testing/wizard_run.h"
+#include "testing/test_home.h"
 #include "testing/x_desktop.h"
 
 #include <filesystem>
+#include <memory>
 
 namespace test_support {
 

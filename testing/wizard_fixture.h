@@ -11,36 +11,29 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <optional>
 #include <string>
 
-// One for all tests of a process, because the layer looks up its home and its clock only once.
-inline const test_support::TestHome& HomeOfTests() {
-    static const test_support::TestHome home;
-    static const bool ready = [] {
-        for (const auto& [name, value] : home.Variables())
-            setenv(name.c_str(), value.c_str(), 1);
-        return true;
-    }();
-    static_cast<void>(ready);
-    return home;
+using test_support::ReadBytes;
+using test_support::WindowsPathOf;
+using test_support::WriteFileBytes;
+
+// Waits until the handheld answers over RAPI.
+inline void ConnectRapi() {
+    State.RapiInit.size = sizeof(State.RapiInit);
+    ASSERT_EQ(0, CeRapiInitEx(&State.RapiInit));
+    ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(RapiEvent(State.RapiInit), 1200000));
 }
 
-// Z: is the root of the file system.
-inline std::string WindowsPathOf(const std::filesystem::path& path) {
-    std::string text = "Z:" + path.string();
-    for (char& character : text) {
-        if (character == '/')
-            character = '\\';
-    }
-    return text;
-}
-
-inline void WriteFileBytes(const std::filesystem::path& path, const std::string& content) {
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << content;
+// A top-level window, or a window of the owner, that does nothing by itself.
+inline HWND OpenPlainWindow(const char* title, HWND owner = nullptr) {
+    WNDCLASSEXA windowClass = {};
+    windowClass.cbSize = sizeof(windowClass);
+    windowClass.lpfnWndProc = DefWindowProcA;
+    windowClass.lpszClassName = "PLAINTEST";
+    RegisterClassExA(&windowClass); // the second time it is there already
+    return CreateWindowExA(0, "PLAINTEST", title, owner ? WS_POPUP : WS_OVERLAPPEDWINDOW, 0, 0, 0,
+                           0, owner, nullptr, nullptr, nullptr);
 }
 
 template <std::size_t Size>
@@ -63,7 +56,7 @@ protected:
         SetText(State.Paths.LanguageFolder, "English");
     }
 
-    static const test_support::TestHome& Home() { return HomeOfTests(); }
+    static const test_support::TestHome& Home() { return test_support::HomeOfTests(); }
     static std::filesystem::path Folder() { return Home().Tree() / "English"; }
 };
 
@@ -74,9 +67,12 @@ protected:
         Home().RunHandheld({"make-agents", Folder().string()});
         std::filesystem::remove_all(Home().Device());
         cradle_.emplace(Home(), options);
-        State.RapiInit.size = sizeof(State.RapiInit);
-        ASSERT_EQ(0, CeRapiInitEx(&State.RapiInit));
-        ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(RapiEvent(State.RapiInit), 1200000));
+        ConnectRapi();
+    }
+    // Gives the connection up, whose end the handheld reports with the handles left open in it.
+    void ExpectNoOpenHandles() {
+        CeRapiUninit();
+        EXPECT_FALSE(Device().Handheld().Has("handles open"));
     }
 
     void TearDown() override {
@@ -90,9 +86,7 @@ protected:
         const auto bytes = test_support::ReadFileBytes(Device().File(name));
         return {bytes.begin(), bytes.end()};
     }
-    bool IsOnDevice(const std::string& name) {
-        return std::filesystem::exists(Device().File(name));
-    }
+    bool IsOnDevice(const std::string& name) { return Device().HasFile(name); }
 
 private:
     std::optional<test_support::Cradle> cradle_;

@@ -40,6 +40,11 @@ void WizardRun::ExpectPage(int page) {
                                  std::to_string(next) + " in:\n" + process_.Transcript());
 }
 
+void WizardRun::ExpectPages(std::initializer_list<int> pages) {
+    for (const int page : pages)
+        ExpectPage(page);
+}
+
 void WizardRun::ExpectEnd(int page) { process_.ExpectLine("-- " + std::to_string(page) + " --"); }
 
 void WizardRun::Answer(int page, const std::string& line) {

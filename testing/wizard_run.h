@@ -3,6 +3,8 @@
 
 #include "testing/test_home.h"
 
+#include <initializer_list>
+
 namespace test_support {
 
 namespace pages {
@@ -58,6 +60,7 @@ public:
     // Waits for the next page with that number to open. Another page in between is a failure, so
     // that a test names every page. Throws with the whole transcript.
     void ExpectPage(int page);
+    void ExpectPages(std::initializer_list<int> pages);
     // Waits for that page to end.
     void ExpectEnd(int page);
     // A line of input: a control's number, a path, or "" for Enter.

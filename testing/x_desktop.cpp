@@ -10,7 +10,6 @@
 #include <xcb/xtest.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 
 namespace test_support {

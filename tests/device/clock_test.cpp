@@ -4,6 +4,7 @@
 
 #include "testing/wizard_fixture.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
@@ -16,11 +17,8 @@ protected:
         CeRapiUninit(); // the clock makes a connection of its own
         SetText(State.Image.ImageLanguageName, "English");
     }
-    // What the handheld's library was given last; empty: it was not called.
-    std::string Record() {
-        std::ifstream file(Home().Device() / "clock.record", std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    // What the handheld's library received last; empty: it was not called.
+    std::string Record() { return ReadBytes(Home().Device() / "clock.record"); }
     static void SetZone(const char* zone) { setenv("TZ", zone, 1); }
 
     void TearDown() override {

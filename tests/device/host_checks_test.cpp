@@ -2,11 +2,15 @@
 
 #include "device/host_checks.h"
 
+#include "testing/registry_values.h"
 #include "testing/wizard_fixture.h"
 
 #include <cstring>
 
 namespace {
+
+using test_support::StoreText;
+using test_support::StoreValue;
 
 constexpr char ActiveSync[] = "SOFTWARE\\Microsoft\\Windows CE Services";
 constexpr char Windows[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
@@ -20,21 +24,12 @@ protected:
             RegDeleteKeyA(HKEY_LOCAL_MACHINE, key);
     }
 
-    static void Store(const char* keyName, const char* name, DWORD type, const std::string& data) {
-        HKEY key = nullptr;
-        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_LOCAL_MACHINE, keyName, 0, nullptr, 0,
-                                                 KEY_WRITE, nullptr, &key, nullptr));
-        ASSERT_EQ(ERROR_SUCCESS,
-                  RegSetValueExA(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                                 static_cast<DWORD>(data.size())));
-        RegCloseKey(key);
-    }
-    static void StoreText(const char* keyName, const char* name, const std::string& text) {
-        Store(keyName, name, REG_SZ, text + '\0');
-    }
     static void StoreNumber(const char* name, DWORD number) {
-        Store(ActiveSync, name, REG_DWORD,
-              std::string(reinterpret_cast<const char*>(&number), sizeof(number)));
+        StoreValue(HKEY_LOCAL_MACHINE, ActiveSync, name, REG_DWORD,
+                   std::string(reinterpret_cast<const char*>(&number), sizeof(number)));
+    }
+    static void StoreBareText(const char* keyName, const char* name, const std::string& text) {
+        StoreValue(HKEY_LOCAL_MACHINE, keyName, name, REG_SZ, text); // without its terminator
     }
 
     static std::string PortName() {
@@ -67,7 +62,7 @@ TEST_F(HostChecks, activesync_is_new_enough_from_3_5_on) {
 TEST_F(HostChecks, activesync_values_that_are_missing_or_too_large_count_as_0) {
     StoreNumber("MajorVersion", 4);
     EXPECT_TRUE(ActiveSyncVersionOk());
-    Store(ActiveSync, "MajorVersion", REG_SZ, std::string("4.000\0", 6));
+    StoreText(ActiveSync, "MajorVersion", "4.000");
     EXPECT_FALSE(ActiveSyncVersionOk());
 }
 
@@ -83,7 +78,7 @@ TEST_F(HostChecks, old_systems_are_recognised_by_the_whole_text) {
         StoreText(WindowsNT, "CurrentVersion", version);
         EXPECT_EQ(old, IsOldWindowsNT()) << version;
     }
-    Store(WindowsNT, "CurrentVersion", REG_SZ, "4.0"); // stored without its terminator
+    StoreBareText(WindowsNT, "CurrentVersion", "4.0");
     EXPECT_TRUE(IsOldWindowsNT());
     StoreText(WindowsNT, "CurrentVersion", std::string(200, '4'));
     EXPECT_FALSE(IsOldWindowsNT());
@@ -95,7 +90,7 @@ TEST_F(HostChecks, port_name_gets_its_colon) {
     EXPECT_EQ("", PortName());
     StoreText(ActiveSync, "SERIALPORT", "COM2");
     EXPECT_EQ("COM2:", PortName());
-    Store(ActiveSync, "SERIALPORT", REG_SZ, "COM3");
+    StoreBareText(ActiveSync, "SERIALPORT", "COM3");
     EXPECT_EQ("COM3:", PortName());
 }
 

@@ -53,8 +53,7 @@ TEST_F(RemoteFiles, push_leaves_alone_what_it_cannot_set_aside) {
     EXPECT_EQ("inside", OnDevice("Temp/folder/inside"));
     EXPECT_EQ("", OnDevice("Windows/fixed.bin"));
     EXPECT_EQ("old", OnDevice("Windows/old.bin"));
-    CeRapiUninit();
-    EXPECT_FALSE(Device().Handheld().Has("handles open"));
+    ExpectNoOpenHandles();
 }
 
 TEST_F(RemoteFiles, push_fails_where_source_or_target_folder_is_missing_or_nobody_answers) {
@@ -111,8 +110,7 @@ TEST_F(RemoteFiles, value_is_refused_with_its_key_closed_at_every_call) {
         const bool opened = std::string(call).starts_with("RegOpenKey");
         EXPECT_EQ(opened, SetDeviceValue(CeLocalMachine, u"Software\\New", u"Text", 1, u"ab", 6));
         EXPECT_EQ(opened, Device().RegistryValue("Software\\New", "Text").has_value()) << call;
-        CeRapiUninit();
-        EXPECT_FALSE(Device().Handheld().Has("handles open"));
+        ExpectNoOpenHandles();
     }
 }
 

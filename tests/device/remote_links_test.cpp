@@ -9,8 +9,7 @@ namespace {
 class RemoteLinks : public HandheldTest {
 protected:
     void TearDown() override {
-        CeRapiUninit();
-        EXPECT_FALSE(Device().Handheld().Has("handles open"));
+        ExpectNoOpenHandles();
         HandheldTest::TearDown();
     }
     // A file that the device neither replaces nor deletes.

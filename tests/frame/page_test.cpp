@@ -9,6 +9,9 @@
 #include "frame/waiting_pages.h"
 #include "testing/page_test.h"
 
+#include <atomic>
+#include <cstdio>
+
 namespace {
 
 using namespace page_test;

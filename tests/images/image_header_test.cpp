@@ -6,6 +6,7 @@
 #include "testing/wizard_fixture.h"
 
 #include <bit>
+#include <limits>
 #include <numeric>
 #include <vector>
 

@@ -4,6 +4,7 @@
 
 #include "testing/wizard_fixture.h"
 
+#include <string_view>
 #include <vector>
 
 namespace {

@@ -5,8 +5,6 @@
 #include "images/header.h"
 #include "testing/wizard_fixture.h"
 
-#include <algorithm>
-
 namespace {
 
 class VerifyImageTest : public HandheldTest {
@@ -18,10 +16,7 @@ protected:
         SetText(State.Paths.ImagePath, WindowsPathOf(path_));
     }
 
-    std::string Image() {
-        const auto bytes = test_support::ReadFileBytes(path_);
-        return {bytes.begin(), bytes.end()};
-    }
+    std::string Image() { return ReadBytes(path_); }
 
     Verification VerdictOn(const std::string& image) {
         WriteFileBytes(path_, image);

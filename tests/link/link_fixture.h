@@ -9,7 +9,7 @@
 #include "link/transfer_buffers.h"
 #include "state/state.h"
 #include "testing/comes_true.h"
-#include "tests/platform/own_home.h"
+#include "testing/test_home.h"
 
 #include <gtest/gtest.h>
 
@@ -36,12 +36,7 @@ inline const char* Clock = "5,500";
 // The device's end of COM1.
 class LinkTest : public testing::Test {
 protected:
-    // One home for the whole program, as the layer reads its name once. A port without a link in it
-    // would be a serial port of the machine.
-    static void SetUpTestSuite() {
-        setenv("ROM_WIZARD_CLOCK", Clock, 1);
-        std::filesystem::create_directories(home_ / "ports");
-    }
+    static void SetUpTestSuite() { setenv("ROM_WIZARD_CLOCK", Clock, 1); }
 
     void SetUp() override { Connect(true); }
 
@@ -97,7 +92,7 @@ protected:
         ASSERT_EQ(static_cast<ssize_t>(bytes.size()), write(device_, bytes.data(), bytes.size()));
     }
 
-    static inline const std::filesystem::path home_ = ownHome.Home();
+    static inline const std::filesystem::path home_ = test_support::HomeOfTests().Home();
     int device_ = -1;
 };
 

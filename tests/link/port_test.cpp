@@ -4,8 +4,12 @@
 #include "link/upgrade_transfer.h"
 #include "tests/link/link_fixture.h"
 
+#include <atomic>
 #include <cstdarg>
+#include <cstdio>
 #include <fstream>
+#include <mutex>
+#include <thread>
 
 #include <sys/syscall.h>
 

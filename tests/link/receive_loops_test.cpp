@@ -8,6 +8,10 @@
 #include <sys/file.h>
 #include <sys/inotify.h>
 
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+
 namespace {
 
 using namespace link_test;

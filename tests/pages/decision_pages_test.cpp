@@ -4,8 +4,11 @@
 #include "pages/decision_pages.h"
 
 #include "pages/duration_texts.h"
-#include "platform/paths.h"
 #include "testing/page_test.h"
+#include "testing/registry_values.h"
+
+#include <cstring>
+#include <deque>
 
 namespace {
 
@@ -25,15 +28,6 @@ const DurationFact Durations[] = {
 
 class DecisionPages : public PageTest {
 protected:
-    void SetMachineText(const char* keyName, const char* name, const char* text) {
-        HKEY key = nullptr;
-        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_LOCAL_MACHINE, keyName, 0, nullptr, 0,
-                                                 KEY_ALL_ACCESS, nullptr, &key, nullptr));
-        RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text),
-                       static_cast<DWORD>(std::strlen(text) + 1));
-        RegCloseKey(key);
-    }
-
     INT_PTR ChooseLink(std::initializer_list<const char*> clicks) {
         for (const char* click : clicks)
             user_.steps.push_back({158, click});
@@ -83,7 +77,7 @@ TEST_F(DecisionPages, a_host_without_usb_has_the_serial_link_marked_and_next_act
         {"SOFTWARE\\Microsoft\\Windows\\CurrentVersion", "ProductName", "Microsoft Windows 95"},
     };
     for (const auto& host : hosts) {
-        SetMachineText(host.key, host.value, host.text);
+        test_support::StoreText(host.key, host.value, host.text);
         State.Run.SerialLinkSelected = false;
         user_.opened.clear();
         EXPECT_EQ(0, ChooseLink({"1"}));
@@ -91,7 +85,7 @@ TEST_F(DecisionPages, a_host_without_usb_has_the_serial_link_marked_and_next_act
         EXPECT_FALSE(IsEnabled(First(158), 1150));
         EXPECT_TRUE(Find(First(158), 1151)->checked);
         EXPECT_TRUE(IsEnabled(First(158), 1));
-        SetMachineText(host.key, host.value, "5.0");
+        test_support::StoreText(host.key, host.value, "5.0");
     }
 }
 
@@ -128,17 +122,11 @@ protected:
     }
 
     // A file of the folder as the wizard sees it.
-    std::string Named(const std::string& name) const {
-        return platform::WindowsPath((folder_ / name).string());
-    }
+    std::string Named(const std::string& name) const { return WindowsPathOf(folder_ / name); }
 
     std::string MakeFile(const std::string& name) const {
-        std::ofstream(folder_ / name) << "an earlier backup";
+        test_support::WriteFileBytes(folder_ / name, "an earlier backup");
         return (folder_ / name).string();
-    }
-    std::string Content(const std::string& path) const {
-        std::ifstream file(path);
-        return std::string(std::istreambuf_iterator<char>(file), {});
     }
 
     std::filesystem::path before_;
@@ -173,7 +161,7 @@ TEST_F(SaveSequence, an_existing_file_is_replaced_only_when_the_user_says_so) {
     const std::string old = MakeFile("old.nbf");
     EXPECT_EQ(1000, Save({"old"}, {{152, "1"}}));
     EXPECT_EQ(Named("old.nbf"), State.Paths.BackupPath);
-    EXPECT_EQ("an earlier backup", Content(old));
+    EXPECT_EQ("an earlier backup", ReadBytes(old));
     EXPECT_EQ((Events{"show 125", "save TOLKROM187", "hide 125", "show 152", "end 152", "end 125"}),
               user_.events);
 }
@@ -201,7 +189,7 @@ TEST_F(SaveSequence, a_full_drive_shows_its_page_and_brings_the_offer_back) {
     EXPECT_EQ(1, Save({folder_ / "new", old},
                       {{145, "2"}, {125, "1030"}, {152, "1"}, {145, "2"}, {125, "1"}}));
     EXPECT_FALSE(std::filesystem::exists(folder_ / "new.nbf"));
-    EXPECT_EQ("an earlier backup", Content(old));
+    EXPECT_EQ("an earlier backup", ReadBytes(old));
     EXPECT_EQ((Events{"show 125", "save TOLKROM187", "hide 125", "show 145", "end 145", "show 125",
                       "save TOLKROM187", "hide 125", "show 152", "end 152", "show 145", "end 145",
                       "show 125", "end 125"}),

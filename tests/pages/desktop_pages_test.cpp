@@ -16,6 +16,11 @@
 #include <QPushButton>
 #include <QTest>
 
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <stdexcept>
 #include <thread>
 
 namespace {

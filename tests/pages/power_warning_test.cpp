@@ -3,8 +3,10 @@
 
 #include "pages/introduction_pages.h"
 #include "rapi/rapi.h"
-#include "testing/cradle.h"
 #include "testing/page_test.h"
+#include "testing/wizard_fixture.h"
+
+#include <optional>
 
 namespace {
 
@@ -16,9 +18,7 @@ protected:
         PageTest::SetUp();
         std::filesystem::remove_all(HomeOfTests().Device());
         cradle_.emplace(HomeOfTests(), test_support::CradleOptions{.run = {"--battery"}});
-        State.RapiInit.size = sizeof(State.RapiInit);
-        ASSERT_EQ(0, CeRapiInitEx(&State.RapiInit));
-        ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(RapiEvent(State.RapiInit), 1200000));
+        ConnectRapi();
         State.Link.StopReceive = false;
     }
     void TearDown() override {

@@ -53,8 +53,7 @@ protected:
         std::filesystem::remove_all(Home().Device());
         std::filesystem::copy(fresh, Home().Device(), std::filesystem::copy_options::recursive);
         Device().RestartHandheld({"--refuse-call", refused});
-        ASSERT_EQ(0, CeRapiInitEx(&State.RapiInit));
-        ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(RapiEvent(State.RapiInit), 1200000));
+        ConnectRapi();
     }
     std::filesystem::path DeviceFile(std::string path) {
         std::ranges::replace(path, '\\', '/');
@@ -145,8 +144,7 @@ TEST_F(DeviceChanges, find_their_rows_in_any_case_and_leave_no_handle_open) {
     ChangeDevice();
     ExpectSame(upper, Read(Home().Device()));
     EXPECT_NE(before, upper);
-    CeRapiUninit();
-    EXPECT_FALSE(Device().Handheld().Has("handles open"));
+    ExpectNoOpenHandles();
 }
 
 } // namespace

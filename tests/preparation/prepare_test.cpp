@@ -20,7 +20,7 @@ protected:
         HandheldTest::Connect(options);
         State.Image.ImageVersion = VersionNumber(version);
         State.Run.UpgradeUnderway = true;
-        State.Windows.MainWindow = OpenMainWindow();
+        State.Windows.MainWindow = OpenPlainWindow("wizard");
         SetText(State.Paths.ImagePath, "Z:\\image.nbf");
         SetText(State.Paths.SerialPortName, "COM1:");
         DeleteProgressRecord();
@@ -32,16 +32,6 @@ protected:
             DestroyWindow(State.Windows.MainWindow);
         State.Windows.MainWindow = nullptr;
         HandheldTest::TearDown();
-    }
-
-    static HWND OpenMainWindow() {
-        WNDCLASSEXA windowClass = {};
-        windowClass.cbSize = sizeof(windowClass);
-        windowClass.lpfnWndProc = DefWindowProcA;
-        windowClass.lpszClassName = "PREPARETEST";
-        RegisterClassExA(&windowClass);
-        return CreateWindowExA(0, "PREPARETEST", "wizard", WS_OVERLAPPEDWINDOW, 0, 0, 0, 0, nullptr,
-                               nullptr, nullptr, nullptr);
     }
 
     void ExpectSame(const std::string& name) {

@@ -24,8 +24,7 @@ TEST(Awake, the_pc_is_kept_from_sleeping_by_a_backup_and_by_a_transfer) {
     wizard.Send("1035");
     EXPECT_TRUE(manager.Requests().empty());
     GoToBackup(wizard, home.Path("saved.nbf").string());
-    wizard.ExpectPage(BackupPage);
-    wizard.ExpectPage(UpgradeReadyPage);
+    wizard.ExpectPages({BackupPage, UpgradeReadyPage});
     ExpectHeld(manager, 0);
     wizard.Send("1");
     wizard.ExpectPage(PreparePage);

@@ -5,6 +5,7 @@
 #include "tests/roads/road.h"
 
 #include <csignal>
+#include <fstream>
 #include <optional>
 
 #include <fcntl.h>
@@ -69,9 +70,6 @@ protected:
         EXPECT_FALSE(HasProgressRecord(home_));
         EXPECT_FALSE(IsWholeImage(Written()));
     }
-    bool IsOnDevice(const std::string& name) {
-        return std::filesystem::exists(cradle_->File(name));
-    }
     std::string Written() const { return ReadBytes(file_); }
     std::string Whole() const { return HeaderFor("TOLKP1000-ENG-1.10", rom_) + rom_; }
 
@@ -105,7 +103,7 @@ TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_has_arrived) {
         SCOPED_TRACE(failure.faults[0]);
         Connect(failure.faults);
         ExpectFailure(Begin(), failure.page);
-        EXPECT_TRUE(IsOnDevice("Temp/sarvel.exe"));
+        EXPECT_TRUE(cradle_->HasFile("Temp/sarvel.exe"));
         const std::string part = std::string(Header, '\0') + rom_.substr(0, failure.good * Piece);
         const std::string written = Written();
         if (failure.pieces == 0) {
@@ -128,7 +126,7 @@ TEST_F(Backup, without_its_program_on_the_pc_does_not_start_an_old_one) {
     std::ofstream(cradle_->File("Temp/sarvel.exe")) << "old";
     std::filesystem::remove(home_.Tree() / "English/SARVEL.EXE");
     ExpectFailure(Begin(), RemoteProgramErrorPage);
-    EXPECT_FALSE(IsOnDevice("Temp/sarvel.exe"));
+    EXPECT_FALSE(cradle_->HasFile("Temp/sarvel.exe"));
     EXPECT_FALSE(cradle_->Handheld().Has("no whole program"));
 }
 
@@ -157,10 +155,7 @@ TEST_F(Backup, with_a_piece_cut_short_does_not_verify_and_is_not_restored) {
     EXPECT_EQ(Header + RomSize, Written().size());
     WizardRun restore(home_);
     GoToActionChoice(restore);
-    restore.Send("1036");
-    restore.ExpectLine("== open ==");
-    restore.Send(file_.filename().string());
-    restore.ExpectPage(BusyPage);
+    ChooseRestore(restore, file_.filename().string());
     restore.Answer(ChecksumErrorPage, "2");
     EXPECT_EQ(0, restore.Wait());
 }
@@ -229,7 +224,7 @@ TEST_F(BackupDisk, that_fills_up_half_way_ends_with_error_109) {
     EXPECT_GT(written.size(), 16U << 20);
     EXPECT_FALSE(IsWholeImage(written));
     for (const char* left : {"Temp/image.nb", "Temp/sarvel.exe"})
-        EXPECT_TRUE(std::filesystem::exists(cradle_->File(left))) << left;
+        EXPECT_TRUE(cradle_->HasFile(left)) << left;
 }
 
 TEST_F(BackupDisk, that_is_too_small_brings_the_offer_back_for_an_old_and_a_new_file) {

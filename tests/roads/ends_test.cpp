@@ -4,7 +4,10 @@
 
 #include "tests/roads/road.h"
 
+#include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 namespace {
 
@@ -84,12 +87,14 @@ TEST(End, no_handheld_and_no_record_is_error_101) {
     ExpectQuit(wizard, ConnectionErrorPage);
 }
 
+constexpr char OldRecord[] =
+    "[HKEY_CURRENT_USER\\Software\\FlashUtility]\n\"Flash\"=dword:00000001\n";
+
 TEST(End, leaving_the_choice_of_the_link_keeps_an_old_record) {
     TestHome home;
     home.AddLanguageFolder();
     Cradle cradle(home);
-    std::ofstream(home.Home() / "registry.reg", std::ios::app)
-        << "\n[HKEY_CURRENT_USER\\Software\\FlashUtility]\n\"Flash\"=dword:00000001\n";
+    AppendToRegistry(home, OldRecord);
     WizardRun wizard(home);
     wizard.ExpectPage(BusyPage); // no introduction
     ExpectQuit(wizard, ConnectionTypePage);
@@ -100,12 +105,10 @@ TEST(End, passing_the_choice_of_the_link_forgets_an_old_record) {
     TestHome home;
     home.AddLanguageFolder();
     Cradle cradle(home);
-    std::ofstream(home.Home() / "registry.reg", std::ios::app)
-        << "\n[HKEY_CURRENT_USER\\Software\\FlashUtility]\n\"Flash\"=dword:00000001\n";
+    AppendToRegistry(home, OldRecord);
     WizardRun wizard(home);
     ChooseSerial(wizard);
-    wizard.ExpectPage(BusyPage);
-    wizard.ExpectPage(BusyPage);
+    wizard.ExpectPages({BusyPage, BusyPage});
     ExpectQuit(wizard, ActionChoicePage);
     EXPECT_FALSE(HasProgressRecord(home));
 }
@@ -268,10 +271,7 @@ TEST(End, an_image_larger_than_the_flash_ends_an_upgrade_but_not_a_restore) {
     }
     WizardRun wizard(home);
     GoToActionChoice(wizard);
-    wizard.Send("1036");
-    wizard.ExpectLine("== open ==");
-    wizard.Send(large.string());
-    wizard.ExpectPage(BusyPage);
+    ChooseRestore(wizard, large.string());
     wizard.Answer(ImageTooLargePage, "2");
     wizard.Answer(ActionChoicePage, "1036");
     wizard.ExpectLine("== open ==");

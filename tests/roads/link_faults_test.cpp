@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <stdexcept>
+
 namespace {
 
 using namespace test_support;

@@ -12,6 +12,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
 
 namespace {
 

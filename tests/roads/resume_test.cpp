@@ -7,6 +7,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 namespace {
 
@@ -24,19 +25,18 @@ struct Record {
     bool heldBack = false; // the note beside it
 };
 
-// The registry's own text; the manager has written the head of the file.
 void WriteRecord(const TestHome& home, const Record& record) {
-    std::string path = "Z:" + record.image.string();
-    std::string escaped;
-    for (const char character : path)
-        escaped += character == '/' ? "\\\\" : std::string(1, character);
-    std::ofstream(home.Home() / "registry.reg", std::ios::app)
-        << "\n[HKEY_CURRENT_USER\\Software\\FlashUtility]\n"
-        << "\"Flash\"=dword:00000001\n\"Language\"=\"" << record.folder << "\"\n\"ModelID\"=\""
-        << record.model << "\"\n\"Lang\"=\"" << record.language << "\"\n\"Version\"=\"1.10\"\n"
-        << "\"USB\"=dword:0000000" << record.usb << "\n\"FlashFile\"=\"" << escaped << "\"\n"
-        << (record.critical ? "\"Critical\"=dword:00000001\n" : "")
-        << (record.heldBack ? "\n[HKEY_CURRENT_USER\\Software\\FlashUtilityHeldBack]\n" : "");
+    std::string path;
+    for (const char character : test_support::WindowsPathOf(record.image))
+        path += character == '\\' ? "\\\\" : std::string(1, character);
+    std::ostringstream text;
+    text << "[HKEY_CURRENT_USER\\Software\\FlashUtility]\n"
+         << "\"Flash\"=dword:00000001\n\"Language\"=\"" << record.folder << "\"\n\"ModelID\"=\""
+         << record.model << "\"\n\"Lang\"=\"" << record.language << "\"\n\"Version\"=\"1.10\"\n"
+         << "\"USB\"=dword:0000000" << record.usb << "\n\"FlashFile\"=\"" << path << "\"\n"
+         << (record.critical ? "\"Critical\"=dword:00000001\n" : "")
+         << (record.heldBack ? "\n[HKEY_CURRENT_USER\\Software\\FlashUtilityHeldBack]\n" : "");
+    AppendToRegistry(home, text.str());
 }
 
 // As a transfer leaves it that died before the held-back block.
@@ -111,8 +111,7 @@ TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
         RestartInFlasher(home, cradle, one.faults);
         for (const bool again : {false, true}) {
             WizardRun wizard(home);
-            wizard.ExpectPage(BusyPage);
-            wizard.ExpectPage(ProgressPage);
+            wizard.ExpectPages({BusyPage, ProgressPage});
             wizard.Answer(one.page, "esc");
             const bool gone = again && one.noted;
             if (one.page == PortErrorPage && gone)
@@ -140,8 +139,7 @@ TEST(Resume, an_old_mark_of_the_bootloader_does_not_choose_the_page_of_a_fresh_r
         wizard.ExpectPage(page);
     wizard.Send("1035");
     ConfirmUpgrade(wizard);
-    wizard.ExpectPage(PreparePage);
-    wizard.ExpectPage(ProgressPage);
+    wizard.ExpectPages({PreparePage, ProgressPage});
     wizard.Answer(UpgradeErrorPage, "2");
     EXPECT_EQ(0, wizard.Wait());
     EXPECT_FALSE(IsMarkedCritical(home));
@@ -160,8 +158,7 @@ TEST(Resume, an_image_without_a_held_back_block_is_not_announced) {
         else
             RestartInFlasher(home, cradle, {"--log", log});
         WizardRun wizard(home);
-        wizard.ExpectPage(BusyPage);
-        wizard.ExpectPage(ProgressPage);
+        wizard.ExpectPages({BusyPage, ProgressPage});
         wizard.Answer(ImageOpenErrorPage, "2");
         EXPECT_EQ(0, wizard.Wait());
         EXPECT_TRUE(HasProgressRecord(home));
@@ -204,8 +201,7 @@ TEST(Resume, the_bootloader_hears_every_block_in_order_and_erased_flash_behind_t
         if (more != 0)
             MoveToSecondPort(home);
         WizardRun wizard(home);
-        wizard.ExpectPage(BusyPage);
-        wizard.ExpectPage(ProgressPage);
+        wizard.ExpectPages({BusyPage, ProgressPage});
         wizard.ExpectLine("30 minutes"); // the serial link's, whatever the first attempt used
         for (const char* percentage : {"33%", "66%", "99%", "133%", "100%"})
             wizard.ExpectLine(percentage);
@@ -234,8 +230,7 @@ TEST(Resume, a_full_size_image_goes_to_the_flasher_over_usb_and_to_the_bootloade
         else
             RestartInFlasher(home, cradle);
         WizardRun wizard(home);
-        wizard.ExpectPage(BusyPage);
-        wizard.ExpectPage(ProgressPage);
+        wizard.ExpectPages({BusyPage, ProgressPage});
         wizard.ExpectLine(bootloader ? "60 minutes" : "8 minutes");
         wizard.ExpectLine(bootloader ? "100%" : "98%");
         FinishUpgrade(wizard, FinishUsbPage);

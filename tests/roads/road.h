@@ -8,11 +8,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 namespace road {
 
+using test_support::AppendToRegistry;
 using test_support::Cradle;
 using test_support::CradleOptions;
 using test_support::HasProgressRecord;
@@ -37,9 +37,8 @@ inline void MoveToSecondPort(const TestHome& home) {
     std::filesystem::copy_symlink(ports / "COM1", ports / "COM2");
     std::filesystem::remove(ports / "COM1");
     std::filesystem::create_symlink("no such port", ports / "COM1");
-    std::ofstream(home.Home() / "registry.reg", std::ios::app)
-        << "\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows CE Services]\n"
-        << "\"SerialPort\"=\"COM2\"\n";
+    AppendToRegistry(home, "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows CE Services]\n"
+                           "\"SerialPort\"=\"COM2\"\n");
 }
 
 // Radio buttons of ConnectionTypePage.
@@ -58,9 +57,15 @@ inline void ChooseSerial(WizardRun& wizard) { ChooseLink(wizard, Serial); }
 inline void GoToActionChoice(WizardRun& wizard, const char* link = Serial) {
     PassIntroduction(wizard);
     ChooseLink(wizard, link);
-    wizard.ExpectPage(BusyPage); // identification
-    wizard.ExpectPage(BusyPage); // verification
-    wizard.ExpectPage(ActionChoicePage);
+    wizard.ExpectPages({BusyPage, BusyPage, ActionChoicePage}); // identification, verification
+}
+
+// From the choice of the action to the check of the file that is to be restored.
+inline void ChooseRestore(WizardRun& wizard, const std::string& file) {
+    wizard.Send("1036");
+    wizard.ExpectLine("== open ==");
+    wizard.Send(file);
+    wizard.ExpectPage(BusyPage);
 }
 
 inline void ConfirmUpgrade(WizardRun& wizard) {

@@ -72,8 +72,7 @@ TEST_F(AtTerminal, a_backup_and_its_restore_use_no_colours_where_the_user_wants_
         GoToBackup(wizard, saved.string());
         wizard.ExpectPage(BackupPage);
         wizard.Answer(UpgradeReadyPage, "1");
-        wizard.ExpectPage(PreparePage);
-        wizard.ExpectPage(ProgressPage);
+        wizard.ExpectPages({PreparePage, ProgressPage});
         FinishUpgrade(wizard, FinishUsbPage);
         EXPECT_EQ(0, wizard.Wait());
         ExpectToFit(wizard);
@@ -83,13 +82,9 @@ TEST_F(AtTerminal, a_backup_and_its_restore_use_no_colours_where_the_user_wants_
     cradle.Reset();
     WizardRun wizard = Start(home);
     GoToActionChoice(wizard);
-    wizard.Send("1036");
-    wizard.ExpectLine("== open ==");
-    wizard.Send(saved.string());
-    wizard.ExpectPage(BusyPage);
+    ChooseRestore(wizard, saved.string());
     ConfirmUpgrade(wizard);
-    wizard.ExpectPage(PreparePage);
-    wizard.ExpectPage(ProgressPage);
+    wizard.ExpectPages({PreparePage, ProgressPage});
     FinishUpgrade(wizard);
     EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(saved));
@@ -108,8 +103,7 @@ TEST_F(AtTerminal, an_upgrade_that_was_broken_off_is_resumed_by_the_next_run) {
     }
     cradle.Reset();
     WizardRun wizard = Start(home);
-    wizard.ExpectPage(BusyPage);
-    wizard.ExpectPage(ProgressPage);
+    wizard.ExpectPages({BusyPage, ProgressPage});
     FinishUpgrade(wizard);
     EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(image));

@@ -4,13 +4,13 @@
 #include "state/progress_record.h"
 
 #include "state/state.h"
+#include "testing/registry_values.h"
+#include "testing/test_home.h"
 #include "wizard/conclusion.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
 
 namespace {
@@ -19,13 +19,7 @@ constexpr char RecordKey[] = "Software\\FlashUtility";
 
 class ProgressRecord : public testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        char folder[] = "/tmp/progress-record-XXXXXX";
-        ASSERT_TRUE(mkdtemp(folder));
-        home_ = folder;
-        setenv("ROM_WIZARD_HOME", folder, 1);
-    }
-    static void TearDownTestSuite() { std::filesystem::remove_all(home_); }
+    static void SetUpTestSuite() { test_support::HomeOfTests(); }
 
     void SetUp() override {
         DeleteProgressRecord();
@@ -58,20 +52,13 @@ protected:
     }
 
     static void Write(const char* name, DWORD type, const std::string& data) {
-        HKEY key = nullptr;
-        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_CURRENT_USER, RecordKey, 0, nullptr, 0,
-                                                 KEY_ALL_ACCESS, nullptr, &key, nullptr));
-        RegSetValueExA(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                       static_cast<DWORD>(data.size()));
-        RegCloseKey(key);
+        test_support::StoreValue(HKEY_CURRENT_USER, RecordKey, name, type, data);
     }
 
     static std::string Padded(std::string text, std::size_t size) {
         text.resize(size, '\0');
         return text;
     }
-
-    static inline std::string home_;
 };
 
 TEST_F(ProgressRecord, is_stored_to_the_byte) {

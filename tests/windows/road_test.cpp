@@ -1,13 +1,13 @@
 // Whole runs of the Windows program against the simulated handheld, in the time that they take.
 // label: windows
 
+#include "testing/cradle.h"
 #include "testing/wine.h"
-
-#include "testing/image_file.h"
+#include "testing/wizard_run.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -95,13 +95,6 @@ protected:
         EXPECT_EQ(0, wizard.Wait()) << wizard.User().Transcript();
     }
 
-    // A file of the host as Windows names it.
-    static std::string WindowsPath(const std::filesystem::path& path) {
-        std::string name = "Z:" + path.string();
-        std::ranges::replace(name, '/', '\\');
-        return name;
-    }
-
     // An upgrade that dies on the way, after so many bytes.
     void BreakOff(const std::string& bytes, int page) {
         Connect({.run = {"--dies-at", bytes}});
@@ -145,7 +138,7 @@ TEST_F(Windows, a_backup_is_saved_and_restored) {
         wizard.Send("1035");
         AnswerPages(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1030"}});
         wizard.User().ExpectLine("== save ==");
-        wizard.Send(WindowsPath(saved));
+        wizard.Send(WindowsPathOf(saved));
         wizard.Answer(UpgradeReadyPage, "2");
         EXPECT_EQ(0, wizard.Wait());
     }
@@ -157,7 +150,7 @@ TEST_F(Windows, a_backup_is_saved_and_restored) {
     GoToActionChoice(wizard);
     wizard.Send("1036");
     wizard.User().ExpectLine("== open ==");
-    wizard.Send(WindowsPath(saved));
+    wizard.Send(WindowsPathOf(saved));
     AnswerPages(wizard,
                 {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
     AwaitTransfer();

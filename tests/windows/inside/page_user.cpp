@@ -12,7 +12,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>

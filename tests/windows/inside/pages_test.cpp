@@ -11,6 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <thread>
