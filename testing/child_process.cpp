@@ -167,7 +167,7 @@ void ChildProcess::Read() {
         if (poll(&readable, 1, StopPollMilliseconds) <= 0)
             continue;
         const ssize_t count = read(output_, bytes, sizeof(bytes));
-        ended = count <= 0; // a terminal whose other side is gone gives an error
+        ended = count <= 0; // a read from a terminal whose other side is closed fails
         const std::lock_guard lock(mutex_);
         for (ssize_t at = 0; at < count; ++at) {
             if (bytes[at] == '\n') {

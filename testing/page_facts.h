@@ -1,4 +1,4 @@
-// The index of all pages: what each shows, control by control, and what each of its commands gives.
+// The index of all pages: what each shows, control by control, and the result of each command.
 // The table is written from the pages as they are specified to the user, apart from the rows that
 // it judges. It serves tests on every host and so includes nothing but the wizard and the platform.
 #pragma once
@@ -164,6 +164,11 @@ inline std::string PictureName(const PageFacts& facts) {
                                                             : "";
     return std::to_string(facts.dialog) + mark + ".png";
 }
+
+// Of a test with these facts as its parameter.
+inline constexpr auto NameOfPage = [](const auto& facts) {
+    return "page_" + std::to_string(facts.param.dialog) + "_at_" + std::to_string(facts.index);
+};
 
 inline std::vector<std::string> Split(const std::string& text, char separator) {
     std::vector<std::string> parts;

@@ -1,5 +1,5 @@
-// Pages as a user meets them: the wizard's own rows on the layer's real dialogs, with a display
-// that plays the user and keeps what was on the screen.
+// A fixture for the wizard's pages on the platform's real dialogs, with a display that plays the
+// user and keeps what was on the screen.
 #pragma once
 
 #include "frame/page.h"

@@ -45,7 +45,7 @@ std::vector<Write> FlasherWrites() {
     return writes;
 }
 
-// The last block is behind the image and is asked for, but not answered.
+// The last block is behind the image; the bootloader requests it, but does not answer it.
 std::vector<Write> BootloaderWrites() {
     constexpr std::uint64_t Block = 12 + 0x40000;
     std::vector<Write> writes = {{"start", 0, 2}, {"sync", 2, 9}, {"record", 9, 17}};
@@ -58,7 +58,7 @@ std::vector<Write> WritesOf(Start start) {
     return start == Start::Bootloader ? BootloaderWrites() : FlasherWrites();
 }
 
-// What a tty holds for a device that takes nothing more: less than the first, more than the second.
+// The bytes that a tty buffers for a device that reads nothing more lie between these two.
 constexpr std::uint64_t MoreThanATtyHolds = 0x18000;
 constexpr std::uint64_t LessThanATtyHolds = 0x400;
 
@@ -135,7 +135,7 @@ std::pair<std::uint64_t, std::uint64_t> CountedPieces(const Cut& cut) {
     const std::uint64_t whole = (cut.position - firstPiece) / PreparedHomes::PieceSize;
     const std::uint64_t inside = (cut.position - firstPiece) % PreparedHomes::PieceSize;
     // Into a port that has hung up a write is over at once, and it counts: what it went to cannot
-    // be known. A device that is only dead holds it back, if it is more than the tty takes.
+    // be known. A device that is only dead blocks it, if it is more than the tty buffers.
     if (cut.kind != CutKind::Dead)
         return {inside == 0 ? whole : whole + 1, whole + 1};
     const std::uint64_t left = PreparedHomes::PieceSize - inside;

@@ -155,7 +155,7 @@ int Trial::AnswerPages(bool toTheTransfer) {
     for (;;) {
         const int page = wizard_->NextPage();
         if (page == ConnectionTypePage) {
-            wizard_->Send(link_ == Link::Serial ? "1151" : "1150");
+            wizard_->Send(link_ == Link::Serial ? Serial : Usb);
             wizard_->Send("1");
             continue;
         }

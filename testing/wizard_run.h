@@ -45,6 +45,10 @@ enum Page {
     UpgradeDonePage = 167,
 };
 
+// Radio buttons of ConnectionTypePage.
+constexpr char Usb[] = "1150";
+constexpr char Serial[] = "1151";
+
 } // namespace pages
 
 class WizardRun {

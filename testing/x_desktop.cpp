@@ -1,6 +1,6 @@
 // An X server in memory, and keys through its test extension.
 //
-// Windows have no manager here. The toolkit takes the focus for a window itself then, and a key is
+// No window manager runs. The toolkit sets the focus to a new window itself then, and a key is
 // pressed only once the window that it is meant for has it.
 
 #include "testing/x_desktop.h"
@@ -104,7 +104,7 @@ xcb_window_t XDesktop::Find(const std::string& role) {
     return 0;
 }
 
-// The toolkit gives the focus to a window of its own inside.
+// The toolkit sets the focus to a child window of its own.
 bool XDesktop::HasFocus(xcb_window_t window) {
     const auto focus = MakeReplyPointer(
         xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));

@@ -1,6 +1,5 @@
-// What the frame promises to all pages beyond their rows: the end of the run, the middle of the
-// screen, pages that do not block, the bar.
-// label: threads
+// What the frame does for all pages: ends them with the run, centres them on the screen, opens
+// pages that do not block, moves the progress bar. label: threads
 
 #include "frame/page.h"
 
@@ -39,7 +38,7 @@ TEST_F(Frame, the_end_of_the_run_ends_a_page_that_is_up_without_a_result) {
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
     user_.steps.clear();
-    CloseMainWindow(); // a second end, from whoever else met a failure, does nothing
+    CloseMainWindow(); // a second end, after another failure, does nothing
 }
 
 TEST_F(Frame, the_main_window_goes_with_the_run_but_not_while_a_transfer_runs) {

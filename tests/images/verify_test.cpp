@@ -32,7 +32,7 @@ TEST_F(VerifyImageTest, passes_a_good_image_and_learns_the_flash_size) {
     State.Handheld.FlashSizeMB = 0;
     EXPECT_EQ(Verification::Passed, VerdictOn(Image()));
     EXPECT_EQ(3, State.Handheld.FlashSizeMB);
-    EXPECT_FALSE(IsOnDevice("Temp/type.dat")); // or the next question would meet the old answer
+    EXPECT_FALSE(IsOnDevice("Temp/type.dat")); // or the next check would read the old answer
     EXPECT_TRUE(IsOnDevice("Temp/Tesselor.exe"));
     EXPECT_EQ(Verification::Passed, VerdictOn(Image()));
 }

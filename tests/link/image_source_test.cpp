@@ -62,7 +62,7 @@ TEST_F(ImageSource, is_filled_up_behind_the_end_of_the_file_and_nowhere_else) {
 
     Open(0x80020);
     EXPECT_TRUE(Read(0x40000));
-    std::filesystem::resize_file(path_, 0x60000); // by somebody who does not ask
+    std::filesystem::resize_file(path_, 0x60000); // by a host program, which ignores locks
     EXPECT_FALSE(Read(0x40000));
 
     Open(0x80020);

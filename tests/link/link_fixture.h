@@ -1,4 +1,4 @@
-// The link on a real terminal pair, in this process: the test is the device.
+// A fixture with the link on a real terminal pair, in this process: the test is the device.
 #pragma once
 
 #include "link/port.h"
@@ -40,7 +40,7 @@ protected:
 
     void SetUp() override { Connect(true); }
 
-    // Both names lead to the one terminal.
+    // Both ports are links to the one terminal.
     void Connect(bool serial) {
         device_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
         ASSERT_GE(device_, 0);
@@ -61,7 +61,7 @@ protected:
         HangUp();
     }
 
-    // As a sender does that has seen the token.
+    // What a sender does once it has read the token.
     static void ConsumeToken() {
         State.Link.SenderLooks += 2;
         ClearReceivedToken();

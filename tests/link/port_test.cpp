@@ -113,7 +113,7 @@ TEST_F(LinkTest, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_
     }
     State.Run.TransferAborted = false;
     outputQueue = -1;
-    HangUp(); // nobody can be asked any more
+    HangUp(); // the driver cannot be asked any more
     EXPECT_TRUE(ComesTrue([] { return AwaitOutputSent(); }));
 }
 

@@ -1,4 +1,5 @@
-// Each page of the index with the page on the screen: its controls, and what its commands give.
+// Each page of the index against the page on the screen: its controls, and the results of its
+// commands.
 
 #include "platform/drawing.h"
 #include "platform/terminal_display.h"

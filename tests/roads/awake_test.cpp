@@ -20,8 +20,7 @@ TEST(Awake, the_pc_is_kept_from_sleeping_by_a_backup_and_by_a_transfer) {
     LoginManager manager(home.Path().string());
     Cradle cradle(home, {.flashMegabytes = 16, .run = {"--silent-at", "start"}});
     WizardRun wizard(home, manager.Variables());
-    GoToActionChoice(wizard);
-    wizard.Send("1035");
+    ChooseUpgrade(wizard);
     EXPECT_TRUE(manager.Requests().empty());
     GoToBackup(wizard, home.Path("saved.nbf").string());
     wizard.ExpectPages({BackupPage, UpgradeReadyPage});

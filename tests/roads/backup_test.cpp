@@ -48,8 +48,7 @@ protected:
     // The backup is under way; the user has let the old file be replaced.
     WizardRun& Begin(const char* clock = "100") {
         wizard_.emplace(home_, Environment{{"ROM_WIZARD_CLOCK", clock}});
-        GoToActionChoice(*wizard_);
-        wizard_->Send("1035");
+        ChooseUpgrade(*wizard_);
         GoToBackup(*wizard_, file_.filename().string());
         wizard_->Answer(FileExistsPage, "1");
         wizard_->ExpectPage(BackupPage);
@@ -143,8 +142,7 @@ TEST_F(Backup, does_not_replace_a_file_in_use_nor_the_image_of_the_upgrade) {
     std::filesystem::remove(file_);
     std::filesystem::create_hard_link(image, file_);
     WizardRun& wizard = Begin();
-    wizard.Answer(ImageOpenErrorPage, "2");
-    EXPECT_EQ(0, wizard.Wait());
+    ExpectQuit(wizard, ImageOpenErrorPage);
     EXPECT_TRUE(ReadBytes(image) == before);
 }
 
@@ -156,8 +154,7 @@ TEST_F(Backup, with_a_piece_cut_short_does_not_verify_and_is_not_restored) {
     WizardRun restore(home_);
     GoToActionChoice(restore);
     ChooseRestore(restore, file_.filename().string());
-    restore.Answer(ChecksumErrorPage, "2");
-    EXPECT_EQ(0, restore.Wait());
+    ExpectQuit(restore, ChecksumErrorPage);
 }
 
 // Killed when the handheld has printed so many reads of a piece; 0: before the first.
@@ -191,8 +188,7 @@ protected:
         cradle_.emplace(home_, CradleOptions{.language = "JPN", .flashMegabytes = 32});
     }
     void GoToChoice(WizardRun& wizard) {
-        GoToActionChoice(wizard);
-        wizard.Send("1035");
+        ChooseUpgrade(wizard);
         wizard.Answer(VersionConfirmPage, "1");
         wizard.ExpectPage(BackupChoicePage);
     }
@@ -218,8 +214,7 @@ TEST_F(BackupDisk, that_fills_up_half_way_ends_with_error_109) {
     wizard.Send("1030");
     Save(wizard, "TOLKROM110", "new");
     wizard.ExpectPage(BackupPage);
-    wizard.Answer(BackupFailedPage, "2");
-    EXPECT_EQ(0, wizard.Wait());
+    ExpectQuit(wizard, BackupFailedPage);
     const std::string written = ReadBytes(home_.Tree() / "new.nbf");
     EXPECT_GT(written.size(), 16U << 20);
     EXPECT_FALSE(IsWholeImage(written));

@@ -56,10 +56,11 @@ protected:
         Press(BackupChoicePage, {"Tab", "Tab", "Return"}); // past the one that leaves
         Press(UpgradeReadyPage, {"Return"});
     }
-    void FinishUpgrade(int lastPage) {
+    void FinishUpgrade(WizardRun& wizard, int lastPage) {
         Press(UpgradeDonePage, {"Return"});
         home_.AwaitConnectionManager();
         Press(lastPage, {"Tab", "space", "Return"}); // no readme
+        EXPECT_EQ(0, wizard.Wait());
     }
 
     TestHome home_;
@@ -79,8 +80,7 @@ TEST_F(Desk, an_upgrade_needs_only_the_keyboard_and_shows_its_progress_in_the_ta
     ConfirmWithoutBackup();
     desktop_.AwaitPage(ProgressPage);
     desktop_.Press("Escape"); // nothing comes of it
-    FinishUpgrade(FinishPage);
-    EXPECT_EQ(0, wizard.Wait());
+    FinishUpgrade(wizard, FinishPage);
     std::vector<int> progress = bus.Progress(); // in the task bar; at last nothing
     ASSERT_GT(progress.size(), 3U);
     EXPECT_EQ(-1, progress.back());
@@ -106,8 +106,7 @@ TEST_F(Desk, a_backup_is_saved_and_restored_by_the_keyboard) {
         Press(BackupChoicePage, {"Alt+s"});
         EnterFileName(saved);
         Press(UpgradeReadyPage, {"Return"});
-        FinishUpgrade(FinishUsbPage);
-        EXPECT_EQ(0, wizard.Wait());
+        FinishUpgrade(wizard, FinishUsbPage);
         cradle.Handheld().ExpectLine(": complete");
     }
     EXPECT_FALSE(cradle.FlashEquals(saved));
@@ -117,8 +116,7 @@ TEST_F(Desk, a_backup_is_saved_and_restored_by_the_keyboard) {
     Press(ActionChoicePage, {"Tab", "Tab", "space"});
     EnterFileName(saved);
     ConfirmWithoutBackup();
-    FinishUpgrade(FinishPage);
-    EXPECT_EQ(0, wizard.Wait());
+    FinishUpgrade(wizard, FinishPage);
     EXPECT_TRUE(cradle.FlashEquals(saved));
 }
 
@@ -136,8 +134,7 @@ TEST_F(Desk, an_upgrade_that_was_broken_off_is_resumed_by_the_next_run) {
     EXPECT_TRUE(HasProgressRecord(home_));
     cradle.Reset();
     WizardRun wizard(home_, Variables());
-    FinishUpgrade(FinishPage);
-    EXPECT_EQ(0, wizard.Wait());
+    FinishUpgrade(wizard, FinishPage);
     EXPECT_TRUE(cradle.FlashEquals(image));
     EXPECT_FALSE(HasProgressRecord(home_));
 }

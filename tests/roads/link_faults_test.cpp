@@ -56,7 +56,7 @@ const Fault Faults[] = {
     {Start::Bootloader, Link::Serial, {"--stray-at", "start"}, UpgradeDonePage},
     {Start::Bootloader, Link::Serial, {"--stray-at", "sync"}, UpgradeDonePage},
     {Start::Bootloader, Link::Usb, {"--stray-at", "2"}, UpgradeDonePage},
-    // On USB the first token may be taken while its double is still being read, which then counts
+    // On USB the first token may be cleared while its double is still being read, which then counts
     // for the next piece; the flasher refuses what comes early, so either end may follow.
     {Start::Resumed, Link::Serial, {"--burst-at", "start"}, UpgradeDonePage},
     {Start::Resumed, Link::Serial, {"--burst-at", "2"}, UpgradeDonePage},
@@ -86,7 +86,7 @@ const Fault Faults[] = {
      Link::Usb,
      {"--late-at", "sync", "--late-by", "240000"},
      CommunicationErrorPage},
-    // It takes nothing in for that long, while the wizard writes.
+    // It reads nothing for that long, while the wizard writes.
     {Start::Fresh, Link::Serial, {"--deaf-at", "2", "--deaf-for", "32000"}, UpgradeDonePage},
     {Start::Resumed, Link::Usb, {"--deaf-at", "2", "--deaf-for", "32000"}, UpgradeDonePage},
     {Start::Resumed, Link::Serial, {"--deaf-at", "2", "--deaf-for", "240000"}, UpgradeErrorPage},

@@ -1,5 +1,6 @@
 // Random bytes from the device at random moments: no crash, an end within the timers, and no
-// success unless the device has taken every piece. Then the wizard runs again, without the noise.
+// success unless the device has received every piece. Then the wizard runs again, without the
+// noise.
 //
 // By hand, with more seeds: ROM_WIZARD_NOISE=COUNT,FIRST build/release/tests/roads_noise_test
 // label: threads

@@ -86,7 +86,8 @@ TEST(Resume, without_its_image_or_with_one_for_another_handheld_keeps_the_record
 }
 
 // A wizard that was killed in the held-back block has shown no page. Its flasher may be listening
-// still, and is asked over its own link; only where it is silent the note leads to the bootloader.
+// still, and is asked over its own link; only where it is silent the note makes it the bootloader's
+// turn.
 TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
     struct Case {
         const char* name;
@@ -104,9 +105,7 @@ TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.name);
-        TestHome home;
-        const fs::path image = home.AddLanguageFolder();
-        Cradle cradle(home);
+        auto&& [home, image, cradle] = PcWithHandheld();
         WriteRecord(home, {.image = image, .usb = one.usb, .heldBack = one.noted});
         RestartInFlasher(home, cradle, one.faults);
         for (const bool again : {false, true}) {
@@ -129,9 +128,7 @@ TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
 
 // With a handheld that answers, the transfer is one with its flasher, whatever the last one was.
 TEST(Resume, an_old_mark_of_the_bootloader_does_not_choose_the_page_of_a_fresh_run) {
-    TestHome home;
-    const fs::path image = home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--silent-at", "start"}});
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--silent-at", "start"}});
     WriteRecord(home, {.image = image, .critical = true});
     WizardRun wizard(home);
     ChooseSerial(wizard);
@@ -140,8 +137,7 @@ TEST(Resume, an_old_mark_of_the_bootloader_does_not_choose_the_page_of_a_fresh_r
     wizard.Send("1035");
     ConfirmUpgrade(wizard);
     wizard.ExpectPages({PreparePage, ProgressPage});
-    wizard.Answer(UpgradeErrorPage, "2");
-    EXPECT_EQ(0, wizard.Wait());
+    ExpectQuit(wizard, UpgradeErrorPage);
     EXPECT_FALSE(IsMarkedCritical(home));
 }
 
@@ -159,8 +155,7 @@ TEST(Resume, an_image_without_a_held_back_block_is_not_announced) {
             RestartInFlasher(home, cradle, {"--log", log});
         WizardRun wizard(home);
         wizard.ExpectPages({BusyPage, ProgressPage});
-        wizard.Answer(ImageOpenErrorPage, "2");
-        EXPECT_EQ(0, wizard.Wait());
+        ExpectQuit(wizard, ImageOpenErrorPage);
         EXPECT_TRUE(HasProgressRecord(home));
         EXPECT_EQ(bootloader ? Bytes{} : Bytes{0x41}, test_support::ReadFileBytes(log));
     }
@@ -206,7 +201,6 @@ TEST(Resume, the_bootloader_hears_every_block_in_order_and_erased_flash_behind_t
         for (const char* percentage : {"33%", "66%", "99%", "133%", "100%"})
             wizard.ExpectLine(percentage);
         FinishUpgrade(wizard, FinishUsbPage);
-        EXPECT_EQ(0, wizard.Wait());
         EXPECT_TRUE(test_support::ReadFileBytes(log) ==
                     BootloaderWire(test_support::ReadFileBytes(image)));
         EXPECT_EQ("", cradle.Refused());
@@ -234,7 +228,6 @@ TEST(Resume, a_full_size_image_goes_to_the_flasher_over_usb_and_to_the_bootloade
         wizard.ExpectLine(bootloader ? "60 minutes" : "8 minutes");
         wizard.ExpectLine(bootloader ? "100%" : "98%");
         FinishUpgrade(wizard, FinishUsbPage);
-        EXPECT_EQ(0, wizard.Wait());
         cradle.Handheld().ExpectLine(": complete");
         EXPECT_TRUE(cradle.FlashEquals(image));
         EXPECT_EQ("", cradle.Refused());

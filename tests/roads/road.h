@@ -23,6 +23,15 @@ using test_support::WizardRun;
 
 using namespace test_support::pages;
 
+// A folder tree with an image, and a handheld in its cradle.
+struct PcWithHandheld {
+    explicit PcWithHandheld(const CradleOptions& options = {}) : cradle(home, options) {}
+
+    TestHome home;
+    const std::filesystem::path image = home.AddLanguageFolder();
+    Cradle cradle;
+};
+
 inline void PassIntroduction(WizardRun& wizard) {
     wizard.Answer(UpgradeNoticePage, "1181");
     wizard.Answer(WelcomePage, "1");
@@ -41,10 +50,6 @@ inline void MoveToSecondPort(const TestHome& home) {
                            "\"SerialPort\"=\"COM2\"\n");
 }
 
-// Radio buttons of ConnectionTypePage.
-constexpr char Usb[] = "1150";
-constexpr char Serial[] = "1151";
-
 inline void ChooseLink(WizardRun& wizard, const char* link) {
     wizard.ExpectPage(BusyPage);
     wizard.Answer(ConnectionTypePage, link);
@@ -58,6 +63,11 @@ inline void GoToActionChoice(WizardRun& wizard, const char* link = Serial) {
     PassIntroduction(wizard);
     ChooseLink(wizard, link);
     wizard.ExpectPages({BusyPage, BusyPage, ActionChoicePage}); // identification, verification
+}
+
+inline void ChooseUpgrade(WizardRun& wizard, const char* link = Serial) {
+    GoToActionChoice(wizard, link);
+    wizard.Send("1035");
 }
 
 // From the choice of the action to the check of the file that is to be restored.
@@ -84,21 +94,29 @@ inline void GoToBackup(WizardRun& wizard, const std::string& file) {
 
 // Up to the transfer, which is then under way.
 inline void GoToTransfer(WizardRun& wizard, const char* link = Serial) {
-    GoToActionChoice(wizard, link);
-    wizard.Send("1035");
+    ChooseUpgrade(wizard, link);
     ConfirmUpgrade(wizard);
     wizard.ExpectPage(PreparePage);
     wizard.ExpectEnd(PreparePage);
     wizard.ExpectPage(ProgressPage);
 }
 
-// On USB the last page is another one than on a serial link.
+// The run ends with this page, by its Quit button.
+inline void ExpectQuit(WizardRun& wizard, int page, const std::string& button = "2") {
+    wizard.Answer(page, button);
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_EQ(page, wizard.Pages().back());
+}
+
+// From the end of the transfer to that of the run. On USB the last page is another one than on a
+// serial link.
 inline void FinishUpgrade(WizardRun& wizard, int lastPage = FinishPage) {
     wizard.Answer(UpgradeDonePage, "1181");
     wizard.Home().AwaitConnectionManager();
     wizard.ExpectPage(lastPage);
     wizard.Send("1134"); // no readme
     wizard.Send("1");
+    EXPECT_EQ(0, wizard.Wait());
 }
 
 } // namespace road

@@ -42,13 +42,10 @@ protected:
 };
 
 TEST_F(AtTerminal, an_upgrade_reads_in_80_columns_with_its_warnings_in_red) {
-    TestHome home;
-    const auto image = home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun wizard = Start(home);
     GoToTransfer(wizard);
     FinishUpgrade(wizard);
-    EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(image));
     ExpectToFit(wizard);
     for (const char* text : {"REMARQUE", "Ne retirez pas la connexion", "Consultez le CD"})
@@ -61,20 +58,16 @@ TEST_F(AtTerminal, an_upgrade_reads_in_80_columns_with_its_warnings_in_red) {
 }
 
 TEST_F(AtTerminal, a_backup_and_its_restore_use_no_colours_where_the_user_wants_none) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home, {.flashMegabytes = 16});
+    auto&& [home, image, cradle] = PcWithHandheld({.flashMegabytes = 16});
     const auto saved = home.Path("saved.nbf");
     {
         WizardRun wizard = Start(home, {{"NO_COLOR", "1"}});
-        GoToActionChoice(wizard, Usb);
-        wizard.Send("1035");
+        ChooseUpgrade(wizard, Usb);
         GoToBackup(wizard, saved.string());
         wizard.ExpectPage(BackupPage);
         wizard.Answer(UpgradeReadyPage, "1");
         wizard.ExpectPages({PreparePage, ProgressPage});
         FinishUpgrade(wizard, FinishUsbPage);
-        EXPECT_EQ(0, wizard.Wait());
         ExpectToFit(wizard);
         EXPECT_FALSE(wizard.Process().Has("\033"));
         cradle.Handheld().ExpectLine(": complete");
@@ -86,35 +79,29 @@ TEST_F(AtTerminal, a_backup_and_its_restore_use_no_colours_where_the_user_wants_
     ConfirmUpgrade(wizard);
     wizard.ExpectPages({PreparePage, ProgressPage});
     FinishUpgrade(wizard);
-    EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(saved));
 }
 
 TEST_F(AtTerminal, an_upgrade_that_was_broken_off_is_resumed_by_the_next_run) {
-    TestHome home;
-    const auto image = home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--dies-at", "300000"}});
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--dies-at", "300000"}});
     {
         WizardRun wizard = Start(home);
         GoToTransfer(wizard);
-        wizard.Answer(UpgradeErrorPage, "");
-        EXPECT_EQ(0, wizard.Wait());
+        ExpectQuit(wizard, UpgradeErrorPage, "");
         ExpectToFit(wizard);
     }
     cradle.Reset();
     WizardRun wizard = Start(home);
     wizard.ExpectPages({BusyPage, ProgressPage});
     FinishUpgrade(wizard);
-    EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(image));
     ExpectToFit(wizard);
 }
 
 // Held up between two of its tokens, so that it lasts for as long as the user needs.
 TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_and_not_by_the_end_of_the_terminal) {
-    TestHome home;
-    const auto image = home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--late-at", "start", "--late-by", "40000"}});
+    auto&& [home, image, cradle] =
+        PcWithHandheld({.run = {"--late-at", "start", "--late-by", "40000"}});
     WizardRun wizard = Start(home, {{"ROM_WIZARD_CLOCK", "3,500"}});
     GoToTransfer(wizard);
     cradle.Handheld().ExpectLine("late at start");
@@ -132,9 +119,7 @@ TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_and_not_by_the_end_of_the_
 }
 
 TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     {
         WizardRun wizard = Start(home);
         GoToActionChoice(wizard);
@@ -153,12 +138,9 @@ TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
 }
 
 TEST_F(AtTerminal, is_where_a_wizard_shows_itself_that_finds_no_desktop) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun wizard(home, {{"ROM_WIZARD_DISPLAY", ""}, {"DISPLAY", ":4711"}});
-    wizard.Answer(UpgradeNoticePage, "2");
-    EXPECT_EQ(0, wizard.Wait());
+    ExpectQuit(wizard, UpgradeNoticePage);
 }
 
 } // namespace

@@ -49,7 +49,6 @@ TEST_P(FullSizeUpgrade, goes_out_in_the_wire_order_to_the_last_byte) {
     EXPECT_TRUE(HasProgressRecord(home));
     wizard.ExpectLine(one.duration);
     FinishUpgrade(wizard, one.link == Usb ? FinishUsbPage : FinishPage);
-    EXPECT_EQ(0, wizard.Wait());
     cradle.Handheld().ExpectLine(": complete");
 
     const Bytes wire = test_support::ReadFileBytes(log);
@@ -123,7 +122,6 @@ TEST(Upgrade, a_restore_writes_the_file_that_the_user_picks) {
     ConfirmUpgrade(wizard);
     wizard.ExpectPages({PreparePage, ProgressPage});
     FinishUpgrade(wizard);
-    EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(picked));
 }
 
@@ -144,23 +142,17 @@ TEST(Upgrade, files_of_the_module_list_are_gone_and_others_are_not) {
 }
 
 TEST(Upgrade, activesync_is_ended_for_the_transfer_and_its_port_is_the_one_in_the_registry) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     MoveToSecondPort(home);
     WizardRun wizard(home);
     GoToTransfer(wizard);
     EXPECT_EQ(128 + 9, cradle.Manager().Wait());
-    wizard.Answer(UpgradeDonePage, "esc"); // leaves without starting it, and without another page
-    EXPECT_EQ(0, wizard.Wait());
-    EXPECT_EQ(UpgradeDonePage, wizard.Pages().back());
+    ExpectQuit(wizard, UpgradeDonePage, "esc"); // does not start it again, nor show another page
     EXPECT_FALSE(HasProgressRecord(home));
 }
 
 TEST(Upgrade, a_second_start_ends_at_once_and_leaves_the_first_alone) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun first(home);
     first.ExpectPage(UpgradeNoticePage);
     WizardRun second(home);

@@ -14,10 +14,6 @@ namespace {
 using namespace test_support;
 using namespace test_support::pages;
 
-// Radio buttons of ConnectionTypePage.
-constexpr char Usb[] = "1150";
-constexpr char Serial[] = "1151";
-
 constexpr char ProgressRecord[] = "Software\\FlashUtility";
 
 // What the user does, page by page.
@@ -126,7 +122,7 @@ protected:
     std::unique_ptr<WindowsPc> pc_;
 };
 
-// Another handheld of the kind takes the backup, so that all of its flash has to change.
+// The backup is restored to another handheld of the kind, so that all of its flash has to change.
 TEST_F(Windows, a_backup_is_saved_and_restored) {
     Connect({.flashMegabytes = 16});
     const std::string flash = Flash();

@@ -58,7 +58,7 @@ inline SIZE TextSizeOf(HWND control, LONG width) {
     return {size.right, size.bottom};
 }
 
-// What the frame of a push button, or the mark of another one, takes of its sides.
+// The space of a push button's frame, or of another button's mark.
 inline SIZE MarginsOf(HWND control) {
     if (!IsOfClass(control, "Button"))
         return {0, 0};

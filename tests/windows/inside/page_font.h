@@ -1,7 +1,7 @@
 // An Arial whose lines are as high as those of Windows.
 //
-// Arial 8 is 14 pixels high at 96 dots an inch: its file says so in a table of heights decided by
-// hand, VDMX. Wine takes Liberation Sans for it, which is as wide to the pixel but has no such
+// Arial 8 is 14 pixels high at 96 dots an inch: its file has a table of hand-made heights, VDMX.
+// Wine uses Liberation Sans for it, which is as wide to the pixel but has no such
 // table, and so 12 pixels high: a page came out a seventh too low, its controls in its pictures.
 #pragma once
 

@@ -19,7 +19,7 @@ bool WaitUntil(Condition condition) {
     return condition();
 }
 
-// The key that a thread has got last and let go: all that its going down led to has happened.
+// The key whose release a thread has received last: everything that its press causes has happened.
 inline std::atomic<WPARAM> servedKey = 0;
 
 inline LRESULT CALLBACK WatchKeys(int code, WPARAM removed, LPARAM message) {

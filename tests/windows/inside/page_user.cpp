@@ -3,7 +3,7 @@
 //
 //   page-user PROGRAM      in the working directory that the program is to have
 //
-// It speaks as the wizard's own terminal does, so that one test can lead either: "== 158 ==" when a
+// It prints what the wizard's own terminal does, so that tests can drive either: "== 158 ==" when a
 // page has come up, its texts, "-- 158 --" when it has gone, "== save ==" and "== open ==" for the
 // file dialogs. A line of input is the number of a control to click, "" for Enter, "esc" for
 // Escape, or a path for a file dialog. "window TITLE" waits for a window of any program. It ends

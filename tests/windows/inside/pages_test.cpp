@@ -283,10 +283,6 @@ TEST_P(WindowsPage, has_the_result_of_its_default_button_by_enter_unless_that_is
     ExpectResult(isGrey ? std::nullopt : ResultOf(GetParam(), button));
 }
 
-std::string NameOfPage(const testing::TestParamInfo<PageFacts>& facts) {
-    return "page_" + std::to_string(facts.param.dialog) + "_at_" + std::to_string(facts.index);
-}
-
 INSTANTIATE_TEST_SUITE_P(All, WindowsPage, testing::ValuesIn(Index), NameOfPage);
 INSTANTIATE_TEST_SUITE_P(All, StandingPage, testing::ValuesIn(Index), NameOfPage);
 INSTANTIATE_TEST_SUITE_P(Other, StandingPage, testing::ValuesIn(Others), NameOfPage);
