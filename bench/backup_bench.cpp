@@ -2,10 +2,11 @@
 //
 // The copy reads one file of the handheld in the same portions and brings it to the disk as the
 // backup is: written, flushed. What the backup sleeps between two looks for a piece is counted, by
-// the looks that the handheld has seen, and told apart.
+// the looks that the handheld has seen, and taken off.
 
 #include "bench/costs.h"
 
+#include "platform/descriptor.h"
 #include "testing/cradle.h"
 #include "testing/pc_side.h"
 
@@ -25,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t RomSize = 0xF80000;
 constexpr std::uint32_t PieceSize = 0x40000;
 constexpr double PollSeconds = 0.01; // 100 ms at a clock of 10
-constexpr char Clock10[] = "10";
+constexpr char FastClock[] = "10";
 constexpr int Rounds = 5;
 
 double SecondsSince(Clock::time_point begin) {
@@ -42,7 +43,7 @@ struct BackupCost {
 BackupCost RunBackup(const TestHome& home, Cradle& cradle) {
     const auto file = home.Path("backup.nbf");
     std::filesystem::remove(file);
-    WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", Clock10}});
+    WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", FastClock}});
     for (const char* line : {"1181", "1", "1", "1", "1151", "1", "1035", "1", "1030"})
         wizard.Send(line);
     wizard.Send(file.string());
@@ -69,9 +70,10 @@ BackupCost RunBackup(const TestHome& home, Cradle& cradle) {
 double CopySeconds(const TestHome& home) {
     RapiClient client(home, "rapi.sock");
     const auto path = home.Path("copy");
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const platform::Descriptor file(
+        open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     std::uint32_t handle = 0;
-    if (file < 0 || client.CreateFile(u"\\rom.bin", 0x80000000, 1, 3, 0x80, &handle) != 0)
+    if (!file || client.CreateFile(u"\\rom.bin", 0x80000000, 1, 3, 0x80, &handle) != 0)
         throw std::runtime_error("cannot copy");
     const auto begin = Clock::now();
     for (std::uint32_t done = 0; done < RomSize; done += PieceSize) {
@@ -79,13 +81,12 @@ double CopySeconds(const TestHome& home) {
                                    .Call(rapi_wire::Operation::ReadFile,
                                          rapi_wire::Writer().Number(handle).Number(PieceSize))
                                    .outputs.Data();
-        if (write(file, piece.data(), piece.size()) != PieceSize)
+        if (write(file.Number(), piece.data(), piece.size()) != PieceSize)
             throw std::runtime_error("cannot write the copy");
     }
-    fsync(file);
+    fsync(file.Number());
     const double seconds = SecondsSince(begin);
     client.CloseHandle(handle);
-    close(file);
     return seconds;
 }
 

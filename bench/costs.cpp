@@ -1,4 +1,4 @@
-// What a run of the wizard costs the PC.
+// Reads what a run of the wizard costs the PC from the system.
 
 #include "bench/costs.h"
 

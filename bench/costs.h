@@ -1,4 +1,4 @@
-// What a run of the wizard costs the PC.
+// What a run of the wizard costs the PC, and the wait for one of its pages.
 #pragma once
 
 #include "testing/wizard_run.h"
@@ -13,6 +13,7 @@ struct Costs {
 // Of a process that runs, up to now.
 Costs CostsOf(pid_t process);
 
+// Until the page opens. Throws after a minute without a line of output, or when the output ends.
 void WaitForPage(test_support::WizardRun& wizard, int page);
 
 } // namespace bench

@@ -1,4 +1,4 @@
-// The middle of some measured values.
+// The median of measured values.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 namespace bench {
 
-// Of one value at least.
+// Of at least one value; of an even number the higher of the two in the middle.
 inline double Median(std::vector<double> values) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());

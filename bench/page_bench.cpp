@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -42,40 +43,40 @@ private:
     std::vector<std::unique_ptr<ChildProcess>> spinners_;
 };
 
-std::vector<double> TimeTurns(const TestHome& home, XDesktop& desktop) {
+std::vector<double> TimePageChanges(const TestHome& home, XDesktop& desktop) {
     WizardRun wizard(home, desktop.Variables());
-    std::vector<double> turns;
+    std::vector<double> times;
     desktop.AwaitPage(IntroductionPages[0]);
     for (std::size_t page = 1; page < std::size(IntroductionPages); ++page) {
         const auto begin = Clock::now();
         desktop.Press("Return");
         desktop.AwaitPage(IntroductionPages[page]);
-        turns.push_back(MillisecondsSince(begin));
+        times.push_back(MillisecondsSince(begin));
     }
     desktop.Press("Escape");
     wizard.Wait();
-    return turns;
+    return times;
 }
 
-void PrintTurns(const TestHome& home, XDesktop& desktop, int rounds) {
+void PrintPageChanges(const TestHome& home, XDesktop& desktop, int rounds) {
     const Cradle cradle(home);
     const Load load;
-    std::vector<double> turns;
+    std::vector<double> times;
     for (int round = 0; round < rounds; ++round) {
-        const std::vector<double> more = TimeTurns(home, desktop);
-        turns.insert(turns.end(), more.begin(), more.end());
+        const std::vector<double> more = TimePageChanges(home, desktop);
+        times.insert(times.end(), more.begin(), more.end());
     }
     std::printf("from a key to the next page, loaded: median %.0f ms, longest of %zu %.0f ms "
                 "(wanted: 100)\n",
-                bench::Median(turns), turns.size(), *std::ranges::max_element(turns));
+                bench::Median(times), times.size(), *std::ranges::max_element(times));
 }
 
-// Processor time of a bare loop that sleeps and asks the handheld, as often as the watch does.
-double AskingSeconds(const TestHome& home, int times) {
+// Processor time of a bare loop that sleeps and calls the handheld, as often as the watch does.
+double CallLoopSeconds(const TestHome& home, int calls) {
     RapiClient client(home, "rapi.sock");
     timespec before = {}, after = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &before);
-    for (int time = 0; time < times; ++time) {
+    for (int call = 0; call < calls; ++call) {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
         client.Call(rapi_wire::Operation::GetSystemPowerStatus);
     }
@@ -100,7 +101,7 @@ void PrintPowerWatch(const TestHome& home, XDesktop& desktop, int seconds) {
     std::this_thread::sleep_for(std::chrono::seconds(1)); // until the page is drawn and at rest
     const auto begin = Clock::now();
     const double before = bench::CostsOf(wizard.Process().Id()).processorSeconds;
-    const double bare = AskingSeconds(home, 10 * seconds);
+    const double bare = CallLoopSeconds(home, 10 * seconds);
     const double cost = bench::CostsOf(wizard.Process().Id()).processorSeconds - before;
     const double percent = 100 * 1000 / MillisecondsSince(begin);
     std::printf("watch of the power adapter: %.3f %% of a core (wanted: 0.1); a bare loop beside "
@@ -117,7 +118,7 @@ int main(int count, char**) {
     const TestHome home;
     home.AddLanguageFolder();
     XDesktop desktop;
-    PrintTurns(home, desktop, smoke ? 1 : 10);
+    PrintPageChanges(home, desktop, smoke ? 1 : 10);
     const TestHome other;
     other.AddLanguageFolder();
     PrintPowerWatch(other, desktop, smoke ? 1 : 30);

@@ -1,9 +1,9 @@
 // The preparation of a handheld, in round trips to it: how many it makes beside how many it needs,
 // and how long one takes beside a bare call.
 //
-// Both layouts by turns on one handheld, so that each finds what the other has left; at last the
-// whole preparation up to the start of the flasher. The needed calls are those of the maker's
-// tables, for what stands on the handheld at that moment.
+// Both layouts by turns on one handheld, so that each finds what the other has left; then the whole
+// preparation up to the start of the flasher. The needed calls are those of the maker's tables,
+// for what is on the handheld at that moment.
 
 #include "bench/median.h"
 

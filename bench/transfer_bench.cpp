@@ -1,8 +1,8 @@
 // A whole upgrade over a serial link that the handheld paces to 115200 baud: how close the data
-// phase comes to the bits on the wire, how fast the PC turns round, what it costs the PC.
+// phase comes to the bits on the wire, how fast the PC answers a token, what it costs the PC.
 //
 // The handheld notes when each token went out and when the first and the last byte of each piece
-// came in; processor time and peak memory of the wizard are read while it stands on the page after
+// came in; processor time and peak memory of the wizard are read while it shows the page after
 // the transfer.
 
 #include "bench/upgrade_run.h"
@@ -18,10 +18,9 @@ using namespace bench;
 
 constexpr double Baud = 115200;
 constexpr double BitsPerByte = 10;
-constexpr double PieceBytes = 0x20000;
 
 // From each token to the first byte of the piece that answers it.
-std::vector<double> TurnRounds(const Times& times) {
+std::vector<double> Turnarounds(const Times& times) {
     std::vector<double> turns;
     for (std::size_t piece = 0; piece < times.pieces.size(); ++piece) {
         const auto token = times.tokens.find(piece == 0 ? "size" : std::to_string(piece));
@@ -33,16 +32,16 @@ std::vector<double> TurnRounds(const Times& times) {
 }
 
 void PrintTransfer(const UpgradeRun& run) {
-    const Times& times = run.TheTimes();
-    const double ideal = static_cast<double>(times.pieces.size()) * PieceBytes * BitsPerByte / Baud;
-    const std::vector<double> turns = TurnRounds(times);
+    const Times& times = run.RecordedTimes();
+    const double ideal = static_cast<double>(times.pieces.size()) * PieceSize * BitsPerByte / Baud;
+    const std::vector<double> turns = Turnarounds(times);
     std::printf("data phase over the bits on the wire: %.4f (wanted: 1.005), %zu pieces\n",
-                times.Phase() / ideal, times.pieces.size());
+                times.DataPhase() / ideal, times.pieces.size());
     std::printf("turn-round, token to first byte: median %.2f ms (wanted: 2), longest %.2f ms\n",
                 1000 * turns[turns.size() / 2], 1000 * turns.back());
     std::printf("processor time while sending: %.2f %% of the wire's time (wanted: 0.5)\n",
                 100 * (run.After().processorSeconds - run.Before().processorSeconds) /
-                    times.Phase());
+                    times.DataPhase());
 }
 
 long PeakMemory(std::uint32_t imageSize) {
@@ -53,10 +52,10 @@ long PeakMemory(std::uint32_t imageSize) {
 
 int main(int count, char** words) {
     if (count > 1 && std::string(words[1]) == "--smoke")
-        PrintTransfer(UpgradeRun({.imageSize = 0xA0020 + 2 * 0x20000, .clock = "20"}));
+        PrintTransfer(UpgradeRun({.imageSize = ImageFileSize(5), .clock = "20"}));
     else
         PrintTransfer(UpgradeRun(
-            {.imageSize = 0x80020 + 6 * 0x20000, .handheld = {"--baud", "115200"}, .clock = "1"}));
+            {.imageSize = ImageFileSize(8), .handheld = {"--baud", "115200"}, .clock = "1"}));
     const bool smoke = count > 1;
     const long small = PeakMemory(0x1000020);
     const long large = smoke ? small : PeakMemory(0x2000020);

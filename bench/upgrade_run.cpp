@@ -1,4 +1,4 @@
-// An upgrade through the real wizard, measured.
+// Runs an upgrade through the real wizard and reads the times that the handheld has noted.
 
 #include "bench/upgrade_run.h"
 

@@ -1,9 +1,11 @@
 // An upgrade over USB against a plain loop of raw writes of the same size through the same tty.
 //
-// The loop comes right behind each upgrade: the flasher, which has all it wants by then, takes what
-// comes and drops it.
+// The loop comes right behind each upgrade: the flasher has the whole image by then
+// and drops what comes.
 
 #include "bench/upgrade_run.h"
+
+#include "platform/descriptor.h"
 
 #include <algorithm>
 #include <chrono>
@@ -18,27 +20,24 @@ namespace {
 
 using namespace bench;
 
-constexpr double PieceBytes = 0x20000;
 constexpr std::size_t WriteSize = 12288;
 constexpr int Rounds = 5;
 
 class Tty {
 public:
-    explicit Tty(const std::string& name) : tty_(open(name.c_str(), O_RDWR | O_NOCTTY)) {
+    explicit Tty(const std::string& name)
+        : tty_(open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
         termios settings{};
-        if (tty_ < 0 || tcgetattr(tty_, &settings) != 0)
+        if (!tty_ || tcgetattr(tty_.Number(), &settings) != 0)
             throw std::runtime_error("cannot open " + name);
         cfmakeraw(&settings);
-        tcsetattr(tty_, TCSANOW, &settings);
+        tcsetattr(tty_.Number(), TCSANOW, &settings);
     }
-    ~Tty() { close(tty_); }
-    Tty(const Tty&) = delete;
-    Tty& operator=(const Tty&) = delete;
 
     void Write(const std::vector<char>& bytes) {
         std::size_t done = 0;
         while (done < bytes.size()) {
-            const ssize_t count = write(tty_, bytes.data() + done, bytes.size() - done);
+            const ssize_t count = write(tty_.Number(), bytes.data() + done, bytes.size() - done);
             if (count <= 0)
                 throw std::runtime_error("the tty takes nothing more");
             done += static_cast<std::size_t>(count);
@@ -46,7 +45,7 @@ public:
     }
 
 private:
-    int tty_;
+    platform::Descriptor tty_;
 };
 
 double PlainBytesPerSecond(const std::string& tty, double total) {
@@ -69,9 +68,9 @@ struct Round {
 };
 
 Round Measure(const std::vector<std::string>& pacing, std::uint32_t pieces) {
-    UpgradeRun run({.imageSize = 0x40020 + pieces * 0x20000, .handheld = pacing, .usb = true});
-    const double bytes = PieceBytes * pieces;
-    const double wizard = bytes / run.TheTimes().Phase();
+    UpgradeRun run({.imageSize = ImageFileSize(pieces), .handheld = pacing, .usb = true});
+    const double bytes = static_cast<double>(PieceSize) * pieces;
+    const double wizard = bytes / run.RecordedTimes().DataPhase();
     const double seconds = run.After().processorSeconds - run.Before().processorSeconds;
     run.EndWizard();
     const double plain =

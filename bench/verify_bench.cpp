@@ -1,4 +1,4 @@
-// The checksum of an image file beside `cat` of the same file to nowhere, turn by turn in one run.
+// The checksum of an image file beside `cat` of the same file to /dev/null, by turns in one run.
 
 #include "bench/median.h"
 #include "images/checksum.h"
@@ -55,8 +55,8 @@ std::string MakeFile() {
     std::string path = "/tmp/verify-bench-XXXXXX";
     close(mkstemp(path.data()));
     std::vector<char> bytes(FileSize);
-    for (std::size_t place = 0; place < bytes.size(); ++place)
-        bytes[place] = static_cast<char>(place * 2654435761U >> 13);
+    for (std::size_t index = 0; index < bytes.size(); ++index)
+        bytes[index] = static_cast<char>(index * 2654435761U >> 13);
     std::ofstream(path, std::ios::binary)
         .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     return path;

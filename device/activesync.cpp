@@ -1,9 +1,11 @@
-// ActiveSync cannot be asked to stop, so it is found by the titles of its windows and its process
-// ended. A process number is reused by the system as soon as its process has gone; the window is
-// therefore looked at again once its process is held open, so that nobody else is ended.
+// Finding ActiveSync and ending it, and starting it again. ActiveSync cannot be asked to stop, so
+// it is found by the titles of its windows and its process ended. A process number is reused by the
+// system as soon as its process has gone; the window is therefore looked at again once its process
+// is held open, so that nobody else is ended.
 
 #include "device/activesync.h"
 
+#include "state/handles.h"
 #include "state/state.h"
 
 namespace {
@@ -32,12 +34,9 @@ DWORD ProcessOf(HWND window) {
 
 void EndProcessOfWindow(HWND window, const char* title) {
     const DWORD id = ProcessOf(window);
-    const HANDLE process = id ? OpenProcess(ProcessAllAccess, FALSE, id) : nullptr;
-    if (!process)
-        return;
-    if (ProcessOf(window) == id && HasTitle(window, title))
-        TerminateProcess(process, 0);
-    CloseHandle(process);
+    const OwnedObject process(id ? OpenProcess(ProcessAllAccess, FALSE, id) : nullptr);
+    if (process && ProcessOf(window) == id && HasTitle(window, title))
+        TerminateProcess(process.Get(), 0);
 }
 
 // The first window below MainWindow with that title, of those without a parent.
@@ -53,14 +52,10 @@ void EndWindowProcess(const char* title) {
 }
 
 bool ReadActiveSyncPath(char (&path)[PathCapacity + 1]) {
-    HKEY key = nullptr;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, PathKey, 0, KEY_READ, &key) != ERROR_SUCCESS)
-        return false;
+    const OwnedKey key = OpenKey(HKEY_LOCAL_MACHINE, PathKey, KEY_READ);
     DWORD size = PathCapacity;
-    const bool read = RegQueryValueExA(key, "", nullptr, nullptr, reinterpret_cast<BYTE*>(path),
-                                       &size) == ERROR_SUCCESS;
-    RegCloseKey(key);
-    return read;
+    return key && RegQueryValueExA(key.Get(), "", nullptr, nullptr, reinterpret_cast<BYTE*>(path),
+                                   &size) == ERROR_SUCCESS;
 }
 
 } // namespace
@@ -80,9 +75,9 @@ void StartActiveSync() {
     startup.dwFlags = STARTF_USESHOWWINDOW;
     startup.wShowWindow = SW_SHOW;
     PROCESS_INFORMATION process = {};
-    if (!CreateProcessA(path, commandLine, nullptr, nullptr, FALSE, CREATE_NEW_CONSOLE, nullptr,
-                        nullptr, &startup, &process))
-        return;
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
+    if (CreateProcessA(path, commandLine, nullptr, nullptr, FALSE, CREATE_NEW_CONSOLE, nullptr,
+                       nullptr, &startup, &process)) {
+        CloseHandle(process.hThread);
+        CloseHandle(process.hProcess);
+    }
 }

@@ -1,5 +1,6 @@
-// The wizard's last use of RAPI. ActiveSync has just been started again, so the connection may not
-// be there yet; then every call fails, and the user sets the clock by hand.
+// Sending the PC's time to the handheld, the wizard's last use of RAPI. ActiveSync has just been
+// started again, so the connection may not be there yet; then every call fails, and the user sets
+// the clock by hand.
 
 #include "device/clock.h"
 
@@ -13,28 +14,19 @@ namespace {
 
 constexpr DWORD CopyBlock = 256; // bytes a read and a write
 
-ClockRecord ReadClock() {
-    ClockRecord record = {};
-    GetTimeZoneInformation(&record.zone);
-    GetSystemTime(&record.time);
-    return record;
-}
-
-// From the folder of the image's language, which need not be that of the handheld.
-bool CopyClockLibraryOfLanguage() {
-    char pcPath[MAX_PATH];
-    return TreeFilePath(State.Image.ImageLanguageName, "Clepsa.dll", pcPath) &&
-           CopyClockLibrary(pcPath, "\\Windows\\Clepsa.dll");
-}
-
 } // namespace
 
 void SetDeviceClock() {
     State.RapiInit.size = sizeof(State.RapiInit);
     if (CeRapiInitEx(&State.RapiInit) != 0)
         return;
-    const ClockRecord record = ReadClock();
-    if (CopyClockLibraryOfLanguage())
+    ClockRecord record = {};
+    GetTimeZoneInformation(&record.zone);
+    GetSystemTime(&record.time);
+    // From the folder of the image's language, which need not be that of the handheld.
+    char pcPath[MAX_PATH];
+    if (TreeFilePath(State.Image.ImageLanguageName, "Clepsa.dll", pcPath) &&
+        CopyClockLibrary(pcPath, "\\Windows\\Clepsa.dll"))
         CeRapiInvoke(u"Clepsa.dll", u"ClepsaSet", sizeof(record), &record);
     CeRapiUninit();
 }

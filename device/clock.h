@@ -17,5 +17,5 @@ static_assert(sizeof(ClockRecord) == 188 && offsetof(ClockRecord, time) == 172);
 // nothing happens. Main thread, which waits.
 void SetDeviceClock();
 
-// True when the file stands whole on the device, in the place of an older one.
+// True when the whole file is on the device; an older one is replaced.
 bool CopyClockLibrary(const char* pcPath, const char* devicePath);

@@ -1,11 +1,17 @@
-// The pass that meets the end of the file makes a write of no bytes, too.
+// Copying in blocks, up to and with the empty one at the end of the file: the pass that meets the
+// end makes a write of no bytes, too.
 
 #include "device/file_copy.h"
+
+#include "state/handles.h"
+
+#include <algorithm>
 
 namespace {
 
 bool CopyBlocks(HANDLE source, CeHandle target, DWORD block) {
     char bytes[MaxCopyBlock];
+    block = std::clamp<DWORD>(block, 1, MaxCopyBlock);
     DWORD count = 0;
     do {
         std::uint32_t done = 0;
@@ -19,16 +25,9 @@ bool CopyBlocks(HANDLE source, CeHandle target, DWORD block) {
 } // namespace
 
 bool CopyToDevice(const char* pcPath, DWORD block, const std::function<CeHandle()>& openTarget) {
-    const HANDLE source = CreateFileA(pcPath, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (source == INVALID_HANDLE_VALUE)
+    const OwnedFile source = OpenForReading(pcPath);
+    if (!source)
         return false;
-    const CeHandle target = openTarget();
-    bool copied = false;
-    if (target != CeInvalidHandle) {
-        copied = CopyBlocks(source, target, block);
-        CeCloseHandle(target);
-    }
-    CloseHandle(source);
-    return copied;
+    const OwnedDeviceFile target(openTarget());
+    return target && CopyBlocks(source.Get(), target.Get(), block);
 }

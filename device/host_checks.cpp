@@ -4,6 +4,7 @@
 
 #include "device/host_checks.h"
 
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <cstdio>
@@ -17,31 +18,25 @@ constexpr DWORD TextCapacity = 100; // bytes of a text value, and characters of 
 // Major times 10 plus minor; 3.10 counts as 40.
 constexpr DWORD MinActiveSyncVersion = 35;
 
-// Null when it cannot be opened.
-HKEY OpenMachineKey(const char* name) {
-    HKEY key = nullptr;
-    return RegOpenKeyExA(HKEY_LOCAL_MACHINE, name, 0, KEY_READ, &key) == ERROR_SUCCESS ? key
-                                                                                       : nullptr;
-}
+OwnedKey OpenMachineKey(const char* name) { return OpenKey(HKEY_LOCAL_MACHINE, name, KEY_READ); }
 
-DWORD NumberOr0(HKEY key, const char* name) {
+DWORD NumberOr0(const OwnedKey& key, const char* name) {
     DWORD number = 0;
     DWORD size = sizeof(number);
-    const bool read = RegQueryValueExA(key, name, nullptr, nullptr,
+    const bool read = RegQueryValueExA(key.Get(), name, nullptr, nullptr,
                                        reinterpret_cast<BYTE*>(&number), &size) == ERROR_SUCCESS;
     return read ? number : 0;
 }
 
 bool ValueIsOneOf(const char* keyName, const char* valueName,
                   std::initializer_list<const char*> texts) {
-    const HKEY key = OpenMachineKey(keyName);
+    const OwnedKey key = OpenMachineKey(keyName);
     if (!key)
         return false;
     char data[TextCapacity + 1] = {};
     DWORD size = TextCapacity;
-    const bool read = RegQueryValueExA(key, valueName, nullptr, nullptr,
+    const bool read = RegQueryValueExA(key.Get(), valueName, nullptr, nullptr,
                                        reinterpret_cast<BYTE*>(data), &size) == ERROR_SUCCESS;
-    RegCloseKey(key);
     for (const char* text : texts) {
         if (read && lstrcmpiA(data, text) == 0)
             return true;
@@ -50,11 +45,11 @@ bool ValueIsOneOf(const char* keyName, const char* valueName,
 }
 
 // True when the value at this index is there and was read.
-bool ReadValueAt(HKEY key, DWORD index, char (&name)[TextCapacity + 1],
+bool ReadValueAt(const OwnedKey& key, DWORD index, char (&name)[TextCapacity + 1],
                  char (&data)[TextCapacity + 1]) {
     DWORD nameLength = TextCapacity;
     DWORD size = TextCapacity;
-    const LONG result = RegEnumValueA(key, index, name, &nameLength, nullptr, nullptr,
+    const LONG result = RegEnumValueA(key.Get(), index, name, &nameLength, nullptr, nullptr,
                                       reinterpret_cast<BYTE*>(data), &size);
     if (result != ERROR_SUCCESS)
         return false;
@@ -65,13 +60,9 @@ bool ReadValueAt(HKEY key, DWORD index, char (&name)[TextCapacity + 1],
 } // namespace
 
 bool ActiveSyncVersionOk() {
-    const HKEY key = OpenMachineKey(ActiveSyncKey);
-    if (!key)
-        return false;
-    const DWORD major = NumberOr0(key, "MajorVersion");
-    const DWORD minor = NumberOr0(key, "MinorVersion");
-    RegCloseKey(key);
-    return major * 10 + minor >= MinActiveSyncVersion;
+    const OwnedKey key = OpenMachineKey(ActiveSyncKey);
+    return key && NumberOr0(key, "MajorVersion") * 10 + NumberOr0(key, "MinorVersion") >=
+                      MinActiveSyncVersion;
 }
 
 bool IsWindows95() {
@@ -88,7 +79,7 @@ void ReadSerialPortName(char (&buffer)[32]) {
     buffer[0] = '\0';
     if (!State.Run.SerialLinkSelected && !State.Run.BootloaderResume)
         return;
-    const HKEY key = OpenMachineKey(ActiveSyncKey);
+    const OwnedKey key = OpenMachineKey(ActiveSyncKey);
     if (!key)
         return;
     char name[TextCapacity + 1] = {};
@@ -101,5 +92,4 @@ void ReadSerialPortName(char (&buffer)[32]) {
             buffer[0] = '\0'; // no port has such a name, and a cut one could be another port's
         break;
     }
-    RegCloseKey(key);
 }

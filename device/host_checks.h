@@ -1,4 +1,4 @@
-// What the wizard stands on: four readers of the PC's registry. They change nothing.
+// What the wizard must know of the PC it runs on, read from the registry. Nothing is changed.
 #pragma once
 
 bool ActiveSyncVersionOk(); // 3.5 or later

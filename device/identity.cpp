@@ -1,6 +1,6 @@
 // Asking the handheld what it is.
 //
-// Model, version and language stand in an asset file that a program of the handheld brings up to
+// Model, version and language come from an asset file that a program of the handheld brings up to
 // date; the flash size comes from a probe that is pushed, and its result file is removed so that
 // the next question waits for a fresh one. An asset file too short for its fields says nothing: the
 // program that writes it has failed.
@@ -10,6 +10,7 @@
 #include "device/remote_files.h"
 #include "device/remote_program.h"
 #include "rapi/rapi.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <array>
@@ -45,13 +46,13 @@ void ParseModel(Bytes field) {
         model[unit] = static_cast<char>(field[2 * unit]);
 }
 
-// Two releases were delivered with a zero where the second digit of 1.12 should stand.
+// Two releases were delivered with a zero in place of the second digit of 1.12.
 void RepairVersion(char (&text)[VersionUnits + 1]) {
     if (lstrcmpiA(text, "1..2.00 ENG") == 0 || lstrcmpiA(text, "1..2.00 JPN") == 0)
         text[2] = '1';
 }
 
-// A zero unit in this field does not end the text; it stands for a point.
+// A zero unit in this field does not end the text; it means a point.
 void ParseVersionAndLanguage(Bytes field) {
     char text[VersionUnits + 1] = {};
     for (std::size_t unit = 0; unit < field.size() / 2; ++unit)
@@ -68,11 +69,8 @@ bool AwaitResultFile() {
     for (int poll = 0; poll < MaxPolls; ++poll) {
         Sleep(PollMilliseconds);
         CeFindData found = {};
-        const CeHandle search = CeFindFirstFile(ResultFile, &found);
-        if (search != CeInvalidHandle) {
-            CeFindClose(search);
+        if (const OwnedDeviceSearch search(CeFindFirstFile(ResultFile, &found)); search)
             return true;
-        }
     }
     return false;
 }
@@ -84,14 +82,15 @@ bool ReadResultByte(CeHandle file, std::uint8_t* value) {
 
 // The result file goes whatever it held, so that no later poll meets an old one.
 bool ReadResultFile() {
-    const CeHandle file =
-        CeCreateFile(ResultFile, GENERIC_READ, 0, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
-    if (file == CeInvalidHandle)
+    OwnedDeviceFile file(
+        CeCreateFile(ResultFile, GENERIC_READ, 0, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
+    if (!file)
         return false;
     std::uint8_t dropped = 0;
     std::uint8_t megabytes = 0;
-    const bool read = ReadResultByte(file, &dropped) && ReadResultByte(file, &megabytes);
-    const bool closed = CeCloseHandle(file) != 0;
+    const bool read =
+        ReadResultByte(file.Get(), &dropped) && ReadResultByte(file.Get(), &megabytes);
+    const bool closed = file.Close();
     const bool deleted = CeDeleteFile(ResultFile) != 0;
     if (read)
         State.Handheld.FlashSizeMB = megabytes;
@@ -103,15 +102,14 @@ bool ReadResultFile() {
 bool ReadAssetData() {
     if (!StartRemoteProgram(u"\\Windows\\Morvikor.exe"))
         return false;
-    const CeHandle file = CeCreateFile(u"\\Windows\\nvnAssetData.dat", GENERIC_READ,
-                                       FILE_SHARE_READ, OPEN_EXISTING, 0);
-    if (file == CeInvalidHandle)
+    const OwnedDeviceFile file(CeCreateFile(u"\\Windows\\nvnAssetData.dat", GENERIC_READ,
+                                            FILE_SHARE_READ, OPEN_EXISTING, 0));
+    if (!file)
         return false;
     std::array<std::uint8_t, AssetSize> asset = {};
     std::uint32_t done = 0;
-    if (CeGetFileSize(file) != INVALID_FILE_SIZE)
-        CeReadFile(file, asset.data(), AssetSize, &done); // the count tells what came
-    CeCloseHandle(file);
+    if (CeGetFileSize(file.Get()) != INVALID_FILE_SIZE)
+        CeReadFile(file.Get(), asset.data(), AssetSize, &done); // the count says what came
     if (done < VersionOffset + 2 * VersionUnits)
         return false;
     ParseModel(Bytes(asset).subspan(ModelOffset, 2 * ModelUnits));

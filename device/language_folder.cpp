@@ -4,6 +4,7 @@
 
 #include "device/language_folder.h"
 
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <cstdio>
@@ -26,14 +27,13 @@ bool ForEachFolderFile(const std::function<bool(const WIN32_FIND_DATAA&)>& visit
     if (!FolderFilePath("*.*", pattern))
         return false;
     WIN32_FIND_DATAA entry = {};
-    const HANDLE search = FindFirstFileA(pattern, &entry);
-    if (search == INVALID_HANDLE_VALUE)
+    const OwnedSearch search(FindFirstFileA(pattern, &entry));
+    if (!search)
         return false;
     bool goOn = true;
     do {
         if (entry.dwFileAttributes != FILE_ATTRIBUTE_DIRECTORY)
             goOn = visit(entry);
-    } while (goOn && FindNextFileA(search, &entry));
-    FindClose(search);
+    } while (goOn && FindNextFileA(search.Get(), &entry));
     return true;
 }

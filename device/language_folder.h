@@ -1,4 +1,4 @@
-// The files of the language folder, the place from which the handheld is fed.
+// The language folder: the files that go to the handheld, and the image.
 #pragma once
 
 #include <windows.h>

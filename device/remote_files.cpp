@@ -7,6 +7,7 @@
 #include "device/language_folder.h"
 #include "device/wide_text.h"
 #include "rapi/rapi.h"
+#include "state/handles.h"
 
 #include <cstdio>
 
@@ -23,11 +24,8 @@ bool TempPath(const char* name, char (&path)[Size]) {
 }
 
 bool IsOnDevice(const char16_t* path) {
-    const CeHandle probe = CeCreateFile(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, Hidden);
-    if (probe == CeInvalidHandle)
-        return false;
-    CeCloseHandle(probe);
-    return true;
+    return static_cast<bool>(
+        OwnedDeviceFile(CeCreateFile(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, Hidden)));
 }
 
 bool SetAside(const char16_t* path, const char* bareName) {

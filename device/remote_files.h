@@ -1,4 +1,4 @@
-// Files of the handheld, best effort: each operation tells success or failure, shows nothing and
+// Files of the handheld, best effort: each operation reports success or failure, shows nothing and
 // leaves the device as far as it got. Names are 8-bit in the ANSI code page.
 #pragma once
 

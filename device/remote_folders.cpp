@@ -1,9 +1,11 @@
-// Names come from the device in UTF-16 and go back as they are.
+// Working through the entries of a folder of the device. Their names come in UTF-16 and go back as
+// they are.
 
 #include "device/remote_folders.h"
 
 #include "device/wide_text.h"
 #include "rapi/rapi.h"
+#include "state/handles.h"
 
 #include <functional>
 #include <string>
@@ -27,9 +29,9 @@ bool ForEachDeviceFile(const char16_t* folder, const char16_t* pattern,
                        const std::function<bool(const char16_t* name)>& visit) {
     const std::u16string wanted = PathIn(folder, pattern);
     CeFindData found = {};
-    const CeHandle search =
-        wanted.empty() ? CeInvalidHandle : CeFindFirstFile(wanted.c_str(), &found);
-    if (search == CeInvalidHandle)
+    const OwnedDeviceSearch search(wanted.empty() ? CeInvalidHandle
+                                                  : CeFindFirstFile(wanted.c_str(), &found));
+    if (!search)
         return true;
     bool goOn = true;
     int entries = 0;
@@ -38,8 +40,7 @@ bool ForEachDeviceFile(const char16_t* folder, const char16_t* pattern,
             goOn = false;
         else if (found.attributes != FILE_ATTRIBUTE_DIRECTORY)
             goOn = visit(found.name);
-    } while (goOn && CeFindNextFile(search, &found));
-    CeFindClose(search);
+    } while (goOn && CeFindNextFile(search.Get(), &found));
     return goOn;
 }
 

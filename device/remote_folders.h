@@ -1,5 +1,5 @@
-// Folders of the handheld, best effort: each operation tells success or failure and shows nothing.
-// Paths are 8-bit in the ANSI code page, without a closing backslash.
+// Folders of the handheld, best effort: each operation reports success or failure and shows
+// nothing. Paths are 8-bit in the ANSI code page, without a closing backslash.
 #pragma once
 
 // Deletes the files of the folder, and the folder. It ends at the first file that cannot be

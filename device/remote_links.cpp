@@ -1,9 +1,11 @@
-// Links are opened without sharing: the handheld's shell may be reading one.
+// Writing and deleting small files. Links are opened without sharing: the handheld's shell may be
+// reading one.
 
 #include "device/remote_links.h"
 
 #include "device/wide_text.h"
 #include "rapi/rapi.h"
+#include "state/handles.h"
 
 #include <cstring>
 #include <string>
@@ -20,27 +22,23 @@ std::u16string LinkPath(const char16_t* folder, const char* name) {
 }
 
 bool WriteText(const char16_t* path, const char* content) {
-    const CeHandle file =
-        CeCreateFile(path, GENERIC_READ | GENERIC_WRITE, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
-    if (file == CeInvalidHandle)
-        return false;
+    const OwnedDeviceFile file(
+        CeCreateFile(path, GENERIC_READ | GENERIC_WRITE, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL));
     const auto size = static_cast<std::uint32_t>(std::strlen(content));
     std::uint32_t done = 0;
-    const bool written = CeWriteFile(file, content, size, &done) && done == size;
-    CeCloseHandle(file);
-    return written;
+    return file && CeWriteFile(file.Get(), content, size, &done) && done == size;
 }
 
 } // namespace
 
 bool DeleteDeviceLink(const char16_t* folder, const char* name) {
     const std::u16string path = LinkPath(folder, name);
-    const CeHandle link = path.empty() ? CeInvalidHandle
-                                       : CeCreateFile(path.c_str(), GENERIC_READ, 0, OPEN_EXISTING,
-                                                      FILE_ATTRIBUTE_NORMAL);
-    if (link == CeInvalidHandle)
+    OwnedDeviceFile link(path.empty() ? CeInvalidHandle
+                                      : CeCreateFile(path.c_str(), GENERIC_READ, 0, OPEN_EXISTING,
+                                                     FILE_ATTRIBUTE_NORMAL));
+    if (!link)
         return false;
-    CeCloseHandle(link);
+    link.Close(); // an open file cannot be deleted
     return CeDeleteFile(path.c_str()) != 0;
 }
 

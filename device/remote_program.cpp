@@ -1,5 +1,5 @@
-// The start record of the device-side helpers. The flasher is started without one, by the step
-// that hands over to it.
+// Starting the device-side helpers, with their start record. The flasher is started without one, by
+// the step that hands over to it.
 
 #include "device/remote_program.h"
 

@@ -1,7 +1,9 @@
-// One value at a time, with the key opened and closed around it: a connection that is lost between
-// two values leaves nothing open.
+// Setting registry values of the handheld, one at a time, with the key opened and closed around it:
+// a connection that is lost between two values leaves nothing open.
 
 #include "device/remote_registry.h"
+
+#include "state/handles.h"
 
 #include <string>
 
@@ -19,9 +21,8 @@ bool SetDeviceValue(CeKey root, const char16_t* key, const char16_t* name, std::
     if (CeRegOpenKeyEx(root, key, 0, &opened) != ERROR_SUCCESS &&
         CeRegCreateKeyEx(root, key, &opened, &disposition) != ERROR_SUCCESS)
         return false;
-    const bool written = CeRegSetValueEx(opened, name, type, data, size) == ERROR_SUCCESS;
-    CeRegCloseKey(opened);
-    return written;
+    const OwnedDeviceKey owner(opened);
+    return CeRegSetValueEx(opened, name, type, data, size) == ERROR_SUCCESS;
 }
 
 bool SetDeviceText(const char16_t* key, const char16_t* name, std::u16string_view text) {

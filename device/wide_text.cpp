@@ -1,4 +1,4 @@
-// The one place where 8-bit text becomes UTF-16. The wide character of Windows is wchar_t there and
+// The only conversion of 8-bit text to UTF-16. The wide character of Windows is wchar_t there and
 // char16_t on other hosts, 16 bits on both, hence the cast.
 
 #include "device/wide_text.h"

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-// Room of a device path in UTF-16 units, terminator included. No longer path exists there.
+// UTF-16 units of a buffer for a device path, terminator included. No longer path exists there.
 constexpr std::size_t DevicePathCapacity = 260;
 
 // Widens text of the ANSI code page. False, with an empty text and the last error set, where it

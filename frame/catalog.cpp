@@ -1,7 +1,7 @@
-// The entries of the catalog and the room that each has.
+// The texts of the catalog, and the capacity of each.
 //
 // A capacity is a promise to the pages: controls are laid out for texts of that length, and a text
-// that grows beyond it is cut here rather than running out of its control. Everything stands in one
+// that grows beyond it is cut here rather than running out of its control. All of it lies in one
 // buffer reserved from the start; nothing is allocated, and nothing is written after the load.
 
 #include "frame/catalog.h"
@@ -140,28 +140,28 @@ constexpr Entry Entries[] = {
 
 constexpr unsigned FirstId = IDS_CANCEL, LastId = IDS_NOTICE_WARNING_LABEL;
 
-// Offset 0 of the buffer is the empty text that stands for every id without an entry.
-struct Layout {
+// Where in the buffer each text starts. Offset 0 is the empty text, of every id without an entry.
+struct TextOffsets {
     std::array<std::uint16_t, LastId - FirstId + 1> offsets{};
     std::size_t size = 1;
 };
 
-constexpr Layout LayOut() {
-    Layout layout;
+constexpr TextOffsets ComputeOffsets() {
+    TextOffsets texts;
     for (const Entry& entry : Entries) {
-        layout.offsets[entry.id - FirstId] = static_cast<std::uint16_t>(layout.size);
-        layout.size += entry.capacity;
+        texts.offsets[entry.id - FirstId] = static_cast<std::uint16_t>(texts.size);
+        texts.size += entry.capacity;
     }
-    return layout;
+    return texts;
 }
 
-constexpr Layout Places = LayOut();
-static_assert(Places.size <= 0xFFFF);
+constexpr TextOffsets Offsets = ComputeOffsets();
+static_assert(Offsets.size <= 0xFFFF);
 
-char Texts[Places.size];
+char Texts[Offsets.size];
 
 constexpr std::size_t OffsetOf(unsigned id) {
-    return id < FirstId || id > LastId ? 0 : Places.offsets[id - FirstId];
+    return id < FirstId || id > LastId ? 0 : Offsets.offsets[id - FirstId];
 }
 
 struct LanguageText {

@@ -1,5 +1,5 @@
 // The numbered failures as rows of data. Two of them show values of the record, and one has to
-// forget why it was shown: a mismatch that stays set would mark lines of the next showing.
+// forget why it was shown: a mismatch that stays set would mark lines the next time.
 
 #include "frame/error_pages.h"
 
@@ -107,7 +107,8 @@ constexpr PageText ModuleDataErrorTexts[] = {
     {IDCANCEL, IDS_QUIT},
 };
 
-constexpr PageResult ModuleDataErrorResults[] = {{IDCANCEL, 2}, {IDOK, 1}};
+constexpr PageResult ModuleDataErrorResults[] = {{IDCANCEL, ModuleDataErrorQuit},
+                                                 {IDOK, ModuleDataErrorSkip}};
 
 constexpr PageText BackupFailedTexts[] = {
     {IDC_BACKUP_FAILED_HEADING, IDS_ERROR_109_HEADING, TextMark::Heading},
@@ -147,7 +148,8 @@ constexpr PageText FileExistsTexts[] = {
     {IDCANCEL, IDS_CANCEL},
 };
 
-constexpr PageResult FileExistsResults[] = {{IDOK, 1}, {IDCANCEL, 2}};
+constexpr PageResult FileExistsResults[] = {{IDOK, FileExistsReplace},
+                                            {IDCANCEL, FileExistsChooseOther}};
 
 constexpr PageText ActiveSyncVersionTexts[] = {
     {IDC_ACTIVESYNC_HEADING, IDS_ERROR_115_HEADING, TextMark::Heading},

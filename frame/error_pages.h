@@ -1,5 +1,7 @@
-// The numbered failures: what the user can meet, each with its page. Whoever meets the failure
-// shows the page and decides what follows.
+// The numbered failures: what the user can meet, each with its page.
+//
+// Where the failure is an end, EndRun shows the page; three of them are questions or leave a way
+// on, and their results have names here. All others have one button, which quits.
 #pragma once
 
 #include "frame/page.h"
@@ -12,8 +14,18 @@ extern const Page ImageOpenErrorPage;     // 104
 extern const Page PortErrorPage;          // 105
 extern const Page RemoteProgramErrorPage; // 106
 extern const Page BackupSpaceErrorPage;   // 107
-extern const Page ModuleDataErrorPage;    // 108: 2 quit, 1 the Enter key: go on without
+extern const Page ModuleDataErrorPage;    // 108: a ModuleDataErrorResult
 extern const Page BackupFailedPage;       // 109
 extern const Page ImageTooLargePage;      // 110
-extern const Page FileExistsPage;         // 112: 1 replace, 2 choose another
+extern const Page FileExistsPage;         // 112: a FileExistsResult
 extern const Page ActiveSyncVersionPage;  // 115
+
+enum ModuleDataErrorResult : INT_PTR {
+    ModuleDataErrorSkip = 1, // the Enter key: go on without the list
+    ModuleDataErrorQuit = 2,
+};
+
+enum FileExistsResult : INT_PTR {
+    FileExistsReplace = 1,
+    FileExistsChooseOther = 2,
+};

@@ -1,8 +1,8 @@
 // The engine behind all pages: opens a page from its row of data and answers its messages.
 //
-// What a page needs while it is up, its font, pictures and brush, belongs to the one resources and
-// not to the record: a worker may show a failure page while the main thread still stands in
-// ProgressPage, and neither may delete what the other one paints with.
+// What a page needs while it is up, its fonts, pictures and brush, belongs to the one call that
+// shows it and not to the record: a worker may show a failure page while the main thread is still
+// in ProgressPage, and neither may delete what the other one paints with.
 
 #include "frame/page.h"
 
@@ -61,7 +61,8 @@ INT_PTR Answer(HWND window, const PageResources& resources, UINT message, WPARAM
     case WM_PAINT:
         return PaintPage(window, resources);
     case WM_CTLCOLORSTATIC:
-        return ColourControl(reinterpret_cast<HDC>(first), reinterpret_cast<HWND>(second), resources);
+        return ColourControl(reinterpret_cast<HDC>(first), reinterpret_cast<HWND>(second),
+                             resources);
     default:
         return FALSE;
     }
@@ -87,13 +88,6 @@ INT_PTR CALLBACK WaitingPageProc(HWND window, UINT message, WPARAM, LPARAM secon
     return TRUE;
 }
 
-// The thread goes on to work and serves no messages, so nothing else would paint the page.
-void PaintNow(HWND window, const Page& page) {
-    UpdateWindow(window);
-    for (const PageText& text : page.texts)
-        UpdateWindow(GetDlgItem(window, text.control));
-}
-
 } // namespace
 
 INT_PTR ShowPage(const Page& page) {
@@ -112,7 +106,10 @@ HWND OpenWaitingPage(const Page& page, HWND owner) {
     const HWND window = CreateDialogParamA(State.Windows.AppInstance, TemplateName(page), owner,
                                            WaitingPageProc, reinterpret_cast<LPARAM>(&page));
     ShowWindow(window, SW_SHOW);
-    PaintNow(window, page);
+    // The thread goes on to work and serves no messages, so nothing else would paint the page.
+    UpdateWindow(window);
+    for (const PageText& text : page.texts)
+        UpdateWindow(GetDlgItem(window, text.control));
     return window;
 }
 
@@ -121,22 +118,16 @@ void EndWaitingPage(HWND page) {
         EndDialog(page, 1);
 }
 
-void CloseMainWindow() {
-    State.Run.RunEndsItself = true;
-    if (!State.Run.MainWindowGone)
-        SendMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
-}
-
 void CollapsePage(HWND page, bool repaint) {
     if (page)
         MoveWindow(page, 0, 0, 0, 0, repaint ? TRUE : FALSE);
 }
 
 void CentreWindow(HWND page) {
-    RECT place = {};
-    GetWindowRect(page, &place);
-    const int width = static_cast<int>(place.right - place.left);
-    const int height = static_cast<int>(place.bottom - place.top);
+    RECT window = {};
+    GetWindowRect(page, &window);
+    const int width = static_cast<int>(window.right - window.left);
+    const int height = static_cast<int>(window.bottom - window.top);
     MoveWindow(page, (GetSystemMetrics(SM_CXSCREEN) - width) / 2,
                (GetSystemMetrics(SM_CYSCREEN) - height) / 2, width, height, FALSE);
 }

@@ -53,11 +53,11 @@ struct Page {
 
     // Duties beyond the data, on the page's thread.
 
-    // When everything above is in place, before the page is on the screen.
+    // When all of the above has been set, before the page is on the screen.
     void (*open)(HWND page) = nullptr;
-    // A command, before the results are looked at. True: taken care of.
+    // A command, before the results are looked at. True: handled.
     bool (*command)(HWND page, int command) = nullptr;
-    // Any other message. True: taken care of, and `answer` is what the message gives.
+    // Any other message. True: handled, and `answer` is what the message gives.
     bool (*message)(HWND page, UINT message, WPARAM first, LPARAM second,
                     INT_PTR* answer) = nullptr;
 };
@@ -69,14 +69,11 @@ constexpr INT_PTR PageNotShown = -1;
 INT_PTR ShowPage(const Page& page);
 
 // Opens a waiting page that does not block, and paints it; the handle, or null once the run has
-// ended. Its opener takes it down. Of the row, texts alone count.
+// ended. Its opener ends it with EndWaitingPage. Of the row, texts alone count.
 HWND OpenWaitingPage(const Page& page, HWND owner);
 
-// Takes a waiting page down. It goes with its owner, too: then there is nothing to do.
+// Ends a waiting page. One whose owner has been destroyed has gone already: nothing happens.
 void EndWaitingPage(HWND page);
-
-// Ends the run: WM_CLOSE to MainWindow, from any thread. No page comes up after it.
-void CloseMainWindow();
 
 // Takes a page off the screen and leaves it running. Null is ignored.
 void CollapsePage(HWND page, bool repaint);

@@ -83,7 +83,7 @@ void ApplyFontsAndPictures(HWND window, PageResources& resources) {
     ApplyFont(window, page, TextMark::Heading, resources.headingFont);
     ApplyFont(window, page, TextMark::Bold, resources.boldFont);
     if (!page.colours.empty())
-        resources.brush = CreateSolidBrush(GetSysColor(COLOR_SCROLLBAR));
+        resources.PageBrush = CreateSolidBrush(GetSysColor(COLOR_SCROLLBAR));
     for (std::size_t i = 0; i < page.pictures.size() && i < MaxPictures; ++i)
         resources.pictures[i] =
             LoadBitmapA(State.Windows.AppInstance, MAKEINTRESOURCEA(page.pictures[i].bitmap));
@@ -116,13 +116,13 @@ INT_PTR ColourControl(HDC context, HWND control, const PageResources& resources)
     } else {
         SetBkColor(context, Red);
     }
-    return reinterpret_cast<INT_PTR>(resources.brush);
+    return reinterpret_cast<INT_PTR>(resources.PageBrush);
 }
 
 void ReleasePageResources(const PageResources& resources) {
     Release(resources.headingFont);
     Release(resources.boldFont);
-    Release(resources.brush);
+    Release(resources.PageBrush);
     for (const HBITMAP picture : resources.pictures)
         Release(picture);
 }

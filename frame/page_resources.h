@@ -1,5 +1,5 @@
-// What one resources of a page owns and paints with: its font, its pictures and its brush. For the
-// frame alone.
+// What a page on the screen owns and paints with: its fonts, its pictures and its brush. For the
+// page engine alone.
 #pragma once
 
 #include "frame/page.h"
@@ -11,7 +11,7 @@ struct PageResources {
     const Page& page;
     HFONT headingFont = nullptr;
     HFONT boldFont = nullptr;
-    HBRUSH brush = nullptr; // of system colour 0, behind coloured texts
+    HBRUSH PageBrush = nullptr; // of system colour 0, behind coloured texts
     std::array<HBITMAP, MaxPictures> pictures{};
 };
 

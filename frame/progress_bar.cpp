@@ -1,4 +1,5 @@
-// Of ProgressPage and BackupPage only one exists at a time; both have the same two controls.
+// Moving the bar of a transfer page. Of ProgressPage and BackupPage only one exists at a time; both
+// have the same two controls.
 
 #include "frame/progress_bar.h"
 

@@ -1,5 +1,6 @@
-// The task bar is reached through COM, each time anew: a worker may hold nothing of COM when it
-// ends. What a thread still holds is released while it is torn down, behind COM's own end of it.
+// Showing progress in the task bar, which is reached through COM, each time anew: a worker may hold
+// nothing of COM when it ends. What a thread still holds is released while it is torn down, behind
+// COM's own end of it.
 
 #include "frame/task_bar.h"
 
@@ -7,7 +8,7 @@
 
 namespace {
 
-// COM on this thread, as long as it takes.
+// COM on this thread, until the end of the scope.
 class ComUse {
 public:
     ComUse() : started_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}

@@ -1,4 +1,4 @@
-// One text each, and no result: their opener takes them down.
+// The rows of the waiting pages: one text each, and no result, since their opener ends them.
 
 #include "frame/waiting_pages.h"
 

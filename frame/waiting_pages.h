@@ -1,4 +1,4 @@
-// The two pages that stand while the wizard works and do not block.
+// The two pages that are on the screen while the wizard works. They do not block.
 #pragma once
 
 #include "frame/page.h"

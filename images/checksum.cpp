@@ -1,6 +1,6 @@
-// The sum runs over up to 32 MiB while a page asks the user to wait, so it must not be slower than
-// the disk. Additions that wrap in 16 bits, in runs of a fixed length, are what compilers turn into
-// vector instructions also where they do so sparingly.
+// Adding up an image file. The sum runs over up to 32 MiB while a page asks the user to wait, so it
+// must not be slower than the disk. Additions that wrap in 16 bits, in runs of a fixed length, are
+// what compilers turn into vector instructions also where they do so sparingly.
 
 #include "images/checksum.h"
 

@@ -10,7 +10,7 @@
 // The sum of these bytes. Sums of parts are added up in any order.
 std::uint16_t ByteSum(std::span<const std::uint8_t> bytes);
 
-// The sum of all covered bytes of an image file, read from where the open file stands, its start,
-// to its end. Nothing when it cannot be read to its end or is shorter than a header: it must not
-// pass by what came before.
+// The sum of all covered bytes of an image file, read from its start, where the open file is
+// positioned, to its end. Nothing when it cannot be read to its end or is shorter than a header: it
+// must not pass by what came before.
 std::optional<std::uint16_t> SumImage(HANDLE file);

@@ -1,12 +1,11 @@
-// The first image of a listing is the image of the folder, and all searches here take the same one
-// as long as the folder does not change.
+// Searching the language folder. The first image of a listing is the image of the folder, and all
+// searches here take the same one as long as the folder does not change.
 
 #include "images/discovery.h"
 
 #include "device/language_folder.h"
-#include "frame/error_pages.h"
 #include "images/language_table.h"
-#include "rapi/rapi.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <cstdio>
@@ -14,7 +13,7 @@
 
 namespace {
 
-// Told by the last three characters; a dot before them is not asked for.
+// By the last three characters; there need be no dot before them.
 bool IsImageName(const char* name) {
     const std::size_t length = std::strlen(name);
     return length >= 3 && lstrcmpiA(name + length - 3, "nbf") == 0;
@@ -28,19 +27,6 @@ std::optional<WIN32_FIND_DATAA> FirstFolderImage() {
         return !first;
     });
     return first;
-}
-
-std::optional<std::uint64_t> FileSize(const char* path) {
-    const HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        return std::nullopt;
-    SetLastError(NO_ERROR); // the failure value may also be a size
-    DWORD high = 0;
-    const DWORD size = GetFileSize(file, &high);
-    const bool failed = size == INVALID_FILE_SIZE && GetLastError() != NO_ERROR;
-    CloseHandle(file);
-    return failed ? std::nullopt : std::optional(std::uint64_t{high} << 32 | size);
 }
 
 } // namespace
@@ -58,23 +44,19 @@ std::uint32_t FindFolderImageSize() {
     return image ? image->nFileSizeLow : 0;
 }
 
-bool FindDefaultImage() {
+bool FindFolderImage(char (&path)[260]) {
     const std::optional<WIN32_FIND_DATAA> image = FirstFolderImage();
-    if (!image || !FolderFilePath(image->cFileName, State.Paths.ImagePath)) {
-        ShowPage(ImageMissingPage);
-        return false;
-    }
-    std::memcpy(State.Paths.DefaultImagePath, State.Paths.ImagePath,
-                sizeof(State.Paths.DefaultImagePath));
-    return true;
+    return image && FolderFilePath(image->cFileName, path);
 }
 
-std::optional<std::uint64_t> ImageFileSize(const char* path) {
-    const std::optional<std::uint64_t> size = FileSize(path);
-    if (!size) {
-        CeRapiUninit();
-        ShowPage(ImageOpenErrorPage);
-        CloseMainWindow();
-    }
-    return size;
+std::optional<std::uint64_t> SizeOfFile(const char* path) {
+    const OwnedFile file = OpenForReading(path);
+    if (!file)
+        return std::nullopt;
+    SetLastError(NO_ERROR); // the failure value may also be a size
+    DWORD high = 0;
+    const DWORD size = GetFileSize(file.Get(), &high);
+    if (size == INVALID_FILE_SIZE && GetLastError() != NO_ERROR)
+        return std::nullopt;
+    return std::uint64_t{high} << 32 | size;
 }

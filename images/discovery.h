@@ -11,9 +11,9 @@ void ChooseLanguageFolder();
 // Size in bytes (low 32 bits) of the first image in the language folder; 0 if there is none.
 std::uint32_t FindFolderImageSize();
 
-// True when the first image of the language folder is in ImagePath and DefaultImagePath; else
-// ImageMissingPage has been shown and the caller ends the run.
-bool FindDefaultImage();
+// The full path of the first image in the language folder. False, with the buffer as it was or
+// empty, when there is none or its path does not fit.
+bool FindFolderImage(char (&path)[260]);
 
-// Size of the file in bytes. Nothing: ImageOpenErrorPage has been shown and the run ended.
-std::optional<std::uint64_t> ImageFileSize(const char* path);
+// Size of a file in bytes; nothing when it cannot be opened or measured.
+std::optional<std::uint64_t> SizeOfFile(const char* path);

@@ -1,11 +1,9 @@
-// Reading the header. Nothing is judged here: separators are passed over unseen, and whether the
-// image suits the handheld is for the caller to say.
+// Reading the header of an image file, and the numbers in its texts.
 
 #include "images/header.h"
 
-#include "frame/error_pages.h"
 #include "images/language_table.h"
-#include "state/state.h"
+#include "state/handles.h"
 
 #include <algorithm>
 #include <charconv>
@@ -18,41 +16,11 @@ namespace {
 
 using Header = char[ImageHeaderSize];
 
-bool ReadHeaderBytes(const char* path, Header& header) {
-    const HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        return false;
-    DWORD count = 0;
-    const bool read = ReadFile(file, header, ImageHeaderSize, &count, nullptr) != 0;
-    CloseHandle(file);
-    return read && count == ImageHeaderSize;
-}
-
 // The text fills its buffer but for the terminator.
 template <std::size_t Size>
 void ParseText(const Header& header, std::size_t offset, char (&text)[Size]) {
     std::memcpy(text, header + offset, Size - 1);
     text[Size - 1] = '\0';
-}
-
-// The first character counts whatever it is; a '-' behind it starts the fill.
-void ParseChecksumField(const Header& header) {
-    char(&text)[5] = State.Image.ImageChecksumText;
-    ParseText(header, ImageChecksumOffset, text);
-    if (char* fill = std::strchr(text + 1, '-'); text[0] && fill)
-        *fill = '\0';
-}
-
-void ParseHeader(const Header& header) {
-    ImageValues& image = State.Image;
-    ParseText(header, ImageModelOffset, image.ImageModel);
-    ParseText(header, ImageLanguageOffset, image.ImageLanguage);
-    ParseText(header, ImageVersionOffset, image.ImageVersionText);
-    image.ImageVersion = VersionNumber(image.ImageVersionText);
-    ParseChecksumField(header);
-    if (const char* name = LanguageName(image.ImageLanguage))
-        std::snprintf(image.ImageLanguageName, sizeof(image.ImageLanguageName), "%s", name);
 }
 
 // -1 for a character that is no hexadecimal digit.
@@ -68,15 +36,24 @@ int DigitValue(char digit) {
 
 } // namespace
 
-bool ReadImageHeader(const char* path) {
+bool LoadImageHeader(const char* path, ImageValues* image) {
+    const OwnedFile file = OpenForReading(path);
     Header header = {};
-    if (!ReadHeaderBytes(path, header)) {
-        CollapsePage(State.Windows.ProgressPage, true);
-        ShowPage(ImageOpenErrorPage);
-        CloseMainWindow();
+    DWORD count = 0;
+    if (!file || !ReadFile(file.Get(), header, ImageHeaderSize, &count, nullptr) ||
+        count != ImageHeaderSize)
         return false;
-    }
-    ParseHeader(header);
+    ParseText(header, ImageModelOffset, image->ImageModel);
+    ParseText(header, ImageLanguageOffset, image->ImageLanguage);
+    ParseText(header, ImageVersionOffset, image->ImageVersionText);
+    image->ImageVersion = VersionNumber(image->ImageVersionText);
+    // The first character of the checksum counts whatever it is; a '-' behind it starts the fill.
+    char(&checksum)[5] = image->ImageChecksumText;
+    ParseText(header, ImageChecksumOffset, checksum);
+    if (char* fill = std::strchr(checksum + 1, '-'); checksum[0] && fill)
+        *fill = '\0';
+    if (const char* name = LanguageName(image->ImageLanguage))
+        std::snprintf(image->ImageLanguageName, sizeof(image->ImageLanguageName), "%s", name);
     return true;
 }
 

@@ -1,5 +1,5 @@
-// The order is what keeps a broken backup from being restored: the header, which vouches for the
-// body, goes to the disk when the body is there.
+// Writing an image file in an order that keeps a broken backup from being restored: the header,
+// which vouches for the body, goes to the disk when the body is there.
 
 #include "images/image_writer.h"
 
@@ -10,7 +10,6 @@
 #include <array>
 #include <charconv>
 #include <cstring>
-#include <utility>
 
 namespace {
 
@@ -34,6 +33,10 @@ Header ComposeHeader(const ImageIdentity& identity) {
     return header;
 }
 
+std::span<const std::uint8_t> BytesOf(const Header& header) {
+    return {reinterpret_cast<const std::uint8_t*>(header.data()), header.size()};
+}
+
 bool Seek(HANDLE file, LONG offset) {
     return _llseek(static_cast<HFILE>(reinterpret_cast<INT_PTR>(file)), offset, FILE_BEGIN) ==
            offset;
@@ -41,15 +44,10 @@ bool Seek(HANDLE file, LONG offset) {
 
 } // namespace
 
-ImageWriter::~ImageWriter() {
-    if (file_ != INVALID_HANDLE_VALUE)
-        CloseHandle(file_);
-}
-
 bool ImageWriter::Create(const char* path) {
-    file_ = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                        FILE_ATTRIBUTE_NORMAL, nullptr);
-    return file_ != INVALID_HANDLE_VALUE && Seek(file_, ImageHeaderSize);
+    file_ = OwnedFile(CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file_ && Seek(file_.Get(), ImageHeaderSize);
 }
 
 bool ImageWriter::Append(std::span<const std::uint8_t> piece, std::size_t received) {
@@ -57,33 +55,33 @@ bool ImageWriter::Append(std::span<const std::uint8_t> piece, std::size_t receiv
     sum_ = static_cast<std::uint16_t>(sum_ + ByteSum(piece.first(whole)));
     fillSum_ = static_cast<std::uint16_t>(fillSum_ + ByteSum(piece.subspan(whole)));
     incomplete_ = incomplete_ || whole < piece.size();
-    return Write(piece.data(), static_cast<DWORD>(piece.size()));
+    return Write(piece);
 }
 
 bool ImageWriter::Finish(const ImageIdentity& identity) {
-    if (!FlushFileBuffers(file_))
+    if (!FlushFileBuffers(file_.Get()))
         return false;
     Header header = ComposeHeader(identity);
-    const std::uint16_t sum =
-        Checksum(ByteSum({reinterpret_cast<const std::uint8_t*>(header.data()), SummedHeaderSize}));
+    const std::uint16_t sum = Checksum(ByteSum(BytesOf(header).first(SummedHeaderSize)));
     std::to_chars(header.data() + ImageChecksumOffset, header.data() + header.size(), sum, 16);
-    if (!WriteHeader(header.data())) {
-        WriteHeader(Header{}.data()); // it must not vouch for what may not be there
+    if (!WriteHeader(BytesOf(header))) {
+        WriteHeader(BytesOf(Header{})); // it must not vouch for what may not be there
         return false;
     }
-    return CloseHandle(std::exchange(file_, INVALID_HANDLE_VALUE)) != FALSE;
+    return file_.Close();
 }
 
-bool ImageWriter::Write(const void* data, DWORD size) const {
+bool ImageWriter::Write(std::span<const std::uint8_t> bytes) const {
     DWORD done = 0;
-    return WriteFile(file_, data, size, &done, nullptr) && done == size;
+    return WriteFile(file_.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &done, nullptr) &&
+           done == bytes.size();
 }
 
-bool ImageWriter::WriteHeader(const void* header) const {
-    return Seek(file_, 0) && Write(header, ImageHeaderSize) && FlushFileBuffers(file_);
+bool ImageWriter::WriteHeader(std::span<const std::uint8_t> header) const {
+    return Seek(file_.Get(), 0) && Write(header) && FlushFileBuffers(file_.Get());
 }
 
-// What stands in for missing bytes can add up to nothing, as a block of one value does: the sum of
+// The filler of missing bytes can add up to nothing, as a block of one value does: the sum of
 // what was received would then be right for a broken ROM. So it is made wrong.
 std::uint16_t ImageWriter::Checksum(std::uint16_t headerSum) const {
     const bool looksWhole = incomplete_ && fillSum_ == 0;

@@ -1,7 +1,7 @@
-// Writing an image file: room for the header, the body piece by piece, and the header last.
+// Writing an image file: a gap for the header, the body piece by piece, and the header last.
 #pragma once
 
-#include <windows.h>
+#include "state/handles.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -21,11 +21,10 @@ struct ImageIdentity {
 class ImageWriter {
 public:
     ImageWriter() = default;
-    ~ImageWriter();
     ImageWriter(const ImageWriter&) = delete;
     ImageWriter& operator=(const ImageWriter&) = delete;
 
-    // Creates the file, in the place of one of that name. False when it cannot be opened; one that
+    // Creates the file; one of that name is replaced. False when it cannot be opened; one that
     // exists is then untouched.
     bool Create(const char* path);
 
@@ -38,12 +37,12 @@ public:
     bool Finish(const ImageIdentity& identity);
 
 private:
-    bool Write(const void* data, DWORD size) const;
-    bool WriteHeader(const void* header) const;
+    bool Write(std::span<const std::uint8_t> bytes) const;
+    bool WriteHeader(std::span<const std::uint8_t> header) const;
     std::uint16_t Checksum(std::uint16_t headerSum) const;
 
-    HANDLE file_ = INVALID_HANDLE_VALUE;
+    OwnedFile file_;
     std::uint16_t sum_ = 0;     // of the bytes received
-    std::uint16_t fillSum_ = 0; // of those that stand in for missing ones
+    std::uint16_t fillSum_ = 0; // of the filler of missing ones
     bool incomplete_ = false;
 };

@@ -1,4 +1,5 @@
-// Codes of other case are the same language: some handhelds tell theirs in lower case.
+// Looking up a language. Codes of other case are the same language: some handhelds give theirs in
+// lower case.
 
 #include "images/language_table.h"
 

@@ -1,13 +1,12 @@
-// The list is carried out before the user has chosen anything, and a name in it is a file that the
-// handheld loses. What is no name is therefore passed over, never cut to one, and a list that ends
-// early has just fewer names.
+// Reading module.dat and deleting what it names. The list is carried out before the user has chosen
+// anything, and a name in it is a file that the handheld loses. What is no name is therefore passed
+// over, never cut to one, and a list that ends early has just fewer names.
 
 #include "images/module_list.h"
 
 #include "device/language_folder.h"
 #include "device/remote_files.h"
-#include "frame/error_pages.h"
-#include "rapi/rapi.h"
+#include "state/handles.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -18,7 +17,6 @@
 namespace {
 
 constexpr std::size_t MaxNameLength = 259;
-constexpr INT_PTR GoOnWithoutList = 1;
 
 // Tens of thousands of names: more files than \Windows ever held, and each costs a call over a slow
 // cable. What lies behind it in the file is not read.
@@ -29,11 +27,10 @@ struct ListText {
     DWORD size = 0;
 };
 
-bool IsControl(char character) { return static_cast<unsigned char>(character) < 0x20; }
-
 bool IsWellFormed(std::string_view name) {
     return !name.empty() && name.size() <= MaxNameLength &&
-           std::none_of(name.begin(), name.end(), IsControl);
+           std::ranges::none_of(
+               name, [](char character) { return static_cast<unsigned char>(character) < 0x20; });
 }
 
 void DeleteDeviceModule(const char* name) {
@@ -50,7 +47,7 @@ DWORD ReadAsMuch(HANDLE file, char* data, DWORD size) {
     return filled;
 }
 
-// Nothing where the size cannot be told or there is no memory.
+// Nothing where the file cannot be measured or there is no memory.
 std::optional<ListText> ReadList(HANDLE file) {
     DWORD high = 0;
     const DWORD size = GetFileSize(file, &high);
@@ -69,28 +66,18 @@ std::optional<ListText> ReadList(HANDLE file) {
     return list;
 }
 
-bool EndRun() {
-    CeRapiUninit();
-    CloseMainWindow();
-    return false;
-}
-
 } // namespace
 
-bool RemoveListedModules() {
+ModuleList RemoveModulesOfFolder() {
     char path[MAX_PATH];
-    const HANDLE file = FolderFilePath("module.dat", path)
-                            ? CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)
-                            : INVALID_HANDLE_VALUE;
-    if (file == INVALID_HANDLE_VALUE)
-        return ShowPage(ModuleDataErrorPage) == GoOnWithoutList || EndRun();
-    const std::optional<ListText> list = ReadList(file);
-    CloseHandle(file);
+    const OwnedFile file = FolderFilePath("module.dat", path) ? OpenForReading(path) : OwnedFile();
+    if (!file)
+        return ModuleList::Missing;
+    const std::optional<ListText> list = ReadList(file.Get());
     if (!list)
-        return EndRun();
+        return ModuleList::Unreadable;
     ForEachListedModule({list->data.get(), list->size}, DeleteDeviceModule);
-    return true;
+    return ModuleList::Removed;
 }
 
 void ForEachListedModule(std::string_view list, const std::function<void(const char*)>& visit) {

@@ -6,9 +6,14 @@
 #include <functional>
 #include <string_view>
 
-// True to go on. False: the run has been ended. A missing list shows ModuleDataErrorPage, which
-// the user may pass with Enter.
-bool RemoveListedModules();
+enum class ModuleList {
+    Removed,    // whatever the handheld had of it
+    Missing,    // cannot be opened
+    Unreadable, // nothing was removed
+};
+
+// Deletes the files of the folder's list from \Windows\ of the handheld, as far as they are there.
+ModuleList RemoveModulesOfFolder();
 
 // Calls `visit` for each name of the list in its order, up to its end line or the end of the text;
 // the last name needs no CR LF. Passed over: names of no or more than 259 characters, and those

@@ -5,12 +5,12 @@
 
 #include "device/remote_files.h"
 #include "device/remote_program.h"
-#include "frame/error_pages.h"
 #include "frame/progress_bar.h"
 #include "images/header.h"
 #include "images/image_writer.h"
 #include "images/language_table.h"
 #include "rapi/rapi.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <memory>
@@ -25,26 +25,6 @@ constexpr DWORD FirstPieceMilliseconds = 5000;
 constexpr DWORD PollMilliseconds = 100;
 constexpr int MaxTries = 2001; // for one piece, about 200 seconds
 
-enum class Outcome { Saved, ProgramDidNotStart, FileNotCreated, Failed };
-
-// Keeps writers away from the image that is going to be flashed. It has been verified, and nothing
-// verifies it again: a backup must not take its place, by whichever name the user reaches it.
-class ImageLock {
-public:
-    ImageLock()
-        : file_(CreateFileA(State.Paths.ImagePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
-    ~ImageLock() {
-        if (file_ != INVALID_HANDLE_VALUE)
-            CloseHandle(file_);
-    }
-    ImageLock(const ImageLock&) = delete;
-    ImageLock& operator=(const ImageLock&) = delete;
-
-private:
-    const HANDLE file_;
-};
-
 void DeleteRemnants() {
     CeDeleteFile(BackupProgram);
     CeDeleteFile(PieceFile);
@@ -57,27 +37,27 @@ bool StartBackupProgram() {
 }
 
 // The open succeeds when the piece is complete.
-CeHandle AwaitPiece() {
+OwnedDeviceFile AwaitPiece() {
     for (int tries = 0; tries < MaxTries; ++tries) {
         Sleep(PollMilliseconds);
-        const CeHandle piece = CeCreateFile(PieceFile, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING,
-                                            FILE_ATTRIBUTE_NORMAL);
-        if (piece != CeInvalidHandle)
+        OwnedDeviceFile piece(CeCreateFile(PieceFile, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING,
+                                           FILE_ATTRIBUTE_NORMAL));
+        if (piece)
             return piece;
     }
-    return CeInvalidHandle;
+    return {};
 }
 
-// A piece that comes short takes up its room all the same; the file will then not verify. The
+// A piece that comes short fills up its length all the same; the file will then not verify. The
 // deletion lets the handheld go on.
 bool SavePiece(std::uint8_t* buffer, ImageWriter& file) {
-    const CeHandle piece = AwaitPiece();
-    if (piece == CeInvalidHandle)
+    OwnedDeviceFile piece = AwaitPiece();
+    if (!piece)
         return false;
     std::uint32_t received = 0;
-    CeReadFile(piece, buffer, BackupPieceSize, &received);
+    CeReadFile(piece.Get(), buffer, BackupPieceSize, &received);
     const bool written = file.Append({buffer, BackupPieceSize}, received);
-    CeCloseHandle(piece);
+    piece.Close(); // an open file cannot be deleted
     if (written)
         CeDeleteFile(PieceFile);
     return written;
@@ -93,43 +73,6 @@ bool SavePieces(std::uint8_t* buffer, ImageWriter& file, std::uint32_t size) {
                         State.Handheld.DeviceVersionText});
 }
 
-Outcome SaveRom() {
-    const std::uint32_t size =
-        RomSize(State.Paths.LanguageFolder, State.Handheld.DeviceVersionText);
-    ResetProgress(size);
-    const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow)
-                                                     std::uint8_t[BackupPieceSize]());
-    if (!buffer)
-        return Outcome::Failed;
-    if (!StartBackupProgram())
-        return Outcome::ProgramDidNotStart;
-    Sleep(FirstPieceMilliseconds);
-    const ImageLock image;
-    ImageWriter file;
-    if (!file.Create(State.Paths.BackupPath))
-        return Outcome::FileNotCreated;
-    return SavePieces(buffer.get(), file, size) ? Outcome::Saved : Outcome::Failed;
-}
-
-const Page& PageOf(Outcome failure) {
-    switch (failure) {
-    case Outcome::ProgramDidNotStart:
-        return RemoteProgramErrorPage;
-    case Outcome::FileNotCreated:
-        return ImageOpenErrorPage;
-    default:
-        return BackupFailedPage;
-    }
-}
-
-void ReportFailure(Outcome failure) {
-    if (failure == Outcome::ProgramDidNotStart)
-        CeRapiUninit();
-    CollapsePage(State.Windows.BackupPage, true);
-    ShowPage(PageOf(failure));
-    CloseMainWindow();
-}
-
 } // namespace
 
 std::uint32_t RomSize(const char* languageFolder, const char* versionText) {
@@ -140,14 +83,26 @@ std::uint32_t RomSize(const char* languageFolder, const char* versionText) {
     return late ? 0x2000000 : 0x1F80000;
 }
 
-DWORD WINAPI BackupThread(LPVOID) {
-    const Outcome outcome = SaveRom();
-    if (outcome != Outcome::Saved) {
-        ReportFailure(outcome);
-        return 0;
-    }
+BackupOutcome SaveRom() {
+    const std::uint32_t size =
+        RomSize(State.Paths.LanguageFolder, State.Handheld.DeviceVersionText);
+    ResetProgress(size);
+    const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow)
+                                                     std::uint8_t[BackupPieceSize]());
+    if (!buffer)
+        return BackupOutcome::Failed;
+    if (!StartBackupProgram())
+        return BackupOutcome::ProgramDidNotStart;
+    Sleep(FirstPieceMilliseconds);
+    // Keeps writers away from the image that is going to be flashed. It has been verified, and
+    // nothing verifies it again: a backup must not take its place, by whichever name the user
+    // reaches it.
+    const OwnedFile image = OpenForReading(State.Paths.ImagePath);
+    ImageWriter file;
+    if (!file.Create(State.Paths.BackupPath))
+        return BackupOutcome::FileNotCreated;
+    if (!SavePieces(buffer.get(), file, size))
+        return BackupOutcome::Failed;
     DeleteRemnants();
-    State.Run.BackupDone = true;
-    EndDialog(State.Windows.BackupPage, 1);
-    return 0;
+    return BackupOutcome::Saved;
 }

@@ -5,8 +5,6 @@
 // for the next one. The handheld itself is not changed.
 #pragma once
 
-#include <windows.h>
-
 #include <cstdint>
 
 constexpr std::uint32_t BackupPieceSize = 0x40000;
@@ -15,7 +13,8 @@ constexpr std::uint32_t BackupPieceSize = 0x40000;
 // State; a version that is no number counts as an early one.
 std::uint32_t RomSize(const char* languageFolder, const char* versionText);
 
-// The worker of BackupPage, of which it moves the bar: writes State.Paths.BackupPath, sets
-// BackupDone and ends the page with 1. After a failure it has shown its page and ended the run;
-// what has been written stays and does not verify.
-DWORD WINAPI BackupThread(LPVOID);
+enum class BackupOutcome { Saved, ProgramDidNotStart, FileNotCreated, Failed };
+
+// Writes State.Paths.BackupPath, on the worker of BackupPage, whose bar it moves. What a failure
+// has written stays and does not verify.
+BackupOutcome SaveRom();

@@ -1,25 +1,27 @@
-// The loop for the bootloader's dialogue: text and tokens stand anywhere in a burst, so it reads on
-// until one of the three things that the sender looks for is in the buffer.
+// The loop for the bootloader's dialogue: text and tokens lie anywhere in a burst, so it reads on
+// until one of the three messages that the sender answers is in the buffer.
 
 #include "link/receive.h"
 
+#include "link/bootloader_message.h"
 #include "link/link_calls.h"
 #include "link/receive_buffer.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 namespace {
 
-constexpr DWORD AnswerPauseMilliseconds = 100; // the sender has the token before the next burst
+constexpr DWORD MessagePauseMilliseconds = 100; // the sender has the token before the next burst
 constexpr DWORD FirstMask = EV_RXCHAR | EV_CTS | EV_DSR | EV_RLSD | EV_RING;
 constexpr DWORD LaterMask = FirstMask & ~static_cast<DWORD>(EV_RLSD);
 
-bool HoldsAnAnswer() { return HoldsText("\x01") || HoldsText("\x02") || HoldsText("download"); }
+bool HoldsMessage() { return ReceivedMessage() != BootloaderMessage::None; }
 
-void ReadUntilAnswer(OVERLAPPED* overlapped) {
+void ReadUntilMessage(OVERLAPPED* overlapped) {
     ClearReceiveBuffer();
-    while (!State.Link.StopReceive && !HoldsAnAnswer()) {
+    while (!State.Link.StopReceive && !HoldsMessage()) {
         std::uint8_t byte = 0;
-        if (ReadLink(&byte, 1, overlapped) != 1)
+        if (ReadLink({&byte, 1}, overlapped) != 1)
             Sleep(1); // the rest of the text is still on its way
         else if (!State.Link.StopReceive)
             StoreReceivedText(byte);
@@ -28,19 +30,20 @@ void ReadUntilAnswer(OVERLAPPED* overlapped) {
 
 // The pause alone would do for a sender that polls every millisecond, were it not busy with the
 // page at times. A byte that came while a text was being read leaves an event behind, and the next
-// read begins with clearing the buffer: an answer that still stands would be lost, and the handheld
-// would wait for a block that never comes.
-void LeaveAnswerToSender() {
-    Sleep(AnswerPauseMilliseconds);
-    while (HoldsAnAnswer() && !State.Link.StopReceive)
+// read begins with clearing the buffer: a message that is still there would be lost, and the
+// handheld would wait for a block that never comes.
+void LeaveMessageToSender() {
+    Sleep(MessagePauseMilliseconds);
+    while (HoldsMessage() && !State.Link.StopReceive)
         Sleep(1);
 }
 
 } // namespace
 
 DWORD WINAPI BootloaderReceiveLoop(LPVOID) {
+    OwnedObject event(CreateEventA(nullptr, TRUE, TRUE, nullptr));
     OVERLAPPED overlapped = {};
-    overlapped.hEvent = CreateEventA(nullptr, TRUE, TRUE, nullptr);
+    overlapped.hEvent = event.Get();
     DWORD mask = 0;
     SetReadsToReturnAtOnce();
     SetLinkMask(FirstMask);
@@ -52,10 +55,10 @@ DWORD WINAPI BootloaderReceiveLoop(LPVOID) {
         if (State.Link.StopReceive)
             break;
         if (events & EV_RXCHAR)
-            ReadUntilAnswer(&overlapped);
-        LeaveAnswerToSender();
+            ReadUntilMessage(&overlapped);
+        LeaveMessageToSender();
     }
-    CloseHandle(overlapped.hEvent);
+    event.Close();
     State.Link.ReceiveRunning = false;
     return 0;
 }

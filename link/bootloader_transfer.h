@@ -5,8 +5,7 @@
 //   bootloader  text that holds "download"       answered with "B000FF\n"
 //   bootloader  01                               answered with the image record, 8 bytes
 //   bootloader  02                               answered with a block record, 12 bytes, and
-//   0x40000
-//                                                bytes of image
+//                                                0x40000 bytes of image
 //
 // Records are 32-bit little-endian numbers in the shape of the Windows CE BIN image format: offset
 // and length of the image; offset, length and checksum (always 0) of a block. Offsets count in the

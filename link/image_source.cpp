@@ -1,15 +1,15 @@
-// Reading pieces. What lies behind the size that the file had at its opening is filled up. A read
-// that fails or ends before that size is another matter: filler in the place of what the file held
-// would write a broken ROM and call it a success.
+// Reading the pieces that are sent. What lies behind the size that the file had at its opening is
+// filled up. A read that fails or ends before that size is another matter: filler in place of what
+// the file held would write a broken ROM and call it a success.
 
 #include "link/image_source.h"
 
 #include "frame/error_pages.h"
+#include "frame/run_end.h"
 #include "link/port.h"
 #include "state/state.h"
 
 #include <algorithm>
-#include <cstring>
 
 std::uint32_t OpenTransferImage(std::uint32_t smallest) {
     const HANDLE file = CreateFileA(State.Paths.ImagePath, GENERIC_READ, FILE_SHARE_READ, nullptr,
@@ -25,15 +25,17 @@ std::uint32_t OpenTransferImage(std::uint32_t smallest) {
     return size;
 }
 
-bool ReadPiece(std::uint8_t* buffer, std::uint32_t size) {
-    const std::uint32_t wanted = std::min(size, State.Link.ImageBytesUnread);
+bool ReadPiece(std::span<std::uint8_t> piece) {
+    const auto wanted = static_cast<std::uint32_t>(
+        std::min<std::size_t>(piece.size(), State.Link.ImageBytesUnread));
     for (DWORD filled = 0, count = 0; filled < wanted; filled += count) {
-        if (!ReadFile(State.Link.ImageFile, buffer + filled, wanted - filled, &count, nullptr) ||
+        if (!ReadFile(State.Link.ImageFile, piece.data() + filled, wanted - filled, &count,
+                      nullptr) ||
             count == 0)
             return false;
     }
     State.Link.ImageBytesUnread -= wanted;
-    std::memset(buffer + wanted, 0xFF, size - wanted);
+    std::ranges::fill(piece.subspan(wanted), std::uint8_t{0xFF});
     return true;
 }
 
@@ -43,7 +45,5 @@ std::uint8_t* AllocateTransferBuffer(std::uint32_t size) {
 
 void ReportUnreadableImage() {
     CloseLinkPort();
-    CollapsePage(State.Windows.ProgressPage, true);
-    ShowPage(ImageOpenErrorPage);
-    CloseMainWindow();
+    EndRun(ImageOpenErrorPage);
 }

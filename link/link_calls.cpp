@@ -1,4 +1,4 @@
-// See the header: one lock around the start of each call, none around its wait.
+// How a receive loop calls the port: a lock around the start of each call, none around its wait.
 
 #include "link/link_calls.h"
 
@@ -47,10 +47,11 @@ DWORD WaitForLinkEvent(OVERLAPPED* overlapped, DWORD* mask) {
     return started == Started::Failed ? 0 : *mask;
 }
 
-DWORD ReadLink(void* data, DWORD room, OVERLAPPED* overlapped) {
+DWORD ReadLink(std::span<std::uint8_t> bytes, OVERLAPPED* overlapped) {
     DWORD count = 0;
-    const Started started =
-        StartOnLink([&](HANDLE port) { return ReadFile(port, data, room, &count, overlapped); });
+    const Started started = StartOnLink([&](HANDLE port) {
+        return ReadFile(port, bytes.data(), static_cast<DWORD>(bytes.size()), &count, overlapped);
+    });
     if (started == Started::Pending) {
         WaitForSingleObject(overlapped->hEvent, INFINITE); // such a read returns at once
         count = static_cast<DWORD>(overlapped->InternalHigh);

@@ -1,4 +1,4 @@
-// The two pages that tell how to recover the handheld.
+// The two pages that say how to recover the handheld.
 //
 // They come up after a transfer that fell silent, when the link is still held: the port must be
 // free before the user starts the wizard again, and the mark for the next run must be written

@@ -8,20 +8,23 @@
 
 #include "frame/error_pages.h"
 #include "link/link_error_pages.h"
+#include "state/handles.h"
 #include "state/progress_record.h"
 #include "state/state.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 namespace {
 
-constexpr std::uint32_t MaxWriteSize = 12288;
+constexpr std::size_t MaxWriteSize = 12288;
 constexpr DWORD StopCheckMilliseconds = 100;
-// A full write takes one second at the slowest, and no flow control holds it back. The bootloader's
-// dialogue stops its timer while it writes, so without this a device that takes nothing more would
-// never be noticed there. Longer than any stall timer: where one runs, it decides.
+// A full write takes one second at the slowest, and no flow control delays it. The bootloader's
+// dialogue stops its timer while it writes, so without this a device that accepts nothing more
+// would never be noticed there. Longer than any stall timer: where one runs, it decides.
 constexpr DWORD MaxWriteMilliseconds = 60000;
 
 void ConfigureLine(HANDLE port) {
@@ -52,30 +55,20 @@ void ConfigureLine(HANDLE port) {
     EscapeCommFunction(port, SETRTS);
 }
 
-// A handheld that lost its upgrade in the held-back block and was then reset is on no bus any more,
-// and its port will never open again. The first time the cable may just be out.
-bool IsGoneFromUsb() {
-    return !State.Run.SerialLinkSelected && !State.Run.BootloaderResume && NoteClosedPort();
-}
-
 void ReportPortFailure() {
     if (State.Windows.PreparePage)
         EndDialog(State.Windows.PreparePage, 2);
     if (State.Windows.ProgressPage)
         ShowWindow(State.Windows.ProgressPage, SW_HIDE);
     ShowPage(PortErrorPage);
-    if (IsGoneFromUsb())
+    // A handheld that lost its upgrade in the held-back block and was then reset is on no bus any
+    // more, and its port will never open again. The first time the cable may just be out.
+    if (!State.Run.SerialLinkSelected && !State.Run.BootloaderResume && NoteClosedPort())
         ShowPage(CommunicationErrorPage);
     // Posted, not sent: on a worker thread the main thread's page loop picks it up. The flag keeps
     // the chain from showing another page before it does.
     State.Run.RunEnded = State.Run.RunEndsItself = true;
     PostMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
-}
-
-void CancelWrite(HANDLE port) {
-    const std::lock_guard lock(State.Link.LinkLock);
-    if (State.Link.LinkHandle == port)
-        CancelIo(port);
 }
 
 // Waits for a write that is under way. The record and the data belong to the caller, so this does
@@ -86,15 +79,21 @@ void FinishWrite(HANDLE port, OVERLAPPED* overlapped) {
         if (WaitForSingleObject(overlapped->hEvent, StopCheckMilliseconds) != WAIT_TIMEOUT)
             return;
     }
-    CancelWrite(port);
+    {
+        const std::lock_guard lock(State.Link.LinkLock);
+        if (State.Link.LinkHandle == port)
+            CancelIo(port);
+    }
     WaitForSingleObject(overlapped->hEvent, INFINITE);
 }
 
-bool WriteLinkPiece(const std::uint8_t* data, std::uint32_t length) {
-    OVERLAPPED overlapped = {};
-    overlapped.hEvent = CreateEventA(nullptr, TRUE, TRUE, nullptr);
-    if (!overlapped.hEvent)
+bool WriteOnce(std::span<const std::uint8_t> bytes) {
+    const OwnedObject event(CreateEventA(nullptr, TRUE, TRUE, nullptr));
+    if (!event)
         return false;
+    OVERLAPPED overlapped = {};
+    overlapped.hEvent = event.Get();
+    const auto length = static_cast<DWORD>(bytes.size());
     HANDLE port = nullptr;
     DWORD written = 0;
     bool started = false;
@@ -102,18 +101,17 @@ bool WriteLinkPiece(const std::uint8_t* data, std::uint32_t length) {
     {
         const std::lock_guard lock(State.Link.LinkLock);
         port = State.Link.LinkHandle;
-        started = port && WriteFile(port, data, length, &written, &overlapped);
+        started = port && WriteFile(port, bytes.data(), length, &written, &overlapped);
         pending = port && !started && GetLastError() == ERROR_IO_PENDING;
     }
     if (pending) {
         FinishWrite(port, &overlapped);
         written = static_cast<DWORD>(overlapped.InternalHigh);
     }
-    CloseHandle(overlapped.hEvent);
     return (started || pending) && written == length;
 }
 
-// Bytes that the driver has taken and not yet sent.
+// Bytes that the driver has accepted and not yet sent.
 DWORD OutputQueue() {
     const std::lock_guard lock(State.Link.LinkLock);
     DWORD errors = 0;
@@ -150,16 +148,27 @@ bool OpenLinkPort(const char* portName) {
     return true;
 }
 
-// What comes behind a write that failed would reach the device in the wrong place.
-bool WriteLink(const void* data, std::uint32_t length) {
-    const auto* next = static_cast<const std::uint8_t*>(data);
-    while (length > MaxWriteSize && !State.Link.StopReceive) {
-        if (!WriteLinkPiece(next, MaxWriteSize))
+// What comes behind a write that failed would reach the device at the wrong offset.
+bool WriteLink(std::span<const std::uint8_t> bytes) {
+    while (bytes.size() > MaxWriteSize && !State.Link.StopReceive) {
+        if (!WriteOnce(bytes.first(MaxWriteSize)))
             return false;
-        next += MaxWriteSize;
-        length -= MaxWriteSize;
+        bytes = bytes.subspan(MaxWriteSize);
     }
-    return !State.Link.StopReceive && WriteLinkPiece(next, length);
+    return !State.Link.StopReceive && WriteOnce(bytes);
+}
+
+bool WriteLink(std::string_view bytes) {
+    return WriteLink(std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
+}
+
+bool WriteLinkNumbers(std::initializer_list<std::uint32_t> numbers) {
+    std::vector<std::uint8_t> bytes;
+    for (const std::uint32_t number : numbers) {
+        for (int shift = 0; shift < 32; shift += 8)
+            bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+    }
+    return WriteLink(bytes);
 }
 
 bool AwaitOutputSent() {
@@ -173,7 +182,5 @@ bool AwaitOutputSent() {
 
 void CloseLinkPort() {
     const std::lock_guard lock(State.Link.LinkLock);
-    if (State.Link.LinkHandle)
-        CloseHandle(State.Link.LinkHandle);
-    State.Link.LinkHandle = nullptr;
+    OwnedObject(std::exchange(State.Link.LinkHandle, nullptr)).Close();
 }

@@ -4,6 +4,9 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <initializer_list>
+#include <span>
+#include <string_view>
 
 // Opens and configures the link into State.Link.LinkHandle. False: PortErrorPage has been shown,
 // PreparePage ended, ProgressPage hidden, and the run is over. Where a resumed run of a USB link
@@ -15,7 +18,9 @@ bool OpenLinkPort(const char* portName);
 // over; one thread at a time. False when one was not: that goes unnoticed while a token has yet to
 // come, since a device that got less stays silent. A write that never completes has two ways out:
 // StopReceive, and a limit of a minute.
-bool WriteLink(const void* data, std::uint32_t length);
+bool WriteLink(std::span<const std::uint8_t> bytes);
+bool WriteLink(std::string_view bytes);
+bool WriteLinkNumbers(std::initializer_list<std::uint32_t> numbers); // little endian
 
 // Waits until the driver has sent what was handed to it, on the thread of the sender. False when
 // the transfer has been given up meanwhile: the stall timer, which still runs, bounds the wait. A

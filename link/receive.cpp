@@ -1,30 +1,32 @@
 // How a loop is started, and the loop of a serial link.
 //
 // A burst clears the whole buffer, so a token followed by any further byte, its own zero among
-// them, would be wiped out before the sender has seen it. That is why this loop holds off once a
-// token stands in the buffer: for a second, and for as long as the sender is kept from looking, by
-// a display that is stopped or a slow disk.
+// them, would be wiped out before the sender has seen it. That is why this loop pauses once a
+// token is in the buffer: for a second, and for as long as the sender is kept from looking, by a
+// display that is stopped or a slow disk.
 
 #include "link/receive.h"
 
 #include "link/link_calls.h"
 #include "link/port.h"
 #include "link/receive_buffer.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <array>
 #include <mutex>
+#include <utility>
 
 namespace {
 
 constexpr DWORD FlasherStartMilliseconds = 20000;
-constexpr DWORD TokenHoldMilliseconds = 1000;
-constexpr DWORD HoldStepMilliseconds = 100; // StopReceive is looked at in between
+constexpr DWORD TokenPauseMilliseconds = 1000;
+constexpr DWORD PauseStepMilliseconds = 100; // StopReceive is looked at in between
 constexpr DWORD FirstMask = EV_RXCHAR | EV_CTS | EV_DSR | EV_RLSD | EV_RING;
 constexpr DWORD LaterMask = FirstMask & ~static_cast<DWORD>(EV_RLSD);
 static_assert(FirstMask == 0x139 && LaterMask == 0x119);
 
-bool TokenStands() {
+bool HoldsAnyToken() {
     for (std::uint8_t token = 1; token <= 5; ++token) {
         if (HoldsToken(token))
             return true;
@@ -34,13 +36,13 @@ bool TokenStands() {
 
 // A burst is shown when it has ended. Shown byte by byte, a token that has no zero behind it would
 // look like one for a moment; and a sender that is quicker than this loop would clear a token
-// before its zero has been read, which the next token then finds in its place.
+// before its zero has been read, which the next token then finds before its own.
 void ReadBurst(OVERLAPPED* overlapped) {
     ClearReceiveBuffer();
     std::array<std::uint8_t, MaxReceived> burst;
     std::size_t count = 0;
     std::uint8_t byte = 0;
-    while (!State.Link.StopReceive && ReadLink(&byte, 1, overlapped) == 1) {
+    while (!State.Link.StopReceive && ReadLink({&byte, 1}, overlapped) == 1) {
         if (count < burst.size())
             burst[count++] = byte;
     }
@@ -52,9 +54,9 @@ void ReadBurst(OVERLAPPED* overlapped) {
 // StopReceive.
 void LeaveTokenToSender() {
     const std::uint32_t looks = State.Link.SenderLooks;
-    for (DWORD held = 0; held < TokenHoldMilliseconds && !State.Link.StopReceive;
-         held += HoldStepMilliseconds)
-        Sleep(HoldStepMilliseconds);
+    for (DWORD waited = 0; waited < TokenPauseMilliseconds && !State.Link.StopReceive;
+         waited += PauseStepMilliseconds)
+        Sleep(PauseStepMilliseconds);
     while (State.Link.SenderLooks - looks < 2 && !State.Link.StopReceive)
         Sleep(1);
 }
@@ -91,13 +93,11 @@ void StartReceiveLoop(DWORD(WINAPI* loop)(LPVOID), bool keepThread) {
         // Under the lock, so that a loop that ends at once finds its own handle to close.
         const std::lock_guard lock(State.Link.LinkLock);
         DWORD id = 0;
-        const HANDLE thread = CreateThread(nullptr, 0, loop, nullptr, 0, &id);
+        OwnedObject thread(CreateThread(nullptr, 0, loop, nullptr, 0, &id));
         if (!thread)
             return; // no loop: no token is ever seen, and the stall timer ends the transfer
         if (keepThread)
-            State.Link.ReceiveThread = thread;
-        else
-            CloseHandle(thread);
+            State.Link.ReceiveThread = thread.Release();
     }
     // Ends: every loop raises the flag once it listens, or when it finds that it cannot.
     while (!State.Link.ReceiveCameUp)
@@ -106,12 +106,8 @@ void StartReceiveLoop(DWORD(WINAPI* loop)(LPVOID), bool keepThread) {
 
 void CloseReceiveHandles() {
     const std::lock_guard lock(State.Link.LinkLock);
-    if (State.Link.ReceiveEvent)
-        CloseHandle(State.Link.ReceiveEvent);
-    State.Link.ReceiveEvent = nullptr;
-    if (State.Link.ReceiveThread)
-        CloseHandle(State.Link.ReceiveThread);
-    State.Link.ReceiveThread = nullptr;
+    OwnedObject(std::exchange(State.Link.ReceiveEvent, nullptr)).Close();
+    OwnedObject(std::exchange(State.Link.ReceiveThread, nullptr)).Close();
 }
 
 void MarkReceiveRunning() { State.Link.ReceiveRunning = true; }
@@ -133,7 +129,7 @@ DWORD WINAPI SerialReceiveLoop(LPVOID) {
             break; // the wait was ended by the closing of the port
         if (events & EV_RXCHAR)
             ReadBurst(&overlapped);
-        if (TokenStands())
+        if (HoldsAnyToken())
             LeaveTokenToSender();
         else if (events == 0)
             Sleep(1); // a lost device fails every wait at once; the stall timer ends this

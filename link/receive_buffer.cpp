@@ -1,5 +1,5 @@
-// Storing and finding. Stores and loads are sequentially consistent: a sender that sees a token
-// sees the zero behind it as well.
+// Storing bursts and text in the buffer, and finding tokens and words in it. Stores and loads are
+// sequentially consistent: a sender that sees a token sees the zero behind it as well.
 
 #include "link/receive_buffer.h"
 
@@ -11,20 +11,20 @@ namespace {
 
 constexpr std::size_t KeptTail = 64; // longer than anything that is looked for
 
-std::uint8_t ByteAt(std::size_t place) { return State.Link.ReceiveBuffer[place]; }
+std::uint8_t ByteAt(std::size_t offset) { return State.Link.ReceiveBuffer[offset]; }
 
 // Moves the last bytes to the start and zeroes the rest.
 void KeepTail() {
-    for (std::size_t place = 0; place < KeptTail; ++place)
-        State.Link.ReceiveBuffer[place] = ByteAt(MaxReceived - KeptTail + place);
-    for (std::size_t place = KeptTail; place < ReceiveBufferSize; ++place)
-        State.Link.ReceiveBuffer[place] = 0;
+    for (std::size_t offset = 0; offset < KeptTail; ++offset)
+        State.Link.ReceiveBuffer[offset] = ByteAt(MaxReceived - KeptTail + offset);
+    for (std::size_t offset = KeptTail; offset < ReceiveBufferSize; ++offset)
+        State.Link.ReceiveBuffer[offset] = 0;
     State.Link.ReceiveCursor = KeptTail;
 }
 
-bool TextStandsAt(std::string_view text, std::size_t place) {
+bool HoldsTextAt(std::string_view text, std::size_t offset) {
     for (std::size_t index = 0; index < text.size(); ++index) {
-        if (ByteAt(place + index) != static_cast<std::uint8_t>(text[index]))
+        if (ByteAt(offset + index) != static_cast<std::uint8_t>(text[index]))
             return false;
     }
     return true;
@@ -32,13 +32,14 @@ bool TextStandsAt(std::string_view text, std::size_t place) {
 
 } // namespace
 
-bool HoldsToken(std::uint8_t token, std::size_t place) {
-    return ByteAt(place) == token && ByteAt(place + 1) == 0;
+bool HoldsToken(std::uint8_t token, std::size_t offset) {
+    return ByteAt(offset) == token && ByteAt(offset + 1) == 0;
 }
 
 bool HoldsText(std::string_view text) {
-    for (std::size_t place = 0; place + text.size() <= MaxReceived && ByteAt(place) != 0; ++place) {
-        if (TextStandsAt(text, place))
+    for (std::size_t offset = 0; offset + text.size() <= MaxReceived && ByteAt(offset) != 0;
+         ++offset) {
+        if (HoldsTextAt(text, offset))
             return true;
     }
     return false;
@@ -53,16 +54,16 @@ void ClearReceivedToken() {
 
 void ClearReceiveBuffer() {
     const std::lock_guard lock(State.Link.BufferLock);
-    for (auto& place : State.Link.ReceiveBuffer)
-        place = 0;
+    for (auto& slot : State.Link.ReceiveBuffer)
+        slot = 0;
     State.Link.ReceiveCursor = 0;
 }
 
 void StoreBurst(std::span<const std::uint8_t> burst) {
     const std::lock_guard lock(State.Link.BufferLock);
     State.Link.ReceiveCursor = burst.size();
-    for (std::size_t place = burst.size(); place-- > 0;)
-        State.Link.ReceiveBuffer[place] = burst[place];
+    for (std::size_t offset = burst.size(); offset-- > 0;)
+        State.Link.ReceiveBuffer[offset] = burst[offset];
 }
 
 void StoreReceivedText(std::uint8_t value) {

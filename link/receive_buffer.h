@@ -2,7 +2,7 @@
 //
 // Every byte is an atomic, so a sender may look at any time. Storing and clearing have a lock: a
 // bootloader's text may go on while the sender, who has seen enough of it, clears the buffer. A
-// zero byte ends the text that a sender looks at, and a zero always stands behind the last byte
+// zero byte ends the text that a sender looks at, and a zero always follows the last byte
 // stored.
 #pragma once
 
@@ -11,16 +11,16 @@
 #include <span>
 #include <string_view>
 
-// Whether exactly this token stands at the given place, with its zero behind it.
-bool HoldsToken(std::uint8_t token, std::size_t place = 0);
+// Whether exactly this token is at the offset, with its zero behind it.
+bool HoldsToken(std::uint8_t token, std::size_t offset = 0);
 
-// Whether the text stands anywhere before the first zero.
+// Whether the text occurs anywhere before the first zero.
 bool HoldsText(std::string_view text);
 
 void ClearReceivedToken(); // bytes 0 and 1, and the cursor back to the start
 void ClearReceiveBuffer(); // all of it, and the cursor
 
-// The most that is stored: a zero stands behind it.
+// Bytes stored at most: a zero follows.
 constexpr std::size_t MaxReceived = 999;
 
 // A whole burst, of MaxReceived bytes or fewer, into a buffer that is clear. The first byte goes

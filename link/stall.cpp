@@ -1,4 +1,5 @@
-// A device that has died looks just like one that is busy; the only watch is a timer.
+// Ending a transfer, good or bad. A device that has died looks just like one that is busy; the only
+// watch is a timer.
 //
 // The order here is what keeps the threads apart: TransferAborted is raised first, then
 // StopReceive, and handles are closed only when the loop has left, apart from the port itself,
@@ -9,17 +10,18 @@
 #include "link/port.h"
 #include "link/receive.h"
 #include "link/transfer_buffers.h"
-#include "link/upgrade_transfer.h"
+#include "link/wire.h"
 #include "state/progress_record.h"
 #include "state/state.h"
 
+#include <atomic>
 #include <mutex>
 
 namespace {
 
 constexpr DWORD PieceMilliseconds = 30000;
 constexpr DWORD AnswerMilliseconds = 20000;
-constexpr DWORD MaxLeaveMilliseconds = 10000; // a loop holds off for a second at most
+constexpr DWORD MaxLeaveMilliseconds = 10000; // a loop pauses for a second at most
 constexpr DWORD PollMilliseconds = 10;
 
 void PostToProgressPage(UINT_PTR timer, DWORD milliseconds) {
@@ -74,8 +76,8 @@ void SetStallTimer(HWND page, UINT_PTR timer, DWORD milliseconds) {
         SetTimer(page, timer, milliseconds, nullptr);
 }
 
-// A stall is decided before the recording or after it. The note takes the registry's lock and its
-// disk, so it comes behind; the device asks for the held-back block only after this.
+// A stall is decided before the recording or after it. The note waits for the registry's lock and
+// its disk, so it comes after; the device asks for the held-back block only after this.
 bool RecordBytesRemaining(std::uint32_t remaining) {
     {
         const std::lock_guard lock(State.Link.VerdictLock);
@@ -96,13 +98,13 @@ void EndStalledTransfer(HWND page, UINT_PTR timer) {
         return;
     AbandonTransfer();
     State.Link.StopReceive = true;
-    EndDialog(page, 2);
+    EndDialog(page, TransferStalled);
 }
 
 void ReleaseLink() {
     State.Link.StopReceive = true;
     CloseLinkPort();
-    // A loop that never leaves keeps its handles; the end of the process takes them.
+    // A loop that never leaves keeps its handles; the end of the process closes them.
     if (WaitForLoopToLeave())
         CloseReceiveHandles();
 }

@@ -5,6 +5,12 @@
 
 #include <cstdint>
 
+// What ProgressPage gives.
+enum TransferResult : INT_PTR {
+    TransferSent = 1,    // by the sender's last step
+    TransferStalled = 2, // by a timer
+};
+
 constexpr UINT_PTR PieceTimer = 1;  // 30000 ms for the next token
 constexpr UINT_PTR AnswerTimer = 2; // 20000 ms for the answer to the start byte
 
@@ -39,5 +45,6 @@ void ReleaseLink();
 void TearDownTransfer();
 
 // At the end of the wizard: gives up what a failed transfer has left, which on USB and with the
-// bootloader is the link itself, and waits a moment for the threads of the transfer.
+// bootloader is the link itself, and waits up to 20 s for the threads of the transfer, ten for
+// each.
 void LeaveTransfer();

@@ -1,6 +1,7 @@
-// Why the order is what it is: while the second block of the payload has not gone out, a failed
-// upgrade can be repeated the normal way; after that only the bootloader helps. So that block is
-// kept in memory and sent last, and the order of this file is a safety rule, not a taste.
+// Sending an image to the flasher. Why the order is what it is: while the second block of the
+// payload has not gone out, a failed upgrade can be repeated the normal way; after that only the
+// bootloader helps. So that block is kept in memory and sent last, and the order of this file is a
+// safety rule, not a taste.
 //
 // A transfer is a failure until MarkSent makes it a success.
 
@@ -13,15 +14,13 @@
 #include "link/receive_buffer.h"
 #include "link/stall.h"
 #include "link/transfer_buffers.h"
+#include "link/wire.h"
 #include "state/progress_record.h"
 #include "state/state.h"
 
-namespace {
+#include <span>
 
-constexpr std::uint8_t SendPieceToken = 4;
-constexpr std::uint8_t ReadyToken = 5;
-constexpr std::uint32_t PieceSize = 0x20000;
-constexpr std::uint32_t HeaderSize = 32;
+namespace {
 
 // Polls for the token; false when the transfer has been given up. The receive loop leaves a token
 // alone until two more looks are counted; one that has found it counts for both, since the next
@@ -44,21 +43,18 @@ bool PieceIsWanted() { return HoldsToken(SendPieceToken); }
 
 std::uint32_t BarRange() { return State.Image.ImageSizeKB << 10; }
 
-// Header, first block and HeldBackBlock; the file then stands at the first piece to send.
+// Header, first block and HeldBackBlock; the first piece to send is read next.
 bool LoadHeldBackBlock() {
-    State.Link.TransferBufferA = AllocateTransferBuffer(HeldBackSize);
+    State.Link.TransferBufferA = AllocateTransferBuffer(PayloadBlockSize);
     State.Link.TransferBufferB = AllocateTransferBuffer(HeldBackSize);
     return State.Link.TransferBufferA && State.Link.TransferBufferB &&
-           ReadPiece(State.Link.TransferBufferA, HeaderSize) &&
-           ReadPiece(State.Link.TransferBufferA, HeldBackSize) &&
-           ReadPiece(State.Link.TransferBufferB, HeldBackSize);
+           ReadPiece({State.Link.TransferBufferA, ImageHeaderSize}) &&
+           ReadPiece({State.Link.TransferBufferA, PayloadBlockSize}) &&
+           ReadPiece({State.Link.TransferBufferB, HeldBackSize});
 }
 
 void AnnounceSize(std::uint32_t size) {
-    const std::uint8_t field[4] = {
-        static_cast<std::uint8_t>(size), static_cast<std::uint8_t>(size >> 8),
-        static_cast<std::uint8_t>(size >> 16), static_cast<std::uint8_t>(size >> 24)};
-    WriteLink(field, sizeof(field));
+    WriteLinkNumbers({size});
     ResetProgress(BarRange());
     StartStallTimer(PieceTimer);
     // The wait cursor gives way to the arrow without the mouse being moved.
@@ -67,7 +63,7 @@ void AnnounceSize(std::uint32_t size) {
 }
 
 bool SendPiece(const std::uint8_t* piece) {
-    const bool handedOver = WriteLink(piece, PieceSize);
+    const bool handedOver = WriteLink({piece, PieceSize});
     AdvanceProgress(PieceSize, BarRange());
     return handedOver;
 }
@@ -80,9 +76,10 @@ bool SendPiecesFromFile(std::uint32_t remaining) {
         ClearReceivedToken();
         if (remaining <= HeldBackSize)
             return true;
-        if (!ReadPiece(State.Link.TransferBufferA, PieceSize))
+        const std::span piece(State.Link.TransferBufferA, PieceSize);
+        if (!ReadPiece(piece))
             return false;
-        WriteLink(State.Link.TransferBufferA, PieceSize);
+        WriteLink(piece);
         remaining -= PieceSize;
         if (!RecordBytesRemaining(remaining))
             return false;
@@ -101,7 +98,7 @@ bool SendHeldBackBlock() {
 void EndProgressPage() {
     CollapsePage(State.Windows.ProgressPage, true);
     ShowPercentage(100);
-    EndDialog(State.Windows.ProgressPage, 1);
+    EndDialog(State.Windows.ProgressPage, TransferSent);
 }
 
 void SendImage() {
@@ -124,7 +121,7 @@ void SendImage() {
 void BeginUpgradeTransfer() {
     const SenderGuard sender;
     ClearReceivedToken();
-    WriteLink("A", 1);
+    WriteLink(StartByte);
     StartStallTimer(AnswerTimer);
     if (!AwaitToken(FlasherIsReady))
         return;

@@ -30,7 +30,7 @@ void StorePair(const std::uint8_t (&pair)[2]) {
 void ReadUntilTaken(OVERLAPPED* overlapped) {
     std::uint8_t pair[2] = {};
     do {
-        const DWORD count = ReadLink(pair, 2, overlapped);
+        const DWORD count = ReadLink(pair, overlapped);
         if (pair[0] != 0 && !State.Link.StopReceive)
             StorePair(pair);
         pair[0] = 0;

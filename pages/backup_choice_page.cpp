@@ -1,7 +1,7 @@
 // The offer of a backup, and the two tests that a file must pass before a backup may start.
 //
 // Nothing is created or replaced here: an existing file that was accepted and then turned out to
-// stand on a full drive is untouched.
+// lie on a full drive is untouched.
 
 #include "frame/catalog.h"
 #include "frame/error_pages.h"
@@ -9,6 +9,7 @@
 #include "pages/duration_texts.h"
 #include "pages/image_file_dialog.h"
 #include "resources/resource.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <cstdio>
@@ -23,7 +24,8 @@ constexpr PageText BackupChoiceTexts[] = {
     {IDCANCEL, IDS_CANCEL},
 };
 
-constexpr PageResult BackupChoiceResults[] = {{IDOK, 1}, {IDCANCEL, 2}};
+constexpr PageResult BackupChoiceResults[] = {{IDOK, BackupChoiceNone},
+                                              {IDCANCEL, BackupChoiceCancel}};
 
 void SetOffer(HWND page) {
     SetDlgItemTextA(
@@ -32,28 +34,13 @@ void SetOffer(HWND page) {
                                  State.Paths.LanguageFolder)));
 }
 
-// "TOLKROM187" for version 1.87.
-void ProposeBackupName() {
-    const char* version = State.Handheld.DeviceVersionText;
-    const char digits[] = {version[0], version[2], version[3], '\0'};
-    std::snprintf(State.Paths.BackupPath, sizeof(State.Paths.BackupPath), "TOLKROM%s", digits);
-}
-
-bool FileExists(const char* path) {
-    WIN32_FIND_DATAA found;
-    const HANDLE search = FindFirstFileA(path, &found);
-    if (search == INVALID_HANDLE_VALUE)
-        return false;
-    FindClose(search);
-    return true;
-}
-
 // Asks about an existing file, with the page out of sight. On refusal the page is back.
 bool MayWrite(HWND page, const char* path) {
-    if (!FileExists(path))
+    WIN32_FIND_DATAA found;
+    if (!OwnedSearch(FindFirstFileA(path, &found)))
         return true;
     ShowWindow(page, SW_HIDE);
-    if (ShowPage(FileExistsPage) != 2)
+    if (ShowPage(FileExistsPage) != FileExistsChooseOther)
         return true;
     ShowWindow(page, SW_SHOW);
     return false;
@@ -61,7 +48,10 @@ bool MayWrite(HWND page, const char* path) {
 
 // False when the user gives up; the page is then on the screen.
 bool PickBackupFile(HWND page) {
-    ProposeBackupName();
+    // "TOLKROM187" for version 1.87.
+    const char* version = State.Handheld.DeviceVersionText;
+    const char digits[] = {version[0], version[2], version[3], '\0'};
+    std::snprintf(State.Paths.BackupPath, sizeof(State.Paths.BackupPath), "TOLKROM%s", digits);
     do {
         if (!AskForBackupFile(page, State.Paths.BackupPath))
             return false;
@@ -69,8 +59,8 @@ bool PickBackupFile(HWND page) {
     return true;
 }
 
-// The first two characters are a drive and its colon. Where they are not, or the drive does not
-// tell, the backup is tried: a file that cannot be written has a page of its own.
+// The first two characters are a drive and its colon. Where they are not, or the drive cannot
+// be asked, the backup is tried: a file that cannot be written has a page of its own.
 bool HasSpace(const char* path) {
     const char drive[] = {path[0], path[0] ? path[1] : '\0', '\0'};
     ULARGE_INTEGER available = {};
@@ -79,22 +69,18 @@ bool HasSpace(const char* path) {
     return available.QuadPart >= SpaceForBackup;
 }
 
-void ChooseBackup(HWND page) {
+bool HandleBackupCommand(HWND page, int command) {
+    if (command != IDC_SAVE)
+        return false;
     if (!PickBackupFile(page))
-        return;
+        return true;
     if (HasSpace(State.Paths.BackupPath)) {
-        EndDialog(page, BackupFileChosen);
-        return;
+        EndDialog(page, BackupChoiceFile);
+        return true;
     }
     ShowWindow(page, SW_HIDE);
     ShowPage(BackupSpaceErrorPage);
     ShowWindow(page, SW_SHOW);
-}
-
-bool HandleBackupCommand(HWND page, int command) {
-    if (command != IDC_SAVE)
-        return false;
-    ChooseBackup(page);
     return true;
 }
 

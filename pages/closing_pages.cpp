@@ -1,7 +1,7 @@
 // After a good transfer: what to do on the handheld, and the farewell.
 //
-// UpgradeDonePage is where the link ends on every road. ActiveSync starts only when the user says
-// that the steps are done; leaving by Escape leaves it stopped.
+// UpgradeDonePage is where the link ends in every good run. ActiveSync starts only when the user
+// says that the steps are done; leaving by Escape leaves it stopped.
 
 #include "pages/closing_pages.h"
 
@@ -9,6 +9,7 @@
 #include "device/clock.h"
 #include "link/stall.h"
 #include "resources/resource.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <shellapi.h>
@@ -24,7 +25,8 @@ constexpr PageText UpgradeDoneTexts[] = {
     {IDC_NEXT, IDS_NEXT},
 };
 
-constexpr PageResult UpgradeDoneResults[] = {{IDC_NEXT, 0}, {IDCANCEL, 1}};
+constexpr PageResult UpgradeDoneResults[] = {{IDC_NEXT, UpgradeDoneNext},
+                                             {IDCANCEL, UpgradeDoneLeave}};
 constexpr PagePicture UpgradeDonePictures[] = {{IDB_POWER_SWITCH, 282, 200}};
 
 void EndTransfer(HWND) { TearDownTransfer(); }
@@ -63,12 +65,11 @@ void OpenReadme() {
     program.lpDirectory = folder;
     program.nShow = SW_SHOWMAXIMIZED;
     ShellExecuteExA(&program);
-    if (program.hProcess)
-        CloseHandle(program.hProcess);
+    const OwnedObject process(program.hProcess);
 }
 
 // The clock is set on every way out.
-bool SayGoodbye(HWND page, int command) {
+bool LeaveFinishPage(HWND page, int command) {
     if (command == IDOK && IsDlgButtonChecked(page, IDC_README) == BST_CHECKED)
         OpenReadme();
     if (command == IDOK || command == IDCANCEL)
@@ -82,7 +83,7 @@ constexpr Page FinishPageOf(int dialog) {
             .results = FinishResults,
             .colours = FinishColours,
             .open = OfferReadme,
-            .command = SayGoodbye};
+            .command = LeaveFinishPage};
 }
 
 // Two templates with the same controls, a unit or two apart.
@@ -98,6 +99,4 @@ constinit const Page UpgradeDonePage = {.dialog = IDD_UPGRADE_DONE,
                                         .open = EndTransfer,
                                         .command = HandBackToActiveSync};
 
-INT_PTR ShowFinishPage() {
-    return ShowPage(State.Run.SerialLinkSelected ? SerialFinishPage : UsbFinishPage);
-}
+const Page& FinishPage() { return State.Run.SerialLinkSelected ? SerialFinishPage : UsbFinishPage; }

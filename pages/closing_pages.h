@@ -3,6 +3,13 @@
 
 #include "frame/page.h"
 
-extern const Page UpgradeDonePage; // takes the link down; 0 Next (ActiveSync started), 1 leave
+// Takes the link down as it opens.
+extern const Page UpgradeDonePage;
+enum UpgradeDoneResult : INT_PTR {
+    UpgradeDoneNext = 0, // ActiveSync has been started
+    UpgradeDoneLeave = 1,
+};
 
-INT_PTR ShowFinishPage(); // of the two twin templates that of the link in use
+// The last page of a good run, from that of two twin templates which suits the link. Nothing
+// depends on its result.
+const Page& FinishPage();

@@ -18,7 +18,8 @@ constexpr PageText ConnectionTypeTexts[] = {
     {IDCANCEL, IDS_CANCEL},
 };
 
-constexpr PageResult ConnectionTypeResults[] = {{IDOK, 0}, {IDCANCEL, 1}};
+constexpr PageResult ConnectionTypeResults[] = {{IDOK, ConnectionTypeNext},
+                                                {IDCANCEL, ConnectionTypeCancel}};
 constexpr PagePicture ConnectionTypePictures[] = {{IDB_USB, 305, 100}, {IDB_SERIAL, 305, 200}};
 
 bool IsMarked(HWND page, int button) { return IsDlgButtonChecked(page, button) == BST_CHECKED; }

@@ -23,16 +23,19 @@ constexpr PageText ActionChoiceTexts[] = {
     {IDCANCEL, IDS_CANCEL},
 };
 
-// The Enter key on this page, which has no default button, leaves like Cancel.
-constexpr PageResult ActionChoiceResults[] = {
-    {IDC_UPGRADE, IDC_UPGRADE}, {IDC_RESTORE, IDC_RESTORE}, {IDCANCEL, 1}, {IDOK, 0}};
+// The page has no default button, so that the Enter key gives IDOK.
+constexpr PageResult ActionChoiceResults[] = {{IDC_UPGRADE, ActionChoiceUpgrade},
+                                              {IDC_RESTORE, ActionChoiceRestore},
+                                              {IDCANCEL, ActionChoiceCancel},
+                                              {IDOK, ActionChoiceEnter}};
+static_assert(ActionChoiceUpgrade == IDC_UPGRADE && ActionChoiceRestore == IDC_RESTORE);
 
 void SetLanguageLine(HWND page) {
     SetLabelledText(page, IDC_ACTION_LANGUAGE, IDS_LANGUAGE,
                     LanguageNameText(State.Paths.LanguageFolder));
 }
 
-constexpr PageResult NextOrCancel[] = {{IDOK, 1}, {IDCANCEL, 2}};
+constexpr PageResult ConfirmResults[] = {{IDOK, ConfirmNext}, {IDCANCEL, ConfirmCancel}};
 
 constexpr PageText VersionConfirmTexts[] = {
     {IDC_VERSION_QUESTION, IDS_VERSION_QUESTION},
@@ -72,8 +75,8 @@ constinit const Page ActionChoicePage = {.dialog = IDD_ACTION_CHOICE,
                                          .results = ActionChoiceResults,
                                          .open = SetLanguageLine};
 constinit const Page VersionConfirmPage = {
-    .dialog = IDD_VERSION_CONFIRM, .texts = VersionConfirmTexts, .results = NextOrCancel};
+    .dialog = IDD_VERSION_CONFIRM, .texts = VersionConfirmTexts, .results = ConfirmResults};
 constinit const Page UpgradeReadyPage = {.dialog = IDD_UPGRADE_READY,
                                          .texts = UpgradeReadyTexts,
-                                         .results = NextOrCancel,
+                                         .results = ConfirmResults,
                                          .open = SetReadyTexts};

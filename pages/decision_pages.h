@@ -3,10 +3,26 @@
 
 #include "frame/page.h"
 
-extern const Page ConnectionTypePage; // 0 with SerialLinkSelected set, 1 leave
-extern const Page ActionChoicePage;   // 1035 upgrade, 1036 restore, 1 leave, 0 the Enter key
-extern const Page VersionConfirmPage; // 1 go on, 2 leave
-extern const Page BackupChoicePage;   // 1 no backup, BackupFileChosen, 2 leave
-extern const Page UpgradeReadyPage;   // 1 go on, 2 leave
+extern const Page ConnectionTypePage;
+enum ConnectionTypeResult : INT_PTR {
+    ConnectionTypeNext = 0, // SerialLinkSelected is set
+    ConnectionTypeCancel = 1,
+};
 
-constexpr INT_PTR BackupFileChosen = 1000; // BackupPath names it
+extern const Page ActionChoicePage;
+enum ActionChoiceResult : INT_PTR {
+    ActionChoiceEnter = 0, // the Enter key, which leaves like Cancel
+    ActionChoiceCancel = 1,
+    ActionChoiceUpgrade = 1035, // IDC_UPGRADE and IDC_RESTORE
+    ActionChoiceRestore = 1036,
+};
+
+extern const Page BackupChoicePage;
+enum BackupChoiceResult : INT_PTR {
+    BackupChoiceNone = 1,
+    BackupChoiceCancel = 2,
+    BackupChoiceFile = 1000, // BackupPath names it
+};
+
+extern const Page VersionConfirmPage, UpgradeReadyPage;
+enum ConfirmResult : INT_PTR { ConfirmNext = 1, ConfirmCancel = 2 };

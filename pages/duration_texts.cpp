@@ -1,4 +1,4 @@
-// A small ROM takes half the time of a large one.
+// The table of duration texts. A small ROM needs half the time of a large one.
 
 #include "pages/duration_texts.h"
 

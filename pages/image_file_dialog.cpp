@@ -1,5 +1,5 @@
-// Both dialogs are filled in the same way. The initial directory is handed over as it stands,
-// unexpanded; a dialog that does not know it starts where it likes.
+// Opening the file dialogs, both filled in the same way. The initial directory is handed over as it
+// stands, unexpanded; a dialog that does not know it starts where it likes.
 
 #include "pages/image_file_dialog.h"
 

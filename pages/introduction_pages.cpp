@@ -1,5 +1,5 @@
-// What is coming and what to prepare. The handheld is not connected yet: these pages read nothing
-// and change nothing, so that leaving from any of them leaves no trace.
+// The pages that say what is coming and what to prepare. The handheld is not connected yet: these
+// pages read nothing and change nothing, so that leaving from any of them leaves no trace.
 
 #include "pages/introduction_pages.h"
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr PageResult NextOrCancel[] = {{IDOK, 0}, {IDCANCEL, 1}};
+constexpr PageResult Results[] = {{IDOK, IntroductionNext}, {IDCANCEL, IntroductionCancel}};
 
 // The bold label lies on the blanks at the start of the warning.
 constexpr PageText UpgradeNoticeTexts[] = {
@@ -20,7 +20,8 @@ constexpr PageText UpgradeNoticeTexts[] = {
     {IDCANCEL, IDS_CANCEL},
 };
 
-constexpr PageResult UpgradeNoticeResults[] = {{IDC_NEXT, 0}, {IDCANCEL, 1}};
+constexpr PageResult UpgradeNoticeResults[] = {{IDC_NEXT, IntroductionNext},
+                                               {IDCANCEL, IntroductionCancel}};
 
 constexpr int Unnumbered = -1; // IDC_STATIC, which not every Windows header knows
 
@@ -57,11 +58,11 @@ constexpr PageColour DeviceChecklistColours[] = {{IDC_DEVICE_NOTE, Colouring::Re
 constinit const Page UpgradeNoticePage = {
     .dialog = IDD_UPGRADE_NOTICE, .texts = UpgradeNoticeTexts, .results = UpgradeNoticeResults};
 constinit const Page WelcomePage = {
-    .dialog = IDD_WELCOME, .texts = WelcomeTexts, .results = NextOrCancel};
+    .dialog = IDD_WELCOME, .texts = WelcomeTexts, .results = Results};
 constinit const Page HostChecklistPage = {
-    .dialog = IDD_HOST_CHECKLIST, .texts = HostChecklistTexts, .results = NextOrCancel};
+    .dialog = IDD_HOST_CHECKLIST, .texts = HostChecklistTexts, .results = Results};
 constinit const Page DeviceChecklistPage = {.dialog = IDD_DEVICE_CHECKLIST,
                                             .texts = DeviceChecklistTexts,
-                                            .results = NextOrCancel,
+                                            .results = Results,
                                             .pictures = DeviceChecklistPictures,
                                             .colours = DeviceChecklistColours};

@@ -7,6 +7,7 @@
 #include "pages/introduction_pages.h"
 #include "rapi/rapi.h"
 #include "resources/resource.h"
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <optional>
@@ -24,7 +25,8 @@ constexpr PageText PowerWarningTexts[] = {
     {IDCANCEL, IDS_CANCEL},
 };
 
-constexpr PageResult PowerWarningResults[] = {{IDOK, 0}, {IDCANCEL, 1}};
+constexpr PageResult PowerWarningResults[] = {{IDOK, IntroductionNext},
+                                              {IDCANCEL, IntroductionCancel}};
 
 // Whether the adapter is in; nothing when the handheld does not answer.
 std::optional<bool> ReadPower() {
@@ -48,9 +50,7 @@ DWORD WINAPI PowerWatchThread(LPVOID) {
 
 void StartPowerWatch(HWND page) {
     State.Windows.PowerWarningPage = page;
-    const HANDLE thread = CreateThread(nullptr, 0, PowerWatchThread, nullptr, 0, nullptr);
-    if (thread)
-        CloseHandle(thread);
+    OwnedObject(CreateThread(nullptr, 0, PowerWatchThread, nullptr, 0, nullptr)).Close();
 }
 
 // Next stays on the page while the adapter is out.

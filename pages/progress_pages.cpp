@@ -1,22 +1,22 @@
 // The page of a running transfer: it starts the worker, which does everything else.
 //
 // The page publishes itself before the worker starts, since the worker ends it. Nothing that the
-// user does ends it: an upgrade that is broken off leaves a handheld without a system, and a backup
-// a file that is none.
+// user does ends it: an upgrade that is broken off leaves a handheld without a system, and a
+// backup a file that does not verify.
 
 #include "pages/progress_pages.h"
 
 #include "frame/catalog.h"
-#include "link/backup_transfer.h"
 #include "link/stall.h"
 #include "pages/duration_texts.h"
 #include "pages/transfer_threads.h"
 #include "resources/resource.h"
+#include "state/handles.h"
 #include "state/state.h"
 
-namespace {
+#include <atomic>
 
-constexpr INT_PTR Failed = 2;
+namespace {
 
 constexpr PageText ProgressTexts[] = {{IDC_PROGRESS_TEXT, IDS_UPGRADING},
                                       {IDC_PROGRESS_WARNING, IDS_KEEP_CONNECTED},
@@ -31,58 +31,52 @@ void SetDuration(HWND page, bool serialLink) {
                                              State.Paths.LanguageFolder)));
 }
 
-using Place = std::atomic<HWND>; // where a page publishes itself
-
-void Withdraw(Place& place) {
-    SetThreadExecutionState(ES_CONTINUOUS);
-    State.Windows.ProgressBar = nullptr;
-    place = nullptr;
-}
-
-void StartWorker(HWND page, Place& place, DWORD(WINAPI* worker)(LPVOID)) {
+// `published` is the record's handle of this page. Without a worker the page ends with `failure`:
+// nobody else would ever end it.
+void StartWorker(HWND page, std::atomic<HWND>& published, DWORD(WINAPI* worker)(LPVOID),
+                 INT_PTR failure) {
     // A PC that falls asleep breaks the transfer off.
     SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
     State.Windows.ProgressBar = GetDlgItem(page, IDC_PROGRESS);
-    place = page;
-    const HANDLE thread = CreateThread(nullptr, 0, worker, nullptr, 0, nullptr);
-    if (thread)
-        CloseHandle(thread);
-    else
-        EndDialog(page, Failed); // nobody else would ever do it
+    published = page;
+    if (!OwnedObject(CreateThread(nullptr, 0, worker, nullptr, 0, nullptr)))
+        EndDialog(page, failure);
+}
+
+void WithdrawPage(std::atomic<HWND>& published) {
+    SetThreadExecutionState(ES_CONTINUOUS);
+    State.Windows.ProgressBar = nullptr;
+    published = nullptr;
 }
 
 void OpenProgress(HWND page) {
     SetDuration(page, State.Run.SerialLinkSelected);
-    StartWorker(page, State.Windows.ProgressPage, transfer::UpgradeThread);
+    StartWorker(page, State.Windows.ProgressPage, transfer::UpgradeThread, TransferStalled);
 }
 
 // The bootloader is always reached over the serial port.
 void OpenResumeProgress(HWND page) {
     State.Run.BusyCursor = true;
     SetDuration(page, State.Run.SerialLinkSelected || State.Run.BootloaderResume);
-    StartWorker(page, State.Windows.ProgressPage, transfer::ResumeThread);
+    StartWorker(page, State.Windows.ProgressPage, transfer::ResumeThread, TransferStalled);
 }
 
 void OpenBackup(HWND page) {
     SetDlgItemTextA(page, IDC_BACKUP_TEXT,
                     CatalogText(DurationText(DurationFamily::Backup, State.Run.SerialLinkSelected,
                                              State.Paths.LanguageFolder)));
-    StartWorker(page, State.Windows.BackupPage, BackupThread);
+    StartWorker(page, State.Windows.BackupPage, transfer::BackupThread, BackupNotStarted);
 }
 
 bool IgnoreCommand(HWND, int) { return true; }
 
-INT_PTR ShowCursor(HWND page) {
-    SetCursor(LoadCursorA(nullptr, State.Run.BusyCursor ? IDC_WAIT : IDC_ARROW));
-    SetWindowLongPtrA(page, DWLP_MSGRESULT, TRUE); // keeps the platform from setting its own
-    return TRUE;
-}
-
-bool ServeTransfer(HWND page, UINT message, WPARAM first, LPARAM second, INT_PTR* answer) {
+// The messages of both pages of an upgrade.
+bool ProgressPageProc(HWND page, UINT message, WPARAM first, LPARAM second, INT_PTR* answer) {
     *answer = TRUE;
     switch (message) {
     case WM_SETCURSOR:
-        *answer = ShowCursor(page);
+        SetCursor(LoadCursorA(nullptr, State.Run.BusyCursor ? IDC_WAIT : IDC_ARROW));
+        SetWindowLongPtrA(page, DWLP_MSGRESULT, TRUE); // keeps the platform from setting its own
         return true;
     case StallTimerMessage:
         SetStallTimer(page, first, static_cast<DWORD>(second));
@@ -91,16 +85,16 @@ bool ServeTransfer(HWND page, UINT message, WPARAM first, LPARAM second, INT_PTR
         EndStalledTransfer(page, first);
         return true;
     case WM_DESTROY:
-        Withdraw(State.Windows.ProgressPage);
+        WithdrawPage(State.Windows.ProgressPage);
         return false;
     default:
         return false;
     }
 }
 
-bool ServeBackup(HWND, UINT message, WPARAM, LPARAM, INT_PTR*) {
+bool BackupPageProc(HWND, UINT message, WPARAM, LPARAM, INT_PTR*) {
     if (message == WM_DESTROY)
-        Withdraw(State.Windows.BackupPage);
+        WithdrawPage(State.Windows.BackupPage);
     return false;
 }
 
@@ -113,7 +107,7 @@ constinit const Page ProgressPage = {.dialog = IDD_PROGRESS,
                                      .hasTitle = false,
                                      .open = OpenProgress,
                                      .command = IgnoreCommand,
-                                     .message = ServeTransfer};
+                                     .message = ProgressPageProc};
 constinit const Page ResumeProgressPage = {.dialog = IDD_PROGRESS,
                                            .texts = ProgressTexts,
                                            .results = {},
@@ -121,11 +115,11 @@ constinit const Page ResumeProgressPage = {.dialog = IDD_PROGRESS,
                                            .hasTitle = false,
                                            .open = OpenResumeProgress,
                                            .command = IgnoreCommand,
-                                           .message = ServeTransfer};
+                                           .message = ProgressPageProc};
 constinit const Page BackupPage = {.dialog = IDD_BACKUP,
                                    .texts = BackupTexts,
                                    .results = {},
                                    .hasTitle = false,
                                    .open = OpenBackup,
                                    .command = IgnoreCommand,
-                                   .message = ServeBackup};
+                                   .message = BackupPageProc};

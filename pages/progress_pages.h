@@ -4,6 +4,11 @@
 
 #include "frame/page.h"
 
-extern const Page ProgressPage;       // starts UpgradeThread: 1 all went out, 2 stalled
-extern const Page ResumeProgressPage; // starts ResumeThread
-extern const Page BackupPage;         // starts BackupThread: 1 saved, 2 the worker did not start
+extern const Page ProgressPage;       // starts UpgradeThread: a TransferResult, see link/stall.h
+extern const Page ResumeProgressPage; // starts ResumeThread: the same
+extern const Page BackupPage;         // starts BackupThread
+
+enum BackupResult : INT_PTR {
+    BackupSaved = 1,
+    BackupNotStarted = 2, // there is no worker
+};

@@ -45,8 +45,8 @@ struct DirectoryCloser {
 // "?" and a hash (FNV-1a, 32 bits) of the entry's name, as no file of Windows can be called.
 std::string NumberedName(std::string_view hostName) {
     std::uint32_t hash = 0x811C9DC5;
-    for (const unsigned char byte : hostName)
-        hash = (hash ^ byte) * 0x01000193;
+    for (const char byte : hostName)
+        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x01000193;
     char name[sizeof("?01234567")];
     std::snprintf(name, sizeof(name), "?%08X", static_cast<unsigned>(hash));
     return name;

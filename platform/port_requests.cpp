@@ -31,7 +31,7 @@ void PortRequests::SetMask(DWORD events) {
 }
 
 void PortRequests::AddWait(OverlappedCall call, DWORD* events) {
-    wait_.emplace(std::move(call), events);
+    wait_.emplace(Wait{std::move(call), events});
     ServeWait();
 }
 

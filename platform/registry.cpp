@@ -59,7 +59,7 @@ LSTATUS PathBelow(const OpenKey& key, LPCSTR subKey, RegistryPath& path) {
 
 // Bytes as an 8-bit caller stores and sees them: of text, one for each UTF-16 unit.
 std::string StoredFromCaller(DWORD type, const BYTE* data, DWORD size) {
-    const std::string bytes(reinterpret_cast<const char*>(data), size);
+    std::string bytes(reinterpret_cast<const char*>(data), size);
     if (!IsRegistryText(type))
         return bytes;
     std::string stored;

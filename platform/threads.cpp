@@ -175,7 +175,8 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
         return nullptr;
     }
     auto thread = std::make_shared<Thread>();
-    auto given = std::make_unique<platform::ThreadStart>(thread, start, parameter);
+    auto given =
+        std::make_unique<platform::ThreadStart>(platform::ThreadStart{thread, start, parameter});
     if (!platform::StartDetached(given.get())) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;

@@ -20,7 +20,7 @@ public:
     constexpr const char* c_str() const { return text_.data(); }
 
 private:
-    // What Windows-1252 has at 0x80 to 0x9F; 0 for the five numbers that stand for nothing. All
+    // What Windows-1252 has at 0x80 to 0x9F; 0 for the five numbers without a character. All
     // other characters have the number that they have in Unicode.
     static constexpr char32_t High[] = {U'€', 0,    U'‚', U'ƒ', U'„', U'…', U'†', U'‡',
                                         U'ˆ', U'‰', U'Š', U'‹', U'Œ', 0,    U'Ž', 0,
@@ -46,15 +46,15 @@ private:
         throw "no character of Windows-1252";
     }
     static consteval char Encode(char32_t code) {
-        char32_t place = code;
+        char32_t ansi = code;
         if (code > 0xFF || (code >= 0x80 && code < 0xA0)) {
-            place = 0x80;
-            while (place < 0xA0 && High[place - 0x80] != code)
-                ++place;
-            if (place == 0xA0)
+            ansi = 0x80;
+            while (ansi < 0xA0 && High[ansi - 0x80] != code)
+                ++ansi;
+            if (ansi == 0xA0)
                 throw "no character of Windows-1252";
         }
-        return static_cast<char>(static_cast<unsigned char>(place));
+        return static_cast<char>(static_cast<unsigned char>(ansi));
     }
 
     std::array<char, 64> text_{};

@@ -1,6 +1,7 @@
-// The buttons start links whose names and folder are localised, so a new language of the image
-// means new commands and labels; the icons are the same everywhere. The keys carry no leading
-// backslash. The third button's command is one program's link and its icon another's.
+// What the buttons start, language by language. The buttons start links whose names and folder are
+// localised, so a new language of the image means new commands and labels; the icons are the same
+// everywhere. The keys carry no leading backslash. The third button's command is one program's link
+// and its icon another's.
 
 #include "preparation/button_map.h"
 
@@ -51,16 +52,12 @@ const ButtonRow& RowOfImage() {
     return *row;
 }
 
-std::u16string Command(const ButtonRow& row, int button) {
-    const std::u16string recorder = button == ButtonCount - 1 ? u" -b" : u"";
-    return std::u16string(u"\"\\Windows\\") + row.folder + u"\\" + row.links[button] + u".lnk\"" +
-           recorder;
-}
-
 void WriteButton(const ButtonRow& row, int button) {
     const char16_t digit = static_cast<char16_t>(u'1' + button);
     const std::u16string key = std::u16string(u"Software\\Microsoft\\Shell\\Keys\\40C") + digit;
-    const std::u16string command = Command(row, button);
+    const std::u16string recorder = button == ButtonCount - 1 ? u" -b" : u"";
+    const std::u16string command = std::u16string(u"\"\\Windows\\") + row.folder + u"\\" +
+                                   row.links[button] + u".lnk\"" + recorder;
     SetDeviceText(key.c_str(), u"Default", command);
     SetDeviceText(key.c_str(), u"Name", std::u16string(row.label) + u" " + digit);
     SetDeviceText(key.c_str(), u"Icon", Icons[button]);

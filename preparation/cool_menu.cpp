@@ -1,8 +1,10 @@
-// A value that is not there is not made: what it would mean to the handheld is unknown.
+// Blanking the value. Where the handheld has none, none is created: nobody knows what the value
+// would mean to it.
 
 #include "preparation/cool_menu.h"
 
 #include "rapi/rapi.h"
+#include "state/handles.h"
 
 namespace {
 
@@ -16,11 +18,11 @@ void ClearCoolMenu() {
     if (CeRegOpenKeyEx(CeLocalMachine, u"ControlPanel\\Menus", QueryAccess, &menus) !=
         ERROR_SUCCESS)
         return;
+    const OwnedDeviceKey owner(menus);
     std::uint8_t data[100] = {};
     std::uint32_t size = sizeof(data);
     if (CeRegQueryValueEx(menus, u"CoolMenu", data, &size) == ERROR_SUCCESS && data[0] != 0) {
         data[0] = 0;
         CeRegSetValueEx(menus, u"CoolMenu", NoType, data, 1);
     }
-    CeRegCloseKey(menus);
 }

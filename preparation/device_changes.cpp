@@ -1,4 +1,5 @@
-// The order is that in which the handheld has always been changed.
+// The steps of the change, in their order: menu setting, registry, buttons, links. A version
+// between the layouts gets the first two alone.
 
 #include "preparation/device_changes.h"
 
@@ -8,6 +9,8 @@
 #include "preparation/layout.h"
 #include "preparation/start_menu.h"
 #include "state/state.h"
+
+#include <optional>
 
 void ChangeDevice() {
     ClearCoolMenu();

@@ -1,4 +1,4 @@
-// All values in one table, in the order in which they are written.
+// The registry values in one table, in the order in which they are written.
 
 #include "preparation/device_values.h"
 
@@ -14,8 +14,8 @@ constexpr float HighWindow = 1.6F; // from here on the disk's window lies higher
 
 bool IsBelowHighWindow(float version) { return version < HighWindow; }
 bool HasHighWindow(float version) { return version >= HighWindow; }
-bool IsEarly(float version) { return LayoutOf(version) == Layout::Early; }
-bool IsLate(float version) { return LayoutOf(version) == Layout::Late; }
+bool IsEarly(float version) { return LayoutOf(version) == EarlyLayout; }
+bool IsLate(float version) { return LayoutOf(version) == LateLayout; }
 bool HasLayout(float version) { return LayoutOf(version).has_value(); }
 
 struct DeviceValue {

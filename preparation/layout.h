@@ -3,9 +3,9 @@
 
 #include <optional>
 
-enum class Layout {
-    Early, // links in the Start Menu folders under \Windows, no disk driver
-    Late,  // links in a menu tree at \Norvan Menu
+enum Layout {
+    EarlyLayout, // links in the Start Menu folders under \Windows, no disk driver
+    LateLayout,  // links in a menu tree at \Norvan Menu
 };
 
 // The layout of an image of that version: early up to 1.40, late from 1.41 on. No version text lies

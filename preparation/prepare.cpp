@@ -11,6 +11,7 @@
 #include "device/language_folder.h"
 #include "device/remote_files.h"
 #include "frame/error_pages.h"
+#include "frame/run_end.h"
 #include "link/receive.h"
 #include "preparation/device_changes.h"
 #include "rapi/rapi.h"
@@ -31,11 +32,7 @@ struct Flasher {
 constexpr Flasher SerialFlasher = {"harbel_line.nb", "\\Temp\\harbel_line.nb", u"\u0001 U"};
 constexpr Flasher UsbFlasher = {"harbel_bus.nb", "\\Temp\\harbel_bus.nb", u"\u0002 U"};
 
-const Flasher& SelectedFlasher() {
-    return State.Run.SerialLinkSelected ? SerialFlasher : UsbFlasher;
-}
-
-// Removes what an earlier run has left and places the two files of the selected link, in the order
+// Removes what an earlier run has left and pushes the two files of the selected link, in the order
 // of the listing. False when the folder cannot be listed.
 bool PushFlasher(const Flasher& flasher) {
     DeleteDeviceFile(flasher.devicePath);
@@ -63,23 +60,17 @@ void HandOver() {
     StartReceive(); // a port that does not open has ended the run
 }
 
-void ReportFailedStart() {
-    CeRapiUninit();
-    ShowPage(RemoteProgramErrorPage);
-    CloseMainWindow();
-}
-
 } // namespace
 
 void PrepareDevice() {
     if (!State.Run.UpgradeUnderway)
         return;
-    const Flasher& flasher = SelectedFlasher();
+    const Flasher& flasher = State.Run.SerialLinkSelected ? SerialFlasher : UsbFlasher;
     if (!PushFlasher(flasher))
         return;
     ChangeDevice();
     if (StartFlasher(flasher))
         HandOver();
     else
-        ReportFailedStart();
+        EndRun(RemoteProgramErrorPage, {.uninitRapi = true});
 }

@@ -1,4 +1,4 @@
-// The last work over RAPI before the flash: places the flasher, changes the device for the image
+// The last work over RAPI before the flash: pushes the flasher, changes the device for the image
 // that is about to be written, starts the flasher and hands over to the flash link.
 #pragma once
 

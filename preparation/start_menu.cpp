@@ -1,6 +1,7 @@
-// One row a language, one list of steps a layout. Paths with 16-bit text end in a backslash, since
-// a link's name is appended directly; groups are 8-bit and have none. The numbers in front of a
-// link's command are part of the text and differ from place to place.
+// Moving the application links from one layout to the other. One row a language, one list of steps
+// a layout. Paths with 16-bit text end in a backslash, since a link's name is appended directly;
+// groups are 8-bit and have none. The numbers in front of a link's command are part of the text and
+// differ from folder to folder.
 
 #include "preparation/start_menu.h"
 
@@ -105,7 +106,7 @@ void MigrateStartMenu(Layout layout) {
     const StartMenuRow* row = RowOfImage();
     if (!row)
         return;
-    if (layout == Layout::Early)
+    if (layout == EarlyLayout)
         MoveToStartMenu(*row);
     else
         MoveToMenuTree(*row);

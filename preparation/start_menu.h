@@ -1,5 +1,5 @@
-// The handheld's application links: where they stand depends on the layout of the image that is
-// about to be written, and their names and folders on its language.
+// The handheld's application links: which folder they lie in depends on the layout of the image
+// that is about to be written, and their names and folders on its language.
 #pragma once
 
 #include "preparation/layout.h"

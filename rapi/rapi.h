@@ -3,9 +3,9 @@
 // On Windows rapi_dll.cpp finds them in ActiveSync's rapi.dll at run time; on other hosts the
 // platform layer carries them over a socket. Everything is synchronous on the calling thread and
 // may be called from any thread. Texts are UTF-16, the registry root is HKEY_LOCAL_MACHINE of the
-// handheld. What the handheld refuses is told by the result alone: the PC's last-error value stays
-// as it was. CeCreateProcess alone is an exception: one that started its program sets it to 0, and
-// one whose connection broke before the answer, of which nobody knows whether it started, to
+// handheld. What the handheld refuses is reported by the result alone: the PC's last-error value
+// stays as it was. CeCreateProcess alone is an exception: one that started its program sets it to
+// 0, and one whose connection broke before the answer, of which nobody knows whether it started, to
 // ERROR_CONNECTION_ABORTED. Without a connection every call fails.
 #pragma once
 
@@ -13,7 +13,7 @@
 
 #include <cstdint>
 
-// Room for CeRapiInitEx. The event lives as long as the connection and belongs to RAPI; it is
+// The record of CeRapiInitEx. The event lives as long as the connection and belongs to RAPI; it is
 // signalled once a handheld answers. Handles have 32 significant bits on every Windows.
 struct RapiInitRecord {
     std::uint32_t size;  // set to 12 before each init
@@ -95,7 +95,7 @@ BOOL CeFindClose(CeHandle search);
 std::int32_t CeRegOpenKeyEx(CeKey root, const char16_t* key, std::uint32_t access, CeKey* opened);
 std::int32_t CeRegCreateKeyEx(CeKey root, const char16_t* key, CeKey* opened,
                               std::uint32_t* disposition);
-// *size: room in bytes on the way in, bytes stored on the way out.
+// *size: capacity in bytes on the way in, bytes stored on the way out.
 std::int32_t CeRegQueryValueEx(CeKey key, const char16_t* name, void* buffer, std::uint32_t* size);
 std::int32_t CeRegSetValueEx(CeKey key, const char16_t* name, std::uint32_t type, const void* data,
                              std::uint32_t size);

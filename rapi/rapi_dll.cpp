@@ -1,16 +1,14 @@
 // RAPI on Windows: the functions of ActiveSync's rapi.dll, found at run time.
 //
 // The wizard must start on a PC without ActiveSync and say there what is missing, so the library is
-// not linked. It is taken from the system folder by its full path and from nowhere else: the
+// not linked. It is loaded from the system folder by its full path and from nowhere else: the
 // working directory is a folder tree from a CD or a download, and a library of that name in it
 // must not be run. Signatures and records are those that Microsoft publishes for the desktop side
 // of RAPI. Without the library the wizard finds what it finds where no handheld answers.
 
 #include "rapi/rapi.h"
 
-#include <cstdio>
 #include <cstring>
-#include <utility>
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t), "this file is for Windows alone");
 
@@ -162,7 +160,7 @@ HANDLE NeverSignalled() {
     return event;
 }
 
-void TakeFound(const PublishedFindData& published, CeFindData* found) {
+void CopyFound(const PublishedFindData& published, CeFindData* found) {
     static_assert(sizeof(found->name) == sizeof(published.name));
     found->attributes = published.attributes;
     std::memcpy(found->name, published.name, sizeof(found->name));
@@ -265,14 +263,14 @@ CeHandle CeFindFirstFile(const char16_t* pattern, CeFindData* found) {
     PublishedFindData published = {};
     const CeHandle search =
         Short(Call(Rapi().CeFindFirstFile, INVALID_HANDLE_VALUE, Wide(pattern), &published));
-    TakeFound(published, found);
+    CopyFound(published, found);
     return search;
 }
 
 BOOL CeFindNextFile(CeHandle search, CeFindData* found) {
     PublishedFindData published = {};
     const BOOL next = Call(Rapi().CeFindNextFile, FALSE, Long(search), &published);
-    TakeFound(published, found);
+    CopyFound(published, found);
     return next;
 }
 

@@ -1,7 +1,7 @@
 // Numbers of dialogs, controls, texts and pictures, shared by the resource script and the code.
-// The resource compiler reads this file too, so nothing but macros may stand here.
+// The resource compiler reads this file too, so nothing but macros may be here.
 //
-// A control's name starts with its page's; those of several pages stand together below. IDOK (1)
+// A control's name starts with its page's; those of several pages come together below. IDOK (1)
 // and IDCANCEL (2) come from the Windows headers.
 #ifndef PAGES_RESOURCE_H
 #define PAGES_RESOURCE_H
@@ -346,7 +346,7 @@
 #define IDS_READY_ON_PC 11108
 #define IDS_READY_ON_DEVICE 11109
 
-// Texts that tell a duration: by the link, and by the language of the handheld. LONG is for
+// Durations: by the link, and by the language of the handheld. LONG is for
 // Japanese, Chinese and an unknown language, which take twice as long.
 #define IDS_BACKUP_OFFER_SERIAL 11030       // 60 minutes
 #define IDS_BACKUP_OFFER_USB 11061          // 8

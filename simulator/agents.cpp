@@ -1,10 +1,12 @@
-// The device-side programs and their data files.
+// Makes and checks the device-side programs and their data files.
 
 #include "simulator/agents.h"
 
 #include "simulator/images.h"
 
 #include <zlib.h>
+
+#include <algorithm>
 
 namespace simulator {
 
@@ -46,8 +48,8 @@ bool IsWholeAgent(std::span<const std::uint8_t> file, std::string_view name) {
     if (file.size() < line.size() + SumSize || !std::equal(line.begin(), line.end(), file.begin()))
         return false;
     const auto stored = file.last(SumSize);
-    const auto sum =
-        stored[0] | stored[1] << 8 | stored[2] << 16 | static_cast<std::uint32_t>(stored[3]) << 24;
+    const auto sum = std::uint32_t{stored[0]} | std::uint32_t{stored[1]} << 8 |
+                     std::uint32_t{stored[2]} << 16 | std::uint32_t{stored[3]} << 24;
     return sum == Sum(file.first(file.size() - SumSize));
 }
 

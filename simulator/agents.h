@@ -1,8 +1,8 @@
 // The device-side programs and their data files.
 //
-// The simulator plays what they do; the files themselves are what the wizard places. Each opens
-// with a line that names it and ends with the CRC-32 of all before, so that a file that was placed
-// only in part is not run.
+// The simulator does what they would do; the files are what the wizard pushes. Each begins with a
+// line that names it and ends with the CRC-32 of all before, so that a file that was pushed only in
+// part is not run.
 #pragma once
 
 #include "simulator/host_files.h"
@@ -23,7 +23,7 @@ Bytes MakeAgent(std::string_view name, std::size_t size);
 // The file is what MakeAgent gives for this name, of whatever size.
 bool IsWholeAgent(std::span<const std::uint8_t> file, std::string_view name);
 
-// All files that stand beside an image: the agents, module.dat and readme.doc. Makes the folder.
+// All files that belong beside an image: the agents, module.dat and readme.doc. Makes the folder.
 void MakeAgents(const std::filesystem::path& folder);
 
 // The module.dat of MakeAgents names this file first; a new handheld has it in \Windows.

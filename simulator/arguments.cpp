@@ -1,4 +1,4 @@
-// Command lines.
+// Parses command lines.
 
 #include "simulator/arguments.h"
 
@@ -21,11 +21,11 @@ std::string Arguments::Get(const std::string& name, const std::string& otherwise
 }
 
 Arguments ParseArguments(std::span<const std::string> words, std::span<const OptionRow> table,
-                         std::size_t placeCount) {
+                         std::size_t positionalCount) {
     Arguments arguments;
     for (std::size_t at = 0; at < words.size(); ++at) {
         if (!words[at].starts_with("--")) {
-            arguments.places.push_back(words[at]);
+            arguments.positional.push_back(words[at]);
             continue;
         }
         const auto row = std::ranges::find(table, words[at], &OptionRow::name);
@@ -35,7 +35,7 @@ Arguments ParseArguments(std::span<const std::string> words, std::span<const Opt
             throw UsageError(words[at] + ": needs a value");
         arguments.options.emplace_back(row->name, row->value.empty() ? "" : words[++at]);
     }
-    if (arguments.places.size() != placeCount)
+    if (arguments.positional.size() != positionalCount)
         throw UsageError("wrong number of arguments");
     return arguments;
 }

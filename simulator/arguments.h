@@ -1,25 +1,25 @@
-// Command lines: options from a table, a usage made of the same table.
+// Command lines: positional arguments, and options from the table that the usage is made of.
 #pragma once
 
 #include "simulator/host_files.h"
 
-#include <map>
+#include <utility>
 
 namespace simulator {
 
-// A command line that cannot be meant; the usage follows on the screen.
+// A command line that makes no sense; the usage is printed behind the message.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
 struct OptionRow {
     std::string name;  // "--version"
-    std::string value; // "1.10"; empty: the option stands alone
+    std::string value; // name of its value, "VERSION"; empty: it has none
     std::string help;
 };
 
 struct Arguments {
-    std::vector<std::string> places; // those without a name, in order
+    std::vector<std::string> positional; // in order
     std::vector<std::pair<std::string, std::string>> options;
 
     bool Has(const std::string& name) const;
@@ -28,9 +28,9 @@ struct Arguments {
 };
 
 // Throws a UsageError for an option that is not in the table or lacks its value, and where the
-// number of places is not `placeCount`.
+// number of positional arguments is not `positionalCount`.
 Arguments ParseArguments(std::span<const std::string> words, std::span<const OptionRow> table,
-                         std::size_t placeCount);
+                         std::size_t positionalCount);
 
 // Decimal, or hexadecimal behind 0x. Throw a UsageError.
 std::uint64_t ParseNumber(const std::string& text);

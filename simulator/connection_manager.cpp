@@ -2,25 +2,29 @@
 //
 // It registers itself where the wizard looks, opens the two windows by which it is found, holds the
 // serial port as long as it lives, and carries RAPI between the PC's programs and the handheld. It
-// is meant to be ended from outside at any instant, without a chance to tidy up: what the next one
-// finds is taken over.
+// is meant to be ended from outside at any instant, without a chance to tidy up: the next one takes
+// over what is left.
 
 #include <windows.h>
 
 #include "simulator/local_socket.h"
+#include "simulator/registration.h"
 
 #include "platform/home.h"
 #include "platform/paths.h"
 
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -30,30 +34,25 @@
 
 namespace {
 
+using namespace registration;
 using simulator::Descriptor;
 using simulator::Failure;
 
-constexpr char WindowClass[] = "ConnectionManager";
-constexpr const char* WindowTitles[] = {"DccMan", "WCES Manager Thunk Window"};
-constexpr char SettingsKey[] = "SOFTWARE\\Microsoft\\Windows CE Services";
-constexpr char ProgramKey[] =
-    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE";
-constexpr char SerialPort[] = "COM1";
 constexpr std::size_t CarrySize = 0x10000;
 
 struct Versions {
-    DWORD major = 3, minor = 5;
+    DWORD major = MajorVersion, minor = MinorVersion;
 };
 
 std::string PidFileName() { return platform::HomePath("connection-manager.pid"); }
 
-// Held for the life of the process, which the system ends in any case. It is empty until there is
-// something to find: who reads a number there may go on to look for the windows.
+// Locked for the life of the process. The file is empty until all is there: who reads a number in
+// it may go on to look for the windows.
 Descriptor LockPidFile() {
     Descriptor file = simulator::OpenHost(PidFileName(), O_RDWR | O_CREAT, 0600);
-    if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0)
+    if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0)
         throw Failure("start: another connection manager runs");
-    if (ftruncate(file.Get(), 0) != 0)
+    if (ftruncate(file.Number(), 0) != 0)
         simulator::FailOn("write", PidFileName());
     return file;
 }
@@ -66,51 +65,56 @@ void WriteNumber(const Descriptor& pidFile) {
                        PidFileName());
 }
 
-HKEY CreateKey(const char* path) {
-    HKEY key = nullptr;
-    const LONG error =
-        RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr);
-    if (error != ERROR_SUCCESS)
-        throw Failure(std::string("make registry key ") + path + ": error " +
-                      std::to_string(error));
-    return key;
-}
+// An open key of the PC's registry, made where it is not there. Its calls throw a Failure.
+class RegistryKey {
+public:
+    explicit RegistryKey(const char* path) {
+        const LONG error = RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_WRITE,
+                                           nullptr, &key_, nullptr);
+        if (error != ERROR_SUCCESS)
+            throw Failure(std::string("make registry key ") + path + ": error " +
+                          std::to_string(error));
+    }
+    ~RegistryKey() { RegCloseKey(key_); }
+    RegistryKey(const RegistryKey&) = delete;
+    RegistryKey& operator=(const RegistryKey&) = delete;
 
-void SetValue(HKEY key, const char* name, DWORD type, const void* data, std::size_t size) {
-    const LONG error = RegSetValueExA(key, name, 0, type, static_cast<const BYTE*>(data),
-                                      static_cast<DWORD>(size));
-    if (error != ERROR_SUCCESS)
-        throw Failure(std::string("write registry value ") + name + ": error " +
-                      std::to_string(error));
-}
+    void SetValue(const char* name, DWORD type, const void* data, std::size_t size) const {
+        const LONG error = RegSetValueExA(key_, name, 0, type, static_cast<const BYTE*>(data),
+                                          static_cast<DWORD>(size));
+        if (error != ERROR_SUCCESS)
+            throw Failure(std::string("write registry value ") + name + ": error " +
+                          std::to_string(error));
+    }
+
+private:
+    HKEY key_ = nullptr;
+};
 
 void Register(const Versions& versions) {
-    const HKEY settings = CreateKey(SettingsKey);
-    SetValue(settings, "MajorVersion", REG_DWORD, &versions.major, sizeof(DWORD));
-    SetValue(settings, "MinorVersion", REG_DWORD, &versions.minor, sizeof(DWORD));
-    SetValue(settings, "SerialPort", REG_SZ, SerialPort, sizeof(SerialPort));
-    RegCloseKey(settings);
+    const RegistryKey settings(SettingsKey);
+    settings.SetValue("MajorVersion", REG_DWORD, &versions.major, sizeof(DWORD));
+    settings.SetValue("MinorVersion", REG_DWORD, &versions.minor, sizeof(DWORD));
+    settings.SetValue("SerialPort", REG_SZ, SerialPort, sizeof(SerialPort));
     const std::string program =
         platform::WindowsPath(std::filesystem::read_symlink("/proc/self/exe").string());
-    const HKEY programs = CreateKey(ProgramKey);
-    SetValue(programs, "", REG_SZ, program.c_str(), program.size() + 1);
-    RegCloseKey(programs);
+    RegistryKey(ProgramKey).SetValue("", REG_SZ, program.c_str(), program.size() + 1);
 }
 
-// As long as this process lives. Somebody else who has it keeps it, and without a cradle on it the
-// port is none of ours: it may be a real one.
+// Open as long as this process lives. Another program that has the port keeps it. Without a cradle
+// on it the port is left alone: it may be a real one of the machine.
 void HoldSerialPort() {
     if (!std::filesystem::exists(platform::HomePath("ports/COM1"))) {
         std::printf("%s: no cradle\n", SerialPort);
         return;
     }
-    const HANDLE port = CreateFileA("\\\\.\\COM1", GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+    const HANDLE port = CreateFileA(SerialPortPath, GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
     if (port == INVALID_HANDLE_VALUE)
         std::printf("%s: not free, error %u\n", SerialPort, static_cast<unsigned>(GetLastError()));
 }
 
-// What is there to be read, whole; false at the end of either side.
+// Sends on what can be read now; false at the end of either side.
 bool CarryOnce(int from, int to) {
     char bytes[CarrySize];
     const ssize_t count = read(from, bytes, sizeof(bytes));
@@ -124,20 +128,20 @@ bool CarryOnce(int from, int to) {
     return count > 0 || (count < 0 && errno == EINTR);
 }
 
-// Between one program and the handheld, until either is gone. A program that takes no answers
+// Between one program and the handheld, until either is gone. A program that reads no answers
 // blocks this thread, which is its own.
 void Carry(Descriptor client) {
     const Descriptor handheld = simulator::ConnectTo(platform::HomePath("cradle.sock"));
     std::printf(handheld ? "client: connected\n" : "client: no handheld answers\n");
     bool open{handheld};
     while (open) {
-        pollfd ends[] = {{client.Get(), POLLIN, 0}, {handheld.Get(), POLLIN, 0}};
+        pollfd ends[] = {{client.Number(), POLLIN, 0}, {handheld.Number(), POLLIN, 0}};
         if (poll(ends, 2, -1) < 0 && errno != EINTR)
             break;
         if (ends[0].revents != 0)
-            open = CarryOnce(client.Get(), handheld.Get());
+            open = CarryOnce(client.Number(), handheld.Number());
         if (open && ends[1].revents != 0)
-            open = CarryOnce(handheld.Get(), client.Get());
+            open = CarryOnce(handheld.Number(), client.Number());
     }
 }
 
@@ -145,7 +149,7 @@ void Carry(Descriptor client) {
 // from outside.
 void Serve(const Descriptor& listener) {
     for (;;) {
-        Descriptor client(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        Descriptor client(accept4(listener.Number(), nullptr, nullptr, SOCK_CLOEXEC));
         if (client)
             std::thread(Carry, std::move(client)).detach();
         else if (errno != EINTR && errno != ECONNABORTED)
@@ -153,14 +157,10 @@ void Serve(const Descriptor& listener) {
     }
 }
 
-LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM first, LPARAM second) {
-    return DefWindowProcA(window, message, first, second);
-}
-
 void OpenWindows() {
     WNDCLASSEXA windowClass = {};
     windowClass.cbSize = sizeof(windowClass);
-    windowClass.lpfnWndProc = WindowProc;
+    windowClass.lpfnWndProc = DefWindowProcA;
     windowClass.lpszClassName = WindowClass;
     RegisterClassExA(&windowClass);
     for (const char* title : WindowTitles) {
@@ -169,12 +169,6 @@ void OpenWindows() {
             throw Failure(std::string("open window ") + title + ": error " +
                           std::to_string(GetLastError()));
     }
-}
-
-void RunMessages() {
-    MSG message;
-    while (GetMessageA(&message, nullptr, 0, 0) > 0)
-        DispatchMessageA(&message);
 }
 
 bool ParseVersion(const char* text, DWORD& version) {
@@ -203,7 +197,9 @@ void RunManager(const Versions& versions) {
     std::thread(Serve, simulator::ListenAt(platform::HomePath("rapi.sock"), 0)).detach();
     WriteNumber(pidFile);
     std::printf("ready\n");
-    RunMessages();
+    MSG message;
+    while (GetMessageA(&message, nullptr, 0, 0) > 0)
+        DispatchMessageA(&message);
 }
 
 } // namespace

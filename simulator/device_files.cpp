@@ -5,7 +5,7 @@
 #include "platform/text.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,7 +15,7 @@ namespace simulator {
 
 namespace {
 
-constexpr std::uint32_t LargestRead = 0xC0000; // a reply has room for it
+constexpr std::uint32_t MaxReadSize = 0xC0000; // bytes; fits into one frame of the answer
 
 bool Truncates(std::uint32_t disposition) {
     return disposition == CreateAlways || disposition == TruncateExisting;
@@ -25,27 +25,28 @@ bool NeedsExisting(std::uint32_t disposition) {
     return disposition == OpenExisting || disposition == TruncateExisting;
 }
 
-// Who has the file open with `access` bears somebody who shares it only so.
-bool Bears(std::uint32_t access, std::uint32_t share) {
+// One opening with `access` is compatible with another one that shares the file so.
+bool SharingAllows(std::uint32_t access, std::uint32_t share) {
     return (!(access & ReadAccess) || (share & ShareRead)) &&
            (!(access & WriteAccess) || (share & ShareWrite));
 }
 
 } // namespace
 
-std::uint32_t DeviceFiles::MayOpen(const HostPlace& place, std::uint32_t access,
-                                   std::uint32_t share, std::uint32_t disposition) const {
+std::uint32_t DeviceFiles::CheckOpen(const HostEntry& entry, std::uint32_t access,
+                                     std::uint32_t share, std::uint32_t disposition) const {
     if (disposition < CreateNew || disposition > TruncateExisting)
         return error::InvalidParameter;
-    if (!place.exists)
+    if (!entry.exists)
         return NeedsExisting(disposition) ? error::FileNotFound : error::Success;
     if (disposition == CreateNew)
         return error::FileExists;
     const bool changes = Truncates(disposition) || (access & WriteAccess);
-    if (place.isFolder || (changes && (AttributesOf(place.path) & AttributeReadOnly)))
+    if (entry.isFolder || (changes && (AttributesOf(entry.path) & AttributeReadOnly)))
         return error::AccessDenied;
     for (const auto& [handle, file] : files_) {
-        if (file.place == place.path && !(Bears(access, file.share) && Bears(file.access, share)))
+        if (file.path == entry.path &&
+            !(SharingAllows(access, file.share) && SharingAllows(file.access, share)))
             return error::SharingViolation;
     }
     return error::Success;
@@ -53,21 +54,21 @@ std::uint32_t DeviceFiles::MayOpen(const HostPlace& place, std::uint32_t access,
 
 Outcome DeviceFiles::Open(std::u16string_view path, std::uint32_t access, std::uint32_t share,
                           std::uint32_t disposition, std::uint32_t attributes) {
-    HostPlace place;
-    if (const std::uint32_t failure = Locate(path, place))
+    HostEntry entry;
+    if (const std::uint32_t failure = Locate(path, entry))
         return {failure, 0};
-    if (const std::uint32_t failure = MayOpen(place, access, share, disposition))
+    if (const std::uint32_t failure = CheckOpen(entry, access, share, disposition))
         return {failure, 0};
     const bool changes = (access & WriteAccess) || Truncates(disposition);
-    const int flags = (changes ? O_RDWR : O_RDONLY) | (place.exists ? 0 : O_CREAT) |
+    const int flags = (changes ? O_RDWR : O_RDONLY) | (entry.exists ? 0 : O_CREAT) |
                       (Truncates(disposition) ? O_TRUNC : 0);
-    Descriptor file(open(place.path.c_str(), flags | O_CLOEXEC, 0644));
+    Descriptor file(open(entry.path.c_str(), flags | O_CLOEXEC, 0644));
     if (!file)
         return {error::AccessDenied, 0};
-    if (!place.exists || disposition == CreateAlways)
-        SetAttributes(place.path, (attributes & 7) | AttributeArchive);
+    if (!entry.exists || disposition == CreateAlways)
+        SetAttributes(entry.path, (attributes & 7) | AttributeArchive);
     const std::string name = platform::Utf8FromUtf16(path);
-    files_.emplace(++lastHandle_, OpenFile{std::move(file), place.path, name, access, share});
+    files_.emplace(++lastHandle_, OpenFile{std::move(file), entry.path, name, access, share});
     return {error::Success, lastHandle_};
 }
 
@@ -77,8 +78,8 @@ std::uint32_t DeviceFiles::Read(std::uint32_t handle, std::uint32_t count, Bytes
         return error::InvalidHandle;
     if (!(found->second.access & ReadAccess))
         return error::AccessDenied;
-    data.resize(std::min(count, LargestRead));
-    const ssize_t done = read(found->second.file.Get(), data.data(), data.size());
+    data.resize(std::min(count, MaxReadSize));
+    const ssize_t done = read(found->second.file.Number(), data.data(), data.size());
     data.resize(done > 0 ? static_cast<std::size_t>(done) : 0);
     return done < 0 ? error::AccessDenied : error::Success;
 }
@@ -89,7 +90,7 @@ Outcome DeviceFiles::Write(std::uint32_t handle, std::span<const std::uint8_t> d
         return {error::InvalidHandle, 0};
     if (!(found->second.access & WriteAccess))
         return {error::AccessDenied, 0};
-    const ssize_t done = write(found->second.file.Get(), data.data(), data.size());
+    const ssize_t done = write(found->second.file.Number(), data.data(), data.size());
     if (done != static_cast<ssize_t>(data.size()))
         return {error::WriteFault, done > 0 ? static_cast<std::uint32_t>(done) : 0};
     return {error::Success, static_cast<std::uint32_t>(done)};
@@ -98,7 +99,7 @@ Outcome DeviceFiles::Write(std::uint32_t handle, std::span<const std::uint8_t> d
 Outcome DeviceFiles::Size(std::uint32_t handle) {
     const auto found = files_.find(handle);
     struct stat status = {};
-    if (found == files_.end() || fstat(found->second.file.Get(), &status) != 0)
+    if (found == files_.end() || fstat(found->second.file.Number(), &status) != 0)
         return {error::InvalidHandle, 0};
     return {error::Success, static_cast<std::uint32_t>(status.st_size)};
 }
@@ -121,11 +122,11 @@ Outcome DeviceFiles::FindFirst(std::u16string_view pattern, FoundFile& found) {
     const auto components = SplitDevicePath(folder);
     if (!components)
         return {error::InvalidName, 0};
-    const HostPlace place = FindPlace(root_, *components);
-    if (!place.exists || !place.isFolder)
+    const HostEntry parent = FindHostEntry(root_, *components);
+    if (!parent.exists || !parent.isFolder)
         return {error::PathNotFound, 0};
     Search search{{}, 0, platform::Utf8FromUtf16(pattern)};
-    for (const auto& entry : std::filesystem::directory_iterator(place.path)) {
+    for (const auto& entry : std::filesystem::directory_iterator(parent.path)) {
         std::u16string entryName = platform::Utf16FromUtf8(entry.path().filename().string());
         if (MatchesPattern(name, entryName))
             search.found.push_back({AttributesOf(entry.path()), std::move(entryName)});

@@ -70,12 +70,11 @@ public:
     // For programs on the device: whole files, without regard to who has them open.
     std::optional<Bytes> Load(std::u16string_view path) const;
     bool Store(std::u16string_view path, std::span<const std::uint8_t> content);
-    bool Exists(std::u16string_view path) const;
 
 private:
     struct OpenFile {
         Descriptor file;
-        std::filesystem::path place;
+        std::filesystem::path path; // on the host
         std::string name;
         std::uint32_t access, share;
     };
@@ -85,17 +84,18 @@ private:
         std::string name;
     };
 
-    // The place of a path; an error where the path is not allowed or its folder is not there.
-    std::uint32_t Locate(std::u16string_view path, HostPlace& place) const;
-    // The place of a file that is to be deleted or moved, and whether it may be.
-    std::uint32_t LocateRemovable(std::u16string_view path, HostPlace& place) const;
-    std::uint32_t MayOpen(const HostPlace& place, std::uint32_t access, std::uint32_t share,
-                          std::uint32_t disposition) const;
-    bool IsOpen(const std::filesystem::path& place) const;
+    // Where the path is on the host; an error where it is not allowed or its folder is not there.
+    std::uint32_t Locate(std::u16string_view path, HostEntry& entry) const;
+    // The same for a file that is to be deleted or moved; an error where that is not allowed.
+    std::uint32_t LocateRemovable(std::u16string_view path, HostEntry& entry) const;
+    // The error of opening the file so, 0 where it may be.
+    std::uint32_t CheckOpen(const HostEntry& entry, std::uint32_t access, std::uint32_t share,
+                            std::uint32_t disposition) const;
+    bool IsOpen(const std::filesystem::path& path) const;
 
-    std::string AttributeKey(const std::filesystem::path& place) const;
-    std::uint32_t AttributesOf(const std::filesystem::path& place) const;
-    void SetAttributes(const std::filesystem::path& place, std::uint32_t attributes);
+    std::string AttributeKey(const std::filesystem::path& path) const;
+    std::uint32_t AttributesOf(const std::filesystem::path& path) const;
+    void SetAttributes(const std::filesystem::path& path, std::uint32_t attributes);
     void MoveAttributes(const std::filesystem::path& from, const std::filesystem::path& to);
     void SaveAttributes() const;
 

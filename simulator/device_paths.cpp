@@ -1,4 +1,4 @@
-// Device paths and names.
+// Splits and matches device paths, and finds them on the host.
 
 #include "simulator/device_paths.h"
 
@@ -10,7 +10,7 @@ namespace simulator {
 
 namespace {
 
-constexpr std::size_t LongestPath = 260; // units, terminator included
+constexpr std::size_t MaxPathLength = 260; // units, terminator included
 
 bool IsAllowedName(std::u16string_view name) {
     constexpr std::u16string_view Forbidden = u"/:*?\"<>|";
@@ -21,7 +21,7 @@ bool IsAllowedName(std::u16string_view name) {
 }
 
 // The entry of that name in a folder, as it is written there.
-std::optional<std::filesystem::path> FindEntry(const std::filesystem::path& folder,
+std::optional<std::filesystem::path> MatchName(const std::filesystem::path& folder,
                                                const std::u16string& name) {
     const std::filesystem::path exact = platform::Utf8FromUtf16(name);
     std::error_code error;
@@ -34,24 +34,25 @@ std::optional<std::filesystem::path> FindEntry(const std::filesystem::path& fold
     return std::nullopt;
 }
 
-// Greedy, with one way back: to the last `*`, which then takes in one unit more.
+// Greedy, and goes back only to the last `*`, which then matches one unit more.
 bool MatchesFolded(std::u16string_view pattern, std::u16string_view name) {
-    std::size_t at = 0, inName = 0, star = pattern.npos, starInName = 0;
-    while (inName < name.size()) {
-        if (at < pattern.size() && pattern[at] == u'*') {
-            star = at++;
-            starInName = inName;
-        } else if (at < pattern.size() && (pattern[at] == u'?' || pattern[at] == name[inName])) {
-            ++at;
-            ++inName;
+    std::size_t index = 0, nameIndex = 0, star = pattern.npos, starNameIndex = 0;
+    while (nameIndex < name.size()) {
+        if (index < pattern.size() && pattern[index] == u'*') {
+            star = index++;
+            starNameIndex = nameIndex;
+        } else if (index < pattern.size() &&
+                   (pattern[index] == u'?' || pattern[index] == name[nameIndex])) {
+            ++index;
+            ++nameIndex;
         } else if (star != pattern.npos) {
-            at = star + 1;
-            inName = ++starInName;
+            index = star + 1;
+            nameIndex = ++starNameIndex;
         } else {
             return false;
         }
     }
-    return pattern.find_first_not_of(u'*', at) == pattern.npos;
+    return pattern.find_first_not_of(u'*', index) == pattern.npos;
 }
 
 } // namespace
@@ -60,7 +61,7 @@ std::optional<std::vector<std::u16string>> SplitDevicePath(std::u16string_view p
     if (path.starts_with(u'\\'))
         path.remove_prefix(1);
     std::vector<std::u16string> components;
-    if (path.size() >= LongestPath)
+    if (path.size() >= MaxPathLength)
         return std::nullopt;
     if (path.empty())
         return components;
@@ -85,16 +86,17 @@ bool MatchesPattern(std::u16string_view pattern, std::u16string_view name) {
     return pattern == u"*.*" || MatchesFolded(Fold(pattern), Fold(name));
 }
 
-HostPlace FindPlace(const std::filesystem::path& root, std::span<const std::u16string> components) {
-    HostPlace place{root, true, true, true};
+HostEntry FindHostEntry(const std::filesystem::path& root,
+                        std::span<const std::u16string> components) {
+    HostEntry entry{root, true, true, true};
     for (const std::u16string& component : components) {
-        place.parentExists = place.exists && place.isFolder;
-        const auto entry = place.parentExists ? FindEntry(place.path, component) : std::nullopt;
-        place.path = entry.value_or(place.path / platform::Utf8FromUtf16(component));
-        place.exists = entry.has_value();
-        place.isFolder = place.exists && std::filesystem::is_directory(place.path);
+        entry.parentExists = entry.exists && entry.isFolder;
+        const auto match = entry.parentExists ? MatchName(entry.path, component) : std::nullopt;
+        entry.path = match.value_or(entry.path / platform::Utf8FromUtf16(component));
+        entry.exists = match.has_value();
+        entry.isFolder = entry.exists && std::filesystem::is_directory(entry.path);
     }
-    return place;
+    return entry;
 }
 
 } // namespace simulator

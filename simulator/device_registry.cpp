@@ -1,6 +1,8 @@
-// The registry of the handheld.
+// The registry of the handheld: its calls, and the text file behind them.
 
 #include "simulator/device_registry.h"
+
+#include "simulator/device_errors.h"
 
 #include "platform/text.h"
 
@@ -13,10 +15,6 @@ namespace simulator {
 namespace {
 
 constexpr std::uint32_t LocalMachine = 0x80000002;
-
-std::u16string_view WithoutLeadingBackslash(std::u16string_view path) {
-    return path.starts_with(u'\\') ? path.substr(1) : path;
-}
 
 std::string Quote(const std::string& text) {
     std::string quoted = "\"";
@@ -82,7 +80,7 @@ void DeviceRegistry::Add(const std::u16string& path) {
 
 std::optional<std::u16string> DeviceRegistry::FullPath(std::uint32_t root,
                                                        std::u16string_view path) const {
-    const std::u16string below(WithoutLeadingBackslash(path));
+    const std::u16string below(path.starts_with(u'\\') ? path.substr(1) : path);
     if (root == LocalMachine)
         return below;
     const auto open = openKeys_.find(root);
@@ -123,8 +121,8 @@ std::uint32_t DeviceRegistry::Close(std::uint32_t key) {
     return openKeys_.erase(key) != 0 ? error::Success : error::InvalidHandle;
 }
 
-std::uint32_t DeviceRegistry::Query(std::uint32_t key, std::u16string_view name, std::uint32_t room,
-                                    RegistryValue& value) const {
+std::uint32_t DeviceRegistry::Query(std::uint32_t key, std::u16string_view name,
+                                    std::uint32_t capacity, RegistryValue& value) const {
     const auto open = openKeys_.find(key);
     if (open == openKeys_.end())
         return error::InvalidHandle;
@@ -135,7 +133,7 @@ std::uint32_t DeviceRegistry::Query(std::uint32_t key, std::u16string_view name,
     if (stored == found->second.values.end())
         return error::FileNotFound;
     value = stored->second;
-    if (value.data.size() <= room)
+    if (value.data.size() <= capacity)
         return error::Success;
     value.data.clear();
     return error::MoreData;
@@ -151,7 +149,7 @@ std::uint32_t DeviceRegistry::Set(std::uint32_t key, const RegistryValue& value)
     if (value.name.find_first_of(u"\n\r") != value.name.npos)
         return error::InvalidParameter;
     auto& stored = found->second.values[Fold(value.name)];
-    // A name that stands already keeps its case.
+    // The name of a value that is there keeps its case.
     const std::u16string name = stored.name.empty() ? value.name : stored.name;
     stored = value;
     stored.name = name;

@@ -3,10 +3,9 @@
 // Keys and names keep their case and are found without regard to it; a key may be given with or
 // without a leading backslash. Types, sizes and bytes of values are kept exactly. In the file a key
 // is a line `[Drivers\NvnDisk]`, and a value below it `"WindowBase"=4:00 00 00 ae`: its type, and
-// its bytes in hexadecimal. In names, `"` and `\` stand behind a `\`.
+// its bytes in hexadecimal. In names, `"` and `\` have a `\` in front.
 #pragma once
 
-#include "simulator/device_errors.h"
 #include "simulator/host_files.h"
 
 #include <map>
@@ -34,8 +33,8 @@ public:
     std::uint32_t Create(std::uint32_t root, std::u16string_view path, std::uint32_t& key,
                          bool& made);
     std::uint32_t Close(std::uint32_t key);
-    // Gives type and data; error 234 and the type alone where `room` bytes are too few.
-    std::uint32_t Query(std::uint32_t key, std::u16string_view name, std::uint32_t room,
+    // Gives type and data; error 234 and the type alone where `capacity` bytes are too few.
+    std::uint32_t Query(std::uint32_t key, std::u16string_view name, std::uint32_t capacity,
                         RegistryValue& value) const;
     std::uint32_t Set(std::uint32_t key, const RegistryValue& value);
     // With its values and all keys below.

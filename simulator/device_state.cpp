@@ -1,17 +1,18 @@
-// The state folder of a handheld.
+// Makes, reads and writes the state folder of a handheld.
 
 #include "simulator/device_state.h"
 
 #include "simulator/agents.h"
 #include "simulator/arguments.h"
+#include "simulator/wire.h"
 
-#include <algorithm>
+#include <cerrno>
 #include <map>
 #include <sstream>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 namespace simulator {
 
@@ -55,7 +56,7 @@ void WriteFirstFiles(const std::filesystem::path& files) {
 
 } // namespace
 
-const char* NameOf(Mode mode) {
+const char* ModeName(Mode mode) {
     switch (mode) {
     case Mode::Normal:
         return "normal";
@@ -74,13 +75,13 @@ std::uint32_t Transfer::PieceCount() const {
 std::uint32_t Transfer::OffsetOf(std::uint32_t piece) const {
     const std::uint32_t rest = PieceCount() - HeldBackSize / PieceSize;
     if (piece >= rest)
-        return BootloaderRegion + (piece - rest) * PieceSize;
-    return BootloaderRegion + HeldBackSize + piece * PieceSize;
+        return HeldBackOffset + (piece - rest) * PieceSize;
+    return RestOffset + piece * PieceSize;
 }
 
 bool Transfer::Complete() const {
     if (blockEnd != 0)
-        return blockEnd >= BootloaderRegion + size;
+        return blockEnd >= HeldBackOffset + size;
     return size != 0 && pieces == PieceCount();
 }
 
@@ -120,7 +121,7 @@ std::uint64_t StateFolder::FlashSize() const {
     return size;
 }
 
-Identity StateFolder::WhoItIs() const {
+Identity StateFolder::CurrentIdentity() const {
     if (const auto identity = ReadIdentity(Flash(), IdentityOffset))
         return *identity;
     auto pairs = ReadPairs(Path("identity"));
@@ -140,7 +141,7 @@ SavedState StateFolder::Load() const {
     SavedState state;
     for (const Mode mode : Modes) {
         if (const auto name = pairs.find("mode");
-            name != pairs.end() && name->second == NameOf(mode))
+            name != pairs.end() && name->second == ModeName(mode))
             state.mode = mode;
     }
     state.resets = Number(pairs, "resets");
@@ -154,7 +155,7 @@ SavedState StateFolder::Load() const {
 
 void StateFolder::Save(const SavedState& state) const {
     std::ostringstream text;
-    text << "mode=" << NameOf(state.mode) << "\nresets=" << state.resets
+    text << "mode=" << ModeName(state.mode) << "\nresets=" << state.resets
          << "\nsize=" << Hex(state.transfer.size) << "\npieces=" << state.transfer.pieces
          << "\nblock-end=" << Hex(state.transfer.blockEnd) << "\ntouched=" << state.transfer.touched
          << "\nheld-back-started=" << state.transfer.heldBackStarted << "\n";
@@ -176,7 +177,7 @@ void StateFolder::Reset(SavedState& state, bool navigatorKey) {
 
 std::optional<Descriptor> StateFolder::Lock() const {
     Descriptor file = OpenHost(Path("pid"), O_RDWR | O_CREAT);
-    if (flock(file.Get(), LOCK_EX | LOCK_NB) == 0)
+    if (flock(file.Number(), LOCK_EX | LOCK_NB) == 0)
         return file;
     if (errno != EWOULDBLOCK)
         FailOn("lock", Path("pid"));

@@ -1,6 +1,6 @@
 // The state folder of a handheld: what survives when it is switched off.
 //
-//     identity       who it is where its ROM does not say: "model=…", "version=…", "language=…"
+//     identity       its own where the ROM holds none: "model=…", "version=…", "language=…"
 //     flash.bin      the flash, byte for byte
 //     files/         the file system; names in UTF-8
 //     attributes     those that are not the usual ones: "0x22 Temp/Harbel_Link.exe"
@@ -18,23 +18,19 @@
 
 namespace simulator {
 
-constexpr std::uint32_t PieceSize = 0x20000;
-constexpr std::uint32_t BootloaderRegion = 0x40000; // start of the flash, which no upgrade writes
-constexpr std::uint32_t HeldBackSize = 0x40000;     // behind it: the block that is written last
-
 enum class Mode { Normal, Flasher, Bootloader };
-const char* NameOf(Mode mode);
+const char* ModeName(Mode mode);
 
 // The transfer that is under way or was broken off.
 struct Transfer {
-    std::uint32_t size = 0;       // bytes behind the bootloader region; 0: nobody has told
-    std::uint32_t pieces = 0;     // taken by the flasher since then, and written
+    std::uint32_t size = 0;       // bytes behind the bootloader; 0: not known
+    std::uint32_t pieces = 0;     // written by the flasher since the size came
     std::uint32_t blockEnd = 0;   // flash offset up to which the bootloader wrote; 0: nothing
     bool touched = false;         // flash and old system differ, by this transfer or one before
     bool heldBackStarted = false; // the old system can no longer start
 
     std::uint32_t PieceCount() const; // that make up the size
-    // Where in the flash a piece belongs, from 0: the held-back block comes last.
+    // Offset in the flash of a piece, counted from 0: the held-back block comes last.
     std::uint32_t OffsetOf(std::uint32_t piece) const;
     bool Complete() const;
 };
@@ -48,7 +44,7 @@ struct SavedState {
 // A handheld's folder. All operations throw a Failure where the host refuses.
 class StateFolder {
 public:
-    // An existing one; throws a Failure where the folder holds no handheld.
+    // An existing one; throws a Failure where there is no handheld in the folder.
     explicit StateFolder(std::filesystem::path folder);
     // A new one; throws a Failure where the folder exists and is not empty.
     static StateFolder Create(const std::filesystem::path& folder, const Identity& identity,
@@ -58,8 +54,8 @@ public:
     std::filesystem::path Flash() const { return Path("flash.bin"); }
     std::uint64_t FlashSize() const;
 
-    // What the ROM says, or what the handheld was made as where the ROM says nothing.
-    Identity WhoItIs() const;
+    // That of the ROM, or the one it was created with where the ROM holds none.
+    Identity CurrentIdentity() const;
 
     bool ExternalPower() const;
     void SetExternalPower(bool external) const;
@@ -74,7 +70,7 @@ public:
 
     // The lock of a handheld that runs, or nothing where another process has it.
     std::optional<Descriptor> Lock() const;
-    // Who runs it, if anybody: the number in `pid`, which means something only while locked.
+    // The number in `pid`: that of the process that runs it, while the file is locked.
     int RunningProcess() const;
 
 private:

@@ -1,12 +1,16 @@
 // The file system of the handheld: names, attributes, and what changes the tree.
 
 #include "simulator/arguments.h"
+#include "simulator/device_errors.h"
 #include "simulator/device_files.h"
+#include "simulator/device_paths.h"
 
 #include "platform/text.h"
 
 #include <algorithm>
+#include <map>
 #include <sstream>
+#include <utility>
 
 namespace simulator {
 
@@ -20,45 +24,44 @@ DeviceFiles::DeviceFiles(std::filesystem::path root, std::filesystem::path attri
     }
 }
 
-std::uint32_t DeviceFiles::Locate(std::u16string_view path, HostPlace& place) const {
+std::uint32_t DeviceFiles::Locate(std::u16string_view path, HostEntry& entry) const {
     const auto components = SplitDevicePath(path);
     if (!components || components->empty())
         return error::InvalidName;
-    place = FindPlace(root_, *components);
-    return place.parentExists ? error::Success : error::PathNotFound;
+    entry = FindHostEntry(root_, *components);
+    return entry.parentExists ? error::Success : error::PathNotFound;
 }
 
-std::uint32_t DeviceFiles::LocateRemovable(std::u16string_view path, HostPlace& place) const {
-    if (const std::uint32_t failure = Locate(path, place))
+std::uint32_t DeviceFiles::LocateRemovable(std::u16string_view path, HostEntry& entry) const {
+    if (const std::uint32_t failure = Locate(path, entry))
         return failure;
-    if (!place.exists)
+    if (!entry.exists)
         return error::FileNotFound;
-    if (AttributesOf(place.path) & AttributeReadOnly)
+    if (AttributesOf(entry.path) & AttributeReadOnly)
         return error::AccessDenied;
-    return IsOpen(place.path) ? error::SharingViolation : error::Success;
+    return IsOpen(entry.path) ? error::SharingViolation : error::Success;
 }
 
-bool DeviceFiles::IsOpen(const std::filesystem::path& place) const {
-    return std::ranges::any_of(files_,
-                               [&](const auto& entry) { return entry.second.place == place; });
+bool DeviceFiles::IsOpen(const std::filesystem::path& path) const {
+    return std::ranges::any_of(files_, [&](const auto& open) { return open.second.path == path; });
 }
 
 std::uint32_t DeviceFiles::Delete(std::u16string_view path) {
-    HostPlace place;
-    if (const std::uint32_t failure = LocateRemovable(path, place))
+    HostEntry entry;
+    if (const std::uint32_t failure = LocateRemovable(path, entry))
         return failure;
-    if (place.isFolder)
+    if (entry.isFolder)
         return error::AccessDenied;
     std::error_code failed;
-    if (!std::filesystem::remove(place.path, failed))
+    if (!std::filesystem::remove(entry.path, failed))
         return error::AccessDenied;
-    if (attributes_.erase(AttributeKey(place.path)) != 0)
+    if (attributes_.erase(AttributeKey(entry.path)) != 0)
         SaveAttributes();
     return error::Success;
 }
 
 std::uint32_t DeviceFiles::Move(std::u16string_view from, std::u16string_view to) {
-    HostPlace source, target;
+    HostEntry source, target;
     if (const std::uint32_t failure = LocateRemovable(from, source))
         return failure;
     if (const std::uint32_t failure = Locate(to, target))
@@ -77,7 +80,7 @@ std::uint32_t DeviceFiles::Move(std::u16string_view from, std::u16string_view to
 
 std::uint32_t DeviceFiles::Copy(std::u16string_view from, std::u16string_view to,
                                 bool failIfExists) {
-    HostPlace source, target;
+    HostEntry source, target;
     if (const std::uint32_t failure = Locate(from, source))
         return failure;
     if (const std::uint32_t failure = Locate(to, target))
@@ -89,7 +92,7 @@ std::uint32_t DeviceFiles::Copy(std::u16string_view from, std::u16string_view to
     if (source.isFolder || target.isFolder || target.path == source.path ||
         (target.exists && (AttributesOf(target.path) & AttributeReadOnly)))
         return error::AccessDenied;
-    if (MayOpen(source, ReadAccess, ShareRead, OpenExisting) != error::Success ||
+    if (CheckOpen(source, ReadAccess, ShareRead, OpenExisting) != error::Success ||
         (target.exists && IsOpen(target.path)))
         return error::SharingViolation;
     std::error_code failed;
@@ -102,68 +105,63 @@ std::uint32_t DeviceFiles::Copy(std::u16string_view from, std::u16string_view to
 }
 
 std::uint32_t DeviceFiles::MakeFolder(std::u16string_view path) {
-    HostPlace place;
-    if (const std::uint32_t failure = Locate(path, place))
+    HostEntry entry;
+    if (const std::uint32_t failure = Locate(path, entry))
         return failure;
-    if (place.exists)
+    if (entry.exists)
         return error::AlreadyExists;
     std::error_code failed;
-    std::filesystem::create_directory(place.path, failed);
+    std::filesystem::create_directory(entry.path, failed);
     return failed ? error::AccessDenied : error::Success;
 }
 
 std::uint32_t DeviceFiles::RemoveFolder(std::u16string_view path) {
-    HostPlace place;
-    if (const std::uint32_t failure = Locate(path, place))
+    HostEntry entry;
+    if (const std::uint32_t failure = Locate(path, entry))
         return failure;
-    if (!place.exists)
+    if (!entry.exists)
         return error::FileNotFound;
-    if (!place.isFolder)
+    if (!entry.isFolder)
         return error::AccessDenied;
     std::error_code failed;
-    if (!std::filesystem::is_empty(place.path, failed))
+    if (!std::filesystem::is_empty(entry.path, failed))
         return error::DirectoryNotEmpty;
-    if (!std::filesystem::remove(place.path, failed))
+    if (!std::filesystem::remove(entry.path, failed))
         return error::AccessDenied;
-    if (attributes_.erase(AttributeKey(place.path)) != 0)
+    if (attributes_.erase(AttributeKey(entry.path)) != 0)
         SaveAttributes();
     return error::Success;
 }
 
 std::optional<Bytes> DeviceFiles::Load(std::u16string_view path) const {
-    HostPlace place;
-    if (Locate(path, place) != error::Success || !place.exists || place.isFolder)
+    HostEntry entry;
+    if (Locate(path, entry) != error::Success || !entry.exists || entry.isFolder)
         return std::nullopt;
-    return ReadBytes(place.path);
+    return ReadBytes(entry.path);
 }
 
 bool DeviceFiles::Store(std::u16string_view path, std::span<const std::uint8_t> content) {
-    HostPlace place;
-    if (Locate(path, place) != error::Success || place.isFolder)
+    HostEntry entry;
+    if (Locate(path, entry) != error::Success || entry.isFolder)
         return false;
-    WriteWhole(place.path, content);
+    WriteWhole(entry.path, content);
     return true;
 }
 
-bool DeviceFiles::Exists(std::u16string_view path) const {
-    HostPlace place;
-    return Locate(path, place) == error::Success && place.exists;
+std::string DeviceFiles::AttributeKey(const std::filesystem::path& path) const {
+    return path.lexically_relative(root_).string();
 }
 
-std::string DeviceFiles::AttributeKey(const std::filesystem::path& place) const {
-    return place.lexically_relative(root_).string();
-}
-
-std::uint32_t DeviceFiles::AttributesOf(const std::filesystem::path& place) const {
-    if (const auto found = attributes_.find(AttributeKey(place)); found != attributes_.end())
+std::uint32_t DeviceFiles::AttributesOf(const std::filesystem::path& path) const {
+    if (const auto found = attributes_.find(AttributeKey(path)); found != attributes_.end())
         return found->second;
-    return std::filesystem::is_directory(place) ? AttributeFolder : AttributeArchive;
+    return std::filesystem::is_directory(path) ? AttributeFolder : AttributeArchive;
 }
 
-void DeviceFiles::SetAttributes(const std::filesystem::path& place, std::uint32_t attributes) {
-    if (AttributesOf(place) == attributes)
+void DeviceFiles::SetAttributes(const std::filesystem::path& path, std::uint32_t attributes) {
+    if (AttributesOf(path) == attributes)
         return;
-    attributes_[AttributeKey(place)] = attributes;
+    attributes_[AttributeKey(path)] = attributes;
     SaveAttributes();
 }
 

@@ -1,4 +1,4 @@
-// The one thread of a running handheld.
+// Waits for descriptors and deadlines with ppoll, and calls what is due.
 
 #include "simulator/event_loop.h"
 
@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
-#include <optional>
 #include <vector>
 
 #include <poll.h>

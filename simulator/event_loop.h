@@ -1,13 +1,15 @@
-// The one thread of a running handheld: descriptors and deadlines with what to do when they come.
+// The event loop of a running handheld: descriptors and deadlines, with what to call when they are
+// ready or due.
 //
-// Everything that the handheld does runs here, one thing after the other, so nothing is locked and
-// the lines that it prints stand in the order in which things happened. What is called must not
+// Everything that the handheld does runs in its one thread, in sequence, so nothing is locked and
+// the lines that it prints come in the order in which things happened. What is called must not
 // block.
 #pragma once
 
 #include <chrono>
 #include <functional>
 #include <map>
+#include <utility>
 
 namespace simulator {
 
@@ -18,7 +20,7 @@ public:
     // Calls back whenever the descriptor is readable or its other end is gone. One at a time for
     // each descriptor; the caller keeps it open while it is watched.
     void Watch(int descriptor, std::function<void()> readable);
-    // The same, in its place, whenever something can be written to it or its other end is gone.
+    // Instead of that, calls back whenever something can be written to it or its other end is gone.
     void WatchWritable(int descriptor, std::function<void()> writable);
     void Unwatch(int descriptor);
 

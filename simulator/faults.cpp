@@ -1,4 +1,4 @@
-// What can be made to go wrong at a running handheld.
+// The table of the faults, and what their options set.
 
 #include "simulator/faults.h"
 

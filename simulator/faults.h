@@ -2,8 +2,8 @@
 //
 // Every fault is a row of one table, which gives the option, its usage and its effect. Tokens are
 // named by the step after which they are sent: `start` (the flasher is ready), `size`, or the
-// number of the piece that was taken, from 1; for the bootloader `start` is its prompt, `sync` and
-// `record` the tokens after these, and a number counts blocks.
+// number of the piece that was written, from 1; for the bootloader `start` is its prompt, `sync`
+// and `record` the tokens after these, and a number counts blocks.
 #pragma once
 
 #include "simulator/host_files.h"
@@ -12,7 +12,7 @@ namespace simulator {
 
 struct Faults {
     std::vector<std::string> refusedPrograms; // file names that do not start
-    bool noTypeFile = false;                  // the flash size is never told
+    bool noTypeFile = false;                  // the flash size is not reported
     std::optional<std::uint32_t> assetSize;   // bytes in the asset file, if not all
     std::optional<std::uint32_t> assetZero;   // zero unit in the asset's version field
     std::string refusedCall;                  // whole line of a call; empty: none
@@ -33,18 +33,18 @@ struct Faults {
     std::string deafAt;                             // step, empty: none
     std::uint32_t deafMilliseconds = 0;
     std::optional<std::uint32_t> rapiMilliseconds;   // from power-on until it answers
-    std::uint8_t batteryByte = 0;                    // told in place of 0 without external power
-    std::optional<std::uint64_t> diesAt;             // bytes taken from the link since power-on
+    std::uint8_t batteryByte = 0;                    // reported for no external power
+    std::optional<std::uint64_t> diesAt;             // bytes received over the link since power-on
     std::optional<std::uint64_t> unplugAt;           // the same, until it leaves the bus
     std::optional<std::uint32_t> replugMilliseconds; // not before a reset, if none
     bool portHeld = false;                           // the PC finds its ports in use
     std::optional<std::uint64_t> noiseSeed;
-    bool raggedSizes = false; // a size that is no whole number of pieces is taken
+    bool raggedSizes = false; // a size that is no whole number of pieces is accepted
 };
 
 struct FaultRow {
     const char* option;
-    const char* value; // its name in the usage; null: the option stands alone
+    const char* value; // its name in the usage; null: it has none
     const char* effect;
     void (*set)(Faults& faults, const std::string& value);
 };

@@ -1,11 +1,12 @@
-// What the flasher and the bootloader share.
+// Tokens with their faults, the record of what came when, and the bytes of a field.
 
 #include "simulator/flash_link.h"
 
 #include "platform/clock.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <chrono>
+#include <utility>
 
 namespace simulator {
 
@@ -31,21 +32,22 @@ LinkRecord::File LinkRecord::Open(const std::string& name) {
     return file;
 }
 
-void LinkRecord::Received(std::span<const std::uint8_t> bytes) {
+void LinkRecord::LogBytes(std::span<const std::uint8_t> bytes) {
     if (!log_)
         return;
     std::fwrite(bytes.data(), 1, bytes.size(), log_.get());
     std::fflush(log_.get());
 }
 
-void LinkRecord::TokenSent(const std::string& step, Clock::time_point sent) {
+void LinkRecord::LogToken(const std::string& step, Clock::time_point sent) {
     if (!times_)
         return;
     std::fprintf(times_.get(), "token %s %lld\n", step.c_str(), Nanoseconds(sent));
     std::fflush(times_.get());
 }
 
-void LinkRecord::Arrived(const std::string& what, Clock::time_point first, Clock::time_point last) {
+void LinkRecord::LogArrival(const std::string& what, Clock::time_point first,
+                            Clock::time_point last) {
     if (!times_)
         return;
     std::fprintf(times_.get(), "%s %lld %lld\n", what.c_str(), Nanoseconds(first),
@@ -58,10 +60,10 @@ void TokenSender::Send(SerialEnd& end, const std::string& step, Bytes token) {
         return;
     if (parts_.faults.silentAt == step) {
         silent_ = true;
-        parts_.report.Say("fault: silent at " + step);
+        parts_.report.Print("fault: silent at " + step);
     } else if (parts_.faults.lateAt == step) {
-        parts_.report.Say("fault: late at " + step);
-        late_ = parts_.loop.After(
+        parts_.report.Print("fault: late at " + step);
+        lateToken_ = parts_.loop.After(
             platform::HostDuration(parts_.faults.lateMilliseconds),
             [this, &end, step, token = std::move(token)] { SendNow(end, step, token); });
     } else {
@@ -70,38 +72,37 @@ void TokenSender::Send(SerialEnd& end, const std::string& step, Bytes token) {
 }
 
 void TokenSender::SendNow(SerialEnd& end, const std::string& step, Bytes token) {
-    const auto stamp = [this, step](Clock::time_point sent) {
-        parts_.record.TokenSent(step, sent);
-    };
+    const auto stamp = [this, step](Clock::time_point sent) { parts_.record.LogToken(step, sent); };
     if (parts_.faults.deafAt == step)
-        BeDeaf(end, step);
+        PauseReceiving(end, step);
     if (parts_.faults.strayAt == step) {
-        parts_.report.Say("fault: stray byte at " + step);
+        parts_.report.Print("fault: stray byte at " + step);
         token.insert(token.begin(), StrayByte);
     }
     if (parts_.faults.burstAt == step) {
-        parts_.report.Say("fault: burst at " + step);
+        parts_.report.Print("fault: burst at " + step);
         const Bytes once = token;
         token.insert(token.end(), once.begin(), once.end());
     }
     if (parts_.faults.splitAt == step && token.size() > 1) {
-        parts_.report.Say("fault: split at " + step);
+        parts_.report.Print("fault: split at " + step);
         end.Send({token.begin(), token.end() - 1}, stamp);
         const auto& time = parts_.faults.splitMilliseconds;
-        late_ = parts_.loop.After(time ? platform::HostDuration(*time) : SplitDelay,
-                                  [&end, last = token.back()] { end.Send({last}); });
+        lateToken_ = parts_.loop.After(time ? platform::HostDuration(*time) : SplitDelay,
+                                       [&end, last = token.back()] { end.Send({last}); });
         return;
     }
     end.Send(std::move(token), stamp);
 }
 
-void TokenSender::BeDeaf(SerialEnd& end, const std::string& step) {
-    parts_.report.Say("fault: deaf at " + step);
-    end.Die();
-    deaf_ = parts_.loop.After(platform::HostDuration(parts_.faults.deafMilliseconds), [this, &end] {
-        end.Resume();
-        parts_.report.Say("fault: deaf no more");
-    });
+void TokenSender::PauseReceiving(SerialEnd& end, const std::string& step) {
+    parts_.report.Print("fault: deaf at " + step);
+    end.PauseReceiving();
+    endOfPause_ =
+        parts_.loop.After(platform::HostDuration(parts_.faults.deafMilliseconds), [this, &end] {
+            end.ResumeReceiving();
+            parts_.report.Print("fault: deaf no more");
+        });
 }
 
 void Collector::Expect(std::size_t size) {
@@ -110,7 +111,7 @@ void Collector::Expect(std::size_t size) {
     size_ = size;
 }
 
-void Collector::Take(Burst& burst) {
+void Collector::Collect(Burst& burst) {
     const std::size_t count = std::min(size_ - bytes_.size(), burst.bytes.size());
     if (count == 0)
         return;

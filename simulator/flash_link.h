@@ -3,11 +3,13 @@
 #pragma once
 
 #include "simulator/device_state.h"
+#include "simulator/event_loop.h"
 #include "simulator/faults.h"
 #include "simulator/report.h"
 #include "simulator/serial_end.h"
 
 #include <cstdio>
+#include <memory>
 
 namespace simulator {
 
@@ -21,9 +23,9 @@ public:
     // Empty names: no such file. Throws a Failure.
     LinkRecord(const std::string& logFile, const std::string& timesFile);
 
-    void Received(std::span<const std::uint8_t> bytes);
-    void TokenSent(const std::string& step, Clock::time_point sent);
-    void Arrived(const std::string& what, Clock::time_point first, Clock::time_point last);
+    void LogBytes(std::span<const std::uint8_t> bytes);
+    void LogToken(const std::string& step, Clock::time_point sent);
+    void LogArrival(const std::string& what, Clock::time_point first, Clock::time_point last);
 
 private:
     using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
@@ -44,46 +46,45 @@ struct FlashParts {
     std::uint64_t flashSize;
 };
 
-// Sends a token, with whatever fault its step has. One that falls silent stays so until a reset.
+// Sends tokens, each with the fault of its step. After a silence no token is sent until a reset.
 class TokenSender {
 public:
     explicit TokenSender(FlashParts& parts) : parts_(parts) {}
     ~TokenSender() {
-        parts_.loop.Cancel(late_);
-        parts_.loop.Cancel(deaf_);
+        parts_.loop.Cancel(lateToken_);
+        parts_.loop.Cancel(endOfPause_);
     }
     TokenSender(const TokenSender&) = delete;
     TokenSender& operator=(const TokenSender&) = delete;
 
     void Send(SerialEnd& end, const std::string& step, Bytes token);
-    bool Silent() const { return silent_; }
+    bool IsSilent() const { return silent_; }
 
 private:
     void SendNow(SerialEnd& end, const std::string& step, Bytes token);
-    void BeDeaf(SerialEnd& end, const std::string& step);
+    void PauseReceiving(SerialEnd& end, const std::string& step);
 
     FlashParts& parts_;
-    EventLoop::Timer late_ = 0;
-    EventLoop::Timer deaf_ = 0;
+    EventLoop::Timer lateToken_ = 0;
+    EventLoop::Timer endOfPause_ = 0;
     bool silent_ = false;
 };
 
-// A program that has the link: it is given every burst.
+// A program of the handheld that has the link: every burst goes to it.
 class LinkProgram {
 public:
     virtual ~LinkProgram() = default;
-    virtual void Take(SerialEnd& end, const Burst& burst) = 0;
+    virtual void HandleBurst(SerialEnd& end, const Burst& burst) = 0;
 };
 
-// What has come of a field or a block of known length, and when.
+// The bytes received so far of a field or a block of known length, and when they came.
 class Collector {
 public:
     // Starts over, for so many bytes.
     void Expect(std::size_t size);
-    // Takes from the front of the burst what is still missing.
-    void Take(Burst& burst);
-    bool Started() const { return !bytes_.empty(); }
-    bool Whole() const { return bytes_.size() == size_; }
+    // Moves what is still missing from the front of the burst into the content.
+    void Collect(Burst& burst);
+    bool IsComplete() const { return bytes_.size() == size_; }
     const Bytes& Content() const { return bytes_; }
     Clock::time_point First() const { return first_; }
     Clock::time_point Last() const { return last_; }

@@ -2,48 +2,42 @@
 
 #include "simulator/flasher.h"
 
+#include "simulator/device_state.h"
+#include "simulator/wire.h"
+
 #include <algorithm>
 
 namespace simulator {
 
-namespace {
-
-constexpr std::uint8_t StartByte = 0x41;
-constexpr std::uint8_t ReadyToken = 5;
-constexpr std::uint8_t NextToken = 4;
-constexpr std::size_t SizeFieldLength = 4;
-
-} // namespace
-
 Flasher::Flasher(FlashParts& parts) : parts_(parts), sender_(parts) {
-    parts_.report.Say("flasher: waits for the start byte");
+    parts_.report.Print("flasher: waits for the start byte");
 }
 
-void Flasher::Take(SerialEnd& end, const Burst& burst) {
+void Flasher::HandleBurst(SerialEnd& end, const Burst& burst) {
     if (end_ && end_ != &end) {
-        parts_.report.Refuse("flasher: bytes at the other end: " + Sample(burst.bytes));
+        parts_.report.PrintRefusal("flasher: bytes at the other end: " + Sample(burst.bytes));
         return;
     }
     Burst rest = burst;
     while (!rest.bytes.empty()) {
-        if (sender_.Silent())
+        if (sender_.IsSilent())
             return;
         switch (step_) {
         case Step::Start:
             end_ = &end;
-            TakeStart(rest);
+            HandleStartByte(rest);
             break;
         case Step::Size:
         case Step::Piece:
-            collector_.Take(rest);
+            collector_.Collect(rest);
             if (step_ == Step::Piece &&
-                parts_.state.transfer.OffsetOf(parts_.state.transfer.pieces) == BootloaderRegion)
-                BeginPiece();
-            // The PC speaks when it has been asked and not before; noise asks it at any time.
-            if (collector_.Whole() && !rest.bytes.empty() && !parts_.faults.noiseSeed)
+                parts_.state.transfer.OffsetOf(parts_.state.transfer.pieces) == HeldBackOffset)
+                BeginHeldBackBlock();
+            // The PC sends only after a token, and noise may look like one at any time.
+            if (collector_.IsComplete() && !rest.bytes.empty() && !parts_.faults.noiseSeed)
                 Refuse("flasher: too early: " + Sample(rest.bytes));
-            else if (collector_.Whole())
-                step_ == Step::Size ? TakeSize() : TakePiece();
+            else if (collector_.IsComplete())
+                step_ == Step::Size ? HandleSize() : HandlePiece();
             break;
         case Step::Complete:
             Refuse("flasher: after the last piece: " + Sample(rest.bytes));
@@ -54,26 +48,26 @@ void Flasher::Take(SerialEnd& end, const Burst& burst) {
     }
 }
 
-void Flasher::TakeStart(Burst& burst) {
+void Flasher::HandleStartByte(Burst& burst) {
     const bool alone = burst.bytes.size() == 1 || parts_.faults.noiseSeed;
     if (burst.bytes[0] != StartByte || !alone) {
-        parts_.report.Refuse("flasher: no start byte: " + Sample(burst.bytes));
+        parts_.report.PrintRefusal("flasher: no start byte: " + Sample(burst.bytes));
         burst.bytes = {};
         end_ = nullptr;
         return;
     }
     burst.bytes = burst.bytes.subspan(1);
-    parts_.report.Say("flasher: start byte");
-    collector_.Expect(SizeFieldLength);
+    parts_.report.Print("flasher: start byte");
+    collector_.Expect(SizeFieldSize);
     step_ = Step::Size;
-    Tell("start", ReadyToken);
+    SendToken("start", ReadyToken);
 }
 
-void Flasher::TakeSize() {
+void Flasher::HandleSize() {
     const std::uint32_t size = collector_.Number(0);
-    parts_.record.Arrived("size", collector_.First(), collector_.Last());
-    parts_.report.Say("flasher: size " + Hex(size));
-    if (!Suits(size)) {
+    parts_.record.LogArrival("size", collector_.First(), collector_.Last());
+    parts_.report.Print("flasher: size " + Hex(size));
+    if (!SizeFits(size)) {
         Refuse("flasher: size " + Hex(size) + " does not fit a flash of " +
                Hex(static_cast<std::uint32_t>(parts_.flashSize)));
         return;
@@ -85,33 +79,33 @@ void Flasher::TakeSize() {
     parts_.folder.Save(parts_.state);
     collector_.Expect(PieceSize);
     step_ = Step::Piece;
-    Tell("size", NextToken);
+    SendToken("size", NextToken);
 }
 
-bool Flasher::Suits(std::uint32_t size) const {
+bool Flasher::SizeFits(std::uint32_t size) const {
     const bool whole = parts_.faults.raggedSizes || size % PieceSize == 0;
     return size >= HeldBackSize && whole &&
-           std::uint64_t{size} + BootloaderRegion <= parts_.flashSize;
+           std::uint64_t{size} + HeldBackOffset <= parts_.flashSize;
 }
 
-// The held-back block holds what starts the handheld, and is erased as soon as its first byte is
-// here: from now on the old system is gone.
-void Flasher::BeginPiece() {
+// The handheld starts from the held-back block, which is erased as soon as its first byte is here:
+// from now on the old system is gone.
+void Flasher::BeginHeldBackBlock() {
     if (parts_.state.transfer.heldBackStarted)
         return;
     parts_.state.transfer.heldBackStarted = true;
     parts_.state.transfer.touched = true;
     parts_.folder.Save(parts_.state);
-    parts_.report.Say("flasher: the held-back block begins");
+    parts_.report.Print("flasher: the held-back block begins");
 }
 
-void Flasher::TakePiece() {
+void Flasher::HandlePiece() {
     Transfer& transfer = parts_.state.transfer;
     const std::uint32_t offset = transfer.OffsetOf(transfer.pieces);
-    const std::uint64_t room = parts_.flashSize - offset; // a ragged size may stick out
+    const std::uint64_t left = parts_.flashSize - offset; // a ragged size may end behind the flash
     const auto piece =
         std::span(collector_.Content())
-            .first(static_cast<std::size_t>(std::min<std::uint64_t>(PieceSize, room)));
+            .first(static_cast<std::size_t>(std::min<std::uint64_t>(PieceSize, left)));
     if (!transfer.touched) {
         transfer.touched = true;
         parts_.folder.Save(parts_.state);
@@ -120,24 +114,24 @@ void Flasher::TakePiece() {
     ++transfer.pieces;
     parts_.folder.Save(parts_.state);
     const std::string number = std::to_string(transfer.pieces);
-    parts_.record.Arrived("piece " + number, collector_.First(), collector_.Last());
-    parts_.report.Say("flasher: piece " + number + " of " + std::to_string(transfer.PieceCount()) +
-                      " to " + Hex(offset));
+    parts_.record.LogArrival("piece " + number, collector_.First(), collector_.Last());
+    parts_.report.Print("flasher: piece " + number + " of " +
+                        std::to_string(transfer.PieceCount()) + " to " + Hex(offset));
     collector_.Expect(PieceSize);
     if (transfer.Complete()) {
         step_ = Step::Complete;
-        parts_.report.Say("flasher: complete");
+        parts_.report.Print("flasher: complete");
     } else {
-        Tell(number, NextToken);
+        SendToken(number, NextToken);
     }
 }
 
-void Flasher::Tell(const std::string& step, std::uint8_t token) {
+void Flasher::SendToken(const std::string& step, std::uint8_t token) {
     sender_.Send(*end_, step, {token, 0});
 }
 
 void Flasher::Refuse(const std::string& why) {
-    parts_.report.Refuse(why);
+    parts_.report.PrintRefusal(why);
     step_ = Step::Refused;
 }
 

@@ -1,15 +1,16 @@
 // The flasher, which takes an image from the PC and writes it to the flash.
 //
-// The PC begins with "A" and is answered with token 5; it tells in 4 bytes how many will follow,
-// and then sends a piece of 0x20000 bytes for each token 4. Bytes carry no address: their order is
-// what tells where they belong. The rest of the flash comes first, from 0x80000 on, then the
-// held-back block at 0x40000, and after the last piece nothing is said. Tokens are two bytes, the
-// token and a zero, and go out only when what came before is in the flash.
+// The PC begins with "A" and is answered with token 5; it announces a size in 4 bytes, and then
+// sends a piece of 0x20000 bytes for each token 4. Bytes carry no address, only their order shows
+// where they belong: the rest of the flash comes first, from 0x80000 on, then the held-back block
+// at 0x40000. The last piece is not answered. Tokens are two bytes, the token and a zero, and go
+// out only when what came before is in the flash.
 //
 // Whatever else comes is refused: the flasher then stays silent, which is all that a PC can notice.
 #pragma once
 
 #include "simulator/flash_link.h"
+#include "simulator/serial_end.h"
 
 namespace simulator {
 
@@ -17,18 +18,18 @@ class Flasher : public LinkProgram {
 public:
     explicit Flasher(FlashParts& parts);
 
-    void Take(SerialEnd& end, const Burst& burst) override;
+    void HandleBurst(SerialEnd& end, const Burst& burst) override;
 
 private:
     enum class Step { Start, Size, Piece, Complete, Refused };
 
-    void TakeStart(Burst& burst);
-    void TakeSize();
-    void TakePiece();
-    void BeginPiece();
+    void HandleStartByte(Burst& burst);
+    void HandleSize();
+    void HandlePiece();
+    void BeginHeldBackBlock();
     void Refuse(const std::string& why);
-    void Tell(const std::string& step, std::uint8_t token);
-    bool Suits(std::uint32_t size) const;
+    void SendToken(const std::string& step, std::uint8_t token);
+    bool SizeFits(std::uint32_t size) const;
 
     FlashParts& parts_;
     TokenSender sender_;

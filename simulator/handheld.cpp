@@ -2,12 +2,15 @@
 
 #include "simulator/agents.h"
 #include "simulator/arguments.h"
+#include "simulator/device_state.h"
+#include "simulator/faults.h"
 #include "simulator/handheld_run.h"
 #include "simulator/images.h"
 #include "simulator/status.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 
 namespace simulator {
 
@@ -18,7 +21,7 @@ constexpr int WrongUsage = 2;
 
 struct Command {
     const char* name;
-    std::vector<std::string> places; // names of what stands without an option
+    std::vector<std::string> positional; // names of the positional arguments
     std::vector<OptionRow> options;
     const char* help;
     int (*run)(const Arguments& arguments);
@@ -28,7 +31,7 @@ int Create(const Arguments& arguments) {
     const Identity identity = {arguments.Get("--model", "TOLKP1000"),
                                arguments.Get("--version", "1.10"),
                                arguments.Get("--language", "ENG")};
-    StateFolder::Create(arguments.places[0], identity,
+    StateFolder::Create(arguments.positional[0], identity,
                         ParseNumber32(arguments.Get("--flash", "16")), !arguments.Has("--battery"));
     return 0;
 }
@@ -38,14 +41,14 @@ int MakeImageFile(const Arguments& arguments) {
         if (!arguments.Has(needed))
             throw UsageError(std::string(needed) + ": needed");
     }
-    MakeImage(arguments.places[0],
+    MakeImage(arguments.positional[0],
               {arguments.Get("--model"), arguments.Get("--version"), arguments.Get("--language")},
               ParseNumber(arguments.Get("--size")), ParseNumber(arguments.Get("--seed", "1")));
     return 0;
 }
 
 int MakeAgentFiles(const Arguments& arguments) {
-    MakeAgents(arguments.places[0]);
+    MakeAgents(arguments.positional[0]);
     return 0;
 }
 
@@ -63,30 +66,31 @@ int Run(const Arguments& arguments) {
         if (row != FaultTable().end())
             row->set(options.faults, value);
     }
-    RunHandheld(StateFolder(arguments.places[0]), options);
+    RunHandheld(StateFolder(arguments.positional[0]), options);
     return 0;
 }
 
 int Reset(const Arguments& arguments) {
-    ResetHandheld(StateFolder(arguments.places[0]), arguments.Has("--bootloader"));
+    ResetHandheld(StateFolder(arguments.positional[0]), arguments.Has("--bootloader"));
     return 0;
 }
 
 int Power(const Arguments& arguments) {
-    const std::string& power = arguments.places[1];
+    const std::string& power = arguments.positional[1];
     if (power != "on" && power != "off")
         throw UsageError(power + ": neither on nor off");
-    StateFolder(arguments.places[0]).SetExternalPower(power == "on");
+    StateFolder(arguments.positional[0]).SetExternalPower(power == "on");
     return 0;
 }
 
 int Status(const Arguments& arguments) {
-    PrintStatus(StateFolder(arguments.places[0]));
+    PrintStatus(StateFolder(arguments.positional[0]));
     return 0;
 }
 
 int Compare(const Arguments& arguments) {
-    return CompareFlash(StateFolder(arguments.places[0]), arguments.places[1]) ? 0 : Refused;
+    return CompareFlash(StateFolder(arguments.positional[0]), arguments.positional[1]) ? 0
+                                                                                       : Refused;
 }
 
 std::vector<OptionRow> RunOptionRows() {
@@ -151,8 +155,8 @@ void PrintUsage(const std::vector<Command>& commands) {
     std::fputs("usage:\n", stderr);
     for (const Command& command : commands) {
         std::string line = std::string("  handheld ") + command.name;
-        for (const std::string& place : command.places)
-            line += " " + place;
+        for (const std::string& name : command.positional)
+            line += " " + name;
         std::fprintf(stderr, "%s%s\n      %s\n", line.c_str(),
                      command.options.empty() ? "" : " [options]", command.help);
         for (const OptionRow& option : command.options)
@@ -168,7 +172,7 @@ int RunCommand(const std::vector<Command>& commands, std::span<const std::string
     if (command == commands.end())
         throw UsageError(words[0] + ": no such command");
     const Arguments arguments =
-        ParseArguments(words.subspan(1), command->options, command->places.size());
+        ParseArguments(words.subspan(1), command->options, command->positional.size());
     return command->run(arguments);
 }
 

@@ -1,17 +1,26 @@
-// A handheld in its cradle.
+// A handheld in its cradle: power-on, the mode that it comes up in, its links with their faults,
+// and the signals that reset it or end it.
 
 #include "simulator/handheld_run.h"
 
 #include "simulator/bootloader.h"
+#include "simulator/device_files.h"
+#include "simulator/device_registry.h"
+#include "simulator/event_loop.h"
+#include "simulator/flash_link.h"
 #include "simulator/flasher.h"
 #include "simulator/noise.h"
+#include "simulator/programs.h"
+#include "simulator/rapi_calls.h"
 #include "simulator/rapi_server.h"
+#include "simulator/report.h"
+#include "simulator/serial_end.h"
 
 #include "platform/clock.h"
 #include "platform/home.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <thread>
 
@@ -39,22 +48,22 @@ sigset_t HandledSignals() {
 class Handheld {
 public:
     Handheld(const StateFolder& folder, const RunOptions& options);
-    ~Handheld() { loop_.Unwatch(signals_.Get()); }
+    ~Handheld() { loop_.Unwatch(signals_.Number()); }
     Handheld(const Handheld&) = delete;
     Handheld& operator=(const Handheld&) = delete;
 
-    void Run();
+    void Run() { loop_.Run(); }
 
 private:
     void PowerOn(bool navigatorKey);
-    void StopEverything();
+    void StopPrograms();
     void StartMode();
     void StartRapi();
     void EnterFlasher(LinkKind kind);
-    void Received(SerialEnd& end, const Burst& burst);
-    void Hear(SerialEnd& end, const Burst& burst);
-    void BreakOff();
-    void BeginFaultsOfTheLink();
+    void HandleBurst(SerialEnd& end, const Burst& burst);
+    void PassOn(SerialEnd& end, const Burst& burst);
+    void BreakLink();
+    void StartLinkFaults();
     void HandleSignal();
 
     const StateFolder& folder_;
@@ -73,7 +82,7 @@ private:
     EventLoop::Timer replug_ = 0;
     EventLoop::Timer rapiStart_ = 0;
     std::optional<Noise> noise_;
-    const SerialEnd* listening_ = nullptr; // the end of the flasher; null: both
+    const SerialEnd* flasherEnd_ = nullptr; // which the flasher listens to; null: both
     std::unique_ptr<Programs> programs_;
     std::unique_ptr<LinkProgram> linkProgram_;
     std::unique_ptr<RapiServer> rapi_;
@@ -97,35 +106,33 @@ Handheld::Handheld(const StateFolder& folder, const RunOptions& options)
     signals_ = Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!signals_)
         FailOn("take", "signals");
-    loop_.Watch(signals_.Get(), [this] { HandleSignal(); });
+    loop_.Watch(signals_.Number(), [this] { HandleSignal(); });
     for (SerialEnd* end : {&serial_, &usb_})
-        end->Listen([this, end](const Burst& burst) { Received(*end, burst); });
+        end->SetReceiver([this, end](const Burst& burst) { HandleBurst(*end, burst); });
     PowerOn(options.navigatorKey);
 }
 
-void Handheld::Run() { loop_.Run(); }
-
-// Everything that runs on the handheld starts anew; what it has in its folder stays.
+// Everything that runs on the handheld starts anew, from what is in its folder.
 void Handheld::PowerOn(bool navigatorKey) {
-    StopEverything();
+    StopPrograms();
     StateFolder::Reset(state_, navigatorKey);
-    report_.Say(std::string("mode ") + NameOf(state_.mode));
+    report_.Print(std::string("mode ") + ModeName(state_.mode));
     StartMode();
-    folder_.Save(state_); // whoever waits for the reset finds it listening
-    report_.Say("ready");
+    folder_.Save(state_); // last: who waits for the reset then finds it listening
+    report_.Print("ready");
 }
 
-void Handheld::StopEverything() {
+void Handheld::StopPrograms() {
     loop_.Cancel(rapiStart_);
     rapi_.reset();
     linkProgram_.reset();
     programs_.reset();
-    listening_ = nullptr;
+    flasherEnd_ = nullptr;
     received_ = 0;
     noise_.reset();
     loop_.Cancel(replug_);
-    serial_.Revive();
-    usb_.Revive();
+    serial_.Reset();
+    usb_.Reset();
 }
 
 void Handheld::StartMode() {
@@ -134,11 +141,11 @@ void Handheld::StartMode() {
     if (state_.mode == Mode::Bootloader)
         linkProgram_ = std::make_unique<Bootloader>(parts_, serial_);
     if (state_.mode != Mode::Normal) {
-        BeginFaultsOfTheLink();
+        StartLinkFaults();
         return;
     }
     programs_ =
-        std::make_unique<Programs>(Programs::World{loop_, folder_, files_, faults_, report_},
+        std::make_unique<Programs>(Programs::Context{loop_, folder_, files_, faults_, report_},
                                    [this](LinkKind kind) { EnterFlasher(kind); });
     if (faults_.rapiMilliseconds)
         rapiStart_ =
@@ -157,23 +164,23 @@ void Handheld::StartRapi() {
 void Handheld::EnterFlasher(LinkKind kind) {
     state_.mode = Mode::Flasher;
     folder_.Save(state_);
-    report_.Say("mode flasher");
-    listening_ = kind == LinkKind::Serial ? &serial_ : &usb_;
+    report_.Print("mode flasher");
+    flasherEnd_ = kind == LinkKind::Serial ? &serial_ : &usb_;
     linkProgram_ = std::make_unique<Flasher>(parts_);
-    BeginFaultsOfTheLink();
+    StartLinkFaults();
 }
 
-void Handheld::BeginFaultsOfTheLink() {
+void Handheld::StartLinkFaults() {
     if (faults_.portHeld) {
-        serial_.GiveAway();
-        usb_.GiveAway();
-        report_.Say("fault: the ports are held");
+        serial_.LinkToHeldPort();
+        usb_.LinkToHeldPort();
+        report_.Print("fault: the ports are held");
     }
     if (faults_.noiseSeed)
         noise_.emplace(*faults_.noiseSeed, state_.mode == Mode::Flasher);
 }
 
-void Handheld::Received(SerialEnd& end, const Burst& burst) {
+void Handheld::HandleBurst(SerialEnd& end, const Burst& burst) {
     Burst taken = burst;
     const std::uint64_t last =
         std::min(faults_.diesAt.value_or(UINT64_MAX), faults_.unplugAt.value_or(UINT64_MAX));
@@ -181,53 +188,52 @@ void Handheld::Received(SerialEnd& end, const Burst& burst) {
     taken.bytes = taken.bytes.first(
         static_cast<std::size_t>(std::min<std::uint64_t>(left, taken.bytes.size())));
     received_ += taken.bytes.size();
-    record_.Received(taken.bytes);
+    record_.LogBytes(taken.bytes);
     if (noise_)
-        noise_->Before(received_, end, report_);
-    Hear(end, taken);
+        noise_->SendBeforeAnswer(received_, end, report_);
+    PassOn(end, taken);
     if (noise_)
-        noise_->After(end, report_);
+        noise_->SendAfterAnswer(end, report_);
     if (received_ == last)
-        BreakOff();
+        BreakLink();
 }
 
-void Handheld::Hear(SerialEnd& end, const Burst& burst) {
-    const bool heard = !listening_ || listening_ == &end;
-    if (!linkProgram_ || !heard)
-        report_.Refuse("link: nobody listens: " + Sample(burst.bytes));
+void Handheld::PassOn(SerialEnd& end, const Burst& burst) {
+    if (!linkProgram_ || (flasherEnd_ && flasherEnd_ != &end))
+        report_.PrintRefusal("link: nobody listens: " + Sample(burst.bytes));
     else
-        linkProgram_->Take(end, burst);
+        linkProgram_->HandleBurst(end, burst);
 }
 
-void Handheld::BreakOff() {
+void Handheld::BreakLink() {
     if (received_ == faults_.unplugAt) {
         faults_.unplugAt.reset(); // once
         serial_.Unplug();
         usb_.Unplug();
-        report_.Say("fault: unplugged after " + std::to_string(received_) + " bytes");
+        report_.Print("fault: unplugged after " + std::to_string(received_) + " bytes");
         if (faults_.replugMilliseconds)
             replug_ = loop_.After(platform::HostDuration(*faults_.replugMilliseconds), [this] {
                 serial_.Plug();
                 usb_.Plug();
-                report_.Say("fault: back on the bus");
+                report_.Print("fault: back on the bus");
             });
     } else {
-        serial_.Die();
-        usb_.Die();
-        report_.Say("fault: dead after " + std::to_string(received_) + " bytes");
+        serial_.PauseReceiving();
+        usb_.PauseReceiving();
+        report_.Print("fault: dead after " + std::to_string(received_) + " bytes");
     }
 }
 
 void Handheld::HandleSignal() {
     signalfd_siginfo signal = {};
-    if (read(signals_.Get(), &signal, sizeof(signal)) != sizeof(signal))
+    if (read(signals_.Number(), &signal, sizeof(signal)) != sizeof(signal))
         return;
     const int number = static_cast<int>(signal.ssi_signo);
     if (number == SIGTERM || number == SIGINT) {
         loop_.Stop();
         return;
     }
-    report_.Say("reset");
+    report_.Print("reset");
     faults_ = {};
     PowerOn(number == ResetWithKeySignal);
 }
@@ -235,7 +241,7 @@ void Handheld::HandleSignal() {
 } // namespace
 
 void RunHandheld(const StateFolder& folder, const RunOptions& options) {
-    // Blocked before anybody can know this process, so that no reset kills it.
+    // Blocked before the number of this process is in `pid`, so that no reset kills it.
     const sigset_t signals = HandledSignals();
     sigprocmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
@@ -243,7 +249,7 @@ void RunHandheld(const StateFolder& folder, const RunOptions& options) {
     if (!lock)
         throw Failure("run " + folder.Path("").string() + ": another process runs it already");
     const std::string number = std::to_string(getpid());
-    if (ftruncate(lock->Get(), 0) != 0)
+    if (ftruncate(lock->Number(), 0) != 0)
         FailOn("write", folder.Path("pid"));
     WriteAt(*lock, 0,
             std::span(reinterpret_cast<const std::uint8_t*>(number.data()), number.size()),

@@ -1,4 +1,4 @@
-// Small files of the host.
+// Small files of the host, and names without case.
 
 #include "simulator/host_files.h"
 
@@ -49,22 +49,6 @@ void WriteWhole(const std::filesystem::path& path, std::string_view content) {
                std::span(reinterpret_cast<const std::uint8_t*>(content.data()), content.size()));
 }
 
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-    std::swap(descriptor_, other.descriptor_);
-    return *this;
-}
-
-Descriptor::~Descriptor() {
-    if (descriptor_ >= 0)
-        close(descriptor_);
-}
-
-int Descriptor::Release() {
-    const int descriptor = descriptor_;
-    descriptor_ = -1;
-    return descriptor;
-}
-
 Descriptor OpenHost(const std::filesystem::path& path, int flags, unsigned mode) {
     const int descriptor = open(path.c_str(), flags | O_CLOEXEC, mode);
     if (descriptor < 0)
@@ -76,7 +60,7 @@ void WriteAt(const Descriptor& file, std::uint64_t offset, std::span<const std::
              const std::filesystem::path& path) {
     while (!bytes.empty()) {
         const ssize_t count =
-            pwrite(file.Get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
+            pwrite(file.Number(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)

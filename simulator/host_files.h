@@ -5,6 +5,8 @@
 // file: a new content is written beside the old one and takes its name.
 #pragma once
 
+#include "platform/descriptor.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -16,9 +18,10 @@
 
 namespace simulator {
 
+using platform::Descriptor;
 using Bytes = std::vector<std::uint8_t>;
 
-// One line for the user: what was tried, on what, what the system said.
+// One line for the user: what was tried, on what, the system's error.
 struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -34,22 +37,6 @@ std::optional<Bytes> ReadBytes(const std::filesystem::path& path);
 void WriteWhole(const std::filesystem::path& path, std::string_view content);
 void WriteWhole(const std::filesystem::path& path, std::span<const std::uint8_t> content);
 
-// An open file descriptor of the host, closed with its owner.
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor = -1) : descriptor_(descriptor) {}
-    Descriptor(Descriptor&& other) noexcept : descriptor_(other.Release()) {}
-    Descriptor& operator=(Descriptor&& other) noexcept;
-    ~Descriptor();
-
-    int Get() const { return descriptor_; }
-    explicit operator bool() const { return descriptor_ >= 0; }
-    int Release();
-
-private:
-    int descriptor_;
-};
-
 // Opens with close-on-exec; throws a Failure. `mode` counts for a file that is made.
 Descriptor OpenHost(const std::filesystem::path& path, int flags, unsigned mode = 0644);
 
@@ -60,7 +47,7 @@ void WriteAt(const Descriptor& file, std::uint64_t offset, std::span<const std::
 std::string Hex(std::uint32_t value); // "0xF40000"
 
 // The path without case of a text in UTF-16: one unit to one unit, by the character tables of the
-// host's C.UTF-8. The handheld keeps case and does not tell it apart.
+// host's C.UTF-8. The handheld keeps case, which does not count in comparisons.
 std::u16string Fold(std::u16string_view text);
 inline bool SameName(std::u16string_view one, std::u16string_view other) {
     return Fold(one) == Fold(other);

@@ -1,4 +1,4 @@
-// Image files and the identity that a ROM carries.
+// Makes image files and flashes, and reads the identity in them.
 
 #include "simulator/images.h"
 
@@ -17,34 +17,41 @@ constexpr char IdentityMagic[8] = {'R', 'O', 'M', 'I', 'D', 0, 1, 0};
 constexpr std::size_t RecordSize = 32; // magic 8, model 9, version 7, language 3, zeros
 constexpr std::size_t FullVersionLength = 7;
 constexpr std::size_t ShortVersionLength = 4;
-constexpr std::size_t BlockSize = 0x40000;
+constexpr std::size_t ChunkSize = 0x40000; // of the file, written at a time
 constexpr std::uint64_t FlashSeed = 0x5EED;
 
 static_assert(sizeof(IdentityMagic) + ModelLength + FullVersionLength + LanguageLength <=
               RecordSize);
-static_assert(IdentityOffset % BlockSize == 0);
+static_assert(IdentityOffset % ChunkSize == 0);
 
-// One block of a ROM: filler, with the identity where it belongs.
-void FillBlock(std::span<std::uint8_t> block, std::uint64_t seed, std::uint64_t offset,
+Bytes IdentityRecord(const Identity& identity) {
+    std::string record(IdentityMagic, sizeof(IdentityMagic));
+    record += identity.model + FullVersion(identity.version) + identity.language;
+    record.resize(RecordSize, '\0');
+    return Bytes(record.begin(), record.end());
+}
+
+// One chunk of a ROM: filler, with the identity where it belongs.
+void FillChunk(std::span<std::uint8_t> chunk, std::uint64_t seed, std::uint64_t offset,
                const Identity& identity) {
-    Fill(block, seed, offset);
-    if (offset != IdentityOffset || block.size() < RecordSize)
+    Fill(chunk, seed, offset);
+    if (offset != IdentityOffset || chunk.size() < RecordSize)
         return;
     const Bytes record = IdentityRecord(identity);
-    std::copy(record.begin(), record.end(), block.begin());
+    std::copy(record.begin(), record.end(), chunk.begin());
 }
 
 // Writes a ROM of so many bytes behind `start`, and gives the 16-bit sum of its bytes.
 std::uint16_t WriteRom(const Descriptor& file, const std::filesystem::path& path,
                        const Identity& identity, std::uint64_t start, std::uint64_t size,
                        std::uint64_t seed) {
-    Bytes block(BlockSize);
+    Bytes chunk(ChunkSize);
     unsigned sum = 0;
-    for (std::uint64_t offset = 0; offset < size; offset += BlockSize) {
+    for (std::uint64_t offset = 0; offset < size; offset += ChunkSize) {
         const auto length =
-            static_cast<std::size_t>(std::min<std::uint64_t>(BlockSize, size - offset));
-        const auto part = std::span(block).first(length);
-        FillBlock(part, seed, offset, identity);
+            static_cast<std::size_t>(std::min<std::uint64_t>(ChunkSize, size - offset));
+        const auto part = std::span(chunk).first(length);
+        FillChunk(part, seed, offset, identity);
         for (const std::uint8_t byte : part)
             sum += byte;
         WriteAt(file, start + offset, part, path);
@@ -79,17 +86,10 @@ void CheckIdentity(const Identity& identity) {
         throw Failure("version " + identity.version + ": neither 4 nor 7 characters");
 }
 
-Bytes IdentityRecord(const Identity& identity) {
-    std::string record(IdentityMagic, sizeof(IdentityMagic));
-    record += identity.model + FullVersion(identity.version) + identity.language;
-    record.resize(RecordSize, '\0');
-    return Bytes(record.begin(), record.end());
-}
-
 std::optional<Identity> ReadIdentity(const std::filesystem::path& path, std::uint64_t offset) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     char record[RecordSize];
-    if (!file || pread(file.Get(), record, sizeof(record), static_cast<off_t>(offset)) !=
+    if (!file || pread(file.Number(), record, sizeof(record), static_cast<off_t>(offset)) !=
                      static_cast<ssize_t>(sizeof(record)))
         return std::nullopt;
     if (std::memcmp(record, IdentityMagic, sizeof(IdentityMagic)) != 0)
@@ -102,7 +102,7 @@ std::optional<Identity> ReadIdentity(const std::filesystem::path& path, std::uin
     return identity;
 }
 
-// splitmix64, a public-domain generator whose state is a counter: every block starts anywhere.
+// splitmix64, a public-domain generator whose state is a counter: it can start at any offset.
 void Fill(std::span<std::uint8_t> bytes, std::uint64_t seed, std::uint64_t offset) {
     std::uint64_t counter = (seed << 40) + offset / 8;
     for (std::size_t at = 0; at < bytes.size(); at += 8) {

@@ -6,15 +6,17 @@
 // hexadecimal, filled up with "-". The checksum is the 16-bit sum of offsets 0 to 17 and of the
 // payload.
 //
-// A simulated ROM says at offset 0x40000 who it is; a handheld reads its identity there.
+// A simulated ROM holds its identity at the start of the held-back block; a handheld reads it
+// there.
 #pragma once
 
 #include "simulator/host_files.h"
+#include "simulator/wire.h"
 
 namespace simulator {
 
 constexpr std::uint32_t HeaderSize = 32;
-constexpr std::uint32_t IdentityOffset = 0x40000; // in the payload and in the flash
+constexpr std::uint32_t IdentityOffset = HeldBackOffset; // in the payload and in the flash
 constexpr std::size_t ModelLength = 9;
 constexpr std::size_t LanguageLength = 3;
 
@@ -24,14 +26,13 @@ struct Identity {
     std::string language; // "ENG"
 };
 
-// The version in its full form of 7 characters, as the asset file tells it: "1.14.00".
+// The version in its full form of 7 characters, as the asset file has it: "1.14.00".
 std::string FullVersion(const std::string& version);
 
 // Throws a Failure for a model, a language or a version of the wrong length.
 void CheckIdentity(const Identity& identity);
 
-// The identity record of a ROM, and what it says; nothing where there is none.
-Bytes IdentityRecord(const Identity& identity);
+// The identity in the record at the offset of a file; nothing where there is none.
 std::optional<Identity> ReadIdentity(const std::filesystem::path& file, std::uint64_t offset);
 
 // Bytes that look random and are the same for the same seed and offset, a multiple of 8.

@@ -1,4 +1,4 @@
-// Local sockets of the cradle.
+// Listens and connects at local sockets.
 
 #include "simulator/local_socket.h"
 
@@ -32,9 +32,10 @@ Descriptor ListenAt(const std::filesystem::path& path, int flags) {
     Descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
     // The file that bind makes has the mode of its socket, so there is no moment in which others
     // can connect.
-    if (!listener || fchmod(listener.Get(), S_IRUSR | S_IWUSR) != 0 ||
-        bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
-        listen(listener.Get(), MaxWaiting) != 0)
+    if (!listener || fchmod(listener.Number(), S_IRUSR | S_IWUSR) != 0 ||
+        bind(listener.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) !=
+            0 ||
+        listen(listener.Number(), MaxWaiting) != 0)
         FailOn("listen at", path);
     return listener;
 }
@@ -43,7 +44,7 @@ Descriptor ConnectTo(const std::filesystem::path& path) {
     const sockaddr_un address = AddressOf(path);
     Descriptor end(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (end &&
-        connect(end.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
+        connect(end.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
         return Descriptor();
     return end;
 }

@@ -1,15 +1,16 @@
 // What the programs on the handheld do when they are started.
 //
-// A program is played only if its file stands whole where it is started from; anything else is
+// A program runs only if its file is whole where it is started from; anything else is
 // error 2 or 193, as on a handheld. Nothing here waits: what takes time is a timer.
 #pragma once
 
-#include "simulator/agents.h"
 #include "simulator/device_files.h"
 #include "simulator/device_state.h"
 #include "simulator/event_loop.h"
 #include "simulator/faults.h"
 #include "simulator/report.h"
+
+#include <functional>
 
 namespace simulator {
 
@@ -18,7 +19,7 @@ enum class LinkKind { Serial, Usb };
 
 class Programs {
 public:
-    struct World {
+    struct Context {
         EventLoop& loop;
         const StateFolder& folder;
         DeviceFiles& files;
@@ -26,7 +27,7 @@ public:
         const Report& report;
     };
     // `enterFlasher` is called from within Start when the flasher takes the handheld over.
-    Programs(World world, std::function<void(LinkKind)> enterFlasher);
+    Programs(Context context, std::function<void(LinkKind)> enterFlasher);
     ~Programs();
     Programs(const Programs&) = delete;
     Programs& operator=(const Programs&) = delete;
@@ -36,10 +37,10 @@ public:
     // HRESULT of the call of a library's function.
     std::uint32_t Invoke(std::u16string_view library, std::u16string_view function,
                          std::span<const std::uint8_t> input);
-    // To be told of every file that was deleted: one program waits for that, and ends when its own
-    // file has gone. And of every one that is about to be opened, for the pieces that come late.
-    void Deleted(std::u16string_view path);
-    void Opening(std::u16string_view path);
+    // Called after every file that was deleted: the backup waits for that, and ends when its own
+    // file has gone. And before every one that is opened, for the pieces that come late.
+    void HandleDeletion(std::u16string_view path);
+    void HandleOpening(std::u16string_view path);
 
 private:
     void WriteAssetFile();
@@ -52,7 +53,7 @@ private:
     std::uint32_t PieceNumber() const; // from 1
     void StartFlasher(std::u16string_view commandLine);
 
-    World world_;
+    Context context_;
     std::function<void(LinkKind)> enterFlasher_;
     std::optional<std::uint64_t> backupOffset_; // of the next piece in the flash
     EventLoop::Timer pieceTimer_ = 0;

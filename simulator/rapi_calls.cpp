@@ -1,14 +1,18 @@
 // What the handheld answers to each RAPI request.
 //
 // Every operation is a row of one table: its name, and a function that reads its arguments and
-// gives what is to be done with them. Reading and doing are apart so that a request can be told,
-// or dropped, before anything has happened.
+// gives a function that carries the request out. The two are apart so that the line of a request
+// can be printed, or the request dropped, before anything has happened.
 
 #include "simulator/rapi_calls.h"
+
+#include "simulator/device_errors.h"
 
 #include "platform/text.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace simulator {
 
@@ -66,7 +70,7 @@ RapiRequest CreateFile(Context context, Reader& arguments) {
     const std::uint32_t disposition = arguments.Number();
     const std::uint32_t attributes = arguments.Number();
     return {Narrow(path), [=](RapiAnswer& answer) {
-                context.device.programs.Opening(path);
+                context.device.programs.HandleOpening(path);
                 ConcludeHandle(
                     answer, context.session,
                     context.device.files.Open(path, access, share, disposition, attributes));
@@ -117,7 +121,7 @@ RapiRequest DeleteFile(Context context, Reader& arguments) {
     return {Narrow(path), [=](RapiAnswer& answer) {
                 Conclude(answer, context.device.files.Delete(path));
                 if (answer.error == error::Success)
-                    context.device.programs.Deleted(path);
+                    context.device.programs.HandleDeletion(path);
             }};
 }
 
@@ -171,7 +175,7 @@ RapiRequest FindNextFile(Context context, Reader& arguments) {
 RapiRequest RegOpenKey(Context context, Reader& arguments) {
     const std::uint32_t root = arguments.Number();
     const std::u16string path = arguments.Text();
-    arguments.Number(); // the access asked for; every key may be read and written
+    arguments.Number(); // the wanted access; every key may be read and written
     return {Narrow(path), [=](RapiAnswer& answer) {
                 std::uint32_t key = 0;
                 answer.result = context.device.registry.Open(root, path, key);
@@ -198,10 +202,10 @@ RapiRequest RegCreateKey(Context context, Reader& arguments) {
 RapiRequest RegQueryValue(Context context, Reader& arguments) {
     const std::uint32_t key = arguments.Number();
     const std::u16string name = arguments.Text();
-    const std::uint32_t room = arguments.Number();
+    const std::uint32_t capacity = arguments.Number();
     return {context.device.registry.Describe(key) + " " + Narrow(name), [=](RapiAnswer& answer) {
                 RegistryValue value;
-                answer.result = context.device.registry.Query(key, name, room, value);
+                answer.result = context.device.registry.Query(key, name, capacity, value);
                 answer.outputs.Number(value.type).Data(value.data.data(), value.data.size());
             }};
 }
@@ -285,13 +289,12 @@ constexpr Row Rows[] = {
 } // namespace
 
 std::vector<std::uint8_t> RapiAnswer::Frame() const {
-    constexpr std::size_t LengthField = 4;
     const std::vector<std::uint8_t> tail = outputs.Frame();
-    const auto outputSize = static_cast<std::uint32_t>(tail.size() - LengthField);
-    // Length, error, result; then the outputs as they stand in a frame of their own.
+    const auto outputSize = static_cast<std::uint32_t>(tail.size() - FrameLengthSize);
+    // Length, error, result; then the outputs as in a frame of their own.
     auto frame = rapi_wire::Writer().Number(outputSize + 8).Number(error).Number(result).Frame();
-    frame.erase(frame.begin(), frame.begin() + LengthField);
-    frame.insert(frame.end(), tail.begin() + LengthField, tail.end());
+    frame.erase(frame.begin(), frame.begin() + FrameLengthSize);
+    frame.insert(frame.end(), tail.begin() + FrameLengthSize, tail.end());
     return frame;
 }
 

@@ -1,11 +1,15 @@
 // What the handheld answers to each RAPI request.
 #pragma once
 
+#include "simulator/device_files.h"
 #include "simulator/device_registry.h"
+#include "simulator/device_state.h"
+#include "simulator/faults.h"
 #include "simulator/programs.h"
 
 #include <rapi_wire.h>
 
+#include <functional>
 #include <set>
 
 namespace simulator {
@@ -25,6 +29,8 @@ struct RapiDevice {
     const Faults& faults;
 };
 
+constexpr std::size_t FrameLengthSize = 4; // of the length in front of each frame
+
 struct RapiAnswer {
     std::uint32_t error = 0;     // the device's last error
     std::uint32_t result = 0;    // of the call
@@ -36,7 +42,7 @@ struct RapiAnswer {
 // A request that has been read but not carried out.
 struct RapiRequest {
     std::string line; // for people: "CreateFile \Temp\type.dat"
-    std::function<void(RapiAnswer&)> carryOut;
+    std::function<void(RapiAnswer&)> execute;
     std::uint32_t failure = 0; // the result of a call of this kind that is refused
 };
 

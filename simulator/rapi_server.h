@@ -1,20 +1,22 @@
-// RAPI at the cradle's socket: connections, frames, and the lines that tell what was asked.
+// RAPI at the cradle's socket: connections, frames, and a line for each request.
 #pragma once
 
 #include "simulator/event_loop.h"
 #include "simulator/rapi_calls.h"
+#include "simulator/report.h"
 
+#include <functional>
 #include <map>
 
 namespace simulator {
 
 class RapiServer {
 public:
-    // Listens at `socket`, in place of what a dead process left there. `over` says that the
-    // handheld stops answering: asked after each request, whose reply still goes out. Throws a
+    // Listens at `socket`, in place of what a dead process left there. `isOver` is called after
+    // each request, whose answer still goes out: once it gives true the server stops. Throws a
     // Failure.
     RapiServer(EventLoop& loop, std::filesystem::path socket, RapiDevice device,
-               const Report& report, std::function<bool()> over);
+               const Report& report, std::function<bool()> isOver);
     // Ends all connections and removes the socket.
     ~RapiServer();
     RapiServer(const RapiServer&) = delete;
@@ -23,8 +25,8 @@ public:
     void Stop();
 
 private:
-    // Holds one answer at most: what a client asks next is read when it has taken that. One that
-    // takes nothing, or sends half a frame, waits for itself alone, and may do so for ever.
+    // Has one answer at most: the next request is read when the client has received that. A client
+    // that reads nothing, or sends half a frame, delays only itself, and may do so for ever.
     struct Connection {
         Descriptor socket;
         Bytes received;
@@ -35,20 +37,21 @@ private:
 
     void Accept();
     void Receive(int descriptor);
-    void GoOn(int descriptor);
-    // What the client takes of the answer; whether the connection goes on.
+    void Continue(int descriptor);
+    // Sends what the client has room for; false when the connection ends.
     static bool SendUnsent(Connection& connection);
-    // Carries out all whole frames whose answers the client takes; whether the connection goes on.
+    // Carries out the whole frames received, as long as their answers can be sent; false when the
+    // connection ends.
     bool Serve(Connection& connection);
-    bool Answer(Connection& connection, Bytes requested);
-    bool IsToBeDropped(const RapiRequest& request);
+    bool AnswerRequest(Connection& connection, Bytes requested);
+    bool ShouldDrop(const RapiRequest& request);
     void Close(int descriptor);
 
     EventLoop& loop_;
     std::filesystem::path path_;
     RapiDevice device_;
     const Report& report_;
-    std::function<bool()> over_;
+    std::function<bool()> isOver_;
     Descriptor listener_;
     std::map<int, Connection> connections_;
     std::uint32_t dropped_ = 0; // calls that were met by that fault; it strikes once

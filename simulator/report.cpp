@@ -1,4 +1,4 @@
-// What a handheld tells.
+// The output of a running handheld.
 
 #include "simulator/report.h"
 
@@ -7,16 +7,16 @@
 
 namespace simulator {
 
-void Report::Say(const std::string& line) const {
-    // A reader that has gone away is no reason to stop: the handheld lives on in its cradle.
+void Report::Print(const std::string& line) const {
+    // A reader that has gone away is no reason to stop: the handheld goes on running.
     std::fputs((line + "\n").c_str(), stdout);
     std::fflush(stdout);
 }
 
-void Report::Refuse(const std::string& line) const {
-    // Who reads the line finds it in the folder.
+void Report::PrintRefusal(const std::string& line) const {
+    // The file first, so that it has the line when somebody reads the output.
     std::ofstream(refusedFile_, std::ios::app) << line << '\n';
-    Say("refused: " + line);
+    Print("refused: " + line);
 }
 
 } // namespace simulator

@@ -1,11 +1,10 @@
-// The handheld's end of a cable.
+// The ends of the cables as pseudo-terminals: pacing, pauses, and leaving the bus.
 
 #include "simulator/serial_end.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <chrono>
 #include <cstdlib>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -18,12 +17,12 @@ namespace {
 
 constexpr unsigned BitsPerByte = 10; // start bit, 8 data bits, stop bit
 constexpr unsigned PacedReadsPerSecond = 50;
-constexpr std::size_t LargestRead = 0x10000;
+constexpr std::size_t MaxReadSize = 0x10000;
 constexpr char Nowhere[] = "unplugged"; // no such file beside the links
 
 Descriptor OpenMaster() {
     Descriptor master(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
-    if (!master || grantpt(master.Get()) != 0 || unlockpt(master.Get()) != 0)
+    if (!master || grantpt(master.Number()) != 0 || unlockpt(master.Number()) != 0)
         FailOn("open", "a pseudo-terminal");
     return master;
 }
@@ -31,10 +30,10 @@ Descriptor OpenMaster() {
 // No echo and no translation before anybody has set the line up.
 void MakeRaw(const Descriptor& terminal, const std::string& name) {
     termios settings = {};
-    if (tcgetattr(terminal.Get(), &settings) != 0)
+    if (tcgetattr(terminal.Number(), &settings) != 0)
         FailOn("set up", name);
     cfmakeraw(&settings);
-    if (tcsetattr(terminal.Get(), TCSANOW, &settings) != 0)
+    if (tcsetattr(terminal.Number(), TCSANOW, &settings) != 0)
         FailOn("set up", name);
 }
 
@@ -42,7 +41,7 @@ Terminal OpenTerminal() {
     Terminal terminal;
     terminal.master = OpenMaster();
     char name[64];
-    if (ptsname_r(terminal.master.Get(), name, sizeof(name)) != 0)
+    if (ptsname_r(terminal.master.Number(), name, sizeof(name)) != 0)
         FailOn("name", "a pseudo-terminal");
     terminal.name = name;
     terminal.slave = OpenHost(terminal.name, O_RDWR | O_NOCTTY);
@@ -70,7 +69,7 @@ SerialEnd::SerialEnd(EventLoop& loop, std::filesystem::path link, std::uint32_t 
 SerialEnd::~SerialEnd() {
     std::error_code error;
     const auto target = std::filesystem::read_symlink(link_, error);
-    StopTaking();
+    StopReading();
     if (error || (target != terminal_.name && (!heldPort_ || target != heldPort_->name)))
         return; // another handheld's by now
     try {
@@ -87,7 +86,7 @@ Clock::duration SerialEnd::WireTime(std::size_t bytes) const {
 }
 
 void SerialEnd::Watch() {
-    loop_.Watch(terminal_.master.Get(), [this] {
+    loop_.Watch(terminal_.master.Number(), [this] {
         if (baud_ == 0)
             ReadUnpaced();
         else
@@ -96,43 +95,43 @@ void SerialEnd::Watch() {
 }
 
 void SerialEnd::ReadUnpaced() {
-    arrived_.resize(LargestRead);
-    const ssize_t count = read(terminal_.master.Get(), arrived_.data(), arrived_.size());
+    arrived_.resize(MaxReadSize);
+    const ssize_t count = read(terminal_.master.Number(), arrived_.data(), arrived_.size());
     arrived_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     const auto now = Clock::now();
     if (!arrived_.empty())
         Deliver(now, now);
 }
 
-// Takes what lies ready as having begun on the wire at `begin`, and hands it on when it is through.
+// Reads what is there as having begun on the wire at `begin`, and delivers it when it is through.
 void SerialEnd::ReadPaced(Clock::time_point begin) {
     arrived_.resize(std::max(1U, baud_ / BitsPerByte / PacedReadsPerSecond));
-    const ssize_t count = read(terminal_.master.Get(), arrived_.data(), arrived_.size());
+    const ssize_t count = read(terminal_.master.Number(), arrived_.data(), arrived_.size());
     arrived_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     if (arrived_.empty()) {
         Watch(); // the wire is idle: the next byte begins when it comes
         return;
     }
-    loop_.Unwatch(terminal_.master.Get());
+    loop_.Unwatch(terminal_.master.Number());
     const auto end = begin + WireTime(arrived_.size());
     arriving_ = loop_.At(end, [this, begin, end] {
         Deliver(begin, end);
-        if (!dead_ && !IsUnplugged())
+        if (!paused_ && !IsUnplugged())
             ReadPaced(end);
     });
 }
 
 void SerialEnd::Deliver(Clock::time_point begin, Clock::time_point end) {
-    if (taker_)
-        taker_({arrived_, begin, end});
+    if (receiver_)
+        receiver_({arrived_, begin, end});
 }
 
 void SerialEnd::Send(Bytes bytes, std::function<void(Clock::time_point)> sent) {
     sentUntil_ = std::max(sentUntil_, Clock::now()) + WireTime(bytes.size());
     auto write = [this, bytes = std::move(bytes), sent = std::move(sent)] {
-        // A full buffer means that the PC reads nothing; a wire does not keep what is not taken.
+        // A full buffer means that the PC reads nothing; a wire does not keep what is not read.
         [[maybe_unused]] const ssize_t count =
-            ::write(terminal_.master.Get(), bytes.data(), bytes.size());
+            ::write(terminal_.master.Number(), bytes.data(), bytes.size());
         if (sent)
             sent(Clock::now());
     };
@@ -142,32 +141,32 @@ void SerialEnd::Send(Bytes bytes, std::function<void(Clock::time_point)> sent) {
         loop_.At(sentUntil_, write);
 }
 
-void SerialEnd::StopTaking() {
+void SerialEnd::StopReading() {
     if (!IsUnplugged())
-        loop_.Unwatch(terminal_.master.Get());
+        loop_.Unwatch(terminal_.master.Number());
     loop_.Cancel(arriving_);
 }
 
 void SerialEnd::DropArrived() {
-    tcflush(terminal_.slave.Get(), TCIFLUSH);
-    arrived_.resize(LargestRead);
-    while (read(terminal_.master.Get(), arrived_.data(), arrived_.size()) > 0) {
+    tcflush(terminal_.slave.Number(), TCIFLUSH);
+    arrived_.resize(MaxReadSize);
+    while (read(terminal_.master.Number(), arrived_.data(), arrived_.size()) > 0) {
     }
 }
 
-void SerialEnd::Die() {
-    dead_ = true;
-    StopTaking();
+void SerialEnd::PauseReceiving() {
+    paused_ = true;
+    StopReading();
 }
 
-void SerialEnd::Resume() {
-    dead_ = false;
+void SerialEnd::ResumeReceiving() {
+    paused_ = false;
     if (!IsUnplugged())
         Watch();
 }
 
 void SerialEnd::Unplug() {
-    StopTaking();
+    StopReading();
     terminal_ = Terminal();
     heldPort_.reset();
     ReplaceLink(Nowhere, link_);
@@ -176,26 +175,26 @@ void SerialEnd::Unplug() {
 void SerialEnd::Plug() {
     terminal_ = OpenTerminal();
     ReplaceLink(terminal_.name, link_);
-    if (!dead_)
+    if (!paused_)
         Watch();
 }
 
-void SerialEnd::GiveAway() {
+void SerialEnd::LinkToHeldPort() {
     heldPort_ = OpenTerminal();
-    if (flock(heldPort_->slave.Get(), LOCK_EX | LOCK_NB) != 0)
+    if (flock(heldPort_->slave.Number(), LOCK_EX | LOCK_NB) != 0)
         FailOn("hold", heldPort_->name);
     ReplaceLink(heldPort_->name, link_);
 }
 
-void SerialEnd::Revive() {
-    const bool wasDead = std::exchange(dead_, false);
+void SerialEnd::Reset() {
+    const bool wasPaused = std::exchange(paused_, false);
     if (heldPort_) {
         heldPort_.reset();
         ReplaceLink(terminal_.name, link_);
     }
     if (IsUnplugged()) {
         Plug();
-    } else if (wasDead) {
+    } else if (wasPaused) {
         DropArrived();
         Watch();
     }

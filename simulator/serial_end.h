@@ -1,7 +1,7 @@
 // The handheld's end of a cable: a pseudo-terminal that the PC finds under its port name.
 //
 // Unpaced, bytes arrive as fast as the host carries them. Paced to a baud rate, the end behaves
-// like a UART with 10 bits to a byte: what the PC wrote is taken at the rate of the wire, so that
+// like a UART with 10 bits to a byte: what the PC wrote is read at the rate of the wire, so that
 // the PC's writes fill up and wait as they would, and a byte counts as received when its last bit
 // is through. The wire's own time is kept, not the time at which this process woke up, so that
 // delays of the host do not add up.
@@ -10,8 +10,10 @@
 #include "simulator/event_loop.h"
 #include "simulator/host_files.h"
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace simulator {
 
@@ -25,7 +27,7 @@ struct Burst {
 // A pseudo-terminal, raw from the start.
 struct Terminal {
     Descriptor master;
-    Descriptor slave; // held so that settings and bytes outlive the PC's handle
+    Descriptor slave; // kept open so that settings and bytes outlive the PC's handle
     std::string name; // of the slave
 };
 
@@ -39,30 +41,32 @@ public:
     SerialEnd(const SerialEnd&) = delete;
     SerialEnd& operator=(const SerialEnd&) = delete;
 
-    // Who gets what comes in; without one it is dropped, as by a port that nobody has open.
-    void Listen(std::function<void(const Burst&)> taker) { taker_ = std::move(taker); }
+    // Called with what comes in; without one it is dropped, as by a port that nobody has open.
+    void SetReceiver(std::function<void(const Burst&)> receiver) {
+        receiver_ = std::move(receiver);
+    }
 
     // To the PC. `sent` is called with the instant at which the last bit is out.
     void Send(Bytes bytes, std::function<void(Clock::time_point)> sent = {});
 
-    // Takes nothing in any more, until Revive: the PC's writes fill the wire and stay there.
-    void Die();
-    // Or until now; what has piled up is taken in.
-    void Resume();
+    // Reads nothing until ResumeReceiving or Reset: the PC's writes fill the wire and stay there.
+    void PauseReceiving();
+    // Reads again, what has piled up first.
+    void ResumeReceiving();
     // Leaves the bus: what the PC has open hangs up, and the link leads nowhere.
     void Unplug();
     // Comes back to the bus as another terminal.
     void Plug();
     // From now on the link leads to a port that somebody else has open.
-    void GiveAway();
-    // As at first, after what had piled up has been thrown away.
-    void Revive();
+    void LinkToHeldPort();
+    // As at first; what had piled up is dropped.
+    void Reset();
 
 private:
     Clock::duration WireTime(std::size_t bytes) const;
     bool IsUnplugged() const { return !terminal_.master; }
     void Watch();
-    void StopTaking();
+    void StopReading();
     void DropArrived();
     void ReadUnpaced();
     void ReadPaced(Clock::time_point begin);
@@ -76,8 +80,8 @@ private:
     Bytes arrived_;
     EventLoop::Timer arriving_ = 0;
     Clock::time_point sentUntil_; // when the wire to the PC is free again
-    std::function<void(const Burst&)> taker_;
-    bool dead_ = false;
+    std::function<void(const Burst&)> receiver_;
+    bool paused_ = false;
 };
 
 } // namespace simulator

@@ -1,8 +1,10 @@
-// What a handheld has become.
+// The state of a handheld for people, and its flash against an image.
 
 #include "simulator/status.h"
 
 #include "simulator/device_registry.h"
+#include "simulator/images.h"
+#include "simulator/wire.h"
 
 #include "platform/text.h"
 
@@ -20,7 +22,7 @@ namespace simulator {
 
 namespace {
 
-constexpr std::size_t BlockSize = 0x40000;
+constexpr std::size_t ChunkSize = 0x40000; // of a file, read at a time
 constexpr std::uint32_t RegistryText = 1;
 constexpr std::uint32_t RegistryNumber = 4;
 
@@ -30,30 +32,32 @@ struct Region {
 };
 
 std::vector<Region> Regions(std::uint64_t end) {
-    return {{"bootloader", 0, BootloaderRegion},
-            {"held-back block", BootloaderRegion, BootloaderRegion + HeldBackSize},
-            {"rest", BootloaderRegion + HeldBackSize, end}};
+    return {{"bootloader", 0, BootloaderSize},
+            {"held-back block", HeldBackOffset, RestOffset},
+            {"rest", RestOffset, end}};
 }
 
-// Up to a block from the offset; throws a Failure where the file ends before.
-Bytes ReadBlock(const Descriptor& file, const std::filesystem::path& path, std::uint64_t offset,
+// A chunk from the offset on, or what there is before `end`; throws a Failure where the file ends
+// before.
+Bytes ReadChunk(const Descriptor& file, const std::filesystem::path& path, std::uint64_t offset,
                 std::uint64_t end) {
-    Bytes block(static_cast<std::size_t>(std::min<std::uint64_t>(BlockSize, end - offset)));
-    const ssize_t count = pread(file.Get(), block.data(), block.size(), static_cast<off_t>(offset));
+    Bytes chunk(static_cast<std::size_t>(std::min<std::uint64_t>(ChunkSize, end - offset)));
+    const ssize_t count =
+        pread(file.Number(), chunk.data(), chunk.size(), static_cast<off_t>(offset));
     if (count < 0)
         FailOn("read", path);
-    if (count != static_cast<ssize_t>(block.size()))
+    if (count != static_cast<ssize_t>(chunk.size()))
         throw Failure("read " + path.string() + ": it ends before " +
                       Hex(static_cast<std::uint32_t>(end)));
-    return block;
+    return chunk;
 }
 
 std::uint32_t Checksum(const Descriptor& file, const std::filesystem::path& path,
                        const Region& region) {
     uLong sum = crc32(0, nullptr, 0);
-    for (std::uint64_t offset = region.begin; offset < region.end; offset += BlockSize) {
-        const Bytes block = ReadBlock(file, path, offset, region.end);
-        sum = crc32(sum, block.data(), static_cast<uInt>(block.size()));
+    for (std::uint64_t offset = region.begin; offset < region.end; offset += ChunkSize) {
+        const Bytes chunk = ReadChunk(file, path, offset, region.end);
+        sum = crc32(sum, chunk.data(), static_cast<uInt>(chunk.size()));
     }
     return static_cast<std::uint32_t>(sum);
 }
@@ -81,8 +85,8 @@ void PrintTransfer(const SavedState& state) {
 std::string Describe(const RegistryValue& value) {
     const Bytes& data = value.data;
     if (value.type == RegistryNumber && data.size() == 4)
-        return Hex(data[0] | data[1] << 8 | data[2] << 16 |
-                   static_cast<std::uint32_t>(data[3]) << 24);
+        return Hex(std::uint32_t{data[0]} | std::uint32_t{data[1]} << 8 |
+                   std::uint32_t{data[2]} << 16 | std::uint32_t{data[3]} << 24);
     if (value.type == RegistryText && data.size() % 2 == 0) {
         std::u16string text;
         for (std::size_t at = 0; at < data.size(); at += 2)
@@ -126,7 +130,7 @@ void PrintMenus(const StateFolder& folder) {
     }
 }
 
-// What the shell's keys say of the five buttons.
+// The five buttons, as the shell's keys of the registry have them.
 void PrintButtons(const DeviceRegistry& registry) {
     std::printf("buttons:\n");
     for (char16_t digit = u'1'; digit <= u'5'; ++digit) {
@@ -154,10 +158,10 @@ void PrintLines(const char* title, const std::string& content) {
 
 void PrintStatus(const StateFolder& folder) {
     const SavedState state = folder.Load();
-    const Identity identity = folder.WhoItIs();
+    const Identity identity = folder.CurrentIdentity();
     std::printf("model: %s\nversion: %s\nlanguage: %s\n", identity.model.c_str(),
                 identity.version.c_str(), identity.language.c_str());
-    std::printf("mode: %s%s\n", NameOf(state.mode),
+    std::printf("mode: %s%s\n", ModeName(state.mode),
                 state.mode == Mode::Bootloader ? ", shows its picture" : "");
     std::printf("power: %s\n", folder.ExternalPower() ? "external" : "battery");
     PrintFlash(folder);
@@ -174,14 +178,14 @@ bool CompareFlash(const StateFolder& folder, const std::filesystem::path& image)
     const Descriptor flash = OpenHost(folder.Flash(), O_RDONLY);
     const Descriptor file = OpenHost(image, O_RDONLY);
     const std::uint64_t payload = std::filesystem::file_size(image) - HeaderSize;
-    if (payload < BootloaderRegion + HeldBackSize || payload > folder.FlashSize())
+    if (payload < RestOffset || payload > folder.FlashSize())
         throw Failure("compare " + image.string() + ": its payload does not fit the flash");
     bool allEqual = true;
     for (const Region& region : Regions(payload)) {
         bool equal = true;
-        for (std::uint64_t at = region.begin; at < region.end && equal; at += BlockSize)
-            equal = ReadBlock(flash, folder.Flash(), at, region.end) ==
-                    ReadBlock(file, image, at + HeaderSize, region.end + HeaderSize);
+        for (std::uint64_t at = region.begin; at < region.end && equal; at += ChunkSize)
+            equal = ReadChunk(flash, folder.Flash(), at, region.end) ==
+                    ReadChunk(file, image, at + HeaderSize, region.end + HeaderSize);
         // An upgrade leaves the bootloader alone.
         const bool counts = region.begin != 0;
         std::printf("compare: %s: %s%s\n", region.name, equal ? "equal" : "DIFFERENT",

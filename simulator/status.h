@@ -1,4 +1,4 @@
-// What a handheld has become: its state for people, and its flash against an image.
+// The state of a handheld for people, and its flash against an image.
 #pragma once
 
 #include "simulator/device_state.h"

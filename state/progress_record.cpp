@@ -1,14 +1,15 @@
-// Values of the record, in the order in which they are written. The texts go out with the whole
-// of their buffer, zeros included, except the path, which is stored without a terminator: a reader
-// takes the stored length into account.
+// Writing and reading the record. The texts go out with the whole of their buffer, zeros included,
+// except the path, which is stored without a terminator: a reader goes by the stored length.
 
 #include "state/progress_record.h"
 
+#include "state/handles.h"
 #include "state/state.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
+#include <span>
+#include <string_view>
 
 namespace {
 
@@ -25,86 +26,77 @@ constexpr DWORD DataCapacity = 260;             // bytes
 // where the registry answers every index with an error of its own.
 constexpr DWORD MaxValues = 1000;
 
-HKEY CreateKey(const char* path) {
+OwnedKey CreateKey(const char* path) {
     HKEY key = nullptr;
-    if (RegCreateKeyExA(HKEY_CURRENT_USER, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
-                        nullptr) != ERROR_SUCCESS)
-        return nullptr;
-    return key;
-}
-
-// Null where there is no note.
-HKEY OpenNote(REGSAM access) {
-    HKEY note = nullptr;
-    return RegOpenKeyExA(HKEY_CURRENT_USER, NoteKey, 0, access, &note) == ERROR_SUCCESS ? note
-                                                                                        : nullptr;
+    const LONG result = RegCreateKeyExA(HKEY_CURRENT_USER, path, 0, nullptr, 0, KEY_ALL_ACCESS,
+                                        nullptr, &key, nullptr);
+    return OwnedKey(result == ERROR_SUCCESS ? key : nullptr);
 }
 
 void DeleteKeyOfSoftware(const char* name) {
-    HKEY software = nullptr;
-    if (RegOpenKeyExA(HKEY_CURRENT_USER, SoftwareKey, 0, KEY_ALL_ACCESS, &software) !=
-        ERROR_SUCCESS)
-        return;
-    RegDeleteKeyA(software, name);
-    RegCloseKey(software);
+    if (const OwnedKey software = OpenKey(HKEY_CURRENT_USER, SoftwareKey, KEY_ALL_ACCESS))
+        RegDeleteKeyA(software.Get(), name);
 }
 
 // A failed write is not reported anywhere: the upgrade then cannot be resumed, but it can be done.
-void SetNumber(HKEY key, const char* name, DWORD value) {
-    RegSetValueExA(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), sizeof(value));
+void SetNumber(const OwnedKey& key, const char* name, DWORD value) {
+    RegSetValueExA(key.Get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
+                   sizeof(value));
 }
 
-void SetText(HKEY key, const char* name, const char* text, std::size_t size) {
-    RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text),
-                   static_cast<DWORD>(size));
+void SetText(const OwnedKey& key, const char* name, std::string_view text) {
+    RegSetValueExA(key.Get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.data()),
+                   static_cast<DWORD>(text.size()));
 }
 
 // The whole size of the buffer, with zeros behind the text whatever an earlier text has left there.
 template <std::size_t Size>
-void SetPaddedText(HKEY key, const char* name, const char (&text)[Size]) {
+void SetPaddedText(const OwnedKey& key, const char* name, const char (&text)[Size]) {
     char padded[Size] = {};
     std::memcpy(padded, text, strnlen(text, Size - 1));
-    SetText(key, name, padded, Size);
+    SetText(key, name, {padded, Size});
 }
 
+using Bytes = std::span<const BYTE>;
+
 template <std::size_t Size>
-void CopyStored(char (&target)[Size], const BYTE* data, DWORD length) {
-    const std::size_t stored = std::min<std::size_t>(length, Size - 1);
+void CopyText(char (&target)[Size], Bytes data) {
     std::memset(target, 0, Size);
-    std::memcpy(target, data, stored);
+    std::memcpy(target, data.data(), std::min(data.size(), Size - 1));
 }
 
 // A path that does not fit is no path: cut, it would name another file.
-void ReadImagePath(const BYTE* data, DWORD length) {
-    CopyStored(State.Paths.ImagePath, data, length);
-    if (length >= sizeof(State.Paths.ImagePath) && !std::memchr(data, 0, length))
+void ReadImagePath(Bytes data) {
+    CopyText(State.Paths.ImagePath, data);
+    if (data.size() >= sizeof(State.Paths.ImagePath) &&
+        std::ranges::find(data, BYTE{0}) == data.end())
         State.Paths.ImagePath[0] = '\0';
 }
 
-// What one value of the record means for the state. For numbers the first byte counts.
+// What one value of the record means for the state.
 struct StoredValue {
     const char* name;
-    void (*take)(const BYTE* data, DWORD length);
+    void (*apply)(Bytes data);
 };
 
+// Of a number the first byte counts, which is zero where the value has no bytes.
 constexpr StoredValue StoredValues[] = {
-    {"Language",
-     [](const BYTE* data, DWORD n) { CopyStored(State.Paths.LanguageFolder, data, n); }},
-    {"ModelID", [](const BYTE* data, DWORD n) { CopyStored(State.Handheld.DeviceModel, data, n); }},
-    {"Lang", [](const BYTE* data, DWORD n) { CopyStored(State.Handheld.DeviceLanguage, data, n); }},
-    {"Version",
-     [](const BYTE* data, DWORD n) { CopyStored(State.Handheld.DeviceVersionText, data, n); }},
-    {"USB", [](const BYTE* data, DWORD) { State.Run.SerialLinkSelected = data[0] != 1; }},
+    {"Language", [](Bytes data) { CopyText(State.Paths.LanguageFolder, data); }},
+    {"ModelID", [](Bytes data) { CopyText(State.Handheld.DeviceModel, data); }},
+    {"Lang", [](Bytes data) { CopyText(State.Handheld.DeviceLanguage, data); }},
+    {"Version", [](Bytes data) { CopyText(State.Handheld.DeviceVersionText, data); }},
+    {"USB", [](Bytes data) { State.Run.SerialLinkSelected = data.data()[0] != 1; }},
     {"FlashFile", ReadImagePath},
-    {"Critical", [](const BYTE* data, DWORD) { State.Run.BootloaderResume = data[0] == 1; }},
+    {"Critical", [](Bytes data) { State.Run.BootloaderResume = data.data()[0] == 1; }},
 };
 
-void ApplyValue(const char* name, const BYTE* data, DWORD length, bool* pending) {
+// `data` is the start of a buffer that holds at least one byte.
+void ApplyValue(const char* name, Bytes data, bool* pending) {
     if (lstrcmpiA(name, "Flash") == 0)
-        *pending = data[0] == 1;
+        *pending = data.data()[0] == 1;
     for (const StoredValue& value : StoredValues) {
         if (lstrcmpiA(name, value.name) == 0)
-            value.take(data, length);
+            value.apply(data);
     }
 }
 
@@ -112,7 +104,7 @@ void ApplyValue(const char* name, const BYTE* data, DWORD length, bool* pending)
 
 void WriteProgressRecord() {
     DeleteKeyOfSoftware(NoteName); // it would be about another transfer
-    const HKEY key = CreateKey(RecordKey);
+    const OwnedKey key = CreateKey(RecordKey);
     if (!key)
         return;
     SetNumber(key, "Flash", 1);
@@ -121,16 +113,12 @@ void WriteProgressRecord() {
     SetPaddedText(key, "Lang", State.Handheld.DeviceLanguage);
     SetPaddedText(key, "Version", State.Handheld.DeviceVersionText);
     SetNumber(key, "USB", State.Run.SerialLinkSelected ? 0 : 1);
-    SetText(key, "FlashFile", State.Paths.ImagePath, std::strlen(State.Paths.ImagePath));
-    RegCloseKey(key);
+    SetText(key, "FlashFile", State.Paths.ImagePath);
 }
 
 void MarkCriticalFailure() {
-    const HKEY key = CreateKey(RecordKey);
-    if (!key)
-        return;
-    SetNumber(key, "Critical", 1);
-    RegCloseKey(key);
+    if (const OwnedKey key = CreateKey(RecordKey))
+        SetNumber(key, "Critical", 1);
 }
 
 // The note goes last: alone it means nothing.
@@ -139,33 +127,25 @@ void DeleteProgressRecord() {
     DeleteKeyOfSoftware(NoteName);
 }
 
-void NoteHeldBackBlock() {
-    if (const HKEY note = CreateKey(NoteKey))
-        RegCloseKey(note);
-}
+void NoteHeldBackBlock() { CreateKey(NoteKey); }
 
 bool HeldBackBlockNoted() {
-    if (const HKEY note = OpenNote(KEY_READ)) {
-        RegCloseKey(note);
-        return true;
-    }
-    return false;
+    return static_cast<bool>(OpenKey(HKEY_CURRENT_USER, NoteKey, KEY_READ));
 }
 
 bool NoteClosedPort() {
-    const HKEY note = OpenNote(KEY_ALL_ACCESS);
+    const OwnedKey note = OpenKey(HKEY_CURRENT_USER, NoteKey, KEY_ALL_ACCESS);
     if (!note)
         return false;
-    const bool again =
-        RegQueryValueExA(note, ClosedPortName, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+    const bool again = RegQueryValueExA(note.Get(), ClosedPortName, nullptr, nullptr, nullptr,
+                                        nullptr) == ERROR_SUCCESS;
     SetNumber(note, ClosedPortName, 1);
-    RegCloseKey(note);
     return again;
 }
 
 bool ReadProgressRecord() {
-    HKEY key = nullptr;
-    if (RegOpenKeyExA(HKEY_CURRENT_USER, RecordKey, 0, KEY_READ, &key) != ERROR_SUCCESS)
+    const OwnedKey key = OpenKey(HKEY_CURRENT_USER, RecordKey, KEY_READ);
+    if (!key)
         return false;
     bool pending = false;
     for (DWORD index = 0; index < MaxValues; ++index) {
@@ -174,12 +154,11 @@ bool ReadProgressRecord() {
         DWORD nameLength = NameCapacity;
         DWORD dataLength = DataCapacity;
         const LONG result =
-            RegEnumValueA(key, index, name, &nameLength, nullptr, nullptr, data, &dataLength);
+            RegEnumValueA(key.Get(), index, name, &nameLength, nullptr, nullptr, data, &dataLength);
         if (result == ERROR_NO_MORE_ITEMS)
             break;
         if (result == ERROR_SUCCESS)
-            ApplyValue(name, data, dataLength, &pending);
+            ApplyValue(name, {data, dataLength}, &pending);
     }
-    RegCloseKey(key);
     return pending;
 }

@@ -1,6 +1,6 @@
-// The record that survives an upgrade that died: HKEY_CURRENT_USER, Software\FlashUtility.
+// ProgressRecord, what survives an upgrade that died: HKEY_CURRENT_USER, Software\FlashUtility.
 //
-// It tells the next start that an upgrade was under way, with which image, for which handheld and
+// It says to the next start that an upgrade was under way, with which image, for which handheld and
 // over which link, and whether only the bootloader can still take the image. It is written before
 // the first byte goes out and deleted only when everything has. No registry failure is reported:
 // a record that cannot be written means that an interrupted upgrade cannot be resumed.
@@ -18,7 +18,7 @@ void WriteProgressRecord();  // everything but Critical, from State
 void MarkCriticalFailure();  // Critical alone, creating the key if it has gone
 void DeleteProgressRecord(); // the key with its values, and the note
 void NoteHeldBackBlock();    // no more than the held-back block is left to send
-bool HeldBackBlockNoted();   // by this transfer or by the one that the record tells of
+bool HeldBackBlockNoted();   // by this transfer or by the one of the record
 bool NoteClosedPort(); // the link did not open; true: nor did it in the run before. No note: false
 
 // True if an upgrade is pending. Fills State as a side effect, whatever it finds pending or not.

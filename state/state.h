@@ -2,8 +2,9 @@
 //
 // The whole wizard runs on the main thread but for the transfer's worker, its receive loop, the
 // backup worker and the power watch. A plain value has one writer at a time and is written before
-// the thread that reads it starts; what several threads touch while they run is atomic here, and
-// nothing else in the program is a mutable global.
+// the thread that reads it starts; what several threads touch while they run is atomic here.
+// Nothing else in the program changes while it runs, but for the texts of frame/catalog.cpp, which
+// are filled once, and what rapi/rapi_dll.cpp shares with RAPI.
 #pragma once
 
 #include <windows.h>
@@ -27,7 +28,9 @@ struct WindowValues {
     std::atomic<HWND> PowerWarningPage;
 };
 
-// Places on the PC, 8-bit text in the ANSI code page. Written by the start-up and the chain.
+// Paths and names on the PC, 8-bit text in the ANSI code page. Written by the start-up and the
+// chain, but for two: a resumed run's worker asks for the port's name once more, and
+// BackupChoicePage sets BackupPath.
 struct PathValues {
     // Working directory at start, not the folder of the program. Empty where it could not be read:
     // then there are no files beside the wizard.
@@ -48,7 +51,8 @@ struct HandheldValues {
     std::atomic<std::uint8_t> PowerStatus; // first byte of the last reading; 1: external power
 };
 
-// The header of the image read last.
+// The header of the image read last, and the size of the image that is going to be sent: from the
+// listing of the language folder at first and on resume, from the file once one has been chosen.
 struct ImageValues {
     char ImageModel[10];
     char ImageLanguage[4];

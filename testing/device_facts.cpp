@@ -37,15 +37,20 @@ struct ButtonFacts {
 };
 
 const ButtonFacts Buttons[] = {
-    {"CHT", "AppButtons", "行事曆", "連絡人", "Zenda", "Brisca", "錄音", "功能鍵"},
-    {"CHS", "AppButtons", "日程表", "联系人", "Zenda", "Brisca", "录音", "按键"},
-    {"JPN", "AppButtons", "予定表", "連絡先", "ｾﾞﾝﾀﾞ", "ﾌﾞﾘｽｶ", "ﾎﾞｲｽ ﾚｺｰﾀﾞｰ", "ﾎﾞﾀﾝ"},
-    {"FRE", "BoutonsApp", "Calendrier", "Contacts", "Zenda", "Brisca", "Enregistrement", "Bouton"},
-    {"GER", "AppButtons", "Kalender", "Kontakte", "Zenda", "Brisca", "Record", "Taste"},
-    {"ITA", "PulsantiApp", "Calendario", "Contatti", "Zenda", "Brisca", "Voice Recorder",
+    {"CHT", "AppButtons", {"行事曆", "連絡人", "Zenda", "Brisca", "錄音"}, "功能鍵"},
+    {"CHS", "AppButtons", {"日程表", "联系人", "Zenda", "Brisca", "录音"}, "按键"},
+    {"JPN", "AppButtons", {"予定表", "連絡先", "ｾﾞﾝﾀﾞ", "ﾌﾞﾘｽｶ", "ﾎﾞｲｽ ﾚｺｰﾀﾞｰ"}, "ﾎﾞﾀﾝ"},
+    {"FRE",
+     "BoutonsApp",
+     {"Calendrier", "Contacts", "Zenda", "Brisca", "Enregistrement"},
+     "Bouton"},
+    {"GER", "AppButtons", {"Kalender", "Kontakte", "Zenda", "Brisca", "Record"}, "Taste"},
+    {"ITA",
+     "PulsantiApp",
+     {"Calendario", "Contatti", "Zenda", "Brisca", "Voice Recorder"},
      "Pulsante"},
-    {"SPA", "BotonesApl", "Calendario", "Contactos", "Zenda", "Brisca", "Grabadora", "Botón"},
-    {"", "AppButtons", "Calendar", "Contacts", "Zenda", "Brisca", "Record", "Button"},
+    {"SPA", "BotonesApl", {"Calendario", "Contactos", "Zenda", "Brisca", "Grabadora"}, "Botón"},
+    {"", "AppButtons", {"Calendar", "Contacts", "Zenda", "Brisca", "Record"}, "Button"},
 };
 
 const char* const Icons[] = {"\\windows\\calendar.exe, 0", "\\windows\\addrbook.exe, 0",

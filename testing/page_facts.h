@@ -43,7 +43,7 @@ INT_PTR Show() {
 
 inline INT_PTR ShowFinishOverUsb() {
     State.Run.SerialLinkSelected = false;
-    return ShowFinishPage();
+    return ShowPage(FinishPage());
 }
 
 inline INT_PTR ShowLargeImage() {
@@ -82,7 +82,8 @@ inline const PageFacts Index[] = {
      "1128=11107 1076=11062 1129=11108 1130=11109 1075=11039 1=11012 2=11011"},
     {167, Show<UpgradeDonePage>, "1181:0 2:1", "1193=11155 1194=11156 1195=11134 1181=11012",
      "173@282,200"},
-    {160, ShowFinishPage, "1:0 2:1", "1088=11069 1133=11114 1127=11159!r 1126=11104 1=11070 1134="},
+    {160, [] { return ShowPage(FinishPage()); }, "1:0 2:1",
+     "1088=11069 1133=11114 1127=11159!r 1126=11104 1=11070 1134="},
     {133, ShowFinishOverUsb, "1:0 2:1",
      "1088=11069 1133=11114 1127=11159!r 1126=11104 1=11070 1134="},
     {123, Show<IncompatibleImagePage>, "2:1",

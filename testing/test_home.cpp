@@ -79,7 +79,8 @@ Environment TestHome::Variables(const Environment& added) const {
                              {"ROM_WIZARD_CLOCK", "20"},
                              {"ROM_WIZARD_HANDLES", "1"}};
     for (const auto& [name, value] : added) {
-        std::erase_if(variables, [&](const auto& variable) { return variable.first == name; });
+        std::erase_if(variables,
+                      [&name = name](const auto& variable) { return variable.first == name; });
         variables.emplace_back(name, value);
     }
     return variables;

@@ -7,9 +7,8 @@
 
 #include "device/host_checks.h"
 #include "frame/error_pages.h"
+#include "frame/run_end.h"
 #include "frame/waiting_pages.h"
-#include "images/header.h"
-#include "images/verify.h"
 #include "pages/decision_pages.h"
 #include "pages/introduction_pages.h"
 #include "pages/progress_pages.h"
@@ -25,7 +24,7 @@ namespace {
 bool PassIntroduction() {
     for (const Page* page :
          {&UpgradeNoticePage, &WelcomePage, &HostChecklistPage, &DeviceChecklistPage}) {
-        if (ShowPage(*page) != 0)
+        if (ShowPage(*page) != IntroductionNext)
             return false;
     }
     return true;
@@ -37,25 +36,24 @@ bool PassPowerCheck() {
     if (!CeGetSystemPowerStatusEx(&status, TRUE))
         return false;
     State.Handheld.PowerStatus = status.acLine;
-    return status.acLine == 1 || ShowPage(PowerWarningPage) == 0;
+    return status.acLine == 1 || ShowPage(PowerWarningPage) == IntroductionNext;
 }
 
 // A backup that failed has ended the run from its worker, after which the last page here does not
 // come up: it is there for a worker that could not even start.
-bool SaveRom() {
-    const bool saved = ShowPage(BackupPage) == 1;
+bool OfferBackup() {
+    const INT_PTR choice = ShowPage(BackupChoicePage);
+    if (choice != BackupChoiceFile)
+        return choice == BackupChoiceNone;
+    const bool saved = ShowPage(BackupPage) == BackupSaved;
     if (!saved)
-        ShowPage(BackupFailedPage);
+        EndRun(BackupFailedPage);
     return saved;
 }
 
-bool OfferBackup() {
-    const INT_PTR choice = ShowPage(BackupChoicePage);
-    return choice == BackupFileChosen ? SaveRom() : choice == 1;
-}
-
 bool ConfirmUpgrade() {
-    return ShowPage(VersionConfirmPage) == 1 && OfferBackup() && ShowPage(UpgradeReadyPage) == 1;
+    return ShowPage(VersionConfirmPage) == ConfirmNext && OfferBackup() &&
+           ShowPage(UpgradeReadyPage) == ConfirmNext;
 }
 
 void Prepare() {
@@ -67,13 +65,13 @@ void Prepare() {
 
 void WalkChain() {
     if (!ActiveSyncVersionOk()) {
-        ShowPage(ActiveSyncVersionPage);
+        EndRun(ActiveSyncVersionPage);
         return;
     }
     if (!State.Run.ResumePending && !PassIntroduction())
         return;
     State.RapiInit.size = sizeof(State.RapiInit);
-    CeRapiInitEx(&State.RapiInit); // whether a handheld answers is told by the event
+    CeRapiInitEx(&State.RapiInit); // the event says whether a handheld answers
     if (!ConnectAndIdentify(State.Windows.MainWindow) || !PassPowerCheck())
         return;
     if (!VerifyOrReport() || !ChooseImage() || !ConfirmUpgrade())

@@ -7,8 +7,10 @@
 
 #include "wizard/conclusion.h"
 
+#include "frame/run_end.h"
 #include "link/link_error_pages.h"
-#include "link/upgrade_transfer.h"
+#include "link/stall.h"
+#include "link/wire.h"
 #include "pages/closing_pages.h"
 #include "state/progress_record.h"
 #include "state/state.h"
@@ -30,12 +32,12 @@ bool OnlyBootloaderHelps(std::uint32_t bytesRemaining, bool bootloaderTransfer) 
 void ConcludeTransfer(INT_PTR result, RunKind kind) {
     if (State.Run.RunEnded)
         return;
-    if (result == 1) {
-        if (ShowPage(UpgradeDonePage) == 0)
-            ShowFinishPage();
+    if (result == TransferSent) {
+        if (ShowPage(UpgradeDonePage) == UpgradeDoneNext)
+            ShowPage(FinishPage());
     } else {
         const bool bootloader = kind == RunKind::Resumed && OnlyBootloaderCanAnswer();
-        ShowPage(OnlyBootloaderHelps(State.Run.BytesRemaining, bootloader) ? CommunicationErrorPage
-                                                                           : UpgradeErrorPage);
+        EndRun(OnlyBootloaderHelps(State.Run.BytesRemaining, bootloader) ? CommunicationErrorPage
+                                                                         : UpgradeErrorPage);
     }
 }

@@ -1,4 +1,4 @@
-// What follows a transfer: the closing pages, or the page that tells how to save the handheld.
+// What follows a transfer: the closing pages, or the page that says how to save the handheld.
 #pragma once
 
 #include <windows.h>
@@ -11,6 +11,6 @@ enum class RunKind { Normal, Resumed };
 // second block of the payload is under way, or the bootloader was talked to in the first place.
 bool OnlyBootloaderHelps(std::uint32_t bytesRemaining, bool bootloaderTransfer);
 
-// Main thread, after ProgressPage has ended with `result`: 1 is success, anything else a failure.
+// Main thread, after ProgressPage has ended with `result`, a TransferResult.
 // Shows nothing when a worker has already shown its page and ended the run.
 void ConcludeTransfer(INT_PTR result, RunKind kind);

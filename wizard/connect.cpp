@@ -7,10 +7,11 @@
 
 #include "device/identity.h"
 #include "frame/error_pages.h"
+#include "frame/run_end.h"
 #include "frame/waiting_pages.h"
 #include "images/discovery.h"
-#include "images/header.h"
 #include "pages/decision_pages.h"
+#include "pages/image_steps.h"
 #include "state/progress_record.h"
 #include "state/state.h"
 #include "wizard/resume.h"
@@ -31,9 +32,7 @@ bool Identify(HWND owner) {
         ChooseLanguageFolder();
     EndBusyPage();
     if (!identified) {
-        CeRapiUninit();
-        ShowPage(RemoteProgramErrorPage);
-        CloseMainWindow();
+        EndRun(RemoteProgramErrorPage, {.uninitRapi = true});
     }
     return identified;
 }
@@ -49,9 +48,8 @@ bool ConnectAndIdentify(HWND owner) {
         return false;
     }
     EndBusyPage();
-    if (ShowPage(ConnectionTypePage) != 0) {
-        CeRapiUninit();
-        CloseMainWindow();
+    if (ShowPage(ConnectionTypePage) != ConnectionTypeNext) {
+        LeaveRun();
         return false;
     }
     return Identify(owner) && FindDefaultImage() && ReadImageHeader(State.Paths.ImagePath);

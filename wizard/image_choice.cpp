@@ -7,14 +7,11 @@
 #include "wizard/image_choice.h"
 
 #include "frame/error_pages.h"
-#include "images/discovery.h"
-#include "images/header.h"
-#include "images/verify.h"
-#include "link/upgrade_transfer.h"
+#include "frame/run_end.h"
+#include "link/wire.h"
 #include "pages/decision_pages.h"
 #include "pages/image_file_dialog.h"
-#include "rapi/rapi.h"
-#include "resources/resource.h"
+#include "pages/image_steps.h"
 #include "state/state.h"
 
 #include <algorithm>
@@ -24,23 +21,7 @@
 
 namespace {
 
-enum class Choice { Taken, Again, Ended };
-
-bool SameText(const char* one, const char* other) { return lstrcmpiA(one, other) == 0; }
-
-bool ImageFitsFlash() { return State.Handheld.FlashSizeMB >= State.Image.ImageSizeKB / 1024; }
-
-// Model is tested first; with both different only the model lines are marked.
-bool ImageIsForHandheld() {
-    if (!SameText(State.Handheld.DeviceModel, State.Image.ImageModel))
-        State.Run.ModelMismatch = true;
-    else if (!SameText(State.Handheld.DeviceLanguage, State.Image.ImageLanguage))
-        State.Run.LanguageMismatch = true;
-    else
-        return true;
-    ShowPage(IncompatibleImagePage);
-    return false;
-}
+enum class Choice { Made, Again, Ended };
 
 // Size in bytes of the image in ImagePath, and ImageSizeKB from it.
 std::optional<std::uint64_t> MeasureImage() {
@@ -60,14 +41,13 @@ std::optional<std::uint64_t> ReadDefaultImage() {
 // A file that is too short to be sent would be met by the transfer alone, when the handheld has
 // been changed and waits for its image.
 Choice CheckSize(std::uint64_t size, Choice whenTooLarge) {
-    if (!ImageFitsFlash()) {
+    if (State.Handheld.FlashSizeMB < State.Image.ImageSizeKB / 1024) {
         ShowPage(ImageTooLargePage);
         return whenTooLarge;
     }
     if (size >= MinImageFileSize)
-        return Choice::Taken;
-    CeRapiUninit();
-    ShowPage(ImageOpenErrorPage);
+        return Choice::Made;
+    EndRun(ImageOpenErrorPage, {.uninitRapi = true});
     return Choice::Ended;
 }
 
@@ -75,7 +55,7 @@ Choice ChooseRestore() {
     State.Paths.ImagePath[0] = '\0';
     if (!AskForImageFile(State.Windows.MainWindow, State.Paths.ImagePath))
         return Choice::Again;
-    if (!ReadImageHeader(State.Paths.ImagePath) || !VerifyOrReport() || !ImageIsForHandheld())
+    if (!ReadImageHeader(State.Paths.ImagePath) || !VerifyOrReport() || !CheckImageIsForHandheld())
         return Choice::Ended;
     const std::optional<std::uint64_t> size = MeasureImage();
     return size ? CheckSize(*size, Choice::Again) : Choice::Ended;
@@ -83,9 +63,9 @@ Choice ChooseRestore() {
 
 Choice ApplyAction(INT_PTR action, std::uint64_t defaultSize) {
     switch (action) {
-    case IDC_UPGRADE:
-        return ImageIsForHandheld() ? CheckSize(defaultSize, Choice::Ended) : Choice::Ended;
-    case IDC_RESTORE:
+    case ActionChoiceUpgrade:
+        return CheckImageIsForHandheld() ? CheckSize(defaultSize, Choice::Ended) : Choice::Ended;
+    case ActionChoiceRestore:
         return ChooseRestore();
     default:
         return Choice::Ended;
@@ -97,7 +77,7 @@ Choice ApplyAction(INT_PTR action, std::uint64_t defaultSize) {
 bool VerifyOrReport() {
     const Verification outcome = VerifyImage(State.Windows.MainWindow);
     if (outcome == Verification::Mismatch)
-        ShowPage(ChecksumErrorPage);
+        EndRun(ChecksumErrorPage);
     return outcome == Verification::Passed;
 }
 
@@ -112,5 +92,5 @@ bool ChooseImage() {
             return false;
         choice = ApplyAction(action, *defaultSize);
     }
-    return choice == Choice::Taken;
+    return choice == Choice::Made;
 }

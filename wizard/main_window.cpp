@@ -49,10 +49,6 @@ void ReadPlaces() {
     }
 }
 
-// Nobody outside ends a transfer: an upgrade that is broken off leaves a handheld without a system.
-// A transfer that fails ends the run itself.
-bool TransferRuns() { return State.Windows.ProgressPage || State.Windows.BackupPage; }
-
 void RunWizard(HWND window) {
     if (IsWindows95())
         InitCommonControls();
@@ -97,7 +93,9 @@ LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM first, LPARAM 
         RunWizard(window);
         return 0;
     case WM_CLOSE:
-        if (TransferRuns() && !State.Run.RunEndsItself)
+        // Nobody outside ends a transfer: an upgrade that is broken off leaves a handheld without a
+        // system. A transfer that fails ends the run itself.
+        if ((State.Windows.ProgressPage || State.Windows.BackupPage) && !State.Run.RunEndsItself)
             return 0;
         return DefWindowProcA(window, message, first, second);
     case WM_DESTROY:

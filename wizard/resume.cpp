@@ -7,8 +7,8 @@
 
 #include "device/activesync.h"
 #include "frame/error_pages.h"
+#include "frame/run_end.h"
 #include "pages/progress_pages.h"
-#include "rapi/rapi.h"
 #include "state/progress_record.h"
 #include "state/state.h"
 #include "wizard/conclusion.h"
@@ -17,7 +17,7 @@ void GoOnWithoutHandheld() {
     State.Run.ResumePending = ReadProgressRecord();
     if (!State.Run.ResumePending) {
         ShowPage(ConnectionErrorPage);
-        CeRapiUninit();
+        LeaveRun();
         return;
     }
     StopActiveSync();

@@ -1,4 +1,4 @@
-// The road of a run that finds no handheld: an interrupted upgrade is sent again, from what its
+// A run that finds no handheld: an interrupted upgrade is sent again, from what its
 // record kept and with no question asked of the handheld.
 #pragma once
 

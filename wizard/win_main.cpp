@@ -1,4 +1,4 @@
-// Entry of the program. The exit code is 0 on every road.
+// Entry of the program. The exit code is always 0.
 
 #include "frame/catalog.h"
 #include "link/stall.h"

@@ -89,7 +89,8 @@ public:
         if (!Take(4))
             return 0;
         const std::uint8_t* at = bytes_.data() + position_ - 4;
-        return at[0] | at[1] << 8 | at[2] << 16 | static_cast<std::uint32_t>(at[3]) << 24;
+        return std::uint32_t{at[0]} | std::uint32_t{at[1]} << 8 | std::uint32_t{at[2]} << 16 |
+               std::uint32_t{at[3]} << 24;
     }
     std::vector<std::uint8_t> Data() {
         const std::uint32_t size = Number();

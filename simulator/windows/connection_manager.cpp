@@ -1,24 +1,25 @@
-// The connection manager of the cradle where the wizard runs on Windows: a second one of
-// simulator/connection_manager.cpp, with the same duties.
+// The connection manager of the cradle where the wizard runs on Windows, with the duties of
+// simulator/connection_manager.cpp.
 //
-// It registers itself where the wizard looks, opens the two windows by which it is found, holds the
-// serial port as long as it lives, and carries RAPI to the handheld, the end of which is a port of
-// 127.0.0.1 that the environment names. It is meant to be ended from outside at any instant.
+// It carries RAPI to the handheld over the port of 127.0.0.1 that ROM_WIZARD_CRADLE_PORT gives. It
+// is meant to be ended from outside at any instant.
 
+#include "simulator/registration.h"
+#include "simulator/windows/handle.h"
 #include "simulator/windows/loopback.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace {
 
+using namespace registration;
 using loopback::Socket;
-
-constexpr char WindowClass[] = "ConnectionManager";
-constexpr char ProgramKey[] =
-    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE";
 
 [[noreturn]] void Fail(const std::string& what) {
     throw std::runtime_error(what + ": error " + std::to_string(GetLastError()));
@@ -35,26 +36,27 @@ void Set(const char* key, const char* name, DWORD type, const void* data, std::s
 }
 
 void SetNumber(const char* name, DWORD number) {
-    Set(loopback::SettingsKey, name, REG_DWORD, &number, sizeof(number));
+    Set(SettingsKey, name, REG_DWORD, &number, sizeof(number));
 }
 
 void Register() {
-    SetNumber("MajorVersion", 3);
-    SetNumber("MinorVersion", 5);
-    Set(loopback::SettingsKey, "SerialPort", REG_SZ, "COM1", sizeof("COM1"));
+    SetNumber("MajorVersion", MajorVersion);
+    SetNumber("MinorVersion", MinorVersion);
+    Set(SettingsKey, "SerialPort", REG_SZ, SerialPort, sizeof(SerialPort));
     char program[MAX_PATH];
     const DWORD length = GetModuleFileNameA(nullptr, program, MAX_PATH);
     Set(ProgramKey, nullptr, REG_SZ, program, length + 1);
 }
 
-// As long as this process lives; somebody else who has it keeps it.
-void HoldSerialPort() {
-    const HANDLE port = CreateFileA("\\\\.\\COM1", GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
-    if (port == INVALID_HANDLE_VALUE)
-        std::printf("COM1: not free, error %lu\n", GetLastError());
-    else
+// Without it where another program has the port: that one keeps it.
+Handle OpenSerialPort() {
+    Handle port(CreateFileA(SerialPortPath, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                            FILE_FLAG_OVERLAPPED, nullptr));
+    if (port)
         std::printf("COM1: held\n");
+    else
+        std::printf("COM1: not free, error %lu\n", GetLastError());
+    return port;
 }
 
 void CarryOneWay(const Socket& from, const Socket& to) {
@@ -79,9 +81,9 @@ void Carry(Socket client) {
 }
 
 // A thread for each program. None is ever joined: the process ends from outside.
-void Serve(SOCKET listener) {
+void Serve(const Socket& listener) {
     for (;;) {
-        Socket client(accept(listener, nullptr, nullptr));
+        Socket client(accept(listener.Get(), nullptr, nullptr));
         if (client.IsOpen())
             std::thread(Carry, std::move(client)).detach();
         else
@@ -89,14 +91,14 @@ void Serve(SOCKET listener) {
     }
 }
 
-SOCKET Listen() {
+Socket Listen() {
     loopback::StartSockets();
-    const SOCKET listener = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    Socket listener(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
     sockaddr_in address = loopback::Address(0); // any free port
     int size = sizeof(address);
-    if (bind(listener, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-        listen(listener, SOMAXCONN) != 0 ||
-        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+    if (bind(listener.Get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+        listen(listener.Get(), SOMAXCONN) != 0 ||
+        getsockname(listener.Get(), reinterpret_cast<sockaddr*>(&address), &size) != 0)
         Fail("listen");
     SetNumber(loopback::PortValue, ntohs(address.sin_port));
     return listener;
@@ -108,7 +110,7 @@ void OpenWindows() {
     windowClass.lpfnWndProc = DefWindowProcA;
     windowClass.lpszClassName = WindowClass;
     RegisterClassExA(&windowClass);
-    for (const char* title : {"DccMan", "WCES Manager Thunk Window"}) {
+    for (const char* title : WindowTitles) {
         if (!CreateWindowExA(0, WindowClass, title, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr,
                              nullptr))
             Fail(std::string("open window ") + title);
@@ -117,7 +119,7 @@ void OpenWindows() {
 
 void Run() {
     Register();
-    HoldSerialPort();
+    const Handle port = OpenSerialPort(); // as long as this process lives
     std::thread(Serve, Listen()).detach();
     OpenWindows();
     std::printf("ready\n");

@@ -1,18 +1,20 @@
 // Sockets of 127.0.0.1, for the RAPI library and the connection manager.
 #pragma once
 
+#include "simulator/registration.h"
+
+// The sockets come first, as they replace an older header inside <windows.h>.
 #include <winsock2.h>
-// Behind the sockets, whose header replaces an older one in it.
+
 #include <windows.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <utility>
 
 namespace loopback {
 
-// Where the connection manager tells its port: beside what it tells the wizard.
-constexpr char SettingsKey[] = "SOFTWARE\\Microsoft\\Windows CE Services";
+// The value with the connection manager's port, beside its version in the registry.
 constexpr char PortValue[] = "RapiPort";
 
 inline void StartSockets() {
@@ -87,8 +89,8 @@ inline Socket Connect(std::uint16_t port) {
 // 0 where there has been none. Its value stays behind one that was ended.
 inline std::uint16_t ManagerPort() {
     DWORD port = 0, size = sizeof(port);
-    RegGetValueA(HKEY_LOCAL_MACHINE, SettingsKey, PortValue, RRF_RT_REG_DWORD, nullptr, &port,
-                 &size);
+    RegGetValueA(HKEY_LOCAL_MACHINE, registration::SettingsKey, PortValue, RRF_RT_REG_DWORD,
+                 nullptr, &port, &size);
     return static_cast<std::uint16_t>(port);
 }
 

@@ -2,8 +2,8 @@
 //
 // With an interval of MAXDWORD and no total time (COMMTIMEOUTS) a read returns at once with what
 // has come, "even if no bytes have been received". Wine 8 lets such a read wait for its first byte
-// instead, so the end of a burst would never be seen. The library that holds this file takes the
-// place of ReadFile in the program that loads it, and answers the reads that find nothing.
+// instead, so the end of a burst would never be seen. The library of this file replaces ReadFile
+// in the program that loads it, and answers the reads that find nothing.
 
 #include "simulator/windows/loopback.h"
 
@@ -37,34 +37,34 @@ BOOL WINAPI ReadPort(HANDLE file, LPVOID buffer, DWORD count, LPDWORD done,
 }
 
 template <class Type>
-Type* At(std::uint64_t offset) {
+Type* AtOffset(std::uint64_t offset) {
     return reinterpret_cast<Type*>(reinterpret_cast<std::uint8_t*>(GetModuleHandleA(nullptr)) +
                                    offset);
 }
 
 const IMAGE_IMPORT_DESCRIPTOR* FirstImport() {
-    const auto* header = At<IMAGE_NT_HEADERS>(At<IMAGE_DOS_HEADER>(0)->e_lfanew);
-    return At<IMAGE_IMPORT_DESCRIPTOR>(
+    const auto* header = AtOffset<IMAGE_NT_HEADERS>(AtOffset<IMAGE_DOS_HEADER>(0)->e_lfanew);
+    return AtOffset<IMAGE_IMPORT_DESCRIPTOR>(
         header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
 }
 
-void Replace(IMAGE_THUNK_DATA* place, void* function) {
+void SetFunction(IMAGE_THUNK_DATA* entry, void* function) {
     DWORD protection = 0;
-    VirtualProtect(place, sizeof(*place), PAGE_READWRITE, &protection);
-    place->u1.Function = reinterpret_cast<std::uintptr_t>(function);
-    VirtualProtect(place, sizeof(*place), protection, &protection);
+    VirtualProtect(entry, sizeof(*entry), PAGE_READWRITE, &protection);
+    entry->u1.Function = reinterpret_cast<std::uintptr_t>(function);
+    VirtualProtect(entry, sizeof(*entry), protection, &protection);
 }
 
 // The program's table of imports: names on one side, addresses on the other.
-void TakeReads() {
+void ReplaceReads() {
     for (const auto* library = FirstImport(); library->Name; ++library) {
-        const auto* name = At<IMAGE_THUNK_DATA>(library->OriginalFirstThunk);
-        auto* address = At<IMAGE_THUNK_DATA>(library->FirstThunk);
+        const auto* name = AtOffset<IMAGE_THUNK_DATA>(library->OriginalFirstThunk);
+        auto* address = AtOffset<IMAGE_THUNK_DATA>(library->FirstThunk);
         for (; name->u1.AddressOfData; ++name, ++address) {
             if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) &&
-                std::strcmp(At<IMAGE_IMPORT_BY_NAME>(name->u1.AddressOfData)->Name, "ReadFile") ==
-                    0)
-                Replace(address, reinterpret_cast<void*>(ReadPort));
+                std::strcmp(AtOffset<IMAGE_IMPORT_BY_NAME>(name->u1.AddressOfData)->Name,
+                            "ReadFile") == 0)
+                SetFunction(address, reinterpret_cast<void*>(ReadPort));
         }
     }
 }
@@ -73,6 +73,6 @@ void TakeReads() {
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
     if (reason == DLL_PROCESS_ATTACH)
-        TakeReads();
+        ReplaceReads();
     return TRUE;
 }

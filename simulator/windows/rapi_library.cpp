@@ -1,9 +1,10 @@
-// A rapi.dll: the published calls, carried to the simulated handheld.
+// A rapi.dll for the wizard under Wine: the published calls, carried to the simulated handheld.
 //
 // It speaks the frames of rapi_wire.h to the connection manager beside it, over 127.0.0.1, as
 // Wine has no local sockets. All that the wizard uses is here, with the published signatures and
-// records; outputs that it hands in no room for are left out.
+// records; outputs for which it passes no buffer are left out.
 
+#include "simulator/windows/handle.h"
 #include "simulator/windows/loopback.h"
 // Behind the header of Windows, whose macros rename half of the operations, here as there.
 #include "platform/include/rapi_wire.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 #define EXPORT extern "C" __declspec(dllexport)
 
@@ -37,13 +39,14 @@ struct FoundRecord { // CE_FIND_DATA
 constexpr std::uint32_t NoHandle = 0xFFFFFFFF;
 constexpr DWORD RetryMilliseconds = 100;
 constexpr DWORD FirstAttemptMilliseconds = 2000; // as long an open waits for a quick answer
-constexpr DWORD LargestPiece = 0x80000;
+constexpr DWORD MaxTransferSize = 0x80000;
 
-std::mutex connectionLock; // of the next three
+std::mutex connectionMutex; // of the next three
 loopback::Socket connection;
 bool isLost = false;
-SOCKET greeting = INVALID_SOCKET; // a connection whose handheld has not answered yet
-HANDLE connected = nullptr, stop = nullptr, connector = nullptr;
+SOCKET greetingSocket = INVALID_SOCKET; // of a connection whose handheld has not answered yet
+Handle connected, stop;
+Handle connector; // the thread that greets until a handheld answers
 
 std::optional<Reader> Exchange(const loopback::Socket& socket, const Writer& request) {
     const std::vector<std::uint8_t> frame = request.Frame();
@@ -61,43 +64,45 @@ Writer Request(Operation operation) {
     return Writer().Number(static_cast<std::uint32_t>(operation));
 }
 
-void SetGreeting(SOCKET socket) {
-    const std::lock_guard guard(connectionLock);
-    greeting = socket;
+void SetGreetingSocket(SOCKET socket) {
+    const std::lock_guard lock(connectionMutex);
+    greetingSocket = socket;
 }
 
-// A handheld that is not in its normal mode may leave the greeting unanswered until it is ended.
+// A handheld that is not in its normal mode may leave the greeting unanswered, until CeRapiUninit
+// ends the connection.
 bool Connect() {
     loopback::Socket socket = loopback::Connect(loopback::ManagerPort());
-    SetGreeting(socket.Get());
+    SetGreetingSocket(socket.Get());
     auto answer = Exchange(socket, Request(Operation::Hello));
-    SetGreeting(INVALID_SOCKET);
+    SetGreetingSocket(INVALID_SOCKET);
     if (!answer || (answer->Number(), answer->Number()) != 1)
         return false;
-    const std::lock_guard guard(connectionLock);
+    const std::lock_guard lock(connectionMutex);
     connection = std::move(socket);
     isLost = false;
-    SetEvent(connected);
+    SetEvent(connected.Get());
     return true;
 }
 
 DWORD WINAPI KeepConnecting(void*) {
-    while (!Connect() && WaitForSingleObject(stop, RetryMilliseconds) == WAIT_TIMEOUT) {
+    while (!Connect() && WaitForSingleObject(stop.Get(), RetryMilliseconds) == WAIT_TIMEOUT) {
     }
     return 0;
 }
 
-// The request's result, and what comes behind it; nothing where no handheld answers.
+// The result of a call, and its outputs.
 struct Answer {
     std::uint32_t result;
     Reader outputs;
 };
 
-std::optional<Answer> Ask(const Writer& request) {
-    const std::lock_guard guard(connectionLock);
+// Nothing where no handheld answers.
+std::optional<Answer> Call(const Writer& request) {
+    const std::lock_guard lock(connectionMutex);
     auto outputs = connection.IsOpen() ? Exchange(connection, request) : std::nullopt;
     if (outputs) {
-        outputs->Number(); // the device's last error: nobody asks for it
+        outputs->Number(); // the device's last error, which the wizard does not use
         const std::uint32_t result = outputs->Number();
         if (outputs->Good())
             return Answer{result, std::move(*outputs)};
@@ -107,16 +112,16 @@ std::optional<Answer> Ask(const Writer& request) {
     return std::nullopt;
 }
 
-BOOL AskWhether(const Writer& request) {
-    const auto answer = Ask(request);
+BOOL CallBool(const Writer& request) {
+    const auto answer = Call(request);
     return answer && answer->result != 0;
 }
 
-LONG AskRegistry(const Writer& request, std::optional<Answer>* whole = nullptr) {
-    auto answer = Ask(request);
+LONG CallRegistry(const Writer& request, std::optional<Answer>* outputs = nullptr) {
+    auto answer = Call(request);
     const LONG result = answer ? static_cast<LONG>(answer->result) : ERROR_NOT_CONNECTED;
-    if (whole)
-        *whole = std::move(answer);
+    if (outputs)
+        *outputs = std::move(answer);
     return result;
 }
 
@@ -132,20 +137,20 @@ Handle HandleOf(std::uint32_t number) {
     return reinterpret_cast<Handle>(static_cast<LONG_PTR>(static_cast<LONG>(number)));
 }
 
-void TakeFound(Reader& outputs, FoundRecord* found) {
+void ReadFound(Reader& outputs, FoundRecord* found) {
     *found = {};
     found->attributes = outputs.Number();
     const std::u16string name = outputs.Text();
     std::copy_n(name.begin(), std::min<std::size_t>(name.size(), MAX_PATH - 1), found->name);
 }
 
-// Data into the caller's room; false where it does not fit.
-bool TakeData(Reader& outputs, void* room, DWORD* size) {
+// Copies data into the caller's buffer and gives its size; false where it does not fit.
+bool ReadData(Reader& outputs, void* buffer, DWORD* size) {
     const std::vector<std::uint8_t> data = outputs.Data();
     if (data.size() > *size)
         return false;
     *size = static_cast<DWORD>(data.size());
-    std::copy(data.begin(), data.end(), static_cast<std::uint8_t*>(room));
+    std::copy(data.begin(), data.end(), static_cast<std::uint8_t*>(buffer));
     return true;
 }
 
@@ -159,12 +164,12 @@ EXPORT HRESULT WINAPI CeRapiInitEx(InitRecord* record) {
     if (!connector && !loopback::Connect(loopback::ManagerPort()).IsOpen())
         return E_FAIL;
     if (!connector) {
-        connected = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        connector = CreateThread(nullptr, 0, KeepConnecting, nullptr, 0, nullptr);
-        WaitForSingleObject(connected, FirstAttemptMilliseconds);
+        connected = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        stop = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        connector = Handle(CreateThread(nullptr, 0, KeepConnecting, nullptr, 0, nullptr));
+        WaitForSingleObject(connected.Get(), FirstAttemptMilliseconds);
     }
-    record->event = connected;
+    record->event = connected.Get();
     record->result = S_OK;
     return S_OK;
 }
@@ -172,20 +177,20 @@ EXPORT HRESULT WINAPI CeRapiInitEx(InitRecord* record) {
 EXPORT HRESULT WINAPI CeRapiUninit() {
     if (!connector)
         return S_OK;
-    SetEvent(stop);
+    SetEvent(stop.Get());
     do { // an attempt may just have begun
-        const std::lock_guard guard(connectionLock);
-        shutdown(greeting, SD_BOTH);
-    } while (WaitForSingleObject(connector, RetryMilliseconds) == WAIT_TIMEOUT);
-    for (HANDLE* handle : {&connector, &stop, &connected})
-        CloseHandle(std::exchange(*handle, nullptr));
-    const std::lock_guard guard(connectionLock);
+        const std::lock_guard lock(connectionMutex);
+        shutdown(greetingSocket, SD_BOTH);
+    } while (WaitForSingleObject(connector.Get(), RetryMilliseconds) == WAIT_TIMEOUT);
+    for (Handle* handle : {&connector, &stop, &connected})
+        *handle = Handle();
+    const std::lock_guard lock(connectionMutex);
     connection = {};
     return S_OK;
 }
 
 EXPORT HRESULT WINAPI CeRapiGetError() {
-    const std::lock_guard guard(connectionLock);
+    const std::lock_guard lock(connectionMutex);
     return isLost ? HRESULT_FROM_WIN32(ERROR_CONNECTION_ABORTED) : S_OK;
 }
 
@@ -194,28 +199,27 @@ EXPORT BOOL WINAPI CeCreateProcess(LPCWSTR program, LPCWSTR commandLine, LPSECUR
                                    LPSTARTUPINFOW, LPPROCESS_INFORMATION process) {
     if (process)
         *process = {};
-    return AskWhether(
-        Request(Operation::CreateProcess).Text(Text(program)).Text(Text(commandLine)));
+    return CallBool(Request(Operation::CreateProcess).Text(Text(program)).Text(Text(commandLine)));
 }
 
 EXPORT HANDLE WINAPI CeCreateFile(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES,
                                   DWORD disposition, DWORD attributes, HANDLE) {
-    const auto answer = Ask(Request(Operation::CreateFile)
-                                .Text(Text(path))
-                                .Number(access)
-                                .Number(share)
-                                .Number(disposition)
-                                .Number(attributes));
+    const auto answer = Call(Request(Operation::CreateFile)
+                                 .Text(Text(path))
+                                 .Number(access)
+                                 .Number(share)
+                                 .Number(disposition)
+                                 .Number(attributes));
     return HandleOf<HANDLE>(answer ? answer->result : NoHandle);
 }
 
 EXPORT BOOL WINAPI CeReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD done, LPOVERLAPPED) {
     for (*done = 0; *done < count;) {
-        const DWORD wanted = std::min(count - *done, LargestPiece);
-        auto answer = Ask(Request(Operation::ReadFile).Number(Number(file)).Number(wanted));
+        const DWORD wanted = std::min(count - *done, MaxTransferSize);
+        auto answer = Call(Request(Operation::ReadFile).Number(Number(file)).Number(wanted));
         DWORD read = wanted;
         if (!answer || answer->result == 0 ||
-            !TakeData(answer->outputs, static_cast<std::uint8_t*>(buffer) + *done, &read))
+            !ReadData(answer->outputs, static_cast<std::uint8_t*>(buffer) + *done, &read))
             return FALSE;
         *done += read;
         if (read < wanted)
@@ -227,10 +231,10 @@ EXPORT BOOL WINAPI CeReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD d
 EXPORT BOOL WINAPI CeWriteFile(HANDLE file, LPCVOID data, DWORD count, LPDWORD done, LPOVERLAPPED) {
     *done = 0;
     do {
-        const DWORD wanted = std::min(count - *done, LargestPiece);
-        auto answer = Ask(Request(Operation::WriteFile)
-                              .Number(Number(file))
-                              .Data(static_cast<const std::uint8_t*>(data) + *done, wanted));
+        const DWORD wanted = std::min(count - *done, MaxTransferSize);
+        auto answer = Call(Request(Operation::WriteFile)
+                               .Number(Number(file))
+                               .Data(static_cast<const std::uint8_t*>(data) + *done, wanted));
         if (!answer || answer->result == 0)
             return FALSE;
         const DWORD written = answer->outputs.Number();
@@ -242,57 +246,57 @@ EXPORT BOOL WINAPI CeWriteFile(HANDLE file, LPCVOID data, DWORD count, LPDWORD d
 }
 
 EXPORT DWORD WINAPI CeGetFileSize(HANDLE file, LPDWORD) {
-    const auto answer = Ask(Request(Operation::GetFileSize).Number(Number(file)));
+    const auto answer = Call(Request(Operation::GetFileSize).Number(Number(file)));
     return answer ? answer->result : INVALID_FILE_SIZE;
 }
 
 EXPORT BOOL WINAPI CeCloseHandle(HANDLE file) {
-    return AskWhether(Request(Operation::CloseHandle).Number(Number(file)));
+    return CallBool(Request(Operation::CloseHandle).Number(Number(file)));
 }
 
 EXPORT BOOL WINAPI CeDeleteFile(LPCWSTR path) {
-    return AskWhether(Request(Operation::DeleteFile).Text(Text(path)));
+    return CallBool(Request(Operation::DeleteFile).Text(Text(path)));
 }
 
 EXPORT BOOL WINAPI CeMoveFile(LPCWSTR from, LPCWSTR to) {
-    return AskWhether(Request(Operation::MoveFile).Text(Text(from)).Text(Text(to)));
+    return CallBool(Request(Operation::MoveFile).Text(Text(from)).Text(Text(to)));
 }
 
 EXPORT BOOL WINAPI CeCopyFile(LPCWSTR from, LPCWSTR to, BOOL failIfExists) {
-    return AskWhether(
+    return CallBool(
         Request(Operation::CopyFile).Text(Text(from)).Text(Text(to)).Number(failIfExists != 0));
 }
 
 EXPORT BOOL WINAPI CeCreateDirectory(LPCWSTR path, LPSECURITY_ATTRIBUTES) {
-    return AskWhether(Request(Operation::CreateDirectory).Text(Text(path)));
+    return CallBool(Request(Operation::CreateDirectory).Text(Text(path)));
 }
 
 EXPORT BOOL WINAPI CeRemoveDirectory(LPCWSTR path) {
-    return AskWhether(Request(Operation::RemoveDirectory).Text(Text(path)));
+    return CallBool(Request(Operation::RemoveDirectory).Text(Text(path)));
 }
 
 EXPORT HANDLE WINAPI CeFindFirstFile(LPCWSTR pattern, FoundRecord* found) {
-    auto answer = Ask(Request(Operation::FindFirstFile).Text(Text(pattern)));
+    auto answer = Call(Request(Operation::FindFirstFile).Text(Text(pattern)));
     if (answer && answer->result != NoHandle)
-        TakeFound(answer->outputs, found);
+        ReadFound(answer->outputs, found);
     return HandleOf<HANDLE>(answer ? answer->result : NoHandle);
 }
 
 EXPORT BOOL WINAPI CeFindNextFile(HANDLE search, FoundRecord* found) {
-    auto answer = Ask(Request(Operation::FindNextFile).Number(Number(search)));
+    auto answer = Call(Request(Operation::FindNextFile).Number(Number(search)));
     if (!answer || answer->result == 0)
         return FALSE;
-    TakeFound(answer->outputs, found);
+    ReadFound(answer->outputs, found);
     return TRUE;
 }
 
 EXPORT BOOL WINAPI CeFindClose(HANDLE search) {
-    return AskWhether(Request(Operation::FindClose).Number(Number(search)));
+    return CallBool(Request(Operation::FindClose).Number(Number(search)));
 }
 
 EXPORT LONG WINAPI CeRegOpenKeyEx(HKEY root, LPCWSTR key, DWORD, REGSAM access, PHKEY opened) {
     std::optional<Answer> answer;
-    const LONG result = AskRegistry(
+    const LONG result = CallRegistry(
         Request(Operation::RegOpenKey).Number(Number(root)).Text(Text(key)).Number(access),
         &answer);
     if (result == ERROR_SUCCESS)
@@ -303,8 +307,8 @@ EXPORT LONG WINAPI CeRegOpenKeyEx(HKEY root, LPCWSTR key, DWORD, REGSAM access, 
 EXPORT LONG WINAPI CeRegCreateKeyEx(HKEY root, LPCWSTR key, DWORD, LPWSTR, DWORD, REGSAM,
                                     LPSECURITY_ATTRIBUTES, PHKEY opened, LPDWORD disposition) {
     std::optional<Answer> answer;
-    const LONG result =
-        AskRegistry(Request(Operation::RegCreateKey).Number(Number(root)).Text(Text(key)), &answer);
+    const LONG result = CallRegistry(
+        Request(Operation::RegCreateKey).Number(Number(root)).Text(Text(key)), &answer);
     if (result == ERROR_SUCCESS) {
         *opened = HandleOf<HKEY>(answer->outputs.Number());
         const DWORD made = answer->outputs.Number();
@@ -317,7 +321,7 @@ EXPORT LONG WINAPI CeRegCreateKeyEx(HKEY root, LPCWSTR key, DWORD, LPWSTR, DWORD
 EXPORT LONG WINAPI CeRegQueryValueEx(HKEY key, LPCWSTR name, LPDWORD, LPDWORD type, LPBYTE data,
                                      LPDWORD size) {
     std::optional<Answer> answer;
-    const LONG result = AskRegistry(
+    const LONG result = CallRegistry(
         Request(Operation::RegQueryValue).Number(Number(key)).Text(Text(name)).Number(*size),
         &answer);
     if (result != ERROR_SUCCESS)
@@ -325,31 +329,31 @@ EXPORT LONG WINAPI CeRegQueryValueEx(HKEY key, LPCWSTR name, LPDWORD, LPDWORD ty
     const DWORD stored = answer->outputs.Number();
     if (type)
         *type = stored;
-    return TakeData(answer->outputs, data, size) ? ERROR_SUCCESS : ERROR_MORE_DATA;
+    return ReadData(answer->outputs, data, size) ? ERROR_SUCCESS : ERROR_MORE_DATA;
 }
 
 EXPORT LONG WINAPI CeRegSetValueEx(HKEY key, LPCWSTR name, DWORD, DWORD type, const BYTE* data,
                                    DWORD size) {
-    return AskRegistry(Request(Operation::RegSetValue)
-                           .Number(Number(key))
-                           .Text(Text(name))
-                           .Number(type)
-                           .Data(data, size));
+    return CallRegistry(Request(Operation::RegSetValue)
+                            .Number(Number(key))
+                            .Text(Text(name))
+                            .Number(type)
+                            .Data(data, size));
 }
 
 EXPORT LONG WINAPI CeRegCloseKey(HKEY key) {
-    return AskRegistry(Request(Operation::RegCloseKey).Number(Number(key)));
+    return CallRegistry(Request(Operation::RegCloseKey).Number(Number(key)));
 }
 
 EXPORT LONG WINAPI CeRegDeleteKey(HKEY root, LPCWSTR key) {
-    return AskRegistry(Request(Operation::RegDeleteKey).Number(Number(root)).Text(Text(key)));
+    return CallRegistry(Request(Operation::RegDeleteKey).Number(Number(root)).Text(Text(key)));
 }
 
 // SYSTEM_POWER_STATUS_EX, 24 bytes.
 EXPORT BOOL WINAPI CeGetSystemPowerStatusEx(void* status, BOOL) {
-    auto answer = Ask(Request(Operation::GetSystemPowerStatus));
+    auto answer = Call(Request(Operation::GetSystemPowerStatus));
     DWORD size = 24;
-    return answer && answer->result != 0 && TakeData(answer->outputs, status, &size) && size == 24;
+    return answer && answer->result != 0 && ReadData(answer->outputs, status, &size) && size == 24;
 }
 
 EXPORT HRESULT WINAPI CeRapiInvoke(LPCWSTR library, LPCWSTR function, DWORD size, BYTE* input,
@@ -357,6 +361,6 @@ EXPORT HRESULT WINAPI CeRapiInvoke(LPCWSTR library, LPCWSTR function, DWORD size
     *outputSize = 0;
     *output = nullptr;
     const auto answer =
-        Ask(Request(Operation::Invoke).Text(Text(library)).Text(Text(function)).Data(input, size));
+        Call(Request(Operation::Invoke).Text(Text(library)).Text(Text(function)).Data(input, size));
     return answer ? static_cast<HRESULT>(answer->result) : E_FAIL;
 }

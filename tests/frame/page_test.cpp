@@ -1,7 +1,7 @@
 // What the frame does for all pages: ends them with the run, centres them on the screen, opens
 // pages that do not block, moves the progress bar. label: threads
 
-#include "frame/page.h"
+#include "frame/run_end.h"
 
 #include "frame/error_pages.h"
 #include "frame/progress_bar.h"

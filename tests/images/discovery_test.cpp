@@ -3,6 +3,7 @@
 #include "images/discovery.h"
 
 #include "device/language_folder.h"
+#include "pages/image_steps.h"
 #include "testing/wizard_fixture.h"
 
 namespace {
@@ -56,7 +57,7 @@ TEST_F(Discovery, unknown_language_leaves_folder_and_size_as_they_were) {
     WriteFileBytes(Home().Tree() / "root.nbf", "image");
     EXPECT_TRUE(FindDefaultImage());
     EXPECT_EQ(TreePath("\\root.nbf"), State.Paths.ImagePath);
-    EXPECT_EQ(5U, ImageFileSize(State.Paths.ImagePath));
+    EXPECT_EQ(5U, SizeOfFile(State.Paths.ImagePath));
 }
 
 TEST_F(Discovery, image_whose_path_is_too_long_is_missing_rather_than_cut) {
@@ -70,11 +71,11 @@ TEST_F(Discovery, image_whose_path_is_too_long_is_missing_rather_than_cut) {
 }
 
 TEST_F(Discovery, size_of_a_file_is_its_64_bits_and_of_one_that_has_vanished_is_none) {
-    EXPECT_FALSE(ImageFileSize(TreePath("English\\gone.nbf").c_str()));
+    EXPECT_FALSE(SizeOfFile(TreePath("English\\gone.nbf").c_str()));
     WriteFileBytes(Folder() / "empty.nbf", "");
-    EXPECT_EQ(0U, ImageFileSize(TreePath("English\\empty.nbf").c_str()));
+    EXPECT_EQ(0U, SizeOfFile(TreePath("English\\empty.nbf").c_str()));
     std::filesystem::resize_file(Folder() / "empty.nbf", 0x100000007); // sparse
-    EXPECT_EQ(0x100000007U, ImageFileSize(TreePath("English\\empty.nbf").c_str()));
+    EXPECT_EQ(0x100000007U, SizeOfFile(TreePath("English\\empty.nbf").c_str()));
 }
 
 } // namespace

@@ -17,7 +17,7 @@ protected:
     bool Read(const std::string& header) {
         const auto path = Folder() / "image.nbf";
         WriteFileBytes(path, header);
-        return ReadImageHeader(WindowsPathOf(path).c_str());
+        return LoadImageHeader(WindowsPathOf(path).c_str(), &State.Image);
     }
 };
 
@@ -58,8 +58,8 @@ TEST_F(ImageHeader, of_a_short_or_missing_file_is_none_and_changes_nothing) {
     ASSERT_TRUE(Read("AAAAAAAAA-ENG-1.14-567----------"));
     EXPECT_FALSE(Read("BBBBBBBBB-FRE-2.00-123---------")); // 31 bytes
     EXPECT_FALSE(Read(""));
-    EXPECT_FALSE(ReadImageHeader(WindowsPathOf(Folder() / "none.nbf").c_str()));
-    EXPECT_FALSE(ReadImageHeader(WindowsPathOf(Folder()).c_str()));
+    EXPECT_FALSE(LoadImageHeader(WindowsPathOf(Folder() / "none.nbf").c_str(), &State.Image));
+    EXPECT_FALSE(LoadImageHeader(WindowsPathOf(Folder()).c_str(), &State.Image));
     EXPECT_STREQ("AAAAAAAAA", State.Image.ImageModel);
     EXPECT_STREQ("567", State.Image.ImageChecksumText);
 }

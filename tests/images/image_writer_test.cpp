@@ -68,12 +68,9 @@ protected:
     // As the wizard judges it.
     bool Verifies() const {
         const std::string path = WindowsPathOf(path_);
-        if (!ReadImageHeader(path.c_str()))
+        if (!LoadImageHeader(path.c_str(), &State.Image))
             return false;
-        const HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-        const auto sum = SumImage(file);
-        CloseHandle(file);
+        const auto sum = SumImage(OpenForReading(path.c_str()).Get());
         return sum && ParseChecksumText(State.Image.ImageChecksumText) == sum;
     }
 

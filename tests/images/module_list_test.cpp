@@ -48,11 +48,12 @@ TEST_F(ModuleFile, removes_its_files_from_the_handheld_and_skips_those_it_lacks)
     for (const char* name : {"one.dll", "two.dll", "kept.dll"})
         PutOnDevice(name);
     WriteFileBytes(Folder() / "module.dat", "none.dll\r\nONE.DLL\r\ntwo.dll\r\n$\r\nkept.dll\r\n");
-    EXPECT_TRUE(RemoveListedModules());
+    EXPECT_EQ(ModuleList::Removed, RemoveModulesOfFolder());
     EXPECT_FALSE(IsOnDevice("Windows/one.dll"));
     EXPECT_FALSE(IsOnDevice("Windows/two.dll"));
     EXPECT_TRUE(IsOnDevice("Windows/kept.dll"));
-    EXPECT_TRUE(RemoveListedModules()); // a second verification finds nothing to do
+    EXPECT_EQ(ModuleList::Removed,
+              RemoveModulesOfFolder()); // a second verification finds nothing to do
 }
 
 TEST_F(ModuleFile, of_absurd_size_never_cuts_a_name_to_that_of_another_file) {
@@ -62,15 +63,15 @@ TEST_F(ModuleFile, of_absurd_size_never_cuts_a_name_to_that_of_another_file) {
     std::string list = "one.dll\r\n";
     list += std::string(0x100000 - list.size() - 5, 'x') + "\r\ntwo.dll\r\nthree.dll\r\n";
     WriteFileBytes(Folder() / "module.dat", list); // the limit falls behind "two"
-    EXPECT_TRUE(RemoveListedModules());
+    EXPECT_EQ(ModuleList::Removed, RemoveModulesOfFolder());
     EXPECT_FALSE(IsOnDevice("Windows/one.dll"));
     EXPECT_TRUE(IsOnDevice("Windows/two"));
 }
 
-TEST_F(ModuleFile, that_is_missing_ends_the_run_unless_the_user_goes_on) {
+TEST_F(ModuleFile, that_is_missing_is_reported) {
     Connect();
     std::filesystem::remove(Folder() / "module.dat");
-    EXPECT_FALSE(RemoveListedModules());
+    EXPECT_EQ(ModuleList::Missing, RemoveModulesOfFolder());
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include "link/image_source.h"
 
 #include "link/transfer_buffers.h"
-#include "link/upgrade_transfer.h"
+#include "link/wire.h"
 #include "testing/wizard_fixture.h"
 
 #include <vector>
@@ -28,7 +28,7 @@ protected:
     }
     bool Read(std::uint32_t size) {
         piece_.assign(size, 'p');
-        return ReadPiece(piece_.data(), size);
+        return ReadPiece({piece_.data(), size});
     }
 
     std::filesystem::path path_;

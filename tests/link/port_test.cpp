@@ -2,6 +2,7 @@
 // label: threads
 
 #include "link/upgrade_transfer.h"
+#include "link/wire.h"
 #include "tests/link/link_fixture.h"
 
 #include <atomic>
@@ -46,8 +47,7 @@ TEST_F(LinkTest, every_length_arrives_whole_and_in_order) {
         for (std::size_t offset = 0; offset < length; ++offset)
             sent[offset] = static_cast<char>(offset * 7 + offset / 251); // zeros among them
         bool handedOver = false;
-        std::thread sender(
-            [&] { handedOver = WriteLink(sent.data(), static_cast<std::uint32_t>(sent.size())); });
+        std::thread sender([&] { handedOver = WriteLink(sent); });
         const std::string received = ReceiveAtDevice(length);
         sender.join();
         EXPECT_TRUE(handedOver);
@@ -60,7 +60,7 @@ TEST_F(LinkTest, a_write_that_nobody_reads_ends_once_the_transfer_has_been_given
     std::atomic<bool> over = false;
     bool handedOver = true;
     std::thread sender([&] {
-        handedOver = WriteLink(piece.data(), static_cast<std::uint32_t>(piece.size()));
+        handedOver = WriteLink(piece);
         over = true;
     });
     pollfd full{device_, POLLIN, 0};
@@ -75,7 +75,7 @@ TEST_F(LinkTest, a_write_that_nobody_reads_ends_once_the_transfer_has_been_given
 TEST_F(LinkTest, a_write_that_nobody_reads_ends_by_itself_and_nothing_is_sent_behind_it) {
     std::string piece(0x20000, 'p');
     piece.back() = 'z';
-    EXPECT_FALSE(WriteLink(piece.data(), static_cast<std::uint32_t>(piece.size())));
+    EXPECT_FALSE(WriteLink(piece));
     int arrived = 0;
     ASSERT_EQ(0, ioctl(device_, FIONREAD, &arrived));
     const std::string taken = ReceiveAtDevice(static_cast<std::size_t>(arrived));
@@ -85,14 +85,13 @@ TEST_F(LinkTest, a_write_that_nobody_reads_ends_by_itself_and_nothing_is_sent_be
 TEST_F(LinkTest, closing_the_port_ends_a_write_and_a_later_one_reports_it) {
     const std::string piece(0x20000, 'p');
     bool handedOver = true;
-    std::thread sender(
-        [&] { handedOver = WriteLink(piece.data(), static_cast<std::uint32_t>(piece.size())); });
+    std::thread sender([&] { handedOver = WriteLink(piece); });
     pollfd full{device_, POLLIN, 0};
     ASSERT_EQ(1, poll(&full, 1, 60000));
     CloseLinkPort();
     sender.join();
     EXPECT_FALSE(handedOver);
-    EXPECT_FALSE(WriteLink("A", 1));
+    EXPECT_FALSE(WriteLink("A"));
 }
 
 TEST_F(LinkTest, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_be_asked) {

@@ -157,7 +157,7 @@ TEST_F(UsbLoop, ends_with_a_device_that_leaves_the_bus_and_closes_its_handles) {
         const std::lock_guard lock(State.Link.LinkLock);
         return !State.Link.LinkHandle && !State.Link.ReceiveEvent && !State.Link.ReceiveThread;
     }));
-    EXPECT_FALSE(WriteLink("A", 1));
+    EXPECT_FALSE(WriteLink("A"));
 }
 
 TEST_F(UsbLoop, ends_at_the_stop_flag_though_nobody_clears_a_token) {

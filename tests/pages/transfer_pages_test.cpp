@@ -131,12 +131,12 @@ TEST_F(TransferPages, the_readme_is_opened_in_the_folder_of_the_images_language)
     std::strcpy(State.Paths.AppDirectory, WindowsPathOf(folder_).c_str());
     const Step clear = {160, "1134"}, finish = {160, "1"}, leave = {160, "esc"};
     user_.steps = {leave};
-    EXPECT_EQ(1, ShowFinishPage());
+    EXPECT_EQ(1, ShowPage(FinishPage()));
     user_.steps = {clear, finish};
-    EXPECT_EQ(0, ShowFinishPage());
+    EXPECT_EQ(0, ShowPage(FinishPage()));
     const std::filesystem::path late = AddProgram("late/wordpad.exe");
     user_.steps = {finish};
-    EXPECT_EQ(0, ShowFinishPage());
+    EXPECT_EQ(0, ShowPage(FinishPage()));
     EXPECT_EQ((folder_ / "Japanese").string() + "\nreadme.doc\n", WaitForText(late));
     EXPECT_FALSE(std::filesystem::exists(early));
 }

@@ -6,8 +6,6 @@
 
 #include <commdlg.h>
 
-#include <cstring>
-
 using namespace window_support;
 
 namespace {
@@ -27,7 +25,8 @@ OPENFILENAMEA Dialog(char* buffer, DWORD capacity, DWORD flags) {
 // Prints the result in brackets, its bytes above 7F as they are.
 int Ask(bool save, DWORD capacity = 260, DWORD flags = OFN_FILEMUSTEXIST | OFN_NOCHANGEDIR) {
     std::string buffer(capacity, '\0');
-    std::strcpy(buffer.data(), save ? "PROPOSED" : "");
+    if (save)
+        buffer.replace(0, 8, "PROPOSED");
     OPENFILENAMEA dialog = Dialog(buffer.data(), capacity, flags);
     bool chosen = save ? GetSaveFileNameA(&dialog) : GetOpenFileNameA(&dialog);
     std::printf("<%s %d %d>\n", chosen ? buffer.c_str() : "cancelled", dialog.nFileOffset,
@@ -69,7 +68,7 @@ constexpr char OpenQuestion[] = "== open ==\nROM image (*.nbf)\nAll files (*.*)\
 } // namespace
 
 TEST_F(FileDialogs, opening_takes_windows_and_host_paths_and_gives_the_full_one) {
-    for (std::string line :
+    for (const std::string& line :
          {std::string("Été 1.nbf"), std::string("Été 1"), std::string("./ÉTÉ 1.NBF"),
           std::string("~/folder/Été 1.nbf"), "'" + (folder_ / "Été 1.nbf").string() + "'",
           std::string("..\\folder\\Été 1.nbf")}) {

@@ -67,7 +67,9 @@ TEST_F(Shell, opens_the_document_where_the_host_has_no_such_program) {
     Install("bin/xdg-open");
     Install("wordpad.exe"); // in the current folder, which a PATH may name
     std::filesystem::current_path(home_.Path());
-    setenv("PATH", (".::" + std::string(getenv("PATH"))).c_str(), 1);
+    const char* path = getenv("PATH");
+    ASSERT_TRUE(path);
+    setenv("PATH", (".::" + std::string(path)).c_str(), 1);
     std::string folder = Folder().string();
     EXPECT_EQ(Execute(), folder + "|" + folder + "/Readme.doc|") << "by its name on the host";
     std::filesystem::remove(folder + "/Readme.doc");

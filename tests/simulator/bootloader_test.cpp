@@ -1,4 +1,4 @@
-// The simulated bootloader holds its own dialogue and refuses every other one.
+// The simulated bootloader keeps to its dialogue and refuses every other one.
 
 #include "testing/cradle.h"
 #include "testing/pc_side.h"
@@ -113,7 +113,7 @@ TEST_F(BootloaderTest, what_does_not_fit_the_dialogue_is_refused) {
     }
 }
 
-TEST_F(BootloaderTest, the_usb_end_is_deaf) {
+TEST_F(BootloaderTest, bytes_at_the_usb_end_are_refused) {
     Start();
     LinkEnd usb(home_, "WCEUSBSH001");
     usb.Write("l\r");

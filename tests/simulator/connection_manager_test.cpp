@@ -1,5 +1,6 @@
 // The connection manager carries RAPI, holds the port, and leaves nothing behind that blocks.
 
+#include "platform/descriptor.h"
 #include "testing/comes_true.h"
 #include "testing/cradle.h"
 #include "testing/image_file.h"
@@ -11,11 +12,11 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace test_support;
 using rapi_wire::Operation;
@@ -24,7 +25,7 @@ namespace {
 
 class ConnectionManagerTest : public testing::Test {
 protected:
-    // This process stands for another program of the same PC. It finds the home once, so all tests
+    // This process acts as another program of the same PC. It finds the home once, so all tests
     // in it have the same one.
     static void SetUpTestSuite() {
         suiteHome_ = std::make_unique<TestHome>();
@@ -66,14 +67,15 @@ TEST_F(ConnectionManagerTest, it_registers_itself_and_is_found_by_its_windows) {
     }
 }
 
-TEST_F(ConnectionManagerTest, its_number_is_told_when_all_is_there_and_its_sockets_are_the_users) {
+TEST_F(ConnectionManagerTest,
+       its_process_number_is_written_when_all_is_there_and_only_its_user_can_connect) {
     const auto numberFile = home_.Home() / "connection-manager.pid";
     std::filesystem::remove(home_.Home() / "registry.reg");
     std::filesystem::create_directory(home_.Home() / "windows");
     // Nobody opens a window as long as this lock is held.
-    const int windows =
-        open((home_.Home() / "windows/.last").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    ASSERT_EQ(0, flock(windows, LOCK_EX));
+    platform::Descriptor windowsLock(
+        open((home_.Home() / "windows/.last").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    ASSERT_EQ(0, flock(windowsLock.Number(), LOCK_EX));
     const mode_t mask = umask(0);
     Cradle cradle(home_, {.withManager = false});
     ChildProcess manager({ProgramFolder() + "/connection-manager"},
@@ -82,7 +84,7 @@ TEST_F(ConnectionManagerTest, its_number_is_told_when_all_is_there_and_its_socke
     EXPECT_TRUE(ComesTrue(
         [&] { return RegistryText().find("connection-manager\"") != std::string::npos; }));
     EXPECT_EQ("", ReadBytes(numberFile));
-    close(windows);
+    windowsLock = platform::Descriptor();
     manager.ExpectLine("ready");
     EXPECT_EQ(std::to_string(manager.Id()) + "\n", ReadBytes(numberFile));
     for (const char* socket : {"rapi.sock", "cradle.sock"})

@@ -1,13 +1,15 @@
-// The simulated flasher takes what the exchange allows and nothing else, and a reset makes of the
-// flash what a reset would.
+// The simulated flasher accepts what the exchange allows and nothing else, and a reset brings up
+// what the flash allows.
 
 #include "testing/cradle.h"
 #include "testing/pc_side.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
+#include <utility>
 
 using namespace test_support;
 
@@ -265,7 +267,7 @@ TEST_F(FlasherTest, a_transfer_that_was_killed_is_taken_up_by_the_flasher_at_eit
     EXPECT_EQ(cradle_->StatusOf("version"), "2.00.00");
 }
 
-TEST_F(FlasherTest, a_token_comes_with_the_fault_that_was_asked_for) {
+TEST_F(FlasherTest, a_token_is_sent_with_the_fault_of_its_step) {
     const std::pair<const char*, ByteList> cases[] = {
         {"--stray-at", {0x7E, 4, 0}}, {"--burst-at", {4, 0, 4, 0}}, {"--split-at", {4, 0}}};
     for (const auto& [fault, bytes] : cases) {
@@ -293,7 +295,7 @@ TEST_F(FlasherTest, silence_begins_at_its_step_and_ends_with_a_reset) {
     TransferAll();
 }
 
-TEST_F(FlasherTest, a_deaf_one_takes_nothing_in_and_then_all_that_has_come) {
+TEST_F(FlasherTest, a_deaf_handheld_reads_nothing_and_then_all_that_has_come) {
     Start({.run = {"--deaf-at", "1", "--deaf-for", "4000"}});
     Announce();
     end_->Write(Pieces()[0]);
@@ -304,7 +306,7 @@ TEST_F(FlasherTest, a_deaf_one_takes_nothing_in_and_then_all_that_has_come) {
     EXPECT_EQ(end_->Read(2), Token4);
 }
 
-TEST_F(FlasherTest, a_dead_handheld_takes_exactly_the_bytes_before_its_death) {
+TEST_F(FlasherTest, a_dead_handheld_has_read_exactly_the_bytes_before_its_death) {
     const auto log = home_.Path("log");
     Start({.run = {"--dies-at", "1000", "--log", log.string()}});
     Announce();

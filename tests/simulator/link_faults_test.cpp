@@ -1,15 +1,13 @@
-// Faults of the cable: a handheld that leaves the bus, a port in use, bytes that nobody asked for.
+// Faults of the cable: a handheld that leaves the bus, a port in use, noise.
 
+#include "platform/descriptor.h"
 #include "testing/cradle.h"
 #include "testing/pc_side.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 using namespace test_support;
 
@@ -34,18 +32,16 @@ protected:
     }
 
     bool IsHeld() const {
-        const int port = open(Port().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-        EXPECT_GE(port, 0);
-        const bool held = flock(port, LOCK_EX | LOCK_NB) != 0;
-        close(port);
-        return held;
+        const platform::Descriptor port(open(Port().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+        EXPECT_TRUE(port);
+        return flock(port.Number(), LOCK_EX | LOCK_NB) != 0;
     }
 
     TestHome home_;
     std::optional<Cradle> cradle_;
 };
 
-TEST_F(LinkFaultTest, unplugged_it_is_no_port_until_a_reset) {
+TEST_F(LinkFaultTest, an_unplugged_handheld_has_no_port_until_a_reset) {
     Start({"--unplug-at", "2"});
     const fs::path before = fs::read_symlink(Port());
     {
@@ -62,7 +58,7 @@ TEST_F(LinkFaultTest, unplugged_it_is_no_port_until_a_reset) {
     EXPECT_FALSE(fs::exists(Port()));
 }
 
-TEST_F(LinkFaultTest, back_on_the_bus_it_goes_on_where_it_was) {
+TEST_F(LinkFaultTest, a_handheld_back_on_the_bus_goes_on_where_it_was) {
     Start({"--unplug-at", "2", "--replug-after", "20"});
     LinkEnd gone(home_, "COM1");
     gone.Write("l\r");

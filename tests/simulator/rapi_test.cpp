@@ -1,11 +1,17 @@
-// The simulated handheld answers RAPI as a handheld would: files, registry, programs, and frames
-// that are none.
+// The simulated handheld answers RAPI as a handheld would: files, registry, programs, and malformed
+// frames.
 
 #include "testing/comes_true.h"
 #include "testing/cradle.h"
 #include "testing/pc_side.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <stdexcept>
+#include <tuple>
+#include <utility>
 
 using namespace test_support;
 using rapi_wire::Operation;
@@ -163,7 +169,8 @@ TEST_F(RapiTest, registry_values_keep_type_size_and_bytes) {
     const auto [made, key] = open(Operation::RegCreateKey, u"\\New\\Key");
     ASSERT_EQ(made, 0u);
     const ByteList odd = {0, 0xFF, '"'};
-    const auto set = [&](std::u16string_view name, std::uint32_t type, const ByteList& data) {
+    const auto set = [&, key = key](std::u16string_view name, std::uint32_t type,
+                                    const ByteList& data) {
         return rapi_
             ->Call(Operation::RegSetValue,
                    Writer().Number(key).Text(name).Number(type).Data(data.data(), data.size()))
@@ -180,9 +187,9 @@ TEST_F(RapiTest, registry_values_keep_type_size_and_bytes) {
     rapi_.emplace(home_);
     const auto [found, again] = open(Operation::RegOpenKey, u"new\\KEY");
     ASSERT_EQ(found, 0u);
-    const auto query = [&, keyAgain = again](std::u16string_view name, std::uint32_t room) {
+    const auto query = [&, keyAgain = again](std::u16string_view name, std::uint32_t capacity) {
         auto reply = rapi_->Call(Operation::RegQueryValue,
-                                 Writer().Number(keyAgain).Text(name).Number(room));
+                                 Writer().Number(keyAgain).Text(name).Number(capacity));
         const std::uint32_t type = reply.outputs.Number();
         return std::tuple(reply.result, type, reply.outputs.Data());
     };
@@ -225,7 +232,7 @@ TEST_F(RapiTest, a_program_that_is_not_whole_does_not_run) {
     EXPECT_EQ(cradle_->StatusOf("mode"), "normal");
 }
 
-TEST_F(RapiTest, the_asset_file_tells_who_it_is) {
+TEST_F(RapiTest, the_asset_file_holds_model_version_and_language) {
     const auto field = [](const ByteList& file, std::size_t at, std::size_t units) {
         std::string text;
         for (std::size_t unit = 0; unit < units; ++unit)
@@ -252,7 +259,7 @@ TEST_F(RapiTest, the_asset_file_tells_who_it_is) {
     EXPECT_EQ(rapi_->StartProgram(u"\\Windows\\Morvikor.exe"), 14u);
 }
 
-TEST_F(RapiTest, pushed_programs_tell_the_flash_size_and_deliver_the_flash) {
+TEST_F(RapiTest, pushed_programs_report_the_flash_size_and_deliver_the_flash) {
     Start({"--piece-late", "3", "--piece-tries", "9"});
     rapi_->Push(u"\\Temp\\Tesselor.exe", Agent("Tesselor.exe"));
     ASSERT_EQ(rapi_->StartProgram(u"\\Temp\\Tesselor.exe"), 0u);
@@ -271,7 +278,7 @@ TEST_F(RapiTest, pushed_programs_tell_the_flash_size_and_deliver_the_flash) {
         EXPECT_TRUE(piece == ByteList(begin, begin + 0x40000)) << at;
         EXPECT_EQ(Delete(u"\\Temp\\image.nb"), 0u);
     }
-    // Without its program the third piece, which has been begun, comes to nothing.
+    // Without its program the third piece, which has been begun, is deleted.
     EXPECT_EQ(Delete(u"\\Temp\\image.nb"), 32u);
     EXPECT_EQ(Delete(u"\\Temp\\sarvel.exe"), 0u);
     EXPECT_EQ(Delete(u"\\Temp\\image.nb"), 2u);
@@ -297,7 +304,7 @@ TEST_F(RapiTest, the_clock_is_set_only_by_a_whole_library_and_a_whole_record) {
     EXPECT_EQ(cradle_->StatusOf("clock"), "2024-11-24 21:05:09 UTC, bias 0 minutes");
 }
 
-TEST_F(RapiTest, a_frame_that_is_none_ends_its_connection_and_no_other) {
+TEST_F(RapiTest, a_malformed_frame_ends_its_connection_and_no_other) {
     Start();
     const ByteList frames[] = {
         {0xFF, 0xFF, 0xFF, 0x7F},                                // longer than allowed
@@ -319,7 +326,7 @@ TEST_F(RapiTest, a_frame_that_is_none_ends_its_connection_and_no_other) {
 
 TEST_F(RapiTest, a_client_that_does_not_read_or_stops_in_a_frame_holds_up_no_other) {
     Start();
-    const ByteList content(0x80000, 0x5A); // more than a socket takes
+    const ByteList content(0x80000, 0x5A); // more than a socket buffers
     rapi_->Push(u"\\Temp\\large", content);
     RapiClient mute(home_);
     std::uint32_t handle = 0;
@@ -337,7 +344,7 @@ TEST_F(RapiTest, a_client_that_does_not_read_or_stops_in_a_frame_holds_up_no_oth
     EXPECT_EQ(mute.Call(Operation::Hello).result, 1u);
 }
 
-TEST_F(RapiTest, power_follows_the_cable) {
+TEST_F(RapiTest, the_power_status_follows_the_cable) {
     Start({"--battery"});
     const auto power = [&] {
         const ByteList record = rapi_->Call(Operation::GetSystemPowerStatus).outputs.Data();

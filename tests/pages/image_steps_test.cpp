@@ -1,6 +1,6 @@
 // The check of whole images, during which the handheld reports its flash size.
 
-#include "images/verify.h"
+#include "pages/image_steps.h"
 
 #include "images/header.h"
 #include "testing/wizard_fixture.h"
@@ -74,8 +74,10 @@ TEST_F(VerifyImageTest, ends_the_run_when_the_probe_does_not_start_or_never_answ
     }
 }
 
-TEST_F(VerifyImageTest, ends_the_run_when_the_image_cannot_be_opened) {
+TEST_F(VerifyImageTest, ends_the_run_when_the_image_or_the_module_list_cannot_be_opened) {
     Connect();
+    std::filesystem::remove(Folder() / "module.dat");
+    EXPECT_EQ(Verification::Ended, VerdictOn(Image()));
     std::filesystem::remove(path_);
     EXPECT_EQ(Verification::Ended, VerifyImage(nullptr));
     EXPECT_FALSE(IsOnDevice("Temp/Tesselor.exe"));

@@ -1,0 +1,26 @@
+// The end of a run, in its order. RAPI goes first, since the page stays until the user leaves it.
+
+#include "frame/run_end.h"
+
+#include "rapi/rapi.h"
+#include "state/state.h"
+
+void EndRun(const Page& page, RunEnd how) {
+    if (how.uninitRapi)
+        CeRapiUninit();
+    CollapsePage(State.Windows.ProgressPage, how.repaint);
+    CollapsePage(State.Windows.BackupPage, how.repaint);
+    ShowPage(page);
+    CloseMainWindow();
+}
+
+void LeaveRun() {
+    CeRapiUninit();
+    CloseMainWindow();
+}
+
+void CloseMainWindow() {
+    State.Run.RunEndsItself = true;
+    if (!State.Run.MainWindowGone)
+        SendMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
+}
