@@ -1,4 +1,4 @@
-// A program started by a test.
+// Starting a program, reading what it prints, and ending it with its test.
 
 #include "testing/child_process.h"
 
@@ -105,7 +105,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 } // namespace
 
 std::string ProgramFolder() {
-    // Tests and benchmarks stand somewhere below it.
+    // Tests and benchmarks lie somewhere below it.
     std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     while (!std::filesystem::exists(folder / "handheld")) {
         if (folder == folder.root_path())
@@ -148,7 +148,7 @@ ChildProcess::~ChildProcess() {
 }
 
 void ChildProcess::StopReading() {
-    stop_ = true; // a grandchild may hold the output open for ever
+    stop_ = true; // a grandchild may keep the output open for ever
     if (reader_.joinable())
         reader_.join();
     close(std::exchange(output_, -1));
@@ -167,7 +167,7 @@ void ChildProcess::Read() {
         if (poll(&readable, 1, StopPollMilliseconds) <= 0)
             continue;
         const ssize_t count = read(output_, bytes, sizeof(bytes));
-        ended = count <= 0; // a terminal whose other side is gone gives an error
+        ended = count <= 0; // a read from a terminal whose other side is closed fails
         const std::lock_guard lock(mutex_);
         for (ssize_t at = 0; at < count; ++at) {
             if (bytes[at] == '\n') {

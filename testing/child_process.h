@@ -16,7 +16,7 @@ namespace test_support {
 
 using Environment = std::vector<std::pair<std::string, std::string>>;
 
-// The folder in which handheld, connection-manager and rom-wizard stand.
+// The folder of handheld, connection-manager and rom-wizard.
 std::string ProgramFolder();
 
 struct ProcessOptions {
@@ -31,7 +31,7 @@ public:
     // it. Throws where it cannot be started.
     explicit ChildProcess(const std::vector<std::string>& command,
                           const ProcessOptions& options = {});
-    // Kills it if it still runs. While a failure is on its way out, tells what it has printed.
+    // Kills it if it still runs. While an exception is propagating, prints what it has printed.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
@@ -44,21 +44,21 @@ public:
     // Closes its terminal from outside. Nothing that it prints is read any more.
     void HangUp();
 
-    // Waits for the next line, behind those that were found before, in which the text stands or of
+    // Waits for the next line, behind those that were found before, that contains the text or of
     // which the test is true. Throws, with all lines so far, after a minute or when the output has
     // ended without it.
     std::string ExpectLine(const std::string& text);
     std::string ExpectLine(const std::function<bool(const std::string&)>& test,
                            const std::string& description);
 
-    // Waits until nothing can come any more: it has ended, and so has whoever it gave its output
-    // to. Throws after a minute.
+    // Waits for the end of its output, which every process that inherited it has closed then.
+    // Throws after a minute.
     void ExpectEndOfOutput();
 
     // All lines so far, with the unfinished last one.
     std::vector<std::string> Lines();
     std::string Transcript();
-    // Whether a line so far, anywhere, holds the text.
+    // Whether a line so far contains the text.
     bool Has(const std::string& text);
 
     void Signal(int signal);

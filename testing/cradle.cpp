@@ -1,4 +1,4 @@
-// A handheld in its cradle and the connection manager beside it.
+// Starting the simulated handheld and its connection manager, and reading what they keep on disk.
 
 #include "testing/cradle.h"
 
@@ -6,18 +6,12 @@
 #include "testing/pc_side.h"
 
 #include <csignal>
-#include <fstream>
 #include <sstream>
 #include <stdexcept>
 
 namespace test_support {
 
 namespace {
-
-std::string TextOf(const std::filesystem::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 StoredValue ParseStored(const std::string& text) {
     StoredValue value;
@@ -62,7 +56,7 @@ void Cradle::TakeOut() {
         handheld_->Signal(SIGTERM);
         handheld_->Wait();
     }
-    home_.TakePortsAway();
+    home_.RemovePorts();
 }
 
 void Cradle::RestartHandheld(const std::vector<std::string>& runOptions) {
@@ -116,7 +110,7 @@ std::string Cradle::StatusOf(const std::string& name) const {
     return "";
 }
 
-std::string Cradle::Refused() const { return TextOf(home_.Device() / "refused"); }
+std::string Cradle::Refused() const { return ReadBytes(home_.Device() / "refused"); }
 
 bool Cradle::FlashEquals(const std::filesystem::path& image) const {
     return home_.TryHandheld({"compare", home_.Device().string(), image.string()}).first == 0;
@@ -127,7 +121,7 @@ std::filesystem::path Cradle::File(const std::string& name) const {
 }
 
 std::uint32_t Cradle::Attributes(const std::string& name) const {
-    std::istringstream lines(TextOf(home_.Device() / "attributes"));
+    std::istringstream lines(ReadBytes(home_.Device() / "attributes"));
     for (std::string line; std::getline(lines, line);) {
         if (line.ends_with(" " + name) && line.find(' ') == line.size() - name.size() - 1)
             return static_cast<std::uint32_t>(std::stoul(line, nullptr, 16));
@@ -137,7 +131,7 @@ std::uint32_t Cradle::Attributes(const std::string& name) const {
 
 Cradle::RegistryContent Cradle::Registry() const {
     RegistryContent content;
-    std::istringstream lines(TextOf(home_.Device() / "registry"));
+    std::istringstream lines(ReadBytes(home_.Device() / "registry"));
     std::string key;
     for (std::string line; std::getline(lines, line);) {
         if (line.starts_with('['))

@@ -41,15 +41,15 @@ public:
     void Reset(bool navigatorKey = false);
     // Waits until the handheld answers through whichever connection manager runs.
     void AwaitConnection() const;
-    // Takes the handheld out: its process ends, and no port leads anywhere.
+    // Takes the handheld out: its process ends, and the links of all ports dangle.
     void TakeOut();
     // Takes it out and puts it in again: a new process, with other options.
     void RestartHandheld(const std::vector<std::string>& runOptions = {});
-    // What ended the connection manager is over; waits for the new one.
+    // Starts a connection manager in place of one that was ended, and waits until it is ready.
     void StartManager(const std::vector<std::string>& options = {});
 
     std::string Status() const;
-    // A line of the status by what stands before its colon, such as "version".
+    // A line of the status by the name before its colon, such as "version".
     std::string StatusOf(const std::string& name) const;
     // What was refused, a line each; empty: nothing.
     std::string Refused() const;
@@ -58,6 +58,7 @@ public:
 
     // A file of the device on the host, by its path there: "Windows/Start Menu/Games.lnk".
     std::filesystem::path File(const std::string& name) const;
+    bool HasFile(const std::string& name) const { return std::filesystem::exists(File(name)); }
     // Attributes as the device keeps them.
     std::uint32_t Attributes(const std::string& name) const;
     // Keys without a leading backslash. Nothing where there is no such value or key.

@@ -1,4 +1,5 @@
-// The maker's tables, as plain data.
+// The tables of the handheld's maker, and the steps that follow from them for a language and
+// version.
 
 #include "testing/device_facts.h"
 

@@ -1,5 +1,5 @@
 // What an upgrade is to change on a handheld, language by language: the tables of the handheld's
-// maker, written down apart from the program's, and the steps that they give.
+// maker, written down apart from the program's, and the steps that follow from them.
 #pragma once
 
 #include "testing/device_model.h"

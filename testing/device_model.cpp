@@ -1,9 +1,9 @@
-// A handheld on paper.
+// The model of a handheld: what each step changes in its files and registry, and its calls.
 
 #include "testing/device_model.h"
 
 #include "platform/text.h"
-#include "testing/image_file.h"
+#include "testing/test_home.h"
 
 #include <algorithm>
 #include <sstream>
@@ -48,13 +48,13 @@ std::string NumberBytes(std::uint32_t number) {
     return "4:" + Bytes(bytes);
 }
 
-// One step after the other; `calls` are told as the device tells them.
-class Applying {
+// Carries out one step after the other; `calls` has the lines that the device prints.
+class StepRunner {
 public:
-    Applying(std::string refused, Content& content)
+    StepRunner(std::string refused, Content& content)
         : refused_(std::move(refused)), content_(content) {}
 
-    void Carry(const Step& step);
+    void Run(const Step& step);
     std::vector<std::string> calls;
 
 private:
@@ -63,8 +63,8 @@ private:
         return line != refused_;
     }
     bool Has(const std::string& entry) const { return content_.contains(entry); }
-    // The key as it stands there: its case is not told apart.
-    std::string Known(const std::string& key) const {
+    // The key as it is stored; case does not matter.
+    std::string ExistingKey(const std::string& key) const {
         for (const auto& [name, value] : content_) {
             if (strcasecmp(name.c_str(), key.c_str()) == 0)
                 return name;
@@ -80,7 +80,7 @@ private:
     void SetValue(const std::string& key, const std::string& name, const std::string& value);
     void RemoveKey(const std::string& key);
     void ClearMenu();
-    // Names of the files in the folder that end so, after the calls of a listing has begun.
+    // Calls `visit` with the name of each file of the folder that ends so.
     template <class Visit>
     void List(const std::string& pattern, const std::string& ending, Visit visit);
 
@@ -88,7 +88,7 @@ private:
     Content& content_;
 };
 
-void Applying::Write(const Step& step) {
+void StepRunner::Write(const Step& step) {
     if (!Call("CreateFile " + step.where) || !Has(FolderOf(step.where)) || Has(step.where + "\\"))
         return;
     content_[step.where] = "0x20 " + step.text;
@@ -96,12 +96,12 @@ void Applying::Write(const Step& step) {
     Call("CloseHandle " + step.where);
 }
 
-void Applying::Delete(const std::string& path) {
+void StepRunner::Delete(const std::string& path) {
     if (Call("DeleteFile " + path))
         content_.erase(path);
 }
 
-void Applying::DeleteLink(const std::string& path) {
+void StepRunner::DeleteLink(const std::string& path) {
     if (!Call("CreateFile " + path) || !Has(path))
         return;
     Call("CloseHandle " + path);
@@ -109,7 +109,7 @@ void Applying::DeleteLink(const std::string& path) {
 }
 
 template <class Visit>
-void Applying::List(const std::string& pattern, const std::string& ending, Visit visit) {
+void StepRunner::List(const std::string& pattern, const std::string& ending, Visit visit) {
     const std::string folder = FolderOf(pattern);
     std::vector<std::string> found;
     for (const auto& [name, entry] : content_) {
@@ -126,18 +126,18 @@ void Applying::List(const std::string& pattern, const std::string& ending, Visit
     Call("FindClose " + pattern);
 }
 
-void Applying::RemoveFolder(const std::string& folder) {
+void StepRunner::RemoveFolder(const std::string& folder) {
     List(folder + "\\*.*", "", [this](const std::string& name) { Delete(name); });
     if (Call("RemoveDirectory " + folder))
         content_.erase(folder + "\\");
 }
 
-void Applying::MakeFolder(const std::string& folder) {
+void StepRunner::MakeFolder(const std::string& folder) {
     if (Call("CreateDirectory " + folder) && Has(FolderOf(folder)))
         content_.emplace(folder + "\\", "");
 }
 
-void Applying::CopyLinks(const std::string& from, const std::string& to) {
+void StepRunner::CopyLinks(const std::string& from, const std::string& to) {
     List(from + "\\*.lnk", ".lnk", [&](const std::string& name) {
         const std::string copy = to + name.substr(from.size());
         if (Call("CopyFile " + name + " -> " + copy) && Has(to + "\\"))
@@ -145,23 +145,24 @@ void Applying::CopyLinks(const std::string& from, const std::string& to) {
     });
 }
 
-void Applying::SetValue(const std::string& key, const std::string& name, const std::string& value) {
+void StepRunner::SetValue(const std::string& key, const std::string& name,
+                          const std::string& value) {
     const std::string stored = Stored(key);
     Call("RegOpenKey " + key);
-    if (Known("[" + stored + "]").empty())
+    if (ExistingKey("[" + stored + "]").empty())
         Call("RegCreateKey " + key);
     for (std::size_t end = 0; end != std::string::npos;) {
         end = stored.find('\\', end + 1);
         const std::string part = "[" + stored.substr(0, end) + "]";
-        if (Known(part).empty())
+        if (ExistingKey(part).empty())
             content_[part] = "";
     }
     if (Call("RegSetValue " + stored + " " + name))
-        content_[Known("[" + stored + "]") + " " + name] = value;
+        content_[ExistingKey("[" + stored + "]") + " " + name] = value;
     Call("RegCloseKey " + stored);
 }
 
-void Applying::RemoveKey(const std::string& key) {
+void StepRunner::RemoveKey(const std::string& key) {
     const std::string stored = Stored(key);
     if (!Call("RegDeleteKey " + key))
         return;
@@ -169,7 +170,7 @@ void Applying::RemoveKey(const std::string& key) {
                   [&](const auto& entry) { return entry.first.starts_with("[" + stored + "]"); });
 }
 
-void Applying::ClearMenu() {
+void StepRunner::ClearMenu() {
     Call(std::string("RegOpenKey ") + Menus);
     Call(std::string("RegQueryValue ") + Menus + " CoolMenu");
     if (!content_[CoolMenu].starts_with("0:00") &&
@@ -178,7 +179,7 @@ void Applying::ClearMenu() {
     Call(std::string("RegCloseKey ") + Menus);
 }
 
-void Applying::Carry(const Step& step) {
+void StepRunner::Run(const Step& step) {
     switch (step.change) {
     case Change::Write:
         return Write(step);
@@ -269,10 +270,10 @@ std::string DecidingCall(const Step& step) {
 
 std::vector<std::string> Apply(const std::vector<Step>& steps, const std::string& refused,
                                Content& content) {
-    Applying applying(refused, content);
+    StepRunner runner(refused, content);
     for (const Step& step : steps)
-        applying.Carry(step);
-    return applying.calls;
+        runner.Run(step);
+    return runner.calls;
 }
 
 } // namespace device_model

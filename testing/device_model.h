@@ -1,5 +1,5 @@
-// A handheld on paper: what a list of changes makes of its files and its registry, and which calls
-// bring that about. A step is skipped where the device would refuse it.
+// A model of a handheld: what a list of changes makes of its files and its registry, and which
+// calls bring that about. A step is skipped where the device would refuse it.
 #pragma once
 
 #include <cstdint>
@@ -39,8 +39,8 @@ struct Step {
 // The line of the call that decides whether the step succeeds.
 std::string DecidingCall(const Step& step);
 
-// Carries out the steps, the one of that deciding call refused, and gives the calls that a handheld
-// is to see, line by line.
+// Carries out the steps, the one of that deciding call refused, and returns the calls that a
+// handheld is to print, line by line.
 std::vector<std::string> Apply(const std::vector<Step>& steps, const std::string& refused,
                                Content& content);
 

@@ -1,19 +1,11 @@
 // Image files as a stranger reads them: header and checksum worked out anew.
 #pragma once
 
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <cstdio>
 #include <numeric>
 #include <string>
 
 namespace test_support {
-
-inline std::string ReadBytes(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // What the header of an image with these 18 characters and this body must be.
 inline std::string HeaderFor(const std::string& identity, const std::string& body) {

@@ -1,4 +1,4 @@
-// The child is traced, which stops it at every call.
+// Killing a forked child at a system call: it is traced, which stops it at every call.
 
 #include "testing/killed_child.h"
 

@@ -1,4 +1,4 @@
-// A login manager that answers one call.
+// Serving Inhibit and the dock's Update on a message bus of the test's own.
 
 #include "testing/login_manager.h"
 
@@ -17,17 +17,17 @@ namespace test_support {
 
 namespace {
 
-int AnswerInhibit(sd_bus_message* call, void* manager, sd_bus_error*) {
+int HandleInhibit(sd_bus_message* call, void* manager, sd_bus_error*) {
     return static_cast<LoginManager*>(manager)->Inhibit(call);
 }
 
-int TakeUpdate(sd_bus_message* signal, void* manager, sd_bus_error*) {
+int HandleUpdate(sd_bus_message* signal, void* manager, sd_bus_error*) {
     return static_cast<LoginManager*>(manager)->Update(signal);
 }
 
 const sd_bus_vtable Calls[] = {
     SD_BUS_VTABLE_START(0),
-    SD_BUS_METHOD("Inhibit", "ssss", "h", AnswerInhibit, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("Inhibit", "ssss", "h", HandleInhibit, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_VTABLE_END,
 };
 
@@ -61,7 +61,7 @@ LoginManager::LoginManager(const std::string& folder) : address_("unix:path=" + 
           "offer a call");
     Check(sd_bus_request_name(bus_, "org.freedesktop.login1", 0), "take its name");
     Check(sd_bus_match_signal(bus_, nullptr, nullptr, nullptr, "com.canonical.Unity.LauncherEntry",
-                              "Update", TakeUpdate, this),
+                              "Update", HandleUpdate, this),
           "listen");
     thread_ = std::thread(&LoginManager::Serve, this);
 }
@@ -70,7 +70,7 @@ LoginManager::~LoginManager() {
     stop_ = true;
     thread_.join();
     sd_bus_close_unref(bus_);
-    for (const int held : held_)
+    for (const int held : locks_)
         close(held);
 }
 
@@ -98,9 +98,9 @@ int LoginManager::Inhibit(sd_bus_message* call) {
     const int result = sd_bus_reply_method_return(call, "h", ends[1]);
     sd_bus_flush(bus_);
     close(ends[1]);
-    const std::lock_guard guard(lock_);
-    asked_.push_back(std::string(what) + " " + mode);
-    held_.push_back(ends[0]);
+    const std::lock_guard lock(mutex_);
+    requests_.push_back(std::string(what) + " " + mode);
+    locks_.push_back(ends[0]);
     return result;
 }
 
@@ -118,24 +118,24 @@ int LoginManager::Update(sd_bus_message* signal) {
                             isPart ? static_cast<void*>(&progress) : static_cast<void*>(&visible));
         sd_bus_message_exit_container(signal);
     }
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(mutex_);
     progress_.push_back(visible ? static_cast<int>(std::lround(100 * progress)) : -1);
     return 0;
 }
 
 std::vector<int> LoginManager::Progress() {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(mutex_);
     return progress_;
 }
 
-std::vector<std::string> LoginManager::Asked() {
-    const std::lock_guard guard(lock_);
-    return asked_;
+std::vector<std::string> LoginManager::Requests() {
+    const std::lock_guard lock(mutex_);
+    return requests_;
 }
 
-int LoginManager::Held() {
-    const std::lock_guard guard(lock_);
-    return static_cast<int>(std::ranges::count_if(held_, [](int end) {
+int LoginManager::HeldLocks() {
+    const std::lock_guard lock(mutex_);
+    return static_cast<int>(std::ranges::count_if(locks_, [](int end) {
         pollfd state = {end, POLLIN, 0};
         return poll(&state, 1, 0) == 0; // nothing to read, and not closed
     }));

@@ -23,15 +23,15 @@ public:
     LoginManager(const LoginManager&) = delete;
     LoginManager& operator=(const LoginManager&) = delete;
 
-    // What leads a program to this bus.
+    // What makes a program use this bus.
     Environment Variables() const;
 
-    // "what mode" of all that have been asked for so far, such as "sleep block".
-    std::vector<std::string> Asked();
-    // How many of them are held now.
-    int Held();
+    // "what mode" of all inhibitor locks requested so far, such as "sleep block".
+    std::vector<std::string> Requests();
+    // How many of these locks a program holds now.
+    int HeldLocks();
 
-    // What the dock was told, in order: percent, or -1 where nothing is to be shown any more.
+    // What the dock received, in order: percent, or -1 where nothing is to be shown any more.
     std::vector<int> Progress();
 
     int Inhibit(sd_bus_message* call); // for the bus
@@ -43,10 +43,10 @@ private:
     std::string address_;
     std::unique_ptr<ChildProcess> daemon_;
     sd_bus* bus_ = nullptr;
-    std::mutex lock_;
-    std::vector<std::string> asked_;
+    std::mutex mutex_;
+    std::vector<std::string> requests_;
     std::vector<int> progress_;
-    std::vector<int> held_; // reading ends: at their end once the other one is closed
+    std::vector<int> locks_; // reading ends: at their end once the other one is closed
     std::atomic<bool> stop_ = false;
     std::thread thread_;
 };

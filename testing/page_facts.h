@@ -1,4 +1,4 @@
-// The index of all pages: what each shows, control by control, and what each of its commands gives.
+// The index of all pages: what each shows, control by control, and the result of each command.
 // The table is written from the pages as they are specified to the user, apart from the rows that
 // it judges. It serves tests on every host and so includes nothing but the wizard and the platform.
 #pragma once
@@ -110,20 +110,20 @@ inline const PageFacts Index[] = {
     {165, Show<ActiveSyncVersionPage>, "1175:1", "1172=11146!h 1173=11147 1174=11074 1175=11048"},
 };
 
-// The page that stands until the test ends it.
-inline std::atomic<HWND> standing = nullptr;
+// The page that stays open until the test ends it.
+inline std::atomic<HWND> openedPage = nullptr;
 
-// Its thread takes what other threads send, as Windows does in many calls, and paints nothing: the
-// page is on the screen whole when it has been opened.
+// Its thread serves messages that other threads send, as Windows does in many calls, and paints
+// nothing: the page is on the screen whole when it has been opened.
 template <const Page& page>
 INT_PTR ShowWaiting() {
-    standing = OpenWaitingPage(page, nullptr);
+    openedPage = OpenWaitingPage(page, nullptr);
     MSG message;
-    while (IsWindowVisible(standing)) {
+    while (IsWindowVisible(openedPage)) {
         PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE);
         Sleep(1);
     }
-    return DestroyWindow(standing);
+    return DestroyWindow(openedPage);
 }
 
 // As a worker leaves it a third of the way, without the worker.
@@ -131,7 +131,7 @@ template <const Page& page, int duration, unsigned text>
 INT_PTR ShowTransfer() {
     Page idle = page;
     idle.open = [](HWND window) {
-        standing = window;
+        openedPage = window;
         SetDlgItemTextA(window, duration, CatalogText(text));
         SendDlgItemMessageA(window, IDC_PROGRESS, PBM_SETPOS, 37, 0);
         SetDlgItemInt(window, IDC_PERCENT, 37, FALSE);
@@ -166,6 +166,11 @@ inline std::string PictureName(const PageFacts& facts) {
     return std::to_string(facts.dialog) + mark + ".png";
 }
 
+// Of a test with these facts as its parameter.
+inline constexpr auto NameOfPage = [](const auto& facts) {
+    return "page_" + std::to_string(facts.param.dialog) + "_at_" + std::to_string(facts.index);
+};
+
 inline std::vector<std::string> Split(const std::string& text, char separator) {
     std::vector<std::string> parts;
     std::istringstream stream(text);
@@ -174,8 +179,8 @@ inline std::vector<std::string> Split(const std::string& text, char separator) {
     return parts;
 }
 
-// In the ANSI code page, as the catalog has it.
-inline std::string Worded(const std::string& description) {
+// The text that a description stands for, in the ANSI code page, as the catalog has it.
+inline std::string ExpandText(const std::string& description) {
     std::string text;
     for (const std::string& part : Split(description, '+')) {
         const bool isNumber = part.size() == 5 && part.starts_with("11");
@@ -195,7 +200,7 @@ inline std::vector<TextFact> TextsOf(const PageFacts& facts) {
     std::vector<TextFact> texts;
     for (const std::string& fact : Split(facts.texts, ' ')) {
         const std::size_t equals = fact.find('='), mark = fact.find('!');
-        texts.push_back({std::stoi(fact), Worded(fact.substr(equals + 1, mark - equals - 1)),
+        texts.push_back({std::stoi(fact), ExpandText(fact.substr(equals + 1, mark - equals - 1)),
                          mark == std::string::npos ? ' ' : fact[mark + 1]});
     }
     return texts;

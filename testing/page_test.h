@@ -1,5 +1,5 @@
-// Pages as a user meets them: the wizard's own rows on the layer's real dialogs, with a display
-// that plays the user and keeps what was on the screen.
+// A fixture for the wizard's pages on the platform's real dialogs, with a display that plays the
+// user and keeps what was on the screen.
 #pragma once
 
 #include "frame/page.h"
@@ -12,13 +12,11 @@
 
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
-
+#include <cstdlib>
 #include <deque>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,6 +24,9 @@ namespace page_test {
 
 using platform::ControlView;
 using platform::PageView;
+using test_support::HomeOfTests;
+using test_support::ReadBytes;
+using test_support::WindowsPathOf;
 
 inline const ControlView* Find(const PageView& page, int control) {
     for (const ControlView& view : page.controls) {
@@ -55,24 +56,24 @@ public:
     std::deque<Step> steps;
     std::deque<std::string> files; // answers to file dialogs; "" cancels
     std::vector<PageView> opened, ended;
-    std::vector<std::string> road; // what happened on the screen, in order
+    std::vector<std::string> events; // what happened on the screen, in order
 
     void ShowPage(const PageView& page) override {
         opened.push_back(page);
-        road.push_back("show " + std::to_string(page.id));
+        events.push_back("show " + std::to_string(page.id));
     }
     void HidePage(const PageView& page) override {
-        road.push_back("hide " + std::to_string(page.id));
+        events.push_back("hide " + std::to_string(page.id));
     }
     void EndPage(const PageView& page) override {
         ended.push_back(page);
-        road.push_back("end " + std::to_string(page.id));
+        events.push_back("end " + std::to_string(page.id));
     }
     void UpdateControl(const PageView&, const ControlView&) override {}
     void ShowFileDialog(const platform::FileRequest& question) override {
-        road.push_back((question.save ? "save " : "open ") + question.proposal);
+        events.push_back((question.save ? "save " : "open ") + question.proposal);
     }
-    void ShowError(const std::string& sentence) override { road.push_back(sentence); }
+    void ShowError(const std::string& sentence) override { events.push_back(sentence); }
 
     std::optional<platform::PageAction> NextAction(const PageView& page) override {
         if (steps.empty() || steps.front().page != page.id)
@@ -97,7 +98,7 @@ public:
     }
 
 private:
-    // A page that stands where none was expected must not stop the test run.
+    // A page that comes up where none was expected must not stop the test run.
     std::optional<platform::PageAction> Leave(const PageView& page) {
         ADD_FAILURE() << "nothing left to do on page " << page.id;
         if (++left_ > 20)
@@ -114,27 +115,12 @@ private:
 
 // The program's compiled resources, the bytes of which stay for the whole run.
 inline const std::string& CompiledResources() {
-    static const std::string bytes = [] {
-        std::ifstream file(BUILD_FOLDER "/wizard.res", std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    }();
+    static const std::string bytes = ReadBytes(BUILD_FOLDER "/wizard.res");
     return bytes;
 }
 
 inline void UseResources(const std::string& bytes) {
     platform::UseResources(bytes.data(), bytes.data() + bytes.size());
-}
-
-// One for all tests of a process, because the layer looks up its home and its clock only once.
-inline const test_support::TestHome& HomeOfTests() {
-    static const test_support::TestHome home;
-    static const bool ready = [] {
-        for (const auto& [name, value] : home.Variables())
-            setenv(name.c_str(), value.c_str(), 1);
-        return true;
-    }();
-    static_cast<void>(ready);
-    return home;
 }
 
 class PageTest : public testing::Test {
@@ -173,7 +159,7 @@ protected:
                             State.Windows.AppInstance, nullptr);
     }
 
-    // The page once it was on the screen and worked, or its first showing.
+    // The page as it was when it ended last, and as it was when it opened first.
     const PageView& Last(int page) const { return Latest(user_.ended, page); }
     const PageView& First(int page) const {
         for (const PageView& view : user_.opened) {

@@ -1,18 +1,20 @@
-// What an interrupted upgrade has left in the registry of the PC, as it is on the disk.
+// The registry of the PC as it is on the disk, and what an interrupted upgrade has left in it.
 #pragma once
 
 #include "testing/test_home.h"
 
 #include <fstream>
-#include <iterator>
 #include <string>
 
 namespace test_support {
 
 inline bool RegistryHolds(const TestHome& home, const std::string& text) {
-    std::ifstream file(home.Home() / "registry.reg");
-    const std::string content{std::istreambuf_iterator<char>(file), {}};
-    return content.find(text) != std::string::npos;
+    return ReadBytes(home.Home() / "registry.reg").find(text) != std::string::npos;
+}
+
+// A key with its values in the file's own format. The connection manager has written its head.
+inline void AppendToRegistry(const TestHome& home, const std::string& text) {
+    std::ofstream(home.Home() / "registry.reg", std::ios::app) << "\n" << text;
 }
 
 inline bool HasProgressRecord(const TestHome& home) {

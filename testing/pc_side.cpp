@@ -1,8 +1,8 @@
-// The PC's side of a handheld without the wizard.
+// The PC's end of the cable on a tty, and RAPI requests over the cradle's socket.
 
 #include "testing/pc_side.h"
 
-#include <chrono>
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -41,7 +41,7 @@ LinkEnd::~LinkEnd() { close(port_); }
 void LinkEnd::Write(const ByteList& bytes) {
     for (std::size_t at = 0; at < bytes.size();) {
         AwaitReady(port_, POLLOUT);
-        // No more than has room, so that a handheld that takes nothing blocks nobody.
+        // No more than fits, so that a handheld that reads nothing blocks nobody.
         const ssize_t count =
             write(port_, bytes.data() + at, std::min<std::size_t>(1024, bytes.size() - at));
         if (count <= 0)
@@ -160,7 +160,7 @@ std::uint32_t RapiClient::Push(std::u16string_view path, const ByteList& content
     return 0;
 }
 
-ByteList RapiClient::Fetch(std::u16string_view path) {
+ByteList RapiClient::ReadFile(std::u16string_view path) {
     std::uint32_t handle = 0;
     if (CreateFile(path, 0x80000000, 1, 3, 0x80, &handle) != 0)
         return {};

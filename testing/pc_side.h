@@ -59,7 +59,7 @@ public:
                              std::uint32_t* handle = nullptr); // the error
     void CloseHandle(std::uint32_t handle);
     // The whole file, up to 0x80000 bytes; nothing where it does not open.
-    ByteList Fetch(std::u16string_view path);
+    ByteList ReadFile(std::u16string_view path);
     std::uint32_t StartProgram(std::u16string_view path, std::u16string_view commandLine = u"");
 
 private:

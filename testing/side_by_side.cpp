@@ -1,8 +1,9 @@
-// Many pieces of work at a time.
+// Worker threads that share a list of work and collect its failures.
 
 #include "testing/side_by_side.h"
 
 #include <atomic>
+#include <exception>
 #include <mutex>
 #include <thread>
 

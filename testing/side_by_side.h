@@ -7,7 +7,7 @@
 
 namespace test_support {
 
-// Does work(0) to work(count - 1) on several threads. What each threw stands in the result.
+// Does work(0) to work(count - 1) on several threads. Returns the messages of what they threw.
 std::vector<std::string> SideBySide(std::size_t count,
                                     const std::function<void(std::size_t)>& work);
 

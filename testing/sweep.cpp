@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
+#include <iterator>
 #include <random>
 #include <set>
 #include <stdexcept>
@@ -18,8 +20,8 @@ using namespace pages;
 
 constexpr unsigned DoubledOneIn = 8;
 
-constexpr CutKind PlacedKinds[] = {CutKind::Dead, CutKind::Unplugged, CutKind::Replugged,
-                                   CutKind::HandheldKilled, CutKind::WizardKilled};
+constexpr CutKind KindsWithPosition[] = {CutKind::Dead, CutKind::Unplugged, CutKind::Replugged,
+                                         CutKind::HandheldKilled, CutKind::WizardKilled};
 
 const char* NameOf(CutKind kind) {
     constexpr const char* Names[] = {"silent",          "dead",         "unplugged", "replugged",
@@ -37,17 +39,17 @@ struct Write {
 
 std::vector<Write> FlasherWrites() {
     std::vector<Write> writes = {{"start", 0, 1}, {"size", 1, 5}};
-    for (unsigned piece = 1; piece <= Stock::Pieces; ++piece)
-        writes.push_back(
-            {std::to_string(piece), writes.back().end, writes.back().end + Stock::PieceSize});
+    for (unsigned piece = 1; piece <= PreparedHomes::Pieces; ++piece)
+        writes.push_back({std::to_string(piece), writes.back().end,
+                          writes.back().end + PreparedHomes::PieceSize});
     return writes;
 }
 
-// The last block is behind the image and is asked for, but not answered.
+// The last block is behind the image; the bootloader requests it, but does not answer it.
 std::vector<Write> BootloaderWrites() {
     constexpr std::uint64_t Block = 12 + 0x40000;
     std::vector<Write> writes = {{"start", 0, 2}, {"sync", 2, 9}, {"record", 9, 17}};
-    for (unsigned block = 1; block <= Stock::Pieces / 2 + 1; ++block)
+    for (unsigned block = 1; block <= PreparedHomes::Pieces / 2 + 1; ++block)
         writes.push_back({std::to_string(block), writes.back().end, writes.back().end + Block});
     return writes;
 }
@@ -56,12 +58,12 @@ std::vector<Write> WritesOf(Start start) {
     return start == Start::Bootloader ? BootloaderWrites() : FlasherWrites();
 }
 
-// What a tty holds for a device that takes nothing more: less than the first, more than the second.
+// The bytes that a tty buffers for a device that reads nothing more lie between these two.
 constexpr std::uint64_t MoreThanATtyHolds = 0x18000;
 constexpr std::uint64_t LessThanATtyHolds = 0x400;
 
 // The upgrade is done for the PC when the last bytes of the last piece have been handed over, which
-// may still be in the tty then; no cut there can be told from success.
+// may still be in the tty then; a cut there looks like success.
 std::uint64_t LastPosition(Start start) {
     const std::uint64_t end = WritesOf(start).back().end;
     return start == Start::Bootloader ? end - 1 : end - MoreThanATtyHolds;
@@ -89,7 +91,7 @@ Cut AnyCut(Start start, Link link, Random& random) {
         cut.step = writes[random.Below(writes.size() - 1)].step;
         return cut;
     }
-    cut.kind = random.OneOf(PlacedKinds);
+    cut.kind = random.OneOf(KindsWithPosition);
     const Write& write = writes[random.Below(writes.size())];
     const bool atTheEdge = random.Below(3) == 0;
     cut.position = write.begin + (atTheEdge ? 0 : random.Below(write.end - write.begin));
@@ -104,7 +106,7 @@ std::vector<Cut> EveryStep(Start start, Link link, Random& random) {
     for (const Write& write : writes) {
         if (&write != &writes.back())
             cuts.push_back({.start = start, .link = link, .step = write.step});
-        for (const CutKind kind : PlacedKinds) {
+        for (const CutKind kind : KindsWithPosition) {
             const std::uint64_t size = std::min(write.end, LastPosition(start) + 1) - write.begin;
             cuts.push_back({.start = start, .link = link, .kind = kind, .position = write.begin});
             if (size > 1)
@@ -119,7 +121,7 @@ std::vector<Cut> EveryStep(Start start, Link link, Random& random) {
 
 // ---- what has to follow a cut
 
-// How many pieces the PC has counted as sent, by where the device stopped: the least and the most.
+// How many pieces the PC has counted as sent, by where the device stopped: minimum and maximum.
 std::pair<std::uint64_t, std::uint64_t> CountedPieces(const Cut& cut) {
     const auto writes = FlasherWrites();
     if (cut.kind == CutKind::Silent) {
@@ -130,13 +132,13 @@ std::pair<std::uint64_t, std::uint64_t> CountedPieces(const Cut& cut) {
     const std::uint64_t firstPiece = writes[2].begin;
     if (cut.position < firstPiece)
         return {0, 0};
-    const std::uint64_t whole = (cut.position - firstPiece) / Stock::PieceSize;
-    const std::uint64_t inside = (cut.position - firstPiece) % Stock::PieceSize;
+    const std::uint64_t whole = (cut.position - firstPiece) / PreparedHomes::PieceSize;
+    const std::uint64_t inside = (cut.position - firstPiece) % PreparedHomes::PieceSize;
     // Into a port that has hung up a write is over at once, and it counts: what it went to cannot
-    // be known. A device that is only dead holds it back, if it is more than the tty takes.
+    // be known. A device that is only dead blocks it, if it is more than the tty buffers.
     if (cut.kind != CutKind::Dead)
         return {inside == 0 ? whole : whole + 1, whole + 1};
-    const std::uint64_t left = Stock::PieceSize - inside;
+    const std::uint64_t left = PreparedHomes::PieceSize - inside;
     return {left <= LessThanATtyHolds ? whole + 1 : whole,
             left >= MoreThanATtyHolds ? whole : whole + 1};
 }
@@ -154,9 +156,9 @@ void ExpectPageFor(const Cut& cut, int page) {
         return expect(page == CommunicationErrorPage ||
                       (inTheLastBlock && page == UpgradeDonePage));
     }
-    const auto [least, most] = CountedPieces(cut);
-    expect((page == UpgradeErrorPage && least < Stock::FilePieces) ||
-           (page == CommunicationErrorPage && most >= Stock::FilePieces));
+    const auto [min, max] = CountedPieces(cut);
+    expect((page == UpgradeErrorPage && min < PreparedHomes::FilePieces) ||
+           (page == CommunicationErrorPage && max >= PreparedHomes::FilePieces));
 }
 
 Interruption InterruptionOf(const Cut& cut) {
@@ -178,9 +180,9 @@ Interruption InterruptionOf(const Cut& cut) {
     throw std::logic_error("no such kind");
 }
 
-// Only the wizard that was killed has told nobody what to do; a reset without the navigator key may
-// then be the wrong one, which the next page tells.
-unsigned MostRunsAfter(const Cut& cut) { return cut.kind == CutKind::WizardKilled ? 2 : 1; }
+// A wizard that was killed has shown no page that says what to do; a reset without the navigator
+// key may then be the wrong one, as the next page says.
+unsigned MaxRunsAfter(const Cut& cut) { return cut.kind == CutKind::WizardKilled ? 2 : 1; }
 
 // The run after the first cut is cut again, wherever it begins by now.
 int CutAgain(Trial& trial, const Cut& first, int page, Cut* second) {
@@ -192,8 +194,8 @@ int CutAgain(Trial& trial, const Cut& first, int page, Cut* second) {
     return page;
 }
 
-unsigned RunOne(const Stock& stock, const Cut& cut) {
-    Trial trial(stock, cut.start, cut.link);
+unsigned RunOne(const PreparedHomes& homes, const Cut& cut) {
+    Trial trial(homes, cut.start, cut.link);
     std::string cuts = Describe(cut);
     try {
         int page = trial.Run(InterruptionOf(cut));
@@ -204,7 +206,7 @@ unsigned RunOne(const Stock& stock, const Cut& cut) {
             page = CutAgain(trial, cut, page, &last);
             cuts += ", then " + Describe(last);
         }
-        return trial.Heal(page, MostRunsAfter(last)) + (again ? 1 : 0);
+        return trial.Recover(page, MaxRunsAfter(last)) + (again ? 1 : 0);
     } catch (const std::exception& error) {
         throw std::runtime_error(cuts + ": " + error.what() + "\n" + trial.Transcript());
     }
@@ -245,10 +247,10 @@ std::vector<Cut> ChooseCuts(std::size_t count, std::uint64_t seed) {
 }
 
 SweepResult RunSweep(const std::vector<Cut>& cuts) {
-    const Stock stock;
+    const PreparedHomes homes;
     std::atomic<unsigned> runs = 0;
     const auto failures =
-        SideBySide(cuts.size(), [&](std::size_t at) { runs += RunOne(stock, cuts[at]); });
+        SideBySide(cuts.size(), [&](std::size_t at) { runs += RunOne(homes, cuts[at]); });
     return {failures, runs};
 }
 

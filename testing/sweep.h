@@ -10,8 +10,8 @@
 namespace test_support {
 
 enum class CutKind {
-    Silent,         // no token after a step, though the bytes before it were taken
-    Dead,           // nothing is taken any more after so many bytes
+    Silent,         // no token after a step, though the bytes before it were read
+    Dead,           // nothing is read any more after so many bytes
     Unplugged,      // the port hangs up after so many bytes
     Replugged,      // and the device comes back as another port
     HandheldKilled, // its process, once it is dead

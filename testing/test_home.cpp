@@ -1,9 +1,10 @@
-// A place of its own for each test.
+// Making, filling and removing the folder of a test, and reading and writing its files.
 
 #include "testing/test_home.h"
 
 #include "testing/comes_true.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -38,10 +39,10 @@ TestHome::TestHome() {
     std::filesystem::create_directory(Home());
     std::filesystem::permissions(Home(), std::filesystem::perms::owner_all);
     std::filesystem::create_directory(Tree());
-    TakePortsAway();
+    RemovePorts();
 }
 
-void TestHome::TakePortsAway() const {
+void TestHome::RemovePorts() const {
     const auto ports = Home() / "ports";
     std::filesystem::create_directories(ports);
     std::filesystem::permissions(ports, std::filesystem::perms::owner_all);
@@ -111,15 +112,38 @@ std::string TestHome::RunHandheld(const std::vector<std::string>& words) const {
     return text;
 }
 
-std::vector<std::uint8_t> ReadFileBytes(const std::filesystem::path& path) {
+const TestHome& HomeOfTests() {
+    static const TestHome home;
+    static const bool ready = [] {
+        for (const auto& [name, value] : home.Variables())
+            setenv(name.c_str(), value.c_str(), 1);
+        return true;
+    }();
+    static_cast<void>(ready);
+    return home;
+}
+
+std::string ReadBytes(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file)
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::uint8_t> ReadFileBytes(const std::filesystem::path& path) {
+    const std::string bytes = ReadBytes(path);
+    if (bytes.size() != std::filesystem::file_size(path)) // which throws without a file
         throw std::runtime_error("cannot read " + path.string());
-    std::vector<std::uint8_t> bytes(std::filesystem::file_size(path));
-    file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (static_cast<std::size_t>(file.gcount()) != bytes.size())
-        throw std::runtime_error("cannot read " + path.string());
-    return bytes;
+    return {bytes.begin(), bytes.end()};
+}
+
+void WriteFileBytes(const std::filesystem::path& path, const std::string& content) {
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+std::string WindowsPathOf(const std::filesystem::path& path) {
+    std::string name = "Z:" + path.string();
+    std::ranges::replace(name, '/', '\\');
+    return name;
 }
 
 } // namespace test_support

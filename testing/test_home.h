@@ -1,4 +1,5 @@
-// A place of its own for each test: the layer's home, a folder tree with images, a handheld.
+// A temporary folder for each test: the platform's home, a folder tree with images, a handheld; and
+// its files read and written.
 #pragma once
 
 #include "testing/child_process.h"
@@ -33,13 +34,13 @@ public:
     std::filesystem::path Tree() const { return root_ / "tree"; } // where the wizard is started
     std::filesystem::path Device() const { return root_ / "device"; }
 
-    // The files that stand beside an image, and the image. Gives the path of the image.
+    // Makes the files that belong beside an image, and the image. Returns the image's path.
     std::filesystem::path AddLanguageFolder(const ImageOptions& options = {}) const;
     std::filesystem::path MakeImage(const ImageOptions& options = {}) const;
 
-    // Links that lead nowhere, as a port without a link is a real one of the machine. So a home
-    // starts.
-    void TakePortsAway() const;
+    // Makes the links of all ports dangle, since a port without a link is a real one of the
+    // machine. A home starts so.
+    void RemovePorts() const;
 
     // ROM_WIZARD_HOME, terminal display, clock rate 20; what is given comes last and wins.
     Environment Variables(const Environment& added = {}) const;
@@ -57,6 +58,18 @@ private:
     std::filesystem::path root_;
 };
 
+// One for all tests of a process, with its variables in the environment: the platform reads its
+// home and its clock only once.
+const TestHome& HomeOfTests();
+
+// The whole file; empty where there is none.
+std::string ReadBytes(const std::filesystem::path& path);
+// The same of a file that has to be there: throws where it cannot be read.
 std::vector<std::uint8_t> ReadFileBytes(const std::filesystem::path& path);
+// Makes its folders, too.
+void WriteFileBytes(const std::filesystem::path& path, const std::string& content);
+
+// A file of the host by its name on Windows, where Z: is the root of the file system.
+std::string WindowsPathOf(const std::filesystem::path& path);
 
 } // namespace test_support

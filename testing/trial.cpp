@@ -1,4 +1,4 @@
-// An upgrade that is interrupted, and the runs of the wizard that bring the handheld back.
+// Interrupted upgrades: the prepared homes, answering the pages, and what must hold at each end.
 
 #include "testing/trial.h"
 
@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <future>
+#include <iterator>
 #include <stdexcept>
 
 namespace test_support {
@@ -57,42 +58,42 @@ const char* NameOf(Start start) {
     return Names[static_cast<int>(start)];
 }
 
-Stock::Stock() {
+PreparedHomes::PreparedHomes() {
     image_ = home_.AddLanguageFolder({.size = ImageSize});
-    std::vector<std::future<void>> fillings; // each takes as long as a stall timer
+    std::vector<std::future<void>> preparations; // each takes as long as a stall timer
     for (const Link link : {Link::Serial, Link::Usb}) {
-        const fs::path shelf = Shelf(Start::Fresh, link);
-        fs::create_directories(shelf);
+        const fs::path folder = FolderOf(Start::Fresh, link);
+        fs::create_directories(folder);
         home_.RunHandheld(
-            {"create", (shelf / "device").string(), "--flash", std::to_string(FlashMegabytes)});
+            {"create", (folder / "device").string(), "--flash", std::to_string(FlashMegabytes)});
         for (const auto& [start, step] :
              {std::pair(Start::Resumed, 1U), std::pair(Start::Bootloader, Pieces - 1)})
-            fillings.push_back(std::async(std::launch::async, &Stock::Fill, this, start, link,
-                                          std::to_string(step)));
+            preparations.push_back(std::async(std::launch::async, &PreparedHomes::Prepare, this,
+                                              start, link, std::to_string(step)));
     }
-    for (std::future<void>& filling : fillings)
-        filling.get();
+    for (std::future<void>& preparation : preparations)
+        preparation.get();
 }
 
-fs::path Stock::Shelf(Start start, Link link) const {
+fs::path PreparedHomes::FolderOf(Start start, Link link) const {
     return home_.Path(std::string(NameOf(start)) + " " + NameOf(link));
 }
 
-void Stock::Fill(Start start, Link link, const std::string& silentAt) {
+void PreparedHomes::Prepare(Start start, Link link, const std::string& silentAt) {
     Trial trial(*this, Start::Fresh, link);
     trial.Run({.faults = {"--silent-at", silentAt}});
-    trial.TheCradle().TakeOut();
-    fs::create_directories(Shelf(start, link));
-    CopyIfThere(trial.Home().Home() / "registry.reg", Shelf(start, link) / "registry.reg");
-    CopyIfThere(trial.Home().Device(), Shelf(start, link) / "device");
+    trial.DeviceCradle().TakeOut();
+    fs::create_directories(FolderOf(start, link));
+    CopyIfThere(trial.Home().Home() / "registry.reg", FolderOf(start, link) / "registry.reg");
+    CopyIfThere(trial.Home().Device(), FolderOf(start, link) / "device");
 }
 
-Trial::Trial(const Stock& stock, Start start, Link link) : stock_(stock), link_(link) {
+Trial::Trial(const PreparedHomes& homes, Start start, Link link) : homes_(homes), link_(link) {
     fs::remove(home_.Tree());
-    fs::create_directory_symlink(stock.Tree(), home_.Tree());
-    const fs::path shelf = stock.Shelf(start, link);
-    CopyIfThere(shelf / "registry.reg", home_.Home() / "registry.reg");
-    CopyIfThere(shelf / "device", home_.Device());
+    fs::create_directory_symlink(homes.Tree(), home_.Tree());
+    const fs::path folder = homes.FolderOf(start, link);
+    CopyIfThere(folder / "registry.reg", home_.Home() / "registry.reg");
+    CopyIfThere(folder / "device", home_.Device());
 }
 
 // A running handheld without new faults is reset by its button; otherwise it is put in anew.
@@ -104,7 +105,7 @@ void Trial::StartHandheld(const std::vector<std::string>& faults, bool navigator
         firstLine_ = cradle_->Handheld().Lines().size();
         cradle_->Handheld().Signal(navigatorKey ? SIGUSR2 : SIGUSR1);
         cradle_->Handheld().ExpectLine("reset");
-        mode = cradle_->Handheld().ExpectLine(isMode, "that tells its mode");
+        mode = cradle_->Handheld().ExpectLine(isMode, "with its mode");
         cradle_->Handheld().ExpectLine("ready");
     } else {
         std::vector<std::string> options = faults;
@@ -116,7 +117,7 @@ void Trial::StartHandheld(const std::vector<std::string>& faults, bool navigator
             cradle_ = std::make_unique<Cradle>(
                 home_, CradleOptions{.run = options, .withManager = false, .create = false});
         const std::vector<std::string> lines = cradle_->Handheld().Lines();
-        mode = *std::ranges::find_if(lines, isMode); // it stands ahead of "ready"
+        mode = *std::ranges::find_if(lines, isMode); // printed ahead of "ready"
     }
     handheldKilled_ = false;
     if (mode == "mode normal")
@@ -128,16 +129,16 @@ int Trial::Run(const Interruption& interruption, bool navigatorKey) {
     StartHandheld(interruption.faults, navigatorKey);
     wizard_ = std::make_unique<WizardRun>(home_, Clock);
     if (interruption.victim != Interruption::Victim::Nobody) {
-        Lead(true);
+        AnswerPages(true);
         cradle_->Handheld().ExpectLine("fault: ");
         Kill(interruption.victim);
         if (interruption.victim == Interruption::Victim::Wizard)
             return Killed;
     }
-    const int page = Lead(false);
+    const int page = AnswerPages(false);
     wizard_->Send(page == UpgradeDonePage ? "esc" : "2");
     if (const int code = wizard_->Wait())
-        Complain("the wizard ended with " + std::to_string(code));
+        Fail("the wizard ended with " + std::to_string(code));
     Check(page);
     return page;
 }
@@ -149,12 +150,12 @@ void Trial::Kill(Interruption::Victim victim) {
     process.Wait();
 }
 
-// To the transfer, or to the last page.
-int Trial::Lead(bool toTheTransfer) {
+// Answers pages up to the transfer, or up to the last page.
+int Trial::AnswerPages(bool toTheTransfer) {
     for (;;) {
         const int page = wizard_->NextPage();
         if (page == ConnectionTypePage) {
-            wizard_->Send(link_ == Link::Serial ? "1151" : "1150");
+            wizard_->Send(link_ == Link::Serial ? Serial : Usb);
             wizard_->Send("1");
             continue;
         }
@@ -173,22 +174,22 @@ void Trial::Check(int page) {
     case UpgradeDonePage:
         ExpectWholeFlash();
         if (record || critical || HasHeldBackNote(home_))
-            Complain("the upgrade is done and its record is still there");
+            Fail("the upgrade is done and its record is still there");
         break;
     case UpgradeErrorPage:
         if (!record || critical || HasHeldBackNote(home_))
-            Complain("the record is not that of a transfer that can be repeated");
+            Fail("the record is not that of a transfer that can be repeated");
         break;
     case CommunicationErrorPage:
         if (!record || !critical)
-            Complain("the record is not that of a handheld that needs its bootloader");
+            Fail("the record is not that of a handheld that needs its bootloader");
         break;
     case PortErrorPage:
         if (!record)
-            Complain("the record has gone");
+            Fail("the record has gone");
         break;
     default:
-        Complain("page " + std::to_string(page));
+        Fail("page " + std::to_string(page));
     }
 }
 
@@ -199,19 +200,19 @@ void Trial::ExpectWholeFlash() {
     const std::vector<std::string> lines = cradle_->Handheld().Lines();
     const auto first = lines.begin() + static_cast<std::ptrdiff_t>(firstLine_);
     if (std::none_of(first, lines.end(), isComplete)) // the last bytes may still be in the tty
-        cradle_->Handheld().ExpectLine(isComplete, "that tells that all has come");
-    const auto image = ReadFileBytes(stock_.Image());
+        cradle_->Handheld().ExpectLine(isComplete, "that all has come");
+    const auto image = ReadFileBytes(homes_.Image());
     const auto flash = ReadFileBytes(home_.Device() / "flash.bin");
     if (!std::equal(image.begin() + HeaderSize + FirstBlock, image.end(),
                     flash.begin() + FirstBlock, flash.end()))
-        Complain("the flash differs from the image");
+        Fail("the flash differs from the image");
 }
 
-unsigned Trial::Heal(int page, unsigned most) {
+unsigned Trial::Recover(int page, unsigned maxRuns) {
     unsigned runs = 0;
     while (page != UpgradeDonePage) {
-        if (runs++ == most)
-            Complain("not healed after " + std::to_string(most) + " more runs");
+        if (runs++ == maxRuns)
+            Fail("not upgraded after " + std::to_string(maxRuns) + " more runs");
         page = Run({}, page == CommunicationErrorPage);
     }
     return runs;
@@ -226,7 +227,7 @@ std::string Trial::Transcript() {
     return text;
 }
 
-void Trial::Complain(const std::string& what) {
+void Trial::Fail(const std::string& what) {
     throw std::runtime_error(what + " after:\n" + Transcript());
 }
 

@@ -1,7 +1,7 @@
 // An upgrade that is interrupted, and the runs of the wizard that bring the handheld back.
 //
-// The wizard is led to its last page as a user would lead it, whichever road it takes. After a run
-// that failed, the user does what the page has told: a reset, with the navigator key or without.
+// Each page is answered as a user would answer it, whichever pages come, up to the last one. After
+// a run that failed, the user does what the page says: a reset, with the navigator key or without.
 #pragma once
 
 #include "testing/cradle.h"
@@ -24,8 +24,8 @@ const char* NameOf(Link link);
 const char* NameOf(Start start);
 
 // Homes in which an upgrade is about to begin, made once by runs that fall silent where they
-// should, and copied for each trial. Any thread may make trials of one stock.
-class Stock {
+// should, and copied for each trial. Any thread may make trials of them.
+class PreparedHomes {
 public:
     // Four pieces of the file, and the held-back block's two.
     static constexpr std::uint32_t ImageSize = 0x100020;
@@ -34,15 +34,15 @@ public:
     static constexpr std::uint32_t Pieces = FilePieces + 2;
     static constexpr std::uint32_t PieceSize = 0x20000;
 
-    Stock();
+    PreparedHomes();
 
     std::filesystem::path Image() const { return image_; }
     std::filesystem::path Tree() const { return home_.Tree(); }
     // The registry of the PC and the handheld's folder; the trial's own copy is made of it.
-    std::filesystem::path Shelf(Start start, Link link) const;
+    std::filesystem::path FolderOf(Start start, Link link) const;
 
 private:
-    void Fill(Start start, Link link, const std::string& silentAt);
+    void Prepare(Start start, Link link, const std::string& silentAt);
 
     TestHome home_;
     std::filesystem::path image_;
@@ -50,40 +50,40 @@ private:
 
 struct Interruption {
     std::vector<std::string> faults{}; // options of the handheld
-    // Who is killed as soon as the handheld has printed that the fault has struck.
+    // Who is killed as soon as the handheld has printed that the fault has occurred.
     enum class Victim { Nobody, Wizard, Handheld } victim = Victim::Nobody;
 };
 
 class Trial {
 public:
-    // Of the page when the wizard was killed.
+    // In place of a page: the wizard was killed.
     static constexpr int Killed = 0;
 
-    Trial(const Stock& stock, Start start, Link link);
+    Trial(const PreparedHomes& homes, Start start, Link link);
 
-    // Resets the handheld, or puts it into its cradle, and runs the wizard to its last page. Gives
-    // that page, after checking that the record and the handheld fit it. Throws with everything
-    // that was printed where they do not.
+    // Resets the handheld, or puts it into its cradle, and runs the wizard to its last page.
+    // Returns that page, after checking that the record and the handheld fit it. Throws with
+    // everything that was printed where they do not.
     int Run(const Interruption& interruption = {}, bool navigatorKey = false);
 
-    // Runs the wizard again as the page tells until the upgrade is done: how many runs it took.
-    // Throws after `most` runs, and where the flash then differs from the image.
-    unsigned Heal(int page, unsigned most);
+    // Runs the wizard again as the page says until the upgrade is done: how many runs it took.
+    // Throws after `maxRuns`, and where the flash then differs from the image.
+    unsigned Recover(int page, unsigned maxRuns);
 
     const TestHome& Home() const { return home_; }
-    Cradle& TheCradle() { return *cradle_; }
+    Cradle& DeviceCradle() { return *cradle_; }
     // Everything that was printed in all runs.
     std::string Transcript();
 
 private:
     void StartHandheld(const std::vector<std::string>& faults, bool navigatorKey);
     void Kill(Interruption::Victim victim);
-    int Lead(bool toTheTransfer);
+    int AnswerPages(bool toTheTransfer);
     void Check(int page);
     void ExpectWholeFlash();
-    [[noreturn]] void Complain(const std::string& what);
+    [[noreturn]] void Fail(const std::string& what);
 
-    const Stock& stock_;
+    const PreparedHomes& homes_;
     const Link link_;
     TestHome home_;
     std::unique_ptr<Cradle> cradle_;

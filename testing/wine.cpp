@@ -1,10 +1,13 @@
-// A PC with Windows, as Wine makes it.
+// Setting up a prefix of Wine for a test, and starting programs in it.
 
 #include "testing/wine.h"
+
+#include "testing/wizard_run.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -18,13 +21,8 @@ namespace fs = std::filesystem;
 constexpr char Loader[] = "/usr/lib/wine/wine64";
 constexpr char Server[] = "/usr/lib/wine/wineserver64";
 
-// In the registry of the prefix that is copied, in place of the port's path.
-constexpr char PortOfNobody[] = "/dev/null/com1";
-
-std::string Read(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+// What the registry of the copied prefix has until the port's path replaces it.
+constexpr char PlaceholderPort[] = "/dev/null/com1";
 
 void Replace(std::string& text, const std::string& old, const std::string& other) {
     const std::size_t at = text.find(old);
@@ -74,9 +72,9 @@ void WindowsPc::CopyPrefix() const {
              fs::copy_options::recursive | fs::copy_options::copy_symlinks |
                  fs::copy_options::create_hard_links);
     for (const char* name : {"system.reg", "user.reg", "userdef.reg"}) {
-        std::string registry = Read(from / name);
+        std::string registry = ReadBytes(from / name);
         if (std::string(name) == "system.reg")
-            Replace(registry, PortOfNobody, (home_.Home() / "ports" / "COM1").string());
+            Replace(registry, PlaceholderPort, (home_.Home() / "ports" / "COM1").string());
         fs::remove(to / name);
         std::ofstream(to / name, std::ios::binary) << registry;
     }
@@ -122,7 +120,7 @@ std::string WindowsPc::UserKey(const std::string& key) const {
     std::string name = key, values;
     for (std::size_t at = 0; (at = name.find('\\', at)) != std::string::npos; at += 2)
         name.insert(at, 1, '\\');
-    std::istringstream lines(Read(home_.Path("prefix") / "user.reg"));
+    std::istringstream lines(ReadBytes(home_.Path("prefix") / "user.reg"));
     bool isIn = false;
     for (std::string line; std::getline(lines, line);) {
         if (line.starts_with('['))

@@ -1,11 +1,11 @@
-// A PC with Windows, as Wine makes it: a prefix of its own, with the handheld's cable as its COM1.
+// A PC with Windows, as Wine provides it: a prefix of its own, with the handheld's cable as COM1.
 #pragma once
 
-#include "testing/cradle.h"
-#include "testing/wizard_run.h"
+#include "testing/test_home.h"
 #include "testing/x_desktop.h"
 
 #include <filesystem>
+#include <memory>
 
 namespace test_support {
 
@@ -14,7 +14,7 @@ std::string WindowsFolder();
 
 class WindowsPc {
 public:
-    // The prefix lies in the home. Its server takes the ports as they are when it starts, so the
+    // The prefix lies in the home. Its server reads the ports when it starts, so the
     // handheld has to be in its cradle already.
     explicit WindowsPc(const TestHome& home);
     ~WindowsPc(); // shuts down
@@ -45,10 +45,10 @@ private:
     const TestHome& home_;
     XDesktop desktop_;
     std::unique_ptr<ChildProcess> bridge_, activeSync_;
-    std::string cradlePort_; // of 127.0.0.1, leads to the handheld's RAPI
+    std::string cradlePort_; // of 127.0.0.1, connected to the handheld's RAPI
 };
 
-// The wizard as Windows runs it, led as by WizardRun.
+// The wizard as Windows runs it, its pages answered as by WizardRun.
 class WindowsRun {
 public:
     explicit WindowsRun(const WindowsPc& pc);

@@ -1,4 +1,4 @@
-// A run of the wizard at the terminal display.
+// Starting the wizard at the terminal display, and finding its pages in what it prints.
 
 #include "testing/wizard_run.h"
 
@@ -38,6 +38,11 @@ void WizardRun::ExpectPage(int page) {
     if (next != page)
         throw std::runtime_error("instead of page " + std::to_string(page) + " came " +
                                  std::to_string(next) + " in:\n" + process_.Transcript());
+}
+
+void WizardRun::ExpectPages(std::initializer_list<int> pages) {
+    for (const int page : pages)
+        ExpectPage(page);
 }
 
 void WizardRun::ExpectEnd(int page) { process_.ExpectLine("-- " + std::to_string(page) + " --"); }

@@ -1,13 +1,15 @@
-// A run of the wizard at the terminal display, led as a user would lead it.
+// A run of the wizard at the terminal display, its pages answered as by a user.
 #pragma once
 
 #include "testing/test_home.h"
+
+#include <initializer_list>
 
 namespace test_support {
 
 namespace pages {
 
-// Page numbers as the terminal tells them.
+// Page numbers as the terminal prints them.
 enum Page {
     ProgressPage = 102,
     WelcomePage = 103,
@@ -43,6 +45,10 @@ enum Page {
     UpgradeDonePage = 167,
 };
 
+// Radio buttons of ConnectionTypePage.
+constexpr char Usb[] = "1150";
+constexpr char Serial[] = "1151";
+
 } // namespace pages
 
 class WizardRun {
@@ -56,8 +62,9 @@ public:
     // Waits for the next page to open, whichever it is: its number.
     int NextPage();
     // Waits for the next page with that number to open. Another page in between is a failure, so
-    // that a road is told page by page. Throws with the whole transcript.
+    // that a test names every page. Throws with the whole transcript.
     void ExpectPage(int page);
+    void ExpectPages(std::initializer_list<int> pages);
     // Waits for that page to end.
     void ExpectEnd(int page);
     // A line of input: a control's number, a path, or "" for Enter.

@@ -1,6 +1,6 @@
 // An X server in memory, and keys through its test extension.
 //
-// Windows have no manager here. The toolkit takes the focus for a window itself then, and a key is
+// No window manager runs. The toolkit sets the focus to a new window itself then, and a key is
 // pressed only once the window that it is meant for has it.
 
 #include "testing/x_desktop.h"
@@ -10,7 +10,6 @@
 #include <xcb/xtest.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 
 namespace test_support {
@@ -18,10 +17,10 @@ namespace test_support {
 namespace {
 
 template <class Reply>
-using Freed = std::unique_ptr<Reply, decltype(&std::free)>;
+using ReplyPointer = std::unique_ptr<Reply, decltype(&std::free)>;
 
 template <class Reply>
-Freed<Reply> Hold(Reply* reply) {
+ReplyPointer<Reply> MakeReplyPointer(Reply* reply) {
     return {reply, std::free};
 }
 
@@ -65,7 +64,7 @@ Environment XDesktop::Variables() const {
 void XDesktop::ReadKeyboard() {
     const xcb_setup_t* setup = xcb_get_setup(connection_);
     const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-    const auto map = Hold(xcb_get_keyboard_mapping_reply(
+    const auto map = MakeReplyPointer(xcb_get_keyboard_mapping_reply(
         connection_, xcb_get_keyboard_mapping(connection_, setup->min_keycode, count), nullptr));
     const xcb_keysym_t* symbols = xcb_get_keyboard_mapping_keysyms(map.get());
     for (unsigned key = 0; key < count; ++key) {
@@ -77,19 +76,19 @@ void XDesktop::ReadKeyboard() {
 }
 
 std::vector<XDesktop::ShownWindow> XDesktop::Windows() {
-    const auto atom = Hold(xcb_intern_atom_reply(
+    const auto atom = MakeReplyPointer(xcb_intern_atom_reply(
         connection_, xcb_intern_atom(connection_, 0, 14, "WM_WINDOW_ROLE"), nullptr));
-    const auto tree =
-        Hold(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root_), nullptr));
+    const auto tree = MakeReplyPointer(
+        xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root_), nullptr));
     std::vector<ShownWindow> windows;
     for (int child = 0; child < xcb_query_tree_children_length(tree.get()); ++child) {
         const xcb_window_t window = xcb_query_tree_children(tree.get())[child];
-        const auto role = Hold(xcb_get_property_reply(
+        const auto role = MakeReplyPointer(xcb_get_property_reply(
             connection_, xcb_get_property(connection_, 0, window, atom->atom, XCB_ATOM_ANY, 0, 64),
             nullptr));
-        const auto looks = Hold(xcb_get_window_attributes_reply(
+        const auto attributes = MakeReplyPointer(xcb_get_window_attributes_reply(
             connection_, xcb_get_window_attributes(connection_, window), nullptr));
-        if (role && looks && looks->map_state == XCB_MAP_STATE_VIEWABLE)
+        if (role && attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE)
             windows.push_back(
                 {window,
                  {static_cast<const char*>(xcb_get_property_value(role.get())),
@@ -105,15 +104,15 @@ xcb_window_t XDesktop::Find(const std::string& role) {
     return 0;
 }
 
-// The toolkit gives the focus to a window of its own inside.
+// The toolkit sets the focus to a child window of its own.
 bool XDesktop::HasFocus(xcb_window_t window) {
-    const auto focus =
-        Hold(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+    const auto focus = MakeReplyPointer(
+        xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
     for (xcb_window_t inner = focus ? focus->focus : 0; inner > 1;) {
         if (inner == window)
             return true;
-        const auto tree =
-            Hold(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, inner), nullptr));
+        const auto tree = MakeReplyPointer(
+            xcb_query_tree_reply(connection_, xcb_query_tree(connection_, inner), nullptr));
         inner = tree ? tree->parent : 0;
     }
     return false;
@@ -133,8 +132,8 @@ void XDesktop::AwaitWindow(const std::string& role) {
     throw std::runtime_error("no window " + role + " with the focus; on the screen:" + shown);
 }
 
-std::vector<std::uint8_t> XDesktop::Picture() {
-    const auto image = Hold(xcb_get_image_reply(
+std::vector<std::uint8_t> XDesktop::Screenshot() {
+    const auto image = MakeReplyPointer(xcb_get_image_reply(
         connection_,
         xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, root_, 0, 0, width_, height_, ~0U),
         nullptr));
@@ -142,7 +141,7 @@ std::vector<std::uint8_t> XDesktop::Picture() {
     return {bytes, bytes + xcb_get_image_data_length(image.get())};
 }
 
-void XDesktop::Wipe() {
+void XDesktop::ForceRedraw() {
     const xcb_window_t cover = xcb_generate_id(connection_);
     const std::uint32_t values[] = {0x00FF00FF, 1}; // its colour; no window manager's business
     xcb_create_window(connection_, XCB_COPY_FROM_PARENT, cover, root_, 0, 0, width_, height_, 0,
@@ -159,7 +158,7 @@ void XDesktop::SendKey(xcb_keycode_t code, bool down) {
     xcb_flush(connection_);
 }
 
-void XDesktop::Strike(std::uint32_t keysym) {
+void XDesktop::PressAndRelease(std::uint32_t keysym) {
     const Key key = keys_.at(keysym);
     const xcb_keycode_t shift = keys_.at(KeysymOf("Shift")).code;
     if (key.shifted)
@@ -173,16 +172,16 @@ void XDesktop::Strike(std::uint32_t keysym) {
 void XDesktop::Press(const std::string& key) {
     const std::size_t plus = key.find('+');
     if (plus == std::string::npos || plus == 0)
-        return Strike(KeysymOf(key));
+        return PressAndRelease(KeysymOf(key));
     const xcb_keycode_t held = keys_.at(KeysymOf(key.substr(0, plus))).code;
     SendKey(held, true);
-    Strike(KeysymOf(key.substr(plus + 1)));
+    PressAndRelease(KeysymOf(key.substr(plus + 1)));
     SendKey(held, false);
 }
 
 void XDesktop::Type(const std::string& text) {
     for (const char letter : text)
-        Strike(static_cast<std::uint8_t>(letter));
+        PressAndRelease(static_cast<std::uint8_t>(letter));
 }
 
 } // namespace test_support

@@ -33,10 +33,10 @@ public:
     bool Shows(const std::string& role);
 
     // The pixels of the whole screen, as the server keeps them.
-    std::vector<std::uint8_t> Picture();
-    // Lays another window over everything and takes it away again: who stands below has to draw
-    // itself anew.
-    void Wipe();
+    std::vector<std::uint8_t> Screenshot();
+    // Lays another window over everything and takes it away again: windows below have to draw
+    // themselves anew.
+    void ForceRedraw();
 
     // Real key events, one after the other: "Tab", "Return", "Escape", "space", "Down", a letter,
     // or one of them behind "Alt+" or "Control+".
@@ -54,7 +54,7 @@ private:
     bool HasFocus(xcb_window_t window);
     void ReadKeyboard();
     void SendKey(xcb_keycode_t code, bool down);
-    void Strike(std::uint32_t keysym);
+    void PressAndRelease(std::uint32_t keysym);
 
     struct Key {
         xcb_keycode_t code;

@@ -1,31 +1,29 @@
-// The handheld's clock: what it is given, byte by byte, in zones of every kind.
+// The handheld's clock: the record that it receives, byte by byte, in zones of every kind.
 
 #include "device/clock.h"
 
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
 namespace {
 
-class DeviceClock : public ConnectedPlace {
+class DeviceClock : public HandheldTest {
 protected:
     void Connect(const test_support::CradleOptions& options = {}) {
-        ConnectedPlace::Connect(options);
+        HandheldTest::Connect(options);
         CeRapiUninit(); // the clock makes a connection of its own
         SetText(State.Image.ImageLanguageName, "English");
     }
-    // What the handheld's library was given last; empty: it was not called.
-    std::string Record() {
-        std::ifstream file(Home().Device() / "clock.record", std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    // What the handheld's library received last; empty: it was not called.
+    std::string Record() { return ReadBytes(Home().Device() / "clock.record"); }
     static void SetZone(const char* zone) { setenv("TZ", zone, 1); }
 
     void TearDown() override {
         unsetenv("TZ");
-        ConnectedPlace::TearDown();
+        HandheldTest::TearDown();
     }
 };
 
@@ -51,7 +49,7 @@ std::string Name(const std::string& record, std::size_t at) {
     return name.substr(0, end);
 }
 
-// Year, month, weekday, place in the month, hour, minute, second, milliseconds.
+// Year, month, weekday, week in the month, hour, minute, second, milliseconds.
 std::vector<int> Date(const std::string& record, std::size_t at) {
     std::vector<int> words;
     for (std::size_t word = 0; word < 8; ++word)

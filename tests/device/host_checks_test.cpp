@@ -1,40 +1,35 @@
-// The readers of the PC's registry, on the registry of the layer.
+// What the wizard reads from the PC's registry: ActiveSync's version, old systems, the port's name.
 
 #include "device/host_checks.h"
 
-#include "testing/wizard_place.h"
+#include "testing/registry_values.h"
+#include "testing/wizard_fixture.h"
 
 #include <cstring>
 
 namespace {
 
+using test_support::StoreText;
+using test_support::StoreValue;
+
 constexpr char ActiveSync[] = "SOFTWARE\\Microsoft\\Windows CE Services";
 constexpr char Windows[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
 constexpr char WindowsNT[] = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
 
-class HostChecks : public WizardPlace {
+class HostChecks : public WizardTest {
 protected:
     void SetUp() override {
-        WizardPlace::SetUp();
+        WizardTest::SetUp();
         for (const char* key : {ActiveSync, Windows, WindowsNT})
             RegDeleteKeyA(HKEY_LOCAL_MACHINE, key);
     }
 
-    static void Store(const char* keyName, const char* name, DWORD type, const std::string& data) {
-        HKEY key = nullptr;
-        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_LOCAL_MACHINE, keyName, 0, nullptr, 0,
-                                                 KEY_WRITE, nullptr, &key, nullptr));
-        ASSERT_EQ(ERROR_SUCCESS,
-                  RegSetValueExA(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                                 static_cast<DWORD>(data.size())));
-        RegCloseKey(key);
-    }
-    static void StoreText(const char* keyName, const char* name, const std::string& text) {
-        Store(keyName, name, REG_SZ, text + '\0');
-    }
     static void StoreNumber(const char* name, DWORD number) {
-        Store(ActiveSync, name, REG_DWORD,
-              std::string(reinterpret_cast<const char*>(&number), sizeof(number)));
+        StoreValue(HKEY_LOCAL_MACHINE, ActiveSync, name, REG_DWORD,
+                   std::string(reinterpret_cast<const char*>(&number), sizeof(number)));
+    }
+    static void StoreBareText(const char* keyName, const char* name, const std::string& text) {
+        StoreValue(HKEY_LOCAL_MACHINE, keyName, name, REG_SZ, text); // without its terminator
     }
 
     static std::string PortName() {
@@ -67,11 +62,11 @@ TEST_F(HostChecks, activesync_is_new_enough_from_3_5_on) {
 TEST_F(HostChecks, activesync_values_that_are_missing_or_too_large_count_as_0) {
     StoreNumber("MajorVersion", 4);
     EXPECT_TRUE(ActiveSyncVersionOk());
-    Store(ActiveSync, "MajorVersion", REG_SZ, std::string("4.000\0", 6));
+    StoreText(ActiveSync, "MajorVersion", "4.000");
     EXPECT_FALSE(ActiveSyncVersionOk());
 }
 
-TEST_F(HostChecks, old_systems_are_told_by_the_whole_text) {
+TEST_F(HostChecks, old_systems_are_recognised_by_the_whole_text) {
     EXPECT_FALSE(IsWindows95());
     StoreText(Windows, "ProductName", "microsoft windows 95");
     EXPECT_TRUE(IsWindows95());
@@ -83,7 +78,7 @@ TEST_F(HostChecks, old_systems_are_told_by_the_whole_text) {
         StoreText(WindowsNT, "CurrentVersion", version);
         EXPECT_EQ(old, IsOldWindowsNT()) << version;
     }
-    Store(WindowsNT, "CurrentVersion", REG_SZ, "4.0"); // stored without its terminator
+    StoreBareText(WindowsNT, "CurrentVersion", "4.0");
     EXPECT_TRUE(IsOldWindowsNT());
     StoreText(WindowsNT, "CurrentVersion", std::string(200, '4'));
     EXPECT_FALSE(IsOldWindowsNT());
@@ -95,7 +90,7 @@ TEST_F(HostChecks, port_name_gets_its_colon) {
     EXPECT_EQ("", PortName());
     StoreText(ActiveSync, "SERIALPORT", "COM2");
     EXPECT_EQ("COM2:", PortName());
-    Store(ActiveSync, "SERIALPORT", REG_SZ, "COM3");
+    StoreBareText(ActiveSync, "SERIALPORT", "COM3");
     EXPECT_EQ("COM3:", PortName());
 }
 
@@ -105,7 +100,7 @@ TEST_F(HostChecks, port_name_is_empty_where_no_port_has_such_a_name_or_the_searc
     StoreText(ActiveSync, "SerialPort", std::string(31, 'P'));
     EXPECT_EQ("", PortName());
     RegDeleteKeyA(HKEY_LOCAL_MACHINE, ActiveSync);
-    StoreText(ActiveSync, "A long one", std::string(200, 'x')); // stands before the port
+    StoreText(ActiveSync, "A long one", std::string(200, 'x')); // comes before the port
     StoreText(ActiveSync, "SerialPort", "COM1");
     EXPECT_EQ("", PortName());
 }

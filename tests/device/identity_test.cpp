@@ -2,15 +2,15 @@
 
 #include "device/identity.h"
 
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 namespace {
 
-class Identity : public ConnectedPlace {
+class Identity : public HandheldTest {
 protected:
     // As a run before this one has left them.
     void SetUp() override {
-        ConnectedPlace::SetUp();
+        HandheldTest::SetUp();
         SetText(State.Handheld.DeviceModel, "OLDMODEL");
         SetText(State.Handheld.DeviceVersionText, "9.99");
         SetText(State.Handheld.DeviceLanguage, "OLD");

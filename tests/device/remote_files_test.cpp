@@ -4,13 +4,13 @@
 #include "device/remote_registry.h"
 
 #include "device/wide_text.h"
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 namespace {
 
 constexpr std::uint32_t Hidden = 0x02;
 
-class RemoteFiles : public ConnectedPlace {
+class RemoteFiles : public HandheldTest {
 protected:
     bool Push(const std::string& content, const char* devicePath = "\\Temp\\pushed.bin") {
         WriteFileBytes(Folder() / "source.bin", content);
@@ -49,15 +49,14 @@ TEST_F(RemoteFiles, push_leaves_alone_what_it_cannot_set_aside) {
         CeCloseHandle(CeCreateFile(fixed, GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_READONLY));
     EXPECT_FALSE(Push("new", "\\Temp\\folder"));
     EXPECT_FALSE(Push("new", "\\Windows\\fixed.bin"));
-    EXPECT_FALSE(Push("new", "\\Windows\\old.bin")); // the place aside is taken for good
+    EXPECT_FALSE(Push("new", "\\Windows\\old.bin")); // the name aside is in use for good
     EXPECT_EQ("inside", OnDevice("Temp/folder/inside"));
     EXPECT_EQ("", OnDevice("Windows/fixed.bin"));
     EXPECT_EQ("old", OnDevice("Windows/old.bin"));
-    CeRapiUninit();
-    EXPECT_FALSE(Device().Handheld().Has("handles open"));
+    ExpectNoOpenHandles();
 }
 
-TEST_F(RemoteFiles, push_fails_where_source_or_place_is_missing_or_nobody_answers) {
+TEST_F(RemoteFiles, push_fails_where_source_or_target_folder_is_missing_or_nobody_answers) {
     Connect({.run = {"--drop-rapi-at", "dropped.bin"}});
     EXPECT_FALSE(PushFile(WindowsPathOf(Folder() / "none.bin").c_str(), "\\Temp\\none.bin", "x"));
     EXPECT_FALSE(IsOnDevice("Temp/none.bin"));
@@ -111,8 +110,7 @@ TEST_F(RemoteFiles, value_is_refused_with_its_key_closed_at_every_call) {
         const bool opened = std::string(call).starts_with("RegOpenKey");
         EXPECT_EQ(opened, SetDeviceValue(CeLocalMachine, u"Software\\New", u"Text", 1, u"ab", 6));
         EXPECT_EQ(opened, Device().RegistryValue("Software\\New", "Text").has_value()) << call;
-        CeRapiUninit();
-        EXPECT_FALSE(Device().Handheld().Has("handles open"));
+        ExpectNoOpenHandles();
     }
 }
 

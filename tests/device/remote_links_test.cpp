@@ -1,17 +1,16 @@
-// Links and folders of the handheld where the device refuses: what stands there afterwards.
+// Links and folders of the handheld where the device refuses: what is on it afterwards.
 
 #include "device/remote_folders.h"
 #include "device/remote_links.h"
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 namespace {
 
-class RemoteLinks : public ConnectedPlace {
+class RemoteLinks : public HandheldTest {
 protected:
     void TearDown() override {
-        CeRapiUninit();
-        EXPECT_FALSE(Device().Handheld().Has("handles open"));
-        ConnectedPlace::TearDown();
+        ExpectNoOpenHandles();
+        HandheldTest::TearDown();
     }
     // A file that the device neither replaces nor deletes.
     void AddReadOnly(const char16_t* path) {
@@ -25,7 +24,7 @@ protected:
     }
 };
 
-TEST_F(RemoteLinks, text_arrives_as_it_is_in_the_place_of_an_older_one) {
+TEST_F(RemoteLinks, text_arrives_as_it_is_and_replaces_an_older_one) {
     Connect();
     AddFiles({"Temp/a longer content/x", "Temp/Unó.lnk"});
     EXPECT_TRUE(WriteDeviceLink(u"\\Temp\\", "Un\xF3.lnk", "25#\"\\Windows\\Tavi2.exe\""));
@@ -37,7 +36,7 @@ TEST_F(RemoteLinks, text_arrives_as_it_is_in_the_place_of_an_older_one) {
     EXPECT_FALSE(IsOnDevice("Temp/Unó.lnk"));
 }
 
-TEST_F(RemoteLinks, a_folder_a_read_only_file_a_missing_place_or_a_long_name_is_refused) {
+TEST_F(RemoteLinks, a_folder_a_read_only_file_a_missing_folder_or_a_long_name_is_refused) {
     Connect();
     AddFiles({"Temp/folder.lnk/inside"});
     AddReadOnly(u"\\Temp\\fixed.lnk");

@@ -17,7 +17,7 @@ using page_test::Utf8;
 constexpr unsigned FirstId = 11011, LastId = 11166;
 constexpr unsigned CutText = 11129;
 
-// Room of each entry, terminator included.
+// In characters, terminator included.
 const std::map<unsigned, std::size_t> Capacities = {
     {11011, 100}, {11012, 50},  {11013, 50},  {11014, 50},  {11018, 50},  {11028, 100},
     {11029, 256}, {11030, 500}, {11031, 100}, {11033, 256}, {11035, 100}, {11036, 456},

@@ -1,6 +1,5 @@
-// What the frame promises to all pages beyond their rows: the end of the run, the middle of the
-// screen, pages that do not block, the bar.
-// label: threads
+// What the frame does for all pages: ends them with the run, centres them on the screen, opens
+// pages that do not block, moves the progress bar. label: threads
 
 #include "frame/run_end.h"
 
@@ -8,6 +7,9 @@
 #include "frame/progress_bar.h"
 #include "frame/waiting_pages.h"
 #include "testing/page_test.h"
+
+#include <atomic>
+#include <cstdio>
 
 namespace {
 
@@ -19,7 +21,7 @@ TEST_F(Frame, no_page_comes_up_once_the_run_has_ended) {
     State.Run.RunEnded = true;
     EXPECT_EQ(PageNotShown, ShowPage(PortErrorPage));
     EXPECT_EQ(nullptr, OpenWaitingPage(BusyPage, nullptr));
-    EXPECT_TRUE(user_.road.empty());
+    EXPECT_TRUE(user_.events.empty());
 }
 
 TEST_F(Frame, the_end_of_the_run_ends_a_page_that_is_up_without_a_result) {
@@ -36,7 +38,7 @@ TEST_F(Frame, the_end_of_the_run_ends_a_page_that_is_up_without_a_result) {
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
     user_.steps.clear();
-    CloseMainWindow(); // a second end, from whoever else met a failure, does nothing
+    CloseMainWindow(); // a second end, after another failure, does nothing
 }
 
 TEST_F(Frame, the_main_window_goes_with_the_run_but_not_while_a_transfer_runs) {
@@ -55,20 +57,20 @@ TEST_F(Frame, the_main_window_goes_with_the_run_but_not_while_a_transfer_runs) {
 TEST_F(Frame, a_page_opens_in_the_middle_of_the_screen_at_its_own_size) {
     user_.steps.push_back({143, "2"});
     EXPECT_EQ(1, ShowPage(PortErrorPage));
-    const RECT place = First(143).rect;
-    const LONG width = place.right - place.left, height = place.bottom - place.top;
-    EXPECT_EQ((GetSystemMetrics(SM_CXSCREEN) - width) / 2, place.left);
-    EXPECT_EQ((GetSystemMetrics(SM_CYSCREEN) - height) / 2, place.top);
+    const RECT rect = First(143).rect;
+    const LONG width = rect.right - rect.left, height = rect.bottom - rect.top;
+    EXPECT_EQ((GetSystemMetrics(SM_CXSCREEN) - width) / 2, rect.left);
+    EXPECT_EQ((GetSystemMetrics(SM_CYSCREEN) - height) / 2, rect.top);
     EXPECT_EQ(426 * 6 / 4, First(143).clientSize.cx);
 }
 
-TEST_F(Frame, a_waiting_page_stands_with_its_text_until_its_opener_ends_it) {
+TEST_F(Frame, a_waiting_page_shows_its_text_until_its_opener_ends_it) {
     OpenMainWindow();
     const HWND busy = OpenWaitingPage(BusyPage, State.Windows.MainWindow);
     ASSERT_TRUE(busy);
     EXPECT_EQ(Utf8(CatalogText(11057)), TextOf(First(122), 1072));
     EXPECT_EQ("", First(122).title);
-    EXPECT_EQ(std::vector<std::string>{"show 122"}, user_.road);
+    EXPECT_EQ(std::vector<std::string>{"show 122"}, user_.events);
     EndDialog(busy, 1);
     const HWND prepare = OpenWaitingPage(PreparePage, State.Windows.MainWindow);
     EXPECT_EQ(Utf8(CatalogText(11106)), TextOf(First(153), 1127));
@@ -76,7 +78,7 @@ TEST_F(Frame, a_waiting_page_stands_with_its_text_until_its_opener_ends_it) {
     EndDialog(prepare, 1);
     CollapsePage(nullptr, true);
     EXPECT_EQ((std::vector<std::string>{"show 122", "end 122", "show 153", "hide 153", "end 153"}),
-              user_.road);
+              user_.events);
     CloseMainWindow();
     EXPECT_FALSE(IsWindow(busy)) << "the page goes with its owner";
 }

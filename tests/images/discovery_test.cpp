@@ -4,11 +4,11 @@
 
 #include "device/language_folder.h"
 #include "pages/image_steps.h"
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 namespace {
 
-class Discovery : public WizardPlace {
+class Discovery : public WizardTest {
 protected:
     static std::string TreePath(const std::string& rest) {
         return WindowsPathOf(Home().Tree()) + "\\" + rest;
@@ -61,8 +61,8 @@ TEST_F(Discovery, unknown_language_leaves_folder_and_size_as_they_were) {
 }
 
 TEST_F(Discovery, image_whose_path_is_too_long_is_missing_rather_than_cut) {
-    const std::size_t room = 259 - TreePath("English\\").size();
-    const std::string fits = std::string(room - 4, 'f') + ".nbf";
+    const std::size_t nameLength = 259 - TreePath("English\\").size();
+    const std::string fits = std::string(nameLength - 4, 'f') + ".nbf";
     WriteFileBytes(Folder() / fits, "image");
     ASSERT_TRUE(FindDefaultImage());
     EXPECT_EQ(TreePath("English\\" + fits), State.Paths.ImagePath);
@@ -70,7 +70,7 @@ TEST_F(Discovery, image_whose_path_is_too_long_is_missing_rather_than_cut) {
     EXPECT_FALSE(FindDefaultImage());
 }
 
-TEST_F(Discovery, size_of_a_file_is_told_whole_and_of_one_that_has_vanished_is_none) {
+TEST_F(Discovery, size_of_a_file_is_its_64_bits_and_of_one_that_has_vanished_is_none) {
     EXPECT_FALSE(SizeOfFile(TreePath("English\\gone.nbf").c_str()));
     WriteFileBytes(Folder() / "empty.nbf", "");
     EXPECT_EQ(0U, SizeOfFile(TreePath("English\\empty.nbf").c_str()));

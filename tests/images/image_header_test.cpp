@@ -3,15 +3,16 @@
 #include "images/checksum.h"
 #include "images/header.h"
 
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 #include <bit>
+#include <limits>
 #include <numeric>
 #include <vector>
 
 namespace {
 
-class ImageHeader : public WizardPlace {
+class ImageHeader : public WizardTest {
 protected:
     bool Read(const std::string& header) {
         const auto path = Folder() / "image.nbf";

@@ -6,7 +6,7 @@
 #include "images/header.h"
 #include "testing/image_file.h"
 #include "testing/killed_child.h"
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 #include <cerrno>
 #include <csignal>
@@ -22,7 +22,7 @@ int goodFlushes = -1; // until one fails; below 0: none fails
 
 } // namespace
 
-// In the place of the C library's: a disk whose cache cannot be written out.
+// Replaces the C library's: a disk whose cache cannot be written out.
 extern "C" int fsync(int file) {
     if (goodFlushes == 0) {
         errno = EIO;
@@ -42,10 +42,10 @@ using Piece = std::vector<std::uint8_t>;
 constexpr ImageIdentity Identity = {"AAAAAAAAA", "ENG", "1.14"};
 constexpr char Old[] = "what somebody had there";
 
-class ImageWriterTest : public WizardPlace {
+class ImageWriterTest : public WizardTest {
 protected:
     void SetUp() override {
-        WizardPlace::SetUp();
+        WizardTest::SetUp();
         goodFlushes = -1;
         WriteFileBytes(path_, Old);
     }
@@ -151,7 +151,7 @@ TEST_F(ImageWriterTest, a_flush_that_fails_is_a_failure_and_leaves_no_header) {
     }
 }
 
-TEST_F(ImageWriterTest, a_full_disk_is_told_and_a_file_in_use_stays_as_it_is) {
+TEST_F(ImageWriterTest, a_full_disk_is_a_failure_and_a_file_in_use_stays_as_it_is) {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);

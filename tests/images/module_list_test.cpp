@@ -1,9 +1,10 @@
-// module.dat: what counts as a name, and what it takes from the handheld.
+// module.dat: what counts as a name, and which files it removes from the handheld.
 
 #include "images/module_list.h"
 
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -35,14 +36,14 @@ TEST(ModuleList, gives_every_well_formed_name_before_its_end) {
     EXPECT_EQ((Names{longest, "b"}), NamesOf(longest + "\r\n" + longest + "n\r\nb\r\n"));
 }
 
-class ModuleFile : public ConnectedPlace {
+class ModuleFile : public HandheldTest {
 protected:
     void PutOnDevice(const std::string& name) {
         WriteFileBytes(Device().File("Windows/" + name), "module");
     }
 };
 
-TEST_F(ModuleFile, takes_its_files_from_the_handheld_and_passes_over_those_it_lacks) {
+TEST_F(ModuleFile, removes_its_files_from_the_handheld_and_skips_those_it_lacks) {
     Connect();
     for (const char* name : {"one.dll", "two.dll", "kept.dll"})
         PutOnDevice(name);

@@ -4,16 +4,16 @@
 
 #include "link/transfer_buffers.h"
 #include "link/wire.h"
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 #include <vector>
 
 namespace {
 
-class ImageSource : public WizardPlace {
+class ImageSource : public WizardTest {
 protected:
     void SetUp() override {
-        WizardPlace::SetUp();
+        WizardTest::SetUp();
         path_ = Folder() / "image.nbf";
         SetText(State.Paths.ImagePath, WindowsPathOf(path_));
     }
@@ -51,7 +51,7 @@ TEST_F(ImageSource, keeps_writers_away_while_it_is_sent) {
                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-TEST_F(ImageSource, fills_up_behind_the_end_of_the_file_and_nowhere_else) {
+TEST_F(ImageSource, is_filled_up_behind_the_end_of_the_file_and_nowhere_else) {
     Open(0x80021);
     EXPECT_TRUE(Read(0x80020));
     EXPECT_EQ(0, piece_.back());
@@ -62,7 +62,7 @@ TEST_F(ImageSource, fills_up_behind_the_end_of_the_file_and_nowhere_else) {
 
     Open(0x80020);
     EXPECT_TRUE(Read(0x40000));
-    std::filesystem::resize_file(path_, 0x60000); // by somebody who does not ask
+    std::filesystem::resize_file(path_, 0x60000); // by a host program, which ignores locks
     EXPECT_FALSE(Read(0x40000));
 
     Open(0x80020);

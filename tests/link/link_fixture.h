@@ -1,4 +1,4 @@
-// The link on a real terminal pair, in this process: the test is the device.
+// A fixture with the link on a real terminal pair, in this process: the test is the device.
 #pragma once
 
 #include "link/port.h"
@@ -9,7 +9,7 @@
 #include "link/transfer_buffers.h"
 #include "state/state.h"
 #include "testing/comes_true.h"
-#include "tests/platform/own_home.h"
+#include "testing/test_home.h"
 
 #include <gtest/gtest.h>
 
@@ -36,16 +36,11 @@ inline const char* Clock = "5,500";
 // The device's end of COM1.
 class LinkTest : public testing::Test {
 protected:
-    // One home for the whole program, as the layer reads its name once. A port without a link in it
-    // would be a serial port of the machine.
-    static void SetUpTestSuite() {
-        setenv("ROM_WIZARD_CLOCK", Clock, 1);
-        std::filesystem::create_directories(home_ / "ports");
-    }
+    static void SetUpTestSuite() { setenv("ROM_WIZARD_CLOCK", Clock, 1); }
 
     void SetUp() override { Connect(true); }
 
-    // Both names lead to the one terminal.
+    // Both ports are links to the one terminal.
     void Connect(bool serial) {
         device_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
         ASSERT_GE(device_, 0);
@@ -66,8 +61,8 @@ protected:
         HangUp();
     }
 
-    // As a sender does that has seen the token.
-    static void TakeToken() {
+    // What a sender does once it has read the token.
+    static void ConsumeToken() {
         State.Link.SenderLooks += 2;
         ClearReceivedToken();
     }
@@ -93,11 +88,11 @@ protected:
         return bytes;
     }
 
-    void SayAsDevice(const std::string& bytes) {
+    void SendFromDevice(const std::string& bytes) {
         ASSERT_EQ(static_cast<ssize_t>(bytes.size()), write(device_, bytes.data(), bytes.size()));
     }
 
-    static inline const std::filesystem::path home_ = ownHome.Home();
+    static inline const std::filesystem::path home_ = test_support::HomeOfTests().Home();
     int device_ = -1;
 };
 

@@ -1,18 +1,22 @@
-// The write path on a real terminal pair.
+// Opening, writing and closing the link's port, on a real terminal pair.
 // label: threads
 
 #include "link/upgrade_transfer.h"
 #include "link/wire.h"
 #include "tests/link/link_fixture.h"
 
+#include <atomic>
 #include <cstdarg>
+#include <cstdio>
 #include <fstream>
+#include <mutex>
+#include <thread>
 
 #include <sys/syscall.h>
 
 namespace {
 
-// What a tty tells of its output queue, while that is set. A pseudo-terminal has none.
+// What a tty reports as its output queue, while that is set. A pseudo-terminal has none.
 std::atomic<int> outputQueue = -1;
 std::atomic<int> questions = 0;
 
@@ -40,8 +44,8 @@ TEST_F(LinkTest, every_length_arrives_whole_and_in_order) {
     for (std::size_t length : {std::size_t{0}, std::size_t{1}, std::size_t{12288},
                                std::size_t{12289}, std::size_t{0x20000}}) {
         std::string sent(length, '\0');
-        for (std::size_t place = 0; place < length; ++place)
-            sent[place] = static_cast<char>(place * 7 + place / 251); // zeros among them
+        for (std::size_t offset = 0; offset < length; ++offset)
+            sent[offset] = static_cast<char>(offset * 7 + offset / 251); // zeros among them
         bool handedOver = false;
         std::thread sender([&] { handedOver = WriteLink(sent); });
         const std::string received = ReceiveAtDevice(length);
@@ -51,7 +55,7 @@ TEST_F(LinkTest, every_length_arrives_whole_and_in_order) {
     }
 }
 
-TEST_F(LinkTest, a_write_that_nobody_takes_ends_once_the_transfer_has_been_given_up) {
+TEST_F(LinkTest, a_write_that_nobody_reads_ends_once_the_transfer_has_been_given_up) {
     const std::string piece(0x20000, 'p');
     std::atomic<bool> over = false;
     bool handedOver = true;
@@ -68,7 +72,7 @@ TEST_F(LinkTest, a_write_that_nobody_takes_ends_once_the_transfer_has_been_given
     EXPECT_FALSE(handedOver);
 }
 
-TEST_F(LinkTest, a_write_that_nobody_takes_ends_by_itself_and_nothing_is_sent_behind_it) {
+TEST_F(LinkTest, a_write_that_nobody_reads_ends_by_itself_and_nothing_is_sent_behind_it) {
     std::string piece(0x20000, 'p');
     piece.back() = 'z';
     EXPECT_FALSE(WriteLink(piece));
@@ -108,7 +112,7 @@ TEST_F(LinkTest, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_
     }
     State.Run.TransferAborted = false;
     outputQueue = -1;
-    HangUp(); // nobody can be asked any more
+    HangUp(); // the driver cannot be asked any more
     EXPECT_TRUE(ComesTrue([] { return AwaitOutputSent(); }));
 }
 
@@ -127,9 +131,9 @@ protected:
             over_ = true;
         });
         EXPECT_EQ("A", ReceiveAtDevice(1));
-        SayAsDevice(std::string("\5\0", 2));
+        SendFromDevice(std::string("\5\0", 2));
         EXPECT_EQ(4U, ReceiveAtDevice(4).size());
-        SayAsDevice(std::string("\4\0", 2));
+        SendFromDevice(std::string("\4\0", 2));
     }
     void TearDown() override {
         State.Run.TransferAborted = true; // ends a sender that still waits
@@ -152,7 +156,7 @@ TEST_F(SmallestUpgrade, succeeds_when_its_last_bytes_are_on_the_wire) {
     outputQueue = 1;
     questions = 0;
     EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
-    SayAsDevice(std::string("\4\0", 2));
+    SendFromDevice(std::string("\4\0", 2));
     EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
     EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
     EXPECT_EQ(TransferVerdict::Open, Verdict());

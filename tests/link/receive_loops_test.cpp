@@ -8,6 +8,10 @@
 #include <sys/file.h>
 #include <sys/inotify.h>
 
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+
 namespace {
 
 using namespace link_test;
@@ -15,9 +19,9 @@ using namespace link_test;
 TEST_F(LinkTest, the_serial_loop_shows_a_token_and_leaves_when_the_link_is_released) {
     StartReceiveLoop(SerialReceiveLoop, true);
     for (int round = 0; round < 5; ++round) {
-        SayAsDevice(std::string("\4\0", 2));
+        SendFromDevice(std::string("\4\0", 2));
         ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
-        TakeToken();
+        ConsumeToken();
     }
     DWORD mask = 0;
     EXPECT_TRUE(GetCommMask(State.Link.LinkHandle, &mask));
@@ -32,9 +36,9 @@ TEST_F(LinkTest, the_serial_loop_shows_a_token_and_leaves_when_the_link_is_relea
 // A sender may be held up by its display or by a disk, and the zero behind a token come by itself.
 TEST_F(LinkTest, the_serial_loop_leaves_a_token_for_a_second_and_until_the_sender_has_looked) {
     StartReceiveLoop(SerialReceiveLoop, true);
-    SayAsDevice("\4");
+    SendFromDevice("\4");
     ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
-    SayAsDevice(std::string(1, '\0'));
+    SendFromDevice(std::string(1, '\0'));
     for (int i = 0; i < 3; ++i)
         Sleep(900);           // a longer one would run at another rate
     ++State.Link.SenderLooks; // that look may have begun before the token came
@@ -44,16 +48,16 @@ TEST_F(LinkTest, the_serial_loop_leaves_a_token_for_a_second_and_until_the_sende
     EXPECT_TRUE(ComesTrue([] { return !HoldsToken(4); }));
 
     const DWORD start = GetTickCount();
-    SayAsDevice("\5");
+    SendFromDevice("\5");
     ASSERT_TRUE(ComesTrue([] { return HoldsToken(5); }));
     State.Link.SenderLooks += 2;
-    SayAsDevice("\7");
+    SendFromDevice("\7");
     EXPECT_TRUE(ComesTrue([] { return State.Link.ReceiveBuffer[0] == 7; }));
     EXPECT_GE(GetTickCount() - start, 1000u);
 }
 
 // Which limit is whose shows on a clock alone that no test can wait for.
-TEST_F(LinkTest, the_page_is_told_to_wait_20_seconds_for_the_answer_and_30_for_a_piece) {
+TEST_F(LinkTest, the_page_times_20_seconds_for_the_answer_and_30_for_a_piece) {
     const HWND page =
         CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
     State.Windows.ProgressPage = page;
@@ -71,7 +75,7 @@ TEST_F(LinkTest, the_page_is_told_to_wait_20_seconds_for_the_answer_and_30_for_a
     DestroyWindow(page);
 }
 
-// The registry's lock is somebody else's, as a slow disk would hold it.
+// Another process has the registry's lock, as on a slow disk.
 TEST_F(LinkTest, a_stall_is_decided_while_the_note_of_the_held_back_block_waits) {
     const int lock = open((home_ / "registry.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     ASSERT_EQ(0, flock(lock, LOCK_EX));
@@ -109,7 +113,7 @@ TEST_F(LinkTest, a_loop_listens_before_its_starter_may_send) {
     }
 }
 
-TEST_F(LinkTest, a_loop_without_a_device_ends_and_does_not_hold_its_starter) {
+TEST_F(LinkTest, a_loop_without_a_device_ends_and_does_not_block_its_starter) {
     CloseLinkPort();
     StartReceiveLoop(UsbReceiveLoop, true); // its first request fails
     EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
@@ -133,20 +137,20 @@ protected:
     }
 };
 
-TEST_F(UsbLoop, shows_a_token_until_it_is_taken_and_then_the_next_one) {
+TEST_F(UsbLoop, shows_a_token_until_it_is_cleared_and_then_the_next_one) {
     for (int round = 0; round < 20; ++round) {
         const char token = round % 2 == 0 ? '\4' : '\5';
-        SayAsDevice({token, '\0'});
+        SendFromDevice({token, '\0'});
         ASSERT_TRUE(ComesTrue([=] { return HoldsToken(static_cast<std::uint8_t>(token)); }));
         ClearReceivedToken();
     }
-    SayAsDevice(std::string("\5\0", 2)); // never taken: the next one replaces it
+    SendFromDevice(std::string("\5\0", 2)); // never cleared: the next one replaces it
     ASSERT_TRUE(ComesTrue([] { return HoldsToken(5); }));
-    SayAsDevice(std::string("\4\0", 2));
+    SendFromDevice(std::string("\4\0", 2));
     EXPECT_TRUE(ComesTrue([] { return HoldsToken(4); }));
 }
 
-TEST_F(UsbLoop, takes_a_device_that_leaves_the_bus_for_its_end_and_closes_what_it_held) {
+TEST_F(UsbLoop, ends_with_a_device_that_leaves_the_bus_and_closes_its_handles) {
     HangUp();
     EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
     EXPECT_TRUE(ComesTrue([] {
@@ -156,8 +160,8 @@ TEST_F(UsbLoop, takes_a_device_that_leaves_the_bus_for_its_end_and_closes_what_i
     EXPECT_FALSE(WriteLink("A"));
 }
 
-TEST_F(UsbLoop, leaves_a_token_that_nobody_takes_when_it_is_told_to_stop) {
-    SayAsDevice(std::string("\4\0", 2));
+TEST_F(UsbLoop, ends_at_the_stop_flag_though_nobody_clears_a_token) {
+    SendFromDevice(std::string("\4\0", 2));
     ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
     State.Link.StopReceive = true;
     EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
@@ -193,14 +197,14 @@ protected:
     // Says a text in two bursts and waits until the sender may answer.
     void Prompt(const std::string& text, std::size_t cut) {
         ClearReceiveBuffer();
-        SayAsDevice(text.substr(0, cut));
+        SendFromDevice(text.substr(0, cut));
         ASSERT_TRUE(ComesTrue([] { return State.Link.ReceiveBuffer[0] != 0; }));
-        SayAsDevice(text.substr(cut));
+        SendFromDevice(text.substr(cut));
         ASSERT_TRUE(ComesTrue([] { return HoldsText("download"); })) << "cut at " << cut;
     }
 };
 
-// The buffer holds 999 bytes: what is looked for may stand behind them, or across their end.
+// The buffer holds 999 bytes: the prompt may come behind them, or across their end.
 TEST_F(BootloaderLoop, finds_the_prompt_behind_any_banner_and_cut_anywhere) {
     StartReceiveLoop(BootloaderReceiveLoop, false);
     for (const std::size_t banner : {0U, 500U, 991U, 995U, 999U, 2500U}) {
@@ -214,32 +218,32 @@ TEST_F(BootloaderLoop, ends_a_text_at_a_token_whatever_stands_around_it) {
     StartReceiveLoop(BootloaderReceiveLoop, false);
     for (const std::string token : {"\x01", "\x02"}) {
         ClearReceiveBuffer();
-        SayAsDevice("block taken\r\n" + token);
+        SendFromDevice("block taken\r\n" + token);
         EXPECT_TRUE(ComesTrue([&] { return HoldsText(token); }));
     }
 }
 
 TEST_F(BootloaderLoop, leaves_an_answer_to_the_sender_however_long_that_takes) {
     StartReceiveLoop(BootloaderReceiveLoop, false);
-    SayAsDevice("a text that goes on");
+    SendFromDevice("a text that goes on");
     ASSERT_TRUE(ComesTrue([] { return HoldsText("on"); }));
-    SayAsDevice("\x02"); // while the loop reads, so that its event is told later
+    SendFromDevice("\x02"); // while the loop reads, so that its event comes later
     ASSERT_TRUE(ComesTrue([] { return HoldsText("\x02"); }));
-    SayAsDevice("\x01"); // and the next one, before the sender has taken the first
+    SendFromDevice("\x01"); // and the next one, before the sender has cleared the first
     Sleep(500);
     EXPECT_TRUE(HoldsText("\x02"));
     ClearReceiveBuffer();
     EXPECT_TRUE(ComesTrue([] { return HoldsText("\x01"); }));
 }
 
-TEST_F(BootloaderLoop, touches_nothing_any_more_once_it_has_left) {
+TEST_F(BootloaderLoop, stores_nothing_any_more_once_it_has_ended) {
     StartReceiveLoop(BootloaderReceiveLoop, false);
-    SayAsDevice("a banner without an end");
+    SendFromDevice("a banner without an end");
     ASSERT_TRUE(ComesTrue([] { return HoldsText("end"); }));
     ReleaseLink();
     EXPECT_FALSE(State.Link.ReceiveRunning);
     ClearReceiveBuffer();
-    SayAsDevice("download");
+    SendFromDevice("download");
     ASSERT_TRUE(OpenLinkPort("")); // what the port brought before it was opened is gone
     EXPECT_EQ(0, State.Link.ReceiveBuffer[0]);
 }

@@ -1,11 +1,14 @@
 // The pages on which the user commits to something: durations, the choice of the link, and every
-// road through the save sequence.
+// way through the choice of a backup's file.
 
 #include "pages/decision_pages.h"
 
 #include "pages/duration_texts.h"
-#include "platform/paths.h"
 #include "testing/page_test.h"
+#include "testing/registry_values.h"
+
+#include <cstring>
+#include <deque>
 
 namespace {
 
@@ -25,15 +28,6 @@ const DurationFact Durations[] = {
 
 class DecisionPages : public PageTest {
 protected:
-    void SetMachineText(const char* keyName, const char* name, const char* text) {
-        HKEY key = nullptr;
-        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_LOCAL_MACHINE, keyName, 0, nullptr, 0,
-                                                 KEY_ALL_ACCESS, nullptr, &key, nullptr));
-        RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text),
-                       static_cast<DWORD>(std::strlen(text) + 1));
-        RegCloseKey(key);
-    }
-
     INT_PTR ChooseLink(std::initializer_list<const char*> clicks) {
         for (const char* click : clicks)
             user_.steps.push_back({158, click});
@@ -83,7 +77,7 @@ TEST_F(DecisionPages, a_host_without_usb_has_the_serial_link_marked_and_next_act
         {"SOFTWARE\\Microsoft\\Windows\\CurrentVersion", "ProductName", "Microsoft Windows 95"},
     };
     for (const auto& host : hosts) {
-        SetMachineText(host.key, host.value, host.text);
+        test_support::StoreText(host.key, host.value, host.text);
         State.Run.SerialLinkSelected = false;
         user_.opened.clear();
         EXPECT_EQ(0, ChooseLink({"1"}));
@@ -91,7 +85,7 @@ TEST_F(DecisionPages, a_host_without_usb_has_the_serial_link_marked_and_next_act
         EXPECT_FALSE(IsEnabled(First(158), 1150));
         EXPECT_TRUE(Find(First(158), 1151)->checked);
         EXPECT_TRUE(IsEnabled(First(158), 1));
-        SetMachineText(host.key, host.value, "5.0");
+        test_support::StoreText(host.key, host.value, "5.0");
     }
 }
 
@@ -107,7 +101,7 @@ TEST_F(DecisionPages, a_finished_backup_is_reported_once) {
 // The offer of a backup, with the working directory in a folder of its own.
 class SaveSequence : public DecisionPages {
 protected:
-    using Road = std::vector<std::string>;
+    using Events = std::vector<std::string>;
 
     void SetUp() override {
         DecisionPages::SetUp();
@@ -128,17 +122,11 @@ protected:
     }
 
     // A file of the folder as the wizard sees it.
-    std::string Named(const std::string& name) const {
-        return platform::WindowsPath((folder_ / name).string());
-    }
+    std::string Named(const std::string& name) const { return WindowsPathOf(folder_ / name); }
 
     std::string MakeFile(const std::string& name) const {
-        std::ofstream(folder_ / name) << "an earlier backup";
+        test_support::WriteFileBytes(folder_ / name, "an earlier backup");
         return (folder_ / name).string();
-    }
-    std::string Content(const std::string& path) const {
-        std::ifstream file(path);
-        return std::string(std::istreambuf_iterator<char>(file), {});
     }
 
     std::filesystem::path before_;
@@ -148,7 +136,7 @@ TEST_F(SaveSequence, a_new_file_is_accepted_with_its_extension_and_not_yet_creat
     EXPECT_EQ(1000, Save({"mine"}));
     EXPECT_EQ(Named("mine.nbf"), State.Paths.BackupPath);
     EXPECT_FALSE(std::filesystem::exists(folder_ / "mine.nbf"));
-    EXPECT_EQ((Road{"show 125", "save TOLKROM187", "end 125"}), user_.road);
+    EXPECT_EQ((Events{"show 125", "save TOLKROM187", "end 125"}), user_.events);
 }
 
 TEST_F(SaveSequence, the_proposed_name_is_the_version_without_its_point_whatever_the_version) {
@@ -157,25 +145,25 @@ TEST_F(SaveSequence, the_proposed_name_is_the_version_without_its_point_whatever
     for (const auto& [version, name] : names) {
         std::memset(State.Handheld.DeviceVersionText, 0, sizeof(State.Handheld.DeviceVersionText));
         std::strcpy(State.Handheld.DeviceVersionText, version);
-        user_.road.clear();
+        user_.events.clear();
         EXPECT_EQ(2, Save({""}, {{125, "2"}}));
-        EXPECT_EQ(std::string("save ") + name, user_.road.at(1));
+        EXPECT_EQ(std::string("save ") + name, user_.events.at(1));
     }
 }
 
 TEST_F(SaveSequence, a_cancelled_dialog_leaves_the_page_up_and_the_next_one_starts_afresh) {
     State.Paths.BackupPath[0] = '\0';
     EXPECT_EQ(1, Save({"", ""}, {{125, "1030"}, {125, "1"}}));
-    EXPECT_EQ((Road{"show 125", "save TOLKROM187", "save TOLKROM187", "end 125"}), user_.road);
+    EXPECT_EQ((Events{"show 125", "save TOLKROM187", "save TOLKROM187", "end 125"}), user_.events);
 }
 
 TEST_F(SaveSequence, an_existing_file_is_replaced_only_when_the_user_says_so) {
     const std::string old = MakeFile("old.nbf");
     EXPECT_EQ(1000, Save({"old"}, {{152, "1"}}));
     EXPECT_EQ(Named("old.nbf"), State.Paths.BackupPath);
-    EXPECT_EQ("an earlier backup", Content(old));
-    EXPECT_EQ((Road{"show 125", "save TOLKROM187", "hide 125", "show 152", "end 152", "end 125"}),
-              user_.road);
+    EXPECT_EQ("an earlier backup", ReadBytes(old));
+    EXPECT_EQ((Events{"show 125", "save TOLKROM187", "hide 125", "show 152", "end 152", "end 125"}),
+              user_.events);
 }
 
 TEST_F(SaveSequence, a_refused_file_brings_the_dialog_back_on_the_name_that_was_chosen) {
@@ -183,32 +171,32 @@ TEST_F(SaveSequence, a_refused_file_brings_the_dialog_back_on_the_name_that_was_
     EXPECT_EQ(1000, Save({"old", "old.nbf", "new"}, {{152, "2"}, {152, "esc"}}));
     EXPECT_EQ(Named("new.nbf"), State.Paths.BackupPath);
     const std::string again = "save " + platform::Utf8FromAnsi(Named("old.nbf"));
-    EXPECT_EQ((Road{"show 125", "save TOLKROM187", "hide 125", "show 152", "end 152", "show 125",
-                    again, "hide 125", "show 152", "end 152", "show 125", again, "end 125"}),
-              user_.road);
+    EXPECT_EQ((Events{"show 125", "save TOLKROM187", "hide 125", "show 152", "end 152", "show 125",
+                      again, "hide 125", "show 152", "end 152", "show 125", again, "end 125"}),
+              user_.events);
 }
 
 TEST_F(SaveSequence, the_dialog_after_a_refused_file_may_be_cancelled) {
     MakeFile("old.nbf");
     EXPECT_EQ(2, Save({"old", ""}, {{152, "2"}, {125, "2"}}));
-    EXPECT_EQ("show 125", user_.road.at(5));
+    EXPECT_EQ("show 125", user_.events.at(5));
 }
 
-// Of /proc the host says that nothing is free; a drive stands for its working directory.
+// The host reports no free space for /proc; a drive alone is its working directory.
 TEST_F(SaveSequence, a_full_drive_shows_its_page_and_brings_the_offer_back) {
     const std::string old = MakeFile("old.nbf");
     std::filesystem::current_path("/proc");
     EXPECT_EQ(1, Save({folder_ / "new", old},
                       {{145, "2"}, {125, "1030"}, {152, "1"}, {145, "2"}, {125, "1"}}));
     EXPECT_FALSE(std::filesystem::exists(folder_ / "new.nbf"));
-    EXPECT_EQ("an earlier backup", Content(old));
-    EXPECT_EQ((Road{"show 125", "save TOLKROM187", "hide 125", "show 145", "end 145", "show 125",
-                    "save TOLKROM187", "hide 125", "show 152", "end 152", "show 145", "end 145",
-                    "show 125", "end 125"}),
-              user_.road);
+    EXPECT_EQ("an earlier backup", ReadBytes(old));
+    EXPECT_EQ((Events{"show 125", "save TOLKROM187", "hide 125", "show 145", "end 145", "show 125",
+                      "save TOLKROM187", "hide 125", "show 152", "end 152", "show 145", "end 145",
+                      "show 125", "end 125"}),
+              user_.events);
 }
 
-TEST_F(SaveSequence, a_drive_that_does_not_tell_its_space_does_not_stop_a_backup) {
+TEST_F(SaveSequence, a_drive_whose_space_is_unknown_does_not_stop_a_backup) {
     const std::filesystem::path gone = folder_ / "gone";
     std::filesystem::create_directory(gone);
     std::filesystem::current_path(gone);

@@ -16,6 +16,11 @@
 #include <QPushButton>
 #include <QTest>
 
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <stdexcept>
 #include <thread>
 
 namespace {
@@ -122,8 +127,8 @@ protected:
     }
     bool IsPainted(const QImage& page, const PagePicture& picture) const {
         const QImage image = ImageOf(picture);
-        const QRect place({picture.x, picture.y}, image.size());
-        const double difference = Difference(image, Part(page, place));
+        const QRect rect({picture.x, picture.y}, image.size());
+        const double difference = Difference(image, Part(page, rect));
         return page.devicePixelRatio() == 1 ? difference == 0 : difference < 8;
     }
     void ExpectPictures() {
@@ -173,20 +178,20 @@ protected:
         }
     }
     void ExpectNothingOverlaps() {
-        std::vector<std::pair<std::string, QRect>> places;
+        std::vector<std::pair<std::string, QRect>> rects;
         for (QWidget* control : Surface()->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
             if (control->isVisible())
-                places.emplace_back(control->objectName().toStdString(), control->geometry());
+                rects.emplace_back(control->objectName().toStdString(), control->geometry());
         for (const PagePicture& picture : PicturesOf(GetParam()))
-            places.emplace_back("picture " + std::to_string(picture.bitmap),
-                                QRect({picture.x, picture.y}, ImageOf(picture).size()));
-        for (std::size_t one = 0; one < places.size(); ++one) {
-            EXPECT_TRUE(Surface()->rect().contains(places[one].second)) << places[one].first;
+            rects.emplace_back("picture " + std::to_string(picture.bitmap),
+                               QRect({picture.x, picture.y}, ImageOf(picture).size()));
+        for (std::size_t one = 0; one < rects.size(); ++one) {
+            EXPECT_TRUE(Surface()->rect().contains(rects[one].second)) << rects[one].first;
             for (std::size_t other = 0; other < one; ++other) {
-                // The bold label stands in the blanks at the start of a text.
-                const bool meant = places[other].first == "1182" && places[one].first == "1177";
-                EXPECT_TRUE(meant || !places[one].second.intersects(places[other].second))
-                    << places[one].first << " over " << places[other].first;
+                // The bold label fits into the blanks at the start of a text.
+                const bool meant = rects[other].first == "1182" && rects[one].first == "1177";
+                EXPECT_TRUE(meant || !rects[one].second.intersects(rects[other].second))
+                    << rects[one].first << " over " << rects[other].first;
             }
         }
     }
@@ -214,7 +219,7 @@ class StandingPage : public DesktopPage {
 protected:
     void Leave() {
         if (!CanBeLeft(GetParam()))
-            EndDialog(standing, 1);
+            EndDialog(openedPage, 1);
         else if (QAbstractButton* button = Button(1175))
             button->click();
         else
@@ -223,7 +228,7 @@ protected:
     }
 };
 
-TEST_P(StandingPage, stands_whole_on_the_desktop) {
+TEST_P(StandingPage, shows_its_words_and_pictures_whole) {
     Open();
     ExpectPictures();
     ExpectWords();
@@ -269,7 +274,7 @@ TEST_P(DesktopPage, gives_its_results_by_mouse_and_by_keyboard) {
     }
 }
 
-TEST_P(DesktopPage, takes_enter_escape_and_the_close_box_as_it_should) {
+TEST_P(DesktopPage, ends_by_escape_and_the_close_box_only_where_cancel_has_a_result) {
     const PageFacts& facts = GetParam();
     const std::vector<PageResult> results = ResultsOf(facts);
     const auto leaving = std::find_if(results.begin(), results.end(), [](const PageResult& end) {
@@ -292,14 +297,15 @@ INSTANTIATE_TEST_SUITE_P(Other, StandingPage, testing::ValuesIn(Others), NameOfP
 class TransferPage : public DesktopPage {};
 
 // What is posted behind the user's doings is served behind them.
-TEST_P(TransferPage, takes_no_key_and_no_close_box_and_shows_when_to_wait) {
+TEST_P(TransferPage, ends_by_no_key_and_no_close_box_and_has_the_busy_cursor) {
     static char after[] = "38";
     State.Run.BusyCursor = true;
     Open();
     QTest::keyClick(window_, Qt::Key_Escape);
     QTest::keyClick(window_, Qt::Key_Return);
     window_->close();
-    PostMessageA(GetDlgItem(standing, IDC_PERCENT), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(after));
+    PostMessageA(GetDlgItem(openedPage, IDC_PERCENT), WM_SETTEXT, 0,
+                 reinterpret_cast<LPARAM>(after));
     const auto* percent = dynamic_cast<TextLabel*>(Control(IDC_PERCENT));
     EXPECT_TRUE(WaitUntil([&] { return percent->text() == after; }));
     EXPECT_TRUE(window_->isVisible());
@@ -308,22 +314,22 @@ TEST_P(TransferPage, takes_no_key_and_no_close_box_and_shows_when_to_wait) {
         QApplication::sendEvent(window_, &enter);
         EXPECT_TRUE(WaitUntil([&] { return window_->cursor().shape() == Qt::WaitCursor; }));
         State.Run.BusyCursor = false;
-        PostMessageA(standing, WM_SETCURSOR, 0, 0); // as a transfer does when its data go out
+        PostMessageA(openedPage, WM_SETCURSOR, 0, 0); // as a transfer does when its data go out
         EXPECT_TRUE(WaitUntil([&] { return window_->cursor().shape() == Qt::ArrowCursor; }));
     }
-    EndDialog(standing, 1);
+    EndDialog(openedPage, 1);
     EXPECT_EQ(1, Result());
 }
 
 INSTANTIATE_TEST_SUITE_P(Other, TransferPage, testing::Values(Others[2], Others[3]), NameOfPage);
 
 // A scale is a process's own, so each runs the tests of above anew.
-TEST(Desktop, holds_its_pages_at_every_scale_and_with_a_wider_font) {
+TEST(Desktop, shows_its_pages_whole_at_every_scale_and_with_a_wider_font) {
     const struct {
         const char *pictures, *scale, *stretch;
     } looks[] = {{"144dpi", "1.5", "100"}, {"192dpi", "2", "100"}, {"wide", "1", "130"}};
     for (const auto& look : looks) {
-        test_support::ChildProcess process({"/proc/self/exe", "--gtest_filter=*stands_whole*"},
+        test_support::ChildProcess process({"/proc/self/exe", "--gtest_filter=*shows_its_words*"},
                                            {.environment = {{"PAGE_PICTURES", look.pictures},
                                                             {"QT_SCALE_FACTOR", look.scale},
                                                             {"PAGE_STRETCH", look.stretch}}});

@@ -6,7 +6,7 @@
 #include "state/progress_record.h"
 #include "testing/page_test.h"
 
-#include <fstream>
+#include <cstring>
 
 namespace {
 
@@ -32,13 +32,14 @@ protected:
                line->painted.textColour != RGB(255, 0, 0);
     }
 
-    // A file stands for the port; true when the page has closed it.
+    // With a file as the port; true when the page has closed it.
     template <const Page& page>
     bool ShowWithOpenLink(bool serial) {
-        const std::string path = (folder_ / "port").string();
-        std::ofstream(path).put('x');
-        State.Link.LinkHandle = CreateFileA(("Z:" + path).c_str(), GENERIC_READ, FILE_SHARE_READ,
-                                            nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+        const std::filesystem::path path = folder_ / "port";
+        test_support::WriteFileBytes(path, "x");
+        State.Link.LinkHandle =
+            CreateFileA(WindowsPathOf(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
         EXPECT_NE(INVALID_HANDLE_VALUE, State.Link.LinkHandle);
         State.Run.SerialLinkSelected = serial;
         user_.steps.push_back({page.dialog, "2"});

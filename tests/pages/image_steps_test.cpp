@@ -1,27 +1,22 @@
-// The check of whole images, with a handheld that is asked for its flash size meanwhile.
+// The check of whole images, during which the handheld reports its flash size.
 
 #include "pages/image_steps.h"
 
 #include "images/header.h"
-#include "testing/wizard_place.h"
-
-#include <algorithm>
+#include "testing/wizard_fixture.h"
 
 namespace {
 
-class VerifyImageTest : public ConnectedPlace {
+class VerifyImageTest : public HandheldTest {
 protected:
     void Connect(const test_support::CradleOptions& options = {}) {
-        ConnectedPlace::Connect(options);
+        HandheldTest::Connect(options);
         WriteFileBytes(Folder() / "module.dat", "none.dll\r\n$");
         path_ = Home().MakeImage({.size = 0x80020 + 4099});
         SetText(State.Paths.ImagePath, WindowsPathOf(path_));
     }
 
-    std::string Image() {
-        const auto bytes = test_support::ReadFileBytes(path_);
-        return {bytes.begin(), bytes.end()};
-    }
+    std::string Image() { return ReadBytes(path_); }
 
     Verification VerdictOn(const std::string& image) {
         WriteFileBytes(path_, image);
@@ -37,7 +32,7 @@ TEST_F(VerifyImageTest, passes_a_good_image_and_learns_the_flash_size) {
     State.Handheld.FlashSizeMB = 0;
     EXPECT_EQ(Verification::Passed, VerdictOn(Image()));
     EXPECT_EQ(3, State.Handheld.FlashSizeMB);
-    EXPECT_FALSE(IsOnDevice("Temp/type.dat")); // or the next question would meet the old answer
+    EXPECT_FALSE(IsOnDevice("Temp/type.dat")); // or the next check would read the old answer
     EXPECT_TRUE(IsOnDevice("Temp/Tesselor.exe"));
     EXPECT_EQ(Verification::Passed, VerdictOn(Image()));
 }

@@ -1,4 +1,4 @@
-// The index of all pages on the layer's real dialogs.
+// A fixture for tests that run for each page of the index, on the platform's real dialogs.
 #pragma once
 
 #include "testing/page_test.h"
@@ -27,10 +27,6 @@ private:
 inline std::string ShownText(const TextFact& fact) {
     const std::size_t end = fact.control == 1152 ? fact.words.find("\r\n") : std::string::npos;
     return Utf8(fact.words.substr(0, end).c_str());
-}
-
-inline std::string NameOfPage(const testing::TestParamInfo<PageFacts>& facts) {
-    return "page_" + std::to_string(facts.param.dialog) + "_at_" + std::to_string(facts.index);
 }
 
 } // namespace page_test

@@ -1,4 +1,5 @@
-// Each page of the index with the page on the screen: its controls, and what its commands give.
+// Each page of the index against the page on the screen: its controls, and the results of its
+// commands.
 
 #include "platform/drawing.h"
 #include "platform/terminal_display.h"
@@ -57,7 +58,7 @@ std::string PicturesOn(const PageView& page) {
 
 class PageIndex : public IndexedPage {
 protected:
-    INT_PTR Take(int command) {
+    INT_PTR ShowAndSend(int command) {
         const PageFacts& facts = GetParam();
         if (*facts.before)
             user_.steps.push_back({facts.dialog, facts.before});
@@ -71,7 +72,7 @@ TEST_P(PageIndex, shows_its_texts_and_pictures_and_gives_the_results_of_its_comm
     const int objects = platform::DrawingObjectCount();
     const std::vector<PageResult> results = ResultsOf(facts);
     for (const PageResult& end : results)
-        EXPECT_EQ(end.result, Take(end.command)) << end.command;
+        EXPECT_EQ(end.result, ShowAndSend(end.command)) << end.command;
     ASSERT_EQ(results.size(), user_.ended.size());
     const PageView& page = Last(facts.dialog);
     CompareTexts(facts, page);

@@ -3,8 +3,10 @@
 
 #include "pages/introduction_pages.h"
 #include "rapi/rapi.h"
-#include "testing/cradle.h"
 #include "testing/page_test.h"
+#include "testing/wizard_fixture.h"
+
+#include <optional>
 
 namespace {
 
@@ -16,9 +18,7 @@ protected:
         PageTest::SetUp();
         std::filesystem::remove_all(HomeOfTests().Device());
         cradle_.emplace(HomeOfTests(), test_support::CradleOptions{.run = {"--battery"}});
-        State.RapiInit.size = sizeof(State.RapiInit);
-        ASSERT_EQ(0, CeRapiInitEx(&State.RapiInit));
-        ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(RapiEvent(State.RapiInit), 1200000));
+        ConnectRapi();
         State.Link.StopReceive = false;
     }
     void TearDown() override {
@@ -65,7 +65,7 @@ TEST_F(PowerWarning, next_reads_the_power_once_more_and_stays_while_the_adapter_
     EXPECT_EQ(0, ShowPage(PowerWarningPage));
 }
 
-TEST_F(PowerWarning, a_handheld_that_does_not_answer_does_not_hold_the_user_back) {
+TEST_F(PowerWarning, next_works_with_a_handheld_that_does_not_answer) {
     State.Link.StopReceive = true;
     CeRapiUninit();
     user_.steps.push_back({105, "1"});

@@ -5,11 +5,15 @@
 #include "pages/closing_pages.h"
 #include "pages/progress_pages.h"
 #include "platform/pages.h"
-#include "platform/paths.h"
 #include "testing/comes_true.h"
 #include "testing/page_test.h"
+#include "testing/registry_values.h"
 
 #include <sys/stat.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
 
 namespace {
 
@@ -24,9 +28,9 @@ protected:
         State.Run.BusyCursor = true;
     }
     void WriteImage(const char* header) {
-        const std::string path = (folder_ / "image.nbf").string();
-        std::ofstream(path, std::ios::binary) << header << std::string(64, '\0');
-        std::strcpy(State.Paths.ImagePath, platform::WindowsPath(path).c_str());
+        const std::filesystem::path path = folder_ / "image.nbf";
+        test_support::WriteFileBytes(path, header + std::string(64, '\0'));
+        std::strcpy(State.Paths.ImagePath, WindowsPathOf(path).c_str());
     }
 
     // A program on the PATH that writes down from where and with what it was started. Gives the
@@ -45,8 +49,7 @@ protected:
 
     static std::string WaitForText(const std::filesystem::path& path) {
         test_support::ComesTrue([&] { return std::filesystem::exists(path); });
-        std::ifstream file(path);
-        return std::string(std::istreambuf_iterator<char>(file), {});
+        return ReadBytes(path);
     }
 };
 
@@ -89,7 +92,7 @@ TEST_F(TransferPages, a_resumed_run_with_another_models_image_marks_the_model_al
                            }});
     EXPECT_EQ(PageNotShown, ShowPage(ResumeProgressPage));
     const PageView& error = Last(123);
-    EXPECT_EQ(0, progress.rect.right - progress.rect.left) << "the page stands in the way";
+    EXPECT_EQ(0, progress.rect.right - progress.rect.left) << "the page covers the error";
     ASSERT_TRUE(Find(error, 1060) && Find(error, 1062));
     EXPECT_EQ(RGB(255, 0, 0), Find(error, 1060)->painted.background);
     EXPECT_NE(RGB(255, 0, 0), Find(error, 1062)->painted.background);
@@ -106,16 +109,8 @@ TEST_F(TransferPages, the_page_after_a_good_transfer_ends_what_is_left_of_it) {
 
 // Makes the program of that name ActiveSync's.
 void Register(const std::filesystem::path& program) {
-    HKEY key = nullptr;
-    ASSERT_EQ(ERROR_SUCCESS,
-              RegCreateKeyExA(HKEY_LOCAL_MACHINE,
-                              "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\"
-                              "WCESCOMM.EXE",
-                              0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
-    const std::string path = platform::WindowsPath(program.string());
-    RegSetValueExA(key, "", 0, REG_SZ, reinterpret_cast<const BYTE*>(path.c_str()),
-                   static_cast<DWORD>(path.size() + 1));
-    RegCloseKey(key);
+    test_support::StoreText("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE",
+                            "", WindowsPathOf(program));
 }
 
 TEST_F(TransferPages, only_next_hands_the_pc_back_to_activesync) {
@@ -133,7 +128,7 @@ TEST_F(TransferPages, only_next_hands_the_pc_back_to_activesync) {
 TEST_F(TransferPages, the_readme_is_opened_in_the_folder_of_the_images_language) {
     const std::filesystem::path early = AddProgram("early/wordpad.exe");
     std::filesystem::create_directory(folder_ / "Japanese");
-    std::strcpy(State.Paths.AppDirectory, platform::WindowsPath(folder_.string()).c_str());
+    std::strcpy(State.Paths.AppDirectory, WindowsPathOf(folder_).c_str());
     const Step clear = {160, "1134"}, finish = {160, "1"}, leave = {160, "esc"};
     user_.steps = {leave};
     EXPECT_EQ(1, ShowPage(FinishPage()));

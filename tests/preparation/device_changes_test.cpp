@@ -6,7 +6,7 @@
 
 #include "images/header.h"
 #include "testing/device_facts.h"
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 #include <algorithm>
 #include <set>
@@ -25,23 +25,24 @@ const VersionFacts& Late = Versions[5];
 
 const char* const Languages[] = {"ENG", "JPN", "FRE", "GER", "ITA", "SPA", "CHT", "CHS", "DUT"};
 
-class DeviceChanges : public ConnectedPlace {
+class DeviceChanges : public HandheldTest {
 protected:
     // A handheld with nothing of the language on it, or with its folders and some links.
-    void Begin(const std::string& language, bool furnished, const std::string& refused = "") {
-        PutIn(refused);
+    void PrepareHandheld(const std::string& language, bool furnished,
+                         const std::string& refused = "") {
+        InsertNewHandheld(refused);
         const MenuFacts* menu = furnished ? MenuOf(language) : nullptr;
         if (!menu)
             return;
         for (const std::string& folder :
              {menu->programs, menu->settings, menu->pim, menu->utilities})
-            std::filesystem::create_directories(Place(folder));
+            std::filesystem::create_directories(DeviceFile(folder));
         for (const std::string& link : {In(menu->programs, menu->ostrel), In(menu->pim, "One.lnk"),
                                         In(menu->pim, "Two.lnk"), In(menu->pim, "Three.txt")})
-            WriteFileBytes(Place(link), "of " + link);
+            WriteFileBytes(DeviceFile(link), "of " + link);
     }
-    // A new handheld in the cradle: a copy of the first one as it was made.
-    void PutIn(const std::string& refused) {
+    // Puts a new handheld into the cradle: a copy of the first one as it was made.
+    void InsertNewHandheld(const std::string& refused) {
         const auto fresh = Home().Path("fresh");
         if (!std::filesystem::exists(fresh)) {
             Connect();
@@ -52,15 +53,14 @@ protected:
         std::filesystem::remove_all(Home().Device());
         std::filesystem::copy(fresh, Home().Device(), std::filesystem::copy_options::recursive);
         Device().RestartHandheld({"--refuse-call", refused});
-        ASSERT_EQ(0, CeRapiInitEx(&State.RapiInit));
-        ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(RapiEvent(State.RapiInit), 1200000));
+        ConnectRapi();
     }
-    std::filesystem::path Place(std::string path) {
+    std::filesystem::path DeviceFile(std::string path) {
         std::ranges::replace(path, '\\', '/');
         return Device().File(path.substr(1));
     }
 
-    // Changes the device, and compares what stands on it then, and the calls, with the steps.
+    // Changes the device, and compares its content then, and the calls, with the steps.
     void ExpectChange(const std::string& language, const VersionFacts& version,
                       const std::string& refused = "") {
         Content expected = Read(Home().Device());
@@ -106,10 +106,10 @@ TEST_F(DeviceChanges, equal_the_tables_from_every_start_for_every_language_and_v
     for (const std::string language : Languages) {
         for (const VersionFacts& version : Versions) {
             SCOPED_TRACE(language + " " + version.text);
-            Begin(language, false);
+            PrepareHandheld(language, false);
             ExpectChange(language, version);
         }
-        Begin(language, true);
+        PrepareHandheld(language, true);
         for (const VersionFacts& version : Versions) {
             SCOPED_TRACE(language + " " + version.text);
             for (const VersionFacts* one : {&version, &Early, &version, &Late, &version})
@@ -126,7 +126,7 @@ TEST_F(DeviceChanges, go_on_after_every_single_step_that_the_device_refuses) {
         EXPECT_GT(calls.size(), 35U);
         for (const std::string& call : calls) {
             SCOPED_TRACE(call);
-            Begin("FRE", true, call);
+            PrepareHandheld("FRE", true, call);
             ExpectChange("FRE", version == &Early ? Late : Early, call);
             ExpectChange("FRE", *version, call);
         }
@@ -134,18 +134,17 @@ TEST_F(DeviceChanges, go_on_after_every_single_step_that_the_device_refuses) {
 }
 
 TEST_F(DeviceChanges, find_their_rows_in_any_case_and_leave_no_handle_open) {
-    Begin("FRE", true);
+    PrepareHandheld("FRE", true);
     const Content before = Read(Home().Device());
     ExpectChange("FRE", Late);
     const Content upper = Read(Home().Device());
-    Begin("FRE", true);
+    PrepareHandheld("FRE", true);
     SetText(State.Image.ImageLanguage, "fre");
     State.Image.ImageVersion = VersionNumber(Late.text);
     ChangeDevice();
     ExpectSame(upper, Read(Home().Device()));
     EXPECT_NE(before, upper);
-    CeRapiUninit();
-    EXPECT_FALSE(Device().Handheld().Has("handles open"));
+    ExpectNoOpenHandles();
 }
 
 } // namespace

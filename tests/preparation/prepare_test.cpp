@@ -6,7 +6,7 @@
 #include "images/header.h"
 #include "link/stall.h"
 #include "state/progress_record.h"
-#include "testing/wizard_place.h"
+#include "testing/wizard_fixture.h"
 
 #include <csignal>
 
@@ -14,13 +14,13 @@ namespace {
 
 constexpr char Disk[] = "Drivers\\NvnDisk";
 
-class Preparation : public ConnectedPlace {
+class Preparation : public HandheldTest {
 protected:
     void Connect(const char* version, const test_support::CradleOptions& options = {}) {
-        ConnectedPlace::Connect(options);
+        HandheldTest::Connect(options);
         State.Image.ImageVersion = VersionNumber(version);
         State.Run.UpgradeUnderway = true;
-        State.Windows.MainWindow = OpenMainWindow();
+        State.Windows.MainWindow = OpenPlainWindow("wizard");
         SetText(State.Paths.ImagePath, "Z:\\image.nbf");
         SetText(State.Paths.SerialPortName, "COM1:");
         DeleteProgressRecord();
@@ -31,17 +31,7 @@ protected:
         if (State.Windows.MainWindow)
             DestroyWindow(State.Windows.MainWindow);
         State.Windows.MainWindow = nullptr;
-        ConnectedPlace::TearDown();
-    }
-
-    static HWND OpenMainWindow() {
-        WNDCLASSEXA windowClass = {};
-        windowClass.cbSize = sizeof(windowClass);
-        windowClass.lpfnWndProc = DefWindowProcA;
-        windowClass.lpszClassName = "PREPARETEST";
-        RegisterClassExA(&windowClass);
-        return CreateWindowExA(0, "PREPARETEST", "wizard", WS_OVERLAPPEDWINDOW, 0, 0, 0, 0, nullptr,
-                               nullptr, nullptr, nullptr);
+        HandheldTest::TearDown();
     }
 
     void ExpectSame(const std::string& name) {

@@ -10,7 +10,8 @@ using namespace road;
 using test_support::LoginManager;
 
 void ExpectHeld(LoginManager& manager, int count) {
-    EXPECT_TRUE(test_support::ComesTrue([&] { return manager.Held() == count; })) << manager.Held();
+    EXPECT_TRUE(test_support::ComesTrue([&] { return manager.HeldLocks() == count; }))
+        << manager.HeldLocks();
 }
 
 TEST(Awake, the_pc_is_kept_from_sleeping_by_a_backup_and_by_a_transfer) {
@@ -19,22 +20,20 @@ TEST(Awake, the_pc_is_kept_from_sleeping_by_a_backup_and_by_a_transfer) {
     LoginManager manager(home.Path().string());
     Cradle cradle(home, {.flashMegabytes = 16, .run = {"--silent-at", "start"}});
     WizardRun wizard(home, manager.Variables());
-    GoToActionChoice(wizard);
-    wizard.Send("1035");
-    EXPECT_TRUE(manager.Asked().empty());
+    ChooseUpgrade(wizard);
+    EXPECT_TRUE(manager.Requests().empty());
     GoToBackup(wizard, home.Path("saved.nbf").string());
-    wizard.ExpectPage(BackupPage);
-    wizard.ExpectPage(UpgradeReadyPage);
+    wizard.ExpectPages({BackupPage, UpgradeReadyPage});
     ExpectHeld(manager, 0);
     wizard.Send("1");
     wizard.ExpectPage(PreparePage);
-    wizard.ExpectPage(ProgressPage); // which waits in vain
+    wizard.ExpectPage(ProgressPage); // whose transfer gets no answer
     ExpectHeld(manager, 1);
     wizard.ExpectPage(UpgradeErrorPage);
     wizard.Send("");
     EXPECT_EQ(0, wizard.Wait());
     ExpectHeld(manager, 0);
-    EXPECT_EQ((std::vector<std::string>(2, "sleep:idle block")), manager.Asked());
+    EXPECT_EQ((std::vector<std::string>(2, "sleep:idle block")), manager.Requests());
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "tests/roads/road.h"
 
 #include <csignal>
+#include <fstream>
 #include <optional>
 
 #include <fcntl.h>
@@ -47,8 +48,7 @@ protected:
     // The backup is under way; the user has let the old file be replaced.
     WizardRun& Begin(const char* clock = "100") {
         wizard_.emplace(home_, Environment{{"ROM_WIZARD_CLOCK", clock}});
-        GoToActionChoice(*wizard_);
-        wizard_->Send("1035");
+        ChooseUpgrade(*wizard_);
         GoToBackup(*wizard_, file_.filename().string());
         wizard_->Answer(FileExistsPage, "1");
         wizard_->ExpectPage(BackupPage);
@@ -69,9 +69,6 @@ protected:
         EXPECT_FALSE(HasProgressRecord(home_));
         EXPECT_FALSE(IsWholeImage(Written()));
     }
-    bool IsOnDevice(const std::string& name) {
-        return std::filesystem::exists(cradle_->File(name));
-    }
     std::string Written() const { return ReadBytes(file_); }
     std::string Whole() const { return HeaderFor("TOLKP1000-ENG-1.10", rom_) + rom_; }
 
@@ -82,7 +79,7 @@ protected:
     std::string rom_;
 };
 
-TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_it_has) {
+TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_has_arrived) {
     const struct {
         std::vector<std::string> faults;
         int page;
@@ -91,7 +88,7 @@ TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_it_has) {
         {{"--refuse-program", "sarvel.exe"}, RemoteProgramErrorPage, 0, 0},
         {{"--piece-never", "3"}, BackupFailedPage, 2, 2},
         {{"--piece-late", "2", "--piece-tries", "2002"}, BackupFailedPage, 1, 1},
-        // The piece that breaks off takes up its room.
+        // The piece that breaks off keeps its space in the file.
         {{"--drop-rapi-at", "ReadFile \\Temp\\image.nb", "--drop-rapi-after", "3"},
          BackupFailedPage,
          3,
@@ -105,7 +102,7 @@ TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_it_has) {
         SCOPED_TRACE(failure.faults[0]);
         Connect(failure.faults);
         ExpectFailure(Begin(), failure.page);
-        EXPECT_TRUE(IsOnDevice("Temp/sarvel.exe"));
+        EXPECT_TRUE(cradle_->HasFile("Temp/sarvel.exe"));
         const std::string part = std::string(Header, '\0') + rom_.substr(0, failure.good * Piece);
         const std::string written = Written();
         if (failure.pieces == 0) {
@@ -128,7 +125,7 @@ TEST_F(Backup, without_its_program_on_the_pc_does_not_start_an_old_one) {
     std::ofstream(cradle_->File("Temp/sarvel.exe")) << "old";
     std::filesystem::remove(home_.Tree() / "English/SARVEL.EXE");
     ExpectFailure(Begin(), RemoteProgramErrorPage);
-    EXPECT_FALSE(IsOnDevice("Temp/sarvel.exe"));
+    EXPECT_FALSE(cradle_->HasFile("Temp/sarvel.exe"));
     EXPECT_FALSE(cradle_->Handheld().Has("no whole program"));
 }
 
@@ -145,8 +142,7 @@ TEST_F(Backup, does_not_replace_a_file_in_use_nor_the_image_of_the_upgrade) {
     std::filesystem::remove(file_);
     std::filesystem::create_hard_link(image, file_);
     WizardRun& wizard = Begin();
-    wizard.Answer(ImageOpenErrorPage, "2");
-    EXPECT_EQ(0, wizard.Wait());
+    ExpectQuit(wizard, ImageOpenErrorPage);
     EXPECT_TRUE(ReadBytes(image) == before);
 }
 
@@ -157,15 +153,11 @@ TEST_F(Backup, with_a_piece_cut_short_does_not_verify_and_is_not_restored) {
     EXPECT_EQ(Header + RomSize, Written().size());
     WizardRun restore(home_);
     GoToActionChoice(restore);
-    restore.Send("1036");
-    restore.ExpectLine("== open ==");
-    restore.Send(file_.filename().string());
-    restore.ExpectPage(BusyPage);
-    restore.Answer(ChecksumErrorPage, "2");
-    EXPECT_EQ(0, restore.Wait());
+    ChooseRestore(restore, file_.filename().string());
+    ExpectQuit(restore, ChecksumErrorPage);
 }
 
-// When the handheld has told so many reads of a piece; 0: before the first.
+// Killed when the handheld has printed so many reads of a piece; 0: before the first.
 TEST_F(Backup, killed_at_any_moment_leaves_the_old_file_or_one_that_verifies_only_if_whole) {
     Connect();
     for (const int reads : {0, 1, 30, 61, 62}) {
@@ -196,8 +188,7 @@ protected:
         cradle_.emplace(home_, CradleOptions{.language = "JPN", .flashMegabytes = 32});
     }
     void GoToChoice(WizardRun& wizard) {
-        GoToActionChoice(wizard);
-        wizard.Send("1035");
+        ChooseUpgrade(wizard);
         wizard.Answer(VersionConfirmPage, "1");
         wizard.ExpectPage(BackupChoicePage);
     }
@@ -213,7 +204,7 @@ protected:
     std::optional<Cradle> cradle_;
 };
 
-// There is room for the 16 MiB that are asked for, but not for 31.5. Where nobody may mount a disk
+// The disk holds the 16 MiB that are required, but not 31.5. Where nobody may mount a disk
 // it is the file that may not grow.
 TEST_F(BackupDisk, that_fills_up_half_way_ends_with_error_109) {
     Prepare("size=20m");
@@ -223,16 +214,15 @@ TEST_F(BackupDisk, that_fills_up_half_way_ends_with_error_109) {
     wizard.Send("1030");
     Save(wizard, "TOLKROM110", "new");
     wizard.ExpectPage(BackupPage);
-    wizard.Answer(BackupFailedPage, "2");
-    EXPECT_EQ(0, wizard.Wait());
+    ExpectQuit(wizard, BackupFailedPage);
     const std::string written = ReadBytes(home_.Tree() / "new.nbf");
     EXPECT_GT(written.size(), 16U << 20);
     EXPECT_FALSE(IsWholeImage(written));
     for (const char* left : {"Temp/image.nb", "Temp/sarvel.exe"})
-        EXPECT_TRUE(std::filesystem::exists(cradle_->File(left))) << left;
+        EXPECT_TRUE(cradle_->HasFile(left)) << left;
 }
 
-TEST_F(BackupDisk, that_is_too_small_brings_the_offer_back_on_every_road_to_it) {
+TEST_F(BackupDisk, that_is_too_small_brings_the_offer_back_for_an_old_and_a_new_file) {
     Prepare("size=8m");
     if (!mounted_)
         GTEST_SKIP() << "this host lets nobody mount a disk";

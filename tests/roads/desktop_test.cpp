@@ -1,5 +1,5 @@
-// Whole roads on the desktop, led by the keyboard alone: an upgrade, a backup with its restore, and
-// an upgrade that was broken off and is resumed.
+// Whole runs on the desktop, by the keyboard alone: an upgrade, a backup with its restore, and an
+// upgrade that was broken off and is resumed.
 
 #include "testing/comes_true.h"
 #include "testing/login_manager.h"
@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <set>
 
 namespace {
@@ -33,7 +34,7 @@ protected:
     }
     // In the user's own folder, where the dialog starts: the folders of a longer path are read
     // while it is typed, and Enter may come before that is done.
-    void GiveFile(const std::filesystem::path& file) {
+    void EnterFileName(const std::filesystem::path& file) {
         desktop_.AwaitWindow("file-dialog");
         desktop_.Press("Control+a");
         desktop_.Type(file.filename().string());
@@ -55,17 +56,18 @@ protected:
         Press(BackupChoicePage, {"Tab", "Tab", "Return"}); // past the one that leaves
         Press(UpgradeReadyPage, {"Return"});
     }
-    void FinishUpgrade(int lastPage) {
+    void FinishUpgrade(WizardRun& wizard, int lastPage) {
         Press(UpgradeDonePage, {"Return"});
         home_.AwaitConnectionManager();
         Press(lastPage, {"Tab", "space", "Return"}); // no readme
+        EXPECT_EQ(0, wizard.Wait());
     }
 
     TestHome home_;
     XDesktop desktop_;
 };
 
-TEST_F(Desk, an_upgrade_by_the_keyboard) {
+TEST_F(Desk, an_upgrade_needs_only_the_keyboard_and_shows_its_progress_in_the_task_bar) {
     const auto image = home_.AddLanguageFolder();
     Cradle cradle(home_);
     test_support::LoginManager bus(home_.Path().string());
@@ -78,8 +80,7 @@ TEST_F(Desk, an_upgrade_by_the_keyboard) {
     ConfirmWithoutBackup();
     desktop_.AwaitPage(ProgressPage);
     desktop_.Press("Escape"); // nothing comes of it
-    FinishUpgrade(FinishPage);
-    EXPECT_EQ(0, wizard.Wait());
+    FinishUpgrade(wizard, FinishPage);
     std::vector<int> progress = bus.Progress(); // in the task bar; at last nothing
     ASSERT_GT(progress.size(), 3U);
     EXPECT_EQ(-1, progress.back());
@@ -89,7 +90,7 @@ TEST_F(Desk, an_upgrade_by_the_keyboard) {
     EXPECT_EQ("", cradle.Refused());
 }
 
-TEST_F(Desk, a_backup_an_upgrade_and_the_restore_of_the_backup) {
+TEST_F(Desk, a_backup_is_saved_and_restored_by_the_keyboard) {
     home_.AddLanguageFolder();
     Cradle cradle(home_, {.flashMegabytes = 16});
     const auto saved = home_.Path("Documents/saved.nbf");
@@ -103,10 +104,9 @@ TEST_F(Desk, a_backup_an_upgrade_and_the_restore_of_the_backup) {
         desktop_.AwaitWindow("file-dialog");
         desktop_.Press("Escape"); // the page is up as before
         Press(BackupChoicePage, {"Alt+s"});
-        GiveFile(saved);
+        EnterFileName(saved);
         Press(UpgradeReadyPage, {"Return"});
-        FinishUpgrade(FinishUsbPage);
-        EXPECT_EQ(0, wizard.Wait());
+        FinishUpgrade(wizard, FinishUsbPage);
         cradle.Handheld().ExpectLine(": complete");
     }
     EXPECT_FALSE(cradle.FlashEquals(saved));
@@ -114,14 +114,13 @@ TEST_F(Desk, a_backup_an_upgrade_and_the_restore_of_the_backup) {
     WizardRun wizard(home_, Variables());
     GoToActionChoice(Serial);
     Press(ActionChoicePage, {"Tab", "Tab", "space"});
-    GiveFile(saved);
+    EnterFileName(saved);
     ConfirmWithoutBackup();
-    FinishUpgrade(FinishPage);
-    EXPECT_EQ(0, wizard.Wait());
+    FinishUpgrade(wizard, FinishPage);
     EXPECT_TRUE(cradle.FlashEquals(saved));
 }
 
-TEST_F(Desk, an_upgrade_that_was_broken_off_is_resumed) {
+TEST_F(Desk, an_upgrade_that_was_broken_off_is_resumed_by_the_next_run) {
     const auto image = home_.AddLanguageFolder();
     Cradle cradle(home_, {.run = {"--dies-at", "300000"}});
     {
@@ -135,8 +134,7 @@ TEST_F(Desk, an_upgrade_that_was_broken_off_is_resumed) {
     EXPECT_TRUE(HasProgressRecord(home_));
     cradle.Reset();
     WizardRun wizard(home_, Variables());
-    FinishUpgrade(FinishPage);
-    EXPECT_EQ(0, wizard.Wait());
+    FinishUpgrade(wizard, FinishPage);
     EXPECT_TRUE(cradle.FlashEquals(image));
     EXPECT_FALSE(HasProgressRecord(home_));
 }
@@ -149,7 +147,7 @@ std::size_t Colours(const std::vector<std::uint8_t>& picture) {
     return colours.size();
 }
 
-// The handheld never tells its flash size, so the wizard stands in a wait that serves no messages.
+// The handheld never reports its flash size, so the wizard is in a wait that serves no messages.
 TEST_F(Desk, the_picture_is_drawn_anew_while_the_wizard_blocks) {
     home_.AddLanguageFolder();
     Cradle cradle(home_, {.run = {"--no-type-file"}});
@@ -161,14 +159,14 @@ TEST_F(Desk, the_picture_is_drawn_anew_while_the_wizard_blocks) {
     Press(ConnectionTypePage, {"space", "Return"});
     cradle.Handheld().ExpectLine("CreateProcess \\Temp\\Tesselor.exe");
     desktop_.AwaitPage(BusyPage);
-    std::vector<std::uint8_t> before, now = desktop_.Picture();
+    std::vector<std::uint8_t> before, now = desktop_.Screenshot();
     ASSERT_TRUE(ComesTrue([&] { // drawn, with the shades of its letters, and not a bare window
         before.swap(now);
-        now = desktop_.Picture();
+        now = desktop_.Screenshot();
         return now == before && Colours(now) > 2;
     }));
-    desktop_.Wipe();
-    EXPECT_TRUE(ComesTrue([&] { return desktop_.Picture() == before; }));
+    desktop_.ForceRedraw();
+    EXPECT_TRUE(ComesTrue([&] { return desktop_.Screenshot() == before; }));
     EXPECT_TRUE(desktop_.Shows("page-" + std::to_string(BusyPage)));
     wizard.Process().Signal(SIGKILL);
 }

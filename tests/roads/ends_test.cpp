@@ -1,24 +1,19 @@
-// Every end of the chain: each failure comes to its page, with the record, the handheld and the
-// exit code as they must be, and no page comes after it.
-// label: threads
+// Every end of a run: each failure shows its page, with the record, the handheld and the exit code
+// as they must be, and no page comes after it. label: threads
 
 #include "tests/roads/road.h"
 
+#include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 namespace {
 
 using namespace road;
 namespace fs = std::filesystem;
 
-// The run ends with this page, by its Quit button, and leaves no record behind.
-void ExpectQuit(WizardRun& wizard, int page, const std::string& button = "2") {
-    wizard.Answer(page, button);
-    EXPECT_EQ(0, wizard.Wait());
-    EXPECT_EQ(page, wizard.Pages().back());
-}
-
-// The same with the connection to the handheld given up before the page.
+// The run ends with this page, and the connection to the handheld is given up before it.
 void ExpectQuitWithoutConnection(WizardRun& wizard, Cradle& cradle, int page) {
     wizard.ExpectPage(page);
     cradle.Handheld().ExpectLine("RAPI connection ended");
@@ -37,18 +32,16 @@ void GoToVerification(WizardRun& wizard) {
     wizard.ExpectPage(BusyPage);
 }
 
-void Spoil(const fs::path& image, std::streamoff place) {
+void CorruptByte(const fs::path& image, std::streamoff offset) {
     std::fstream file(image, std::ios::in | std::ios::out | std::ios::binary);
-    file.seekg(place);
+    file.seekg(offset);
     const char old = static_cast<char>(file.get());
-    file.seekp(place);
+    file.seekp(offset);
     file.put(static_cast<char>(old + 1));
 }
 
-TEST(End, an_old_activesync_is_told_before_anything_else) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home, {.manager = {"--major", "3", "--minor", "1"}});
+TEST(End, an_old_activesync_ends_the_run_before_any_other_page) {
+    auto&& [home, image, cradle] = PcWithHandheld({.manager = {"--major", "3", "--minor", "1"}});
     WizardRun wizard(home);
     wizard.Answer(ActiveSyncVersionPage, "esc"); // does nothing here
     wizard.Send("1175");
@@ -57,9 +50,7 @@ TEST(End, an_old_activesync_is_told_before_anything_else) {
 }
 
 TEST(End, cancel_on_any_introduction_page_ends_the_run) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     const int pages[] = {UpgradeNoticePage, WelcomePage, HostChecklistPage, DeviceChecklistPage};
     for (std::size_t last = 0; last < std::size(pages); ++last) {
         WizardRun wizard(home);
@@ -72,10 +63,8 @@ TEST(End, cancel_on_any_introduction_page_ends_the_run) {
     EXPECT_FALSE(cradle.Handheld().Has("CreateProcess"));
 }
 
-TEST(End, without_a_handheld_or_a_record_comes_error_101) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+TEST(End, no_handheld_and_no_record_is_error_101) {
+    auto&& [home, image, cradle] = PcWithHandheld();
     cradle.Handheld().Signal(SIGKILL);
     cradle.Handheld().Wait();
     WizardRun wizard(home);
@@ -84,12 +73,12 @@ TEST(End, without_a_handheld_or_a_record_comes_error_101) {
     ExpectQuit(wizard, ConnectionErrorPage);
 }
 
+constexpr char OldRecord[] =
+    "[HKEY_CURRENT_USER\\Software\\FlashUtility]\n\"Flash\"=dword:00000001\n";
+
 TEST(End, leaving_the_choice_of_the_link_keeps_an_old_record) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
-    std::ofstream(home.Home() / "registry.reg", std::ios::app)
-        << "\n[HKEY_CURRENT_USER\\Software\\FlashUtility]\n\"Flash\"=dword:00000001\n";
+    auto&& [home, image, cradle] = PcWithHandheld();
+    AppendToRegistry(home, OldRecord);
     WizardRun wizard(home);
     wizard.ExpectPage(BusyPage); // no introduction
     ExpectQuit(wizard, ConnectionTypePage);
@@ -97,24 +86,18 @@ TEST(End, leaving_the_choice_of_the_link_keeps_an_old_record) {
 }
 
 TEST(End, passing_the_choice_of_the_link_forgets_an_old_record) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
-    std::ofstream(home.Home() / "registry.reg", std::ios::app)
-        << "\n[HKEY_CURRENT_USER\\Software\\FlashUtility]\n\"Flash\"=dword:00000001\n";
+    auto&& [home, image, cradle] = PcWithHandheld();
+    AppendToRegistry(home, OldRecord);
     WizardRun wizard(home);
     ChooseSerial(wizard);
-    wizard.ExpectPage(BusyPage);
-    wizard.ExpectPage(BusyPage);
+    wizard.ExpectPages({BusyPage, BusyPage});
     ExpectQuit(wizard, ActionChoicePage);
     EXPECT_FALSE(HasProgressRecord(home));
 }
 
 TEST(End, a_program_that_does_not_run_on_the_handheld_is_error_106) {
     for (const char* program : {"Morvikor.exe", "Tesselor.exe"}) {
-        TestHome home;
-        home.AddLanguageFolder();
-        Cradle cradle(home, {.run = {"--refuse-program", program}});
+        auto&& [home, image, cradle] = PcWithHandheld({.run = {"--refuse-program", program}});
         WizardRun wizard(home);
         GoToIdentification(wizard);
         if (std::string(program) == "Tesselor.exe")
@@ -125,21 +108,16 @@ TEST(End, a_program_that_does_not_run_on_the_handheld_is_error_106) {
 }
 
 TEST(End, a_flash_size_that_never_comes_is_error_106_after_a_minute_of_the_clock) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--no-type-file"}});
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--no-type-file"}});
     WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", "200"}});
     GoToVerification(wizard);
     ExpectQuit(wizard, RemoteProgramErrorPage);
 }
 
 TEST(End, a_flasher_that_does_not_start_is_error_106_without_a_record) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--refuse-program", "Harbel_Link.exe"}});
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--refuse-program", "Harbel_Link.exe"}});
     WizardRun wizard(home);
-    GoToActionChoice(wizard);
-    wizard.Send("1035");
+    ChooseUpgrade(wizard);
     ConfirmUpgrade(wizard);
     wizard.ExpectPage(PreparePage);
     ExpectQuitWithoutConnection(wizard, cradle, RemoteProgramErrorPage);
@@ -147,7 +125,7 @@ TEST(End, a_flasher_that_does_not_start_is_error_106_without_a_record) {
     EXPECT_EQ("1.10", cradle.StatusOf("version").substr(0, 4));
 }
 
-TEST(End, without_an_image_or_its_folder_comes_error_103) {
+TEST(End, a_missing_image_or_folder_is_error_103) {
     for (const char* missing : {"image", "folder", "working directory"}) {
         TestHome home;
         const fs::path image = home.AddLanguageFolder();
@@ -184,9 +162,8 @@ TEST(End, an_image_that_cannot_be_opened_or_is_shorter_than_a_header_is_error_10
 }
 
 TEST(End, a_power_report_that_fails_ends_the_run_with_no_page) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--drop-rapi-at", "GetSystemPowerStatus"}});
+    auto&& [home, image, cradle] =
+        PcWithHandheld({.run = {"--drop-rapi-at", "GetSystemPowerStatus"}});
     WizardRun wizard(home);
     GoToIdentification(wizard);
     wizard.ExpectEnd(BusyPage);
@@ -210,10 +187,10 @@ TEST(End, a_handheld_on_its_battery_waits_for_the_adapter) {
 }
 
 TEST(End, one_changed_byte_is_error_102) {
-    for (const std::streamoff place :
+    for (const std::streamoff offset :
          {std::streamoff{3}, std::streamoff{0x20}, std::streamoff{0x10001F}}) {
         TestHome home;
-        Spoil(home.AddLanguageFolder(), place);
+        CorruptByte(home.AddLanguageFolder(), offset);
         Cradle cradle(home);
         WizardRun wizard(home);
         GoToVerification(wizard);
@@ -247,8 +224,7 @@ TEST(End, an_image_for_another_handheld_is_error_100) {
         home.AddLanguageFolder({.model = one.model, .language = one.language});
         Cradle cradle(home);
         WizardRun wizard(home);
-        GoToActionChoice(wizard);
-        wizard.Send("1035");
+        ChooseUpgrade(wizard);
         ExpectQuit(wizard, IncompatibleImagePage);
         EXPECT_FALSE(cradle.Handheld().Has("Harbel_Link"));
     }
@@ -262,16 +238,12 @@ TEST(End, an_image_larger_than_the_flash_ends_an_upgrade_but_not_a_restore) {
     Cradle cradle(home);
     {
         WizardRun wizard(home);
-        GoToActionChoice(wizard);
-        wizard.Send("1035");
+        ChooseUpgrade(wizard);
         ExpectQuit(wizard, ImageTooLargePage);
     }
     WizardRun wizard(home);
     GoToActionChoice(wizard);
-    wizard.Send("1036");
-    wizard.ExpectLine("== open ==");
-    wizard.Send(large.string());
-    wizard.ExpectPage(BusyPage);
+    ChooseRestore(wizard, large.string());
     wizard.Answer(ImageTooLargePage, "2");
     wizard.Answer(ActionChoicePage, "1036");
     wizard.ExpectLine("== open ==");
@@ -280,7 +252,7 @@ TEST(End, an_image_larger_than_the_flash_ends_an_upgrade_but_not_a_restore) {
     ExpectQuit(wizard, VersionConfirmPage);
 }
 
-// The transfer alone would meet it, with the handheld changed and waiting for its image.
+// Otherwise the transfer would find it, with the handheld changed and waiting for its image.
 TEST(End, an_image_too_short_to_be_sent_is_error_104_before_the_handheld_is_touched) {
     for (const bool restore : {false, true}) {
         TestHome home;
@@ -304,9 +276,7 @@ TEST(End, an_image_too_short_to_be_sent_is_error_104_before_the_handheld_is_touc
 }
 
 TEST(End, cancelling_the_file_dialog_leads_back_to_the_default_image) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun wizard(home);
     GoToActionChoice(wizard);
     wizard.Send("1036");
@@ -320,9 +290,7 @@ TEST(End, cancelling_the_file_dialog_leads_back_to_the_default_image) {
 }
 
 TEST(End, leaving_any_decision_page_changes_nothing_on_the_handheld) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     const int pages[] = {ActionChoicePage, VersionConfirmPage, BackupChoicePage, UpgradeReadyPage};
     for (std::size_t last = 0; last < std::size(pages); ++last) {
         WizardRun wizard(home);
@@ -340,9 +308,7 @@ TEST(End, leaving_any_decision_page_changes_nothing_on_the_handheld) {
 }
 
 TEST(End, the_enter_key_on_the_choice_of_the_action_ends_the_run) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun wizard(home);
     GoToActionChoice(wizard);
     wizard.Send("");
@@ -351,9 +317,7 @@ TEST(End, the_enter_key_on_the_choice_of_the_action_ends_the_run) {
 }
 
 TEST(End, a_port_that_is_not_there_is_error_105_and_can_be_resumed) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun wizard(home);
     GoToActionChoice(wizard);
     fs::remove(home.Home() / "ports/COM1");

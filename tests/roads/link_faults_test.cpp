@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <stdexcept>
+
 namespace {
 
 using namespace test_support;
@@ -53,7 +56,7 @@ const Fault Faults[] = {
     {Start::Bootloader, Link::Serial, {"--stray-at", "start"}, UpgradeDonePage},
     {Start::Bootloader, Link::Serial, {"--stray-at", "sync"}, UpgradeDonePage},
     {Start::Bootloader, Link::Usb, {"--stray-at", "2"}, UpgradeDonePage},
-    // On USB the first token may be taken while its double is still being read, which then counts
+    // On USB the first token may be cleared while its double is still being read, which then counts
     // for the next piece; the flasher refuses what comes early, so either end may follow.
     {Start::Resumed, Link::Serial, {"--burst-at", "start"}, UpgradeDonePage},
     {Start::Resumed, Link::Serial, {"--burst-at", "2"}, UpgradeDonePage},
@@ -83,7 +86,7 @@ const Fault Faults[] = {
      Link::Usb,
      {"--late-at", "sync", "--late-by", "240000"},
      CommunicationErrorPage},
-    // It takes nothing in for that long, while the wizard writes.
+    // It reads nothing for that long, while the wizard writes.
     {Start::Fresh, Link::Serial, {"--deaf-at", "2", "--deaf-for", "32000"}, UpgradeDonePage},
     {Start::Resumed, Link::Usb, {"--deaf-at", "2", "--deaf-for", "32000"}, UpgradeDonePage},
     {Start::Resumed, Link::Serial, {"--deaf-at", "2", "--deaf-for", "240000"}, UpgradeErrorPage},
@@ -108,15 +111,15 @@ std::string Describe(const Fault& fault) {
 }
 
 TEST(LinkFaults, come_to_the_right_page_and_the_next_run_succeeds) {
-    const Stock stock;
+    const PreparedHomes homes;
     const auto failures = SideBySide(std::size(Faults), [&](std::size_t at) {
         const Fault& fault = Faults[at];
-        Trial trial(stock, fault.start, fault.link);
+        Trial trial(homes, fault.start, fault.link);
         const int page = trial.Run({.faults = fault.options});
         if (fault.page != 0 && page != fault.page)
             throw std::runtime_error(Describe(fault) + " comes to page " + std::to_string(page) +
                                      "\n" + trial.Transcript());
-        trial.Heal(page, 1);
+        trial.Recover(page, 1);
     });
     for (const std::string& failure : failures)
         ADD_FAILURE() << failure;

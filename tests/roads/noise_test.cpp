@@ -1,7 +1,8 @@
 // Random bytes from the device at random moments: no crash, an end within the timers, and no
-// success unless the device has taken every piece. Then the wizard runs again, without the noise.
+// success unless the device has received every piece. Then the wizard runs again, without the
+// noise.
 //
-// By hand, with more seeds: ROM_WIZARD_NOISE=COUNT,FIRST build/release/tests/wizard_noise_test
+// By hand, with more seeds: ROM_WIZARD_NOISE=COUNT,FIRST build/release/tests/roads_noise_test
 // label: threads
 // fills the machine
 
@@ -12,6 +13,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
 
 namespace {
 
@@ -24,20 +28,20 @@ constexpr std::size_t UsualSeeds = 20; // each takes several times as long
 constexpr std::size_t UsualSeeds = 100;
 #endif
 
-TEST(Noise, never_passes_for_success_and_leaves_a_handheld_that_can_be_healed) {
+TEST(Noise, never_passes_for_success_and_the_next_run_upgrades) {
     const Extent extent = WantedExtent("ROM_WIZARD_NOISE", {.count = UsualSeeds, .first = 1});
-    const Stock stock;
+    const PreparedHomes homes;
     std::atomic<unsigned> successes = 0;
     const auto failures = SideBySide(extent.count, [&](std::size_t at) {
         const std::uint64_t seed = extent.first + at;
         // Resumed transfers mostly: the pages ahead of them hear nothing of the link.
         const auto start = static_cast<Start>(seed % 8 == 0 ? 0 : 1 + seed % 2);
         const auto link = static_cast<Link>(seed / 2 % 2);
-        Trial trial(stock, start, link);
+        Trial trial(homes, start, link);
         try {
             const int page = trial.Run({.faults = {"--noise", std::to_string(seed)}});
             successes += page == UpgradeDonePage;
-            trial.Heal(page, 1);
+            trial.Recover(page, 1);
         } catch (const std::exception& error) {
             throw std::runtime_error("seed " + std::to_string(seed) + ", " + NameOf(start) +
                                      " over " + NameOf(link) + ": " + error.what() + "\n" +

@@ -1,5 +1,5 @@
 // Runs that find a record and no handheld: what goes over the wire to the bootloader, and what
-// stands in the way of a resumed transfer without costing the record.
+// prevents a resumed transfer without losing the record.
 // label: threads
 
 #include "tests/roads/road.h"
@@ -7,6 +7,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 namespace {
 
@@ -24,24 +25,23 @@ struct Record {
     bool heldBack = false; // the note beside it
 };
 
-// The registry's own text; the manager has written the head of the file.
-void LeaveRecord(const TestHome& home, const Record& record) {
-    std::string path = "Z:" + record.image.string();
-    std::string escaped;
-    for (const char character : path)
-        escaped += character == '/' ? "\\\\" : std::string(1, character);
-    std::ofstream(home.Home() / "registry.reg", std::ios::app)
-        << "\n[HKEY_CURRENT_USER\\Software\\FlashUtility]\n"
-        << "\"Flash\"=dword:00000001\n\"Language\"=\"" << record.folder << "\"\n\"ModelID\"=\""
-        << record.model << "\"\n\"Lang\"=\"" << record.language << "\"\n\"Version\"=\"1.10\"\n"
-        << "\"USB\"=dword:0000000" << record.usb << "\n\"FlashFile\"=\"" << escaped << "\"\n"
-        << (record.critical ? "\"Critical\"=dword:00000001\n" : "")
-        << (record.heldBack ? "\n[HKEY_CURRENT_USER\\Software\\FlashUtilityHeldBack]\n" : "");
+void WriteRecord(const TestHome& home, const Record& record) {
+    std::string path;
+    for (const char character : test_support::WindowsPathOf(record.image))
+        path += character == '\\' ? "\\\\" : std::string(1, character);
+    std::ostringstream text;
+    text << "[HKEY_CURRENT_USER\\Software\\FlashUtility]\n"
+         << "\"Flash\"=dword:00000001\n\"Language\"=\"" << record.folder << "\"\n\"ModelID\"=\""
+         << record.model << "\"\n\"Lang\"=\"" << record.language << "\"\n\"Version\"=\"1.10\"\n"
+         << "\"USB\"=dword:0000000" << record.usb << "\n\"FlashFile\"=\"" << path << "\"\n"
+         << (record.critical ? "\"Critical\"=dword:00000001\n" : "")
+         << (record.heldBack ? "\n[HKEY_CURRENT_USER\\Software\\FlashUtilityHeldBack]\n" : "");
+    AppendToRegistry(home, text.str());
 }
 
 // As a transfer leaves it that died before the held-back block.
-void LeaveInFlasher(const TestHome& home, Cradle& cradle,
-                    const std::vector<std::string>& options = {}) {
+void RestartInFlasher(const TestHome& home, Cradle& cradle,
+                      const std::vector<std::string>& options = {}) {
     cradle.TakeOut();
     std::ofstream(home.Device() / "state") << "mode=flasher\ntouched=1\n";
     cradle.RestartHandheld(options);
@@ -72,13 +72,13 @@ TEST(Resume, without_its_image_or_with_one_for_another_handheld_keeps_the_record
     };
     Cradle cradle(home);
     const auto registry = test_support::ReadFileBytes(home.Home() / "registry.reg");
-    LeaveInFlasher(home, cradle);
+    RestartInFlasher(home, cradle);
     for (const Case& one : cases) {
         SCOPED_TRACE(one.name);
         std::ofstream(home.Home() / "registry.reg", std::ios::binary)
             .write(reinterpret_cast<const char*>(registry.data()),
                    static_cast<std::streamsize>(registry.size()));
-        LeaveRecord(home, one.record);
+        WriteRecord(home, one.record);
         WizardRun wizard(home);
         ExpectEndWithRecord(home, wizard, one.page);
     }
@@ -86,7 +86,8 @@ TEST(Resume, without_its_image_or_with_one_for_another_handheld_keeps_the_record
 }
 
 // A wizard that was killed in the held-back block has shown no page. Its flasher may be listening
-// still, and is asked over its own link; only where it is silent the note leads to the bootloader.
+// still, and is asked over its own link; only where it is silent the note makes it the bootloader's
+// turn.
 TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
     struct Case {
         const char* name;
@@ -104,21 +105,18 @@ TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.name);
-        TestHome home;
-        const fs::path image = home.AddLanguageFolder();
-        Cradle cradle(home);
-        LeaveRecord(home, {.image = image, .usb = one.usb, .heldBack = one.noted});
-        LeaveInFlasher(home, cradle, one.faults);
+        auto&& [home, image, cradle] = PcWithHandheld();
+        WriteRecord(home, {.image = image, .usb = one.usb, .heldBack = one.noted});
+        RestartInFlasher(home, cradle, one.faults);
         for (const bool again : {false, true}) {
             WizardRun wizard(home);
-            wizard.ExpectPage(BusyPage);
-            wizard.ExpectPage(ProgressPage);
+            wizard.ExpectPages({BusyPage, ProgressPage});
             wizard.Answer(one.page, "esc");
             const bool gone = again && one.noted;
             if (one.page == PortErrorPage && gone)
                 wizard.Answer(CommunicationErrorPage, "2");
             EXPECT_EQ(0, wizard.Wait());
-            EXPECT_EQ(128 + SIGKILL, cradle.Manager().Wait()); // it may hold the port
+            EXPECT_EQ(128 + SIGKILL, cradle.Manager().Wait()); // it may have the port open
             EXPECT_EQ(one.page == CommunicationErrorPage || (one.page == PortErrorPage && gone),
                       IsMarkedCritical(home));
             if (one.page != PortErrorPage)
@@ -130,20 +128,16 @@ TEST(Resume, with_the_note_of_the_held_back_block_asks_the_flasher_first) {
 
 // With a handheld that answers, the transfer is one with its flasher, whatever the last one was.
 TEST(Resume, an_old_mark_of_the_bootloader_does_not_choose_the_page_of_a_fresh_run) {
-    TestHome home;
-    const fs::path image = home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--silent-at", "start"}});
-    LeaveRecord(home, {.image = image, .critical = true});
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--silent-at", "start"}});
+    WriteRecord(home, {.image = image, .critical = true});
     WizardRun wizard(home);
     ChooseSerial(wizard);
     for (const int page : {BusyPage, BusyPage, ActionChoicePage})
         wizard.ExpectPage(page);
     wizard.Send("1035");
     ConfirmUpgrade(wizard);
-    wizard.ExpectPage(PreparePage);
-    wizard.ExpectPage(ProgressPage);
-    wizard.Answer(UpgradeErrorPage, "2");
-    EXPECT_EQ(0, wizard.Wait());
+    wizard.ExpectPages({PreparePage, ProgressPage});
+    ExpectQuit(wizard, UpgradeErrorPage);
     EXPECT_FALSE(IsMarkedCritical(home));
 }
 
@@ -153,17 +147,15 @@ TEST(Resume, an_image_without_a_held_back_block_is_not_announced) {
         const fs::path image = home.AddLanguageFolder();
         fs::resize_file(image, 0x8001F);
         Cradle cradle(home);
-        LeaveRecord(home, {.image = image, .critical = bootloader});
+        WriteRecord(home, {.image = image, .critical = bootloader});
         const std::string log = home.Path("wire").string();
         if (bootloader)
             cradle.RestartHandheld({"--bootloader", "--log", log});
         else
-            LeaveInFlasher(home, cradle, {"--log", log});
+            RestartInFlasher(home, cradle, {"--log", log});
         WizardRun wizard(home);
-        wizard.ExpectPage(BusyPage);
-        wizard.ExpectPage(ProgressPage);
-        wizard.Answer(ImageOpenErrorPage, "2");
-        EXPECT_EQ(0, wizard.Wait());
+        wizard.ExpectPages({BusyPage, ProgressPage});
+        ExpectQuit(wizard, ImageOpenErrorPage);
         EXPECT_TRUE(HasProgressRecord(home));
         EXPECT_EQ(bootloader ? Bytes{} : Bytes{0x41}, test_support::ReadFileBytes(log));
     }
@@ -200,17 +192,15 @@ TEST(Resume, the_bootloader_hears_every_block_in_order_and_erased_flash_behind_t
         const std::string log = home.Path("wire").string();
         cradle.RestartHandheld({"--bootloader", "--log", log});
         EXPECT_EQ("bootloader, shows its picture", cradle.StatusOf("mode"));
-        LeaveRecord(home, {.image = image, .usb = true, .critical = true});
+        WriteRecord(home, {.image = image, .usb = true, .critical = true});
         if (more != 0)
             MoveToSecondPort(home);
         WizardRun wizard(home);
-        wizard.ExpectPage(BusyPage);
-        wizard.ExpectPage(ProgressPage);
+        wizard.ExpectPages({BusyPage, ProgressPage});
         wizard.ExpectLine("30 minutes"); // the serial link's, whatever the first attempt used
         for (const char* percentage : {"33%", "66%", "99%", "133%", "100%"})
             wizard.ExpectLine(percentage);
         FinishUpgrade(wizard, FinishUsbPage);
-        EXPECT_EQ(0, wizard.Wait());
         EXPECT_TRUE(test_support::ReadFileBytes(log) ==
                     BootloaderWire(test_support::ReadFileBytes(image)));
         EXPECT_EQ("", cradle.Refused());
@@ -224,7 +214,7 @@ TEST(Resume, a_full_size_image_goes_to_the_flasher_over_usb_and_to_the_bootloade
         const fs::path image =
             home.AddLanguageFolder({.folder = "Japanese", .language = "JPN", .size = 0xF80020});
         Cradle cradle(home, {.language = "JPN", .flashMegabytes = 16});
-        LeaveRecord(home, {.image = image,
+        WriteRecord(home, {.image = image,
                            .language = "JPN",
                            .folder = "Japanese",
                            .usb = true,
@@ -232,14 +222,12 @@ TEST(Resume, a_full_size_image_goes_to_the_flasher_over_usb_and_to_the_bootloade
         if (bootloader)
             cradle.RestartHandheld({"--bootloader"});
         else
-            LeaveInFlasher(home, cradle);
+            RestartInFlasher(home, cradle);
         WizardRun wizard(home);
-        wizard.ExpectPage(BusyPage);
-        wizard.ExpectPage(ProgressPage);
+        wizard.ExpectPages({BusyPage, ProgressPage});
         wizard.ExpectLine(bootloader ? "60 minutes" : "8 minutes");
         wizard.ExpectLine(bootloader ? "100%" : "98%");
         FinishUpgrade(wizard, FinishUsbPage);
-        EXPECT_EQ(0, wizard.Wait());
         cradle.Handheld().ExpectLine(": complete");
         EXPECT_TRUE(cradle.FlashEquals(image));
         EXPECT_EQ("", cradle.Refused());

@@ -1,7 +1,7 @@
-// Upgrades that are cut off anywhere, and brought back by running the wizard again as its pages
-// tell. After each cut the page and the record are checked, and after the last run the flash.
+// Upgrades that are cut off anywhere, and finished by running the wizard again as its pages say.
+// After each cut the page and the record are checked, and after the last run the flash.
 //
-// By hand, over more cuts: ROM_WIZARD_SWEEP=COUNT,SEED build/release/tests/wizard_sweep_test
+// By hand, over more cuts: ROM_WIZARD_SWEEP=COUNT,SEED build/release/tests/roads_sweep_test
 // label: threads
 // fills the machine
 
@@ -9,6 +9,8 @@
 #include "testing/sweep.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdio>
 
 namespace {
 
@@ -20,7 +22,7 @@ constexpr std::size_t UsualCuts = 40; // each takes several times as long
 constexpr std::size_t UsualCuts = 204;
 #endif
 
-TEST(Sweep, a_cut_anywhere_is_told_rightly_and_healed_by_the_next_run) {
+TEST(Sweep, after_a_cut_anywhere_comes_the_right_page_and_the_next_run_upgrades) {
     const Extent extent = WantedExtent("ROM_WIZARD_SWEEP", {.count = UsualCuts, .first = 1});
     const std::vector<Cut> cuts = ChooseCuts(extent.count, extent.first);
     const SweepResult result = RunSweep(cuts);

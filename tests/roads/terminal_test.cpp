@@ -1,5 +1,5 @@
-// Whole roads at a terminal of 80 columns: an upgrade, a backup with its restore, and an upgrade
-// that was broken off and is resumed; and what the terminal is spared.
+// Whole runs at a terminal of 80 columns: an upgrade, a backup with its restore, and an upgrade
+// that was broken off and is resumed; and keys that break nothing off.
 
 #include "tests/roads/road.h"
 
@@ -32,7 +32,7 @@ protected:
         return static_cast<std::size_t>(std::ranges::count_if(
             line, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
     }
-    // Percentages stand in place, one over the other.
+    // Percentages overwrite one another on their line.
     static void ExpectToFit(WizardRun& wizard) {
         for (const std::string& line : wizard.Process().Lines()) {
             const bool percentages = line.find('%') != std::string::npos;
@@ -42,40 +42,32 @@ protected:
 };
 
 TEST_F(AtTerminal, an_upgrade_reads_in_80_columns_with_its_warnings_in_red) {
-    TestHome home;
-    const auto image = home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun wizard = Start(home);
     GoToTransfer(wizard);
     FinishUpgrade(wizard);
-    EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(image));
     ExpectToFit(wizard);
     for (const char* text : {"REMARQUE", "Ne retirez pas la connexion", "Consultez le CD"})
         EXPECT_TRUE(wizard.Process().Has(std::string(Red) + text)) << text;
-    std::vector<std::string> percentages; // all in place, on one line
+    std::vector<std::string> percentages; // all on one line
     std::ranges::copy_if(wizard.Process().Lines(), std::back_inserter(percentages),
                          [](const std::string& line) { return line.find('%') != line.npos; });
     ASSERT_EQ(1U, percentages.size());
     EXPECT_LE(3, std::ranges::count(percentages[0], '%')) << percentages[0];
 }
 
-TEST_F(AtTerminal, a_backup_and_its_restore_without_colours_where_the_user_wants_none) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home, {.flashMegabytes = 16});
+TEST_F(AtTerminal, a_backup_and_its_restore_use_no_colours_where_the_user_wants_none) {
+    auto&& [home, image, cradle] = PcWithHandheld({.flashMegabytes = 16});
     const auto saved = home.Path("saved.nbf");
     {
         WizardRun wizard = Start(home, {{"NO_COLOR", "1"}});
-        GoToActionChoice(wizard, Usb);
-        wizard.Send("1035");
+        ChooseUpgrade(wizard, Usb);
         GoToBackup(wizard, saved.string());
         wizard.ExpectPage(BackupPage);
         wizard.Answer(UpgradeReadyPage, "1");
-        wizard.ExpectPage(PreparePage);
-        wizard.ExpectPage(ProgressPage);
+        wizard.ExpectPages({PreparePage, ProgressPage});
         FinishUpgrade(wizard, FinishUsbPage);
-        EXPECT_EQ(0, wizard.Wait());
         ExpectToFit(wizard);
         EXPECT_FALSE(wizard.Process().Has("\033"));
         cradle.Handheld().ExpectLine(": complete");
@@ -83,44 +75,33 @@ TEST_F(AtTerminal, a_backup_and_its_restore_without_colours_where_the_user_wants
     cradle.Reset();
     WizardRun wizard = Start(home);
     GoToActionChoice(wizard);
-    wizard.Send("1036");
-    wizard.ExpectLine("== open ==");
-    wizard.Send(saved.string());
-    wizard.ExpectPage(BusyPage);
+    ChooseRestore(wizard, saved.string());
     ConfirmUpgrade(wizard);
-    wizard.ExpectPage(PreparePage);
-    wizard.ExpectPage(ProgressPage);
+    wizard.ExpectPages({PreparePage, ProgressPage});
     FinishUpgrade(wizard);
-    EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(saved));
 }
 
-TEST_F(AtTerminal, an_upgrade_that_was_broken_off_is_resumed) {
-    TestHome home;
-    const auto image = home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--dies-at", "300000"}});
+TEST_F(AtTerminal, an_upgrade_that_was_broken_off_is_resumed_by_the_next_run) {
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--dies-at", "300000"}});
     {
         WizardRun wizard = Start(home);
         GoToTransfer(wizard);
-        wizard.Answer(UpgradeErrorPage, "");
-        EXPECT_EQ(0, wizard.Wait());
+        ExpectQuit(wizard, UpgradeErrorPage, "");
         ExpectToFit(wizard);
     }
     cradle.Reset();
     WizardRun wizard = Start(home);
-    wizard.ExpectPage(BusyPage);
-    wizard.ExpectPage(ProgressPage);
+    wizard.ExpectPages({BusyPage, ProgressPage});
     FinishUpgrade(wizard);
-    EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(image));
     ExpectToFit(wizard);
 }
 
 // Held up between two of its tokens, so that it lasts for as long as the user needs.
 TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_and_not_by_the_end_of_the_terminal) {
-    TestHome home;
-    const auto image = home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--late-at", "start", "--late-by", "40000"}});
+    auto&& [home, image, cradle] =
+        PcWithHandheld({.run = {"--late-at", "start", "--late-by", "40000"}});
     WizardRun wizard = Start(home, {{"ROM_WIZARD_CLOCK", "3,500"}});
     GoToTransfer(wizard);
     cradle.Handheld().ExpectLine("late at start");
@@ -138,9 +119,7 @@ TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_and_not_by_the_end_of_the_
 }
 
 TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     {
         WizardRun wizard = Start(home);
         GoToActionChoice(wizard);
@@ -159,12 +138,9 @@ TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
 }
 
 TEST_F(AtTerminal, is_where_a_wizard_shows_itself_that_finds_no_desktop) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun wizard(home, {{"ROM_WIZARD_DISPLAY", ""}, {"DISPLAY", ":4711"}});
-    wizard.Answer(UpgradeNoticePage, "2");
-    EXPECT_EQ(0, wizard.Wait());
+    ExpectQuit(wizard, UpgradeNoticePage);
 }
 
 } // namespace

@@ -1,11 +1,12 @@
-// The whole road of an upgrade over the serial link: the wizard as a process, the handheld as
-// another, a real tty between them.
+// Whole upgrades over both links: the wizard as a process, the handheld as another, a real tty
+// between them.
 // label: threads
 
 #include "testing/comes_true.h"
 #include "tests/roads/road.h"
 
 #include <cstdint>
+#include <fstream>
 #include <vector>
 
 namespace {
@@ -22,8 +23,8 @@ Bytes WireBytes(const Bytes& image) {
     Bytes wire = {0x41};
     for (int shift = 0; shift < 32; shift += 8)
         wire.push_back(static_cast<std::uint8_t>(size >> shift));
-    const auto at = [&](std::size_t place) {
-        return image.begin() + static_cast<std::ptrdiff_t>(place);
+    const auto at = [&](std::size_t offset) {
+        return image.begin() + static_cast<std::ptrdiff_t>(offset);
     };
     wire.insert(wire.end(), at(Rest), image.end());
     wire.insert(wire.end(), at(HeldBack), at(Rest));
@@ -48,7 +49,6 @@ TEST_P(FullSizeUpgrade, goes_out_in_the_wire_order_to_the_last_byte) {
     EXPECT_TRUE(HasProgressRecord(home));
     wizard.ExpectLine(one.duration);
     FinishUpgrade(wizard, one.link == Usb ? FinishUsbPage : FinishPage);
-    EXPECT_EQ(0, wizard.Wait());
     cradle.Handheld().ExpectLine(": complete");
 
     const Bytes wire = test_support::ReadFileBytes(log);
@@ -73,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(Upgrade, FullSizeUpgrade,
                                     (one.param.link == Usb ? "_usb" : "_serial");
                          });
 
-// The readme comes up first, by the program that the test puts into the place of the host's.
+// The readme is opened first, by a program of the test that shadows the host's on the PATH.
 TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
     const struct {
         std::vector<const char*> lines;
@@ -120,10 +120,8 @@ TEST(Upgrade, a_restore_writes_the_file_that_the_user_picks) {
     wizard.Send(picked.string());
     wizard.ExpectPage(BusyPage); // a picked file is verified too
     ConfirmUpgrade(wizard);
-    wizard.ExpectPage(PreparePage);
-    wizard.ExpectPage(ProgressPage);
+    wizard.ExpectPages({PreparePage, ProgressPage});
     FinishUpgrade(wizard);
-    EXPECT_EQ(0, wizard.Wait());
     EXPECT_TRUE(cradle.FlashEquals(picked));
 }
 
@@ -138,29 +136,23 @@ TEST(Upgrade, files_of_the_module_list_are_gone_and_others_are_not) {
     WizardRun wizard(home);
     GoToActionChoice(wizard);
     EXPECT_EQ(0, wizard.Finish());
-    EXPECT_FALSE(std::filesystem::exists(cradle.File("Windows/first.dll")));
-    EXPECT_FALSE(std::filesystem::exists(cradle.File("Windows/last.dll")));
-    EXPECT_TRUE(std::filesystem::exists(cradle.File("Windows/kept.dll")));
+    EXPECT_FALSE(cradle.HasFile("Windows/first.dll"));
+    EXPECT_FALSE(cradle.HasFile("Windows/last.dll"));
+    EXPECT_TRUE(cradle.HasFile("Windows/kept.dll"));
 }
 
 TEST(Upgrade, activesync_is_ended_for_the_transfer_and_its_port_is_the_one_in_the_registry) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     MoveToSecondPort(home);
     WizardRun wizard(home);
     GoToTransfer(wizard);
     EXPECT_EQ(128 + 9, cradle.Manager().Wait());
-    wizard.Answer(UpgradeDonePage, "esc"); // leaves without starting it, and without another page
-    EXPECT_EQ(0, wizard.Wait());
-    EXPECT_EQ(UpgradeDonePage, wizard.Pages().back());
+    ExpectQuit(wizard, UpgradeDonePage, "esc"); // does not start it again, nor show another page
     EXPECT_FALSE(HasProgressRecord(home));
 }
 
 TEST(Upgrade, a_second_start_ends_at_once_and_leaves_the_first_alone) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home);
+    auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun first(home);
     first.ExpectPage(UpgradeNoticePage);
     WizardRun second(home);

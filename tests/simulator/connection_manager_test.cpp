@@ -99,7 +99,7 @@ TEST_F(ConnectionManagerTest, several_programs_reach_the_handheld_at_a_time) {
     EXPECT_EQ(two.Call(Operation::Hello).result, 1u);
     const ByteList content(0x40000, 0x5A);
     EXPECT_EQ(one.Push(u"\\Temp\\large", content), 0u);
-    EXPECT_TRUE(two.Fetch(u"\\Temp\\large") == content);
+    EXPECT_TRUE(two.ReadFile(u"\\Temp\\large") == content);
 }
 
 TEST_F(ConnectionManagerTest, a_handheld_that_does_not_answer_ends_the_connection) {

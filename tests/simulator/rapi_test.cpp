@@ -241,19 +241,19 @@ TEST_F(RapiTest, the_asset_file_holds_model_version_and_language) {
     };
     Start();
     ASSERT_EQ(rapi_->StartProgram(u"\\Windows\\Morvikor.exe"), 0u);
-    const ByteList file = rapi_->Fetch(u"\\Windows\\nvnAssetData.dat");
+    const ByteList file = rapi_->ReadFile(u"\\Windows\\nvnAssetData.dat");
     EXPECT_GE(file.size(), 12000u);
     EXPECT_EQ(field(file, 152, 9), "TOLKP1000");
     EXPECT_EQ(field(file, 2556, 11), "1.10.00 ENG");
 
     Start({"--asset-zero", "2"});
     rapi_->StartProgram(u"\\Windows\\Morvikor.exe");
-    EXPECT_EQ(field(rapi_->Fetch(u"\\Windows\\nvnAssetData.dat"), 2556, 11),
+    EXPECT_EQ(field(rapi_->ReadFile(u"\\Windows\\nvnAssetData.dat"), 2556, 11),
               std::string("1.\0000.00 ENG", 11));
 
     Start({"--asset-size", "100"});
     rapi_->StartProgram(u"\\Windows\\Morvikor.exe");
-    EXPECT_EQ(rapi_->Fetch(u"\\Windows\\nvnAssetData.dat").size(), 100u);
+    EXPECT_EQ(rapi_->ReadFile(u"\\Windows\\nvnAssetData.dat").size(), 100u);
 
     Start({"--refuse-program", "morvikor.EXE"});
     EXPECT_EQ(rapi_->StartProgram(u"\\Windows\\Morvikor.exe"), 14u);
@@ -263,7 +263,7 @@ TEST_F(RapiTest, pushed_programs_report_the_flash_size_and_deliver_the_flash) {
     Start({"--piece-late", "3", "--piece-tries", "9"});
     rapi_->Push(u"\\Temp\\Tesselor.exe", Agent("Tesselor.exe"));
     ASSERT_EQ(rapi_->StartProgram(u"\\Temp\\Tesselor.exe"), 0u);
-    EXPECT_EQ(rapi_->Fetch(u"\\temp\\type.dat").at(1), 2u);
+    EXPECT_EQ(rapi_->ReadFile(u"\\temp\\type.dat").at(1), 2u);
 
     rapi_->Push(u"\\Temp\\sarvel.exe", Agent("sarvel.exe"));
     ASSERT_EQ(rapi_->StartProgram(u"\\Temp\\sarvel.exe"), 0u);
@@ -271,7 +271,7 @@ TEST_F(RapiTest, pushed_programs_report_the_flash_size_and_deliver_the_flash) {
     for (std::size_t at = 0; at < 2 * 0x40000; at += 0x40000) {
         ByteList piece;
         ASSERT_TRUE(ComesTrue([&] {
-            piece = rapi_->Fetch(u"\\Temp\\image.nb");
+            piece = rapi_->ReadFile(u"\\Temp\\image.nb");
             return !piece.empty();
         }));
         const auto begin = flash.begin() + static_cast<std::ptrdiff_t>(at);

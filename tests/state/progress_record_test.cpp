@@ -1,16 +1,16 @@
-// The record of an interrupted upgrade, through the real registry of the layer: what is stored to
-// the byte, and what a reader makes of records that are odd.
+// The record of an interrupted upgrade, through the real registry of the platform: what is stored
+// to the byte, and what is read from records that are odd.
 
 #include "state/progress_record.h"
 
 #include "state/state.h"
+#include "testing/registry_values.h"
+#include "testing/test_home.h"
 #include "wizard/conclusion.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
 
 namespace {
@@ -19,13 +19,7 @@ constexpr char RecordKey[] = "Software\\FlashUtility";
 
 class ProgressRecord : public testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        char folder[] = "/tmp/progress-record-XXXXXX";
-        ASSERT_TRUE(mkdtemp(folder));
-        home_ = folder;
-        setenv("ROM_WIZARD_HOME", folder, 1);
-    }
-    static void TearDownTestSuite() { std::filesystem::remove_all(home_); }
+    static void SetUpTestSuite() { test_support::HomeOfTests(); }
 
     void SetUp() override {
         DeleteProgressRecord();
@@ -58,20 +52,13 @@ protected:
     }
 
     static void Write(const char* name, DWORD type, const std::string& data) {
-        HKEY key = nullptr;
-        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_CURRENT_USER, RecordKey, 0, nullptr, 0,
-                                                 KEY_ALL_ACCESS, nullptr, &key, nullptr));
-        RegSetValueExA(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                       static_cast<DWORD>(data.size()));
-        RegCloseKey(key);
+        test_support::StoreValue(HKEY_CURRENT_USER, RecordKey, name, type, data);
     }
 
     static std::string Padded(std::string text, std::size_t size) {
         text.resize(size, '\0');
         return text;
     }
-
-    static inline std::string home_;
 };
 
 TEST_F(ProgressRecord, is_stored_to_the_byte) {
@@ -122,8 +109,8 @@ TEST_F(ProgressRecord, with_critical_alone_is_not_pending_but_marks_the_bootload
     EXPECT_TRUE(State.Run.BootloaderResume);
 }
 
-// The road of the next run is the record's alone.
-TEST_F(ProgressRecord, has_a_note_beside_it_that_changes_nothing_it_says_and_goes_with_it) {
+// The note does not decide what the next run does.
+TEST_F(ProgressRecord, has_a_note_beside_it_that_changes_none_of_its_values_and_goes_with_it) {
     WriteProgressRecord();
     EXPECT_FALSE(NoteClosedPort());
     NoteHeldBackBlock();
@@ -140,7 +127,7 @@ TEST_F(ProgressRecord, has_a_note_beside_it_that_changes_nothing_it_says_and_goe
     EXPECT_FALSE(HeldBackBlockNoted());
 }
 
-TEST_F(ProgressRecord, takes_names_in_any_case_and_passes_over_values_that_do_not_fit) {
+TEST_F(ProgressRecord, is_read_by_names_in_any_case_and_without_values_that_do_not_fit) {
     Write("a long one", REG_BINARY, std::string(300, 'z'));
     Write("FLASH", REG_DWORD, std::string("\1\0\0\0", 4));
     Write("modelid", REG_SZ, std::string(100, 'M'));

@@ -1,4 +1,4 @@
-// Every page as Windows draws it: what is judged stands in inside/pages_test.cpp, which runs there.
+// Starts the check of every page as Windows draws it: inside/pages_test.cpp, which runs there.
 // label: windows
 
 #include "testing/wine.h"
@@ -20,10 +20,10 @@ TEST(Windows, shows_every_page_whole_and_gives_its_results) {
                                 {{"PAGE_PICTURES", "Z:" + pictures.string()}});
     judge->CloseInput();
     const auto isTest = [](const std::string& line) { return line.starts_with("[ RUN"); };
-    const auto tells = [&](const std::string& line) {
+    const auto isProgress = [&](const std::string& line) {
         return isTest(line) || line.ends_with("ms total)");
     };
-    while (isTest(judge->ExpectLine(tells, "of the next test"))) {
+    while (isTest(judge->ExpectLine(isProgress, "of the next test"))) {
     }
     EXPECT_EQ(0, judge->Wait()) << judge->Transcript();
 }

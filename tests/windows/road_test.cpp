@@ -1,27 +1,23 @@
 // Whole runs of the Windows program against the simulated handheld, in the time that they take.
 // label: windows
 
+#include "testing/cradle.h"
 #include "testing/wine.h"
-
-#include "testing/image_file.h"
+#include "testing/wizard_run.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <memory>
 
 namespace {
 
 using namespace test_support;
 using namespace test_support::pages;
 
-// Radio buttons of ConnectionTypePage.
-constexpr char Usb[] = "1150";
-constexpr char Serial[] = "1151";
-
 constexpr char ProgressRecord[] = "Software\\FlashUtility";
 
 // What the user does, page by page.
-struct Doing {
+struct PageInput {
     int page;
     const char* input;
 };
@@ -45,16 +41,16 @@ protected:
     }
     std::string Flash() const { return ReadBytes(home_.Device() / "flash.bin"); }
 
-    static void Do(WindowsRun& wizard, const std::vector<Doing>& doings) {
-        for (const auto& [page, input] : doings)
+    static void AnswerPages(WindowsRun& wizard, const std::vector<PageInput>& inputs) {
+        for (const auto& [page, input] : inputs)
             wizard.Answer(page, input);
     }
 
     static void PassIntroduction(WindowsRun& wizard) {
-        Do(wizard, {{UpgradeNoticePage, "1181"},
-                    {WelcomePage, "1"},
-                    {HostChecklistPage, "1"},
-                    {DeviceChecklistPage, ""}});
+        AnswerPages(wizard, {{UpgradeNoticePage, "1181"},
+                             {WelcomePage, "1"},
+                             {HostChecklistPage, "1"},
+                             {DeviceChecklistPage, ""}});
     }
     // From the start to the choice of the action.
     static void GoToActionChoice(WindowsRun& wizard, const char* link = Serial) {
@@ -70,16 +66,17 @@ protected:
     static void Upgrade(WindowsRun& wizard) {
         GoToActionChoice(wizard);
         wizard.Send("1035");
-        Do(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
+        AnswerPages(wizard,
+                    {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
     }
 
     // Each piece takes a second at least.
     void AwaitTransfer() {
-        const auto tells = [](const std::string& line) {
+        const auto isProgress = [](const std::string& line) {
             return line.find(": piece") != std::string::npos ||
                    line.find(": complete") != std::string::npos;
         };
-        while (cradle_->Handheld().ExpectLine(tells, "of the transfer").find(": complete") ==
+        while (cradle_->Handheld().ExpectLine(isProgress, "of the transfer").find(": complete") ==
                std::string::npos) {
         }
     }
@@ -92,13 +89,6 @@ protected:
         wizard.Send("1134"); // no readme
         wizard.Send("1");
         EXPECT_EQ(0, wizard.Wait()) << wizard.User().Transcript();
-    }
-
-    // A file of the host as Windows names it.
-    static std::string WindowsPath(const std::filesystem::path& path) {
-        std::string name = "Z:" + path.string();
-        std::ranges::replace(name, '/', '\\');
-        return name;
     }
 
     // An upgrade that dies on the way, after so many bytes.
@@ -132,7 +122,7 @@ protected:
     std::unique_ptr<WindowsPc> pc_;
 };
 
-// Another handheld of the kind takes the backup, so that all of its flash has to change.
+// The backup is restored to another handheld of the kind, so that all of its flash has to change.
 TEST_F(Windows, a_backup_is_saved_and_restored) {
     Connect({.flashMegabytes = 16});
     const std::string flash = Flash();
@@ -142,9 +132,9 @@ TEST_F(Windows, a_backup_is_saved_and_restored) {
         WindowsRun wizard(*pc_);
         GoToActionChoice(wizard);
         wizard.Send("1035");
-        Do(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1030"}});
+        AnswerPages(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1030"}});
         wizard.User().ExpectLine("== save ==");
-        wizard.Send(WindowsPath(saved));
+        wizard.Send(WindowsPathOf(saved));
         wizard.Answer(UpgradeReadyPage, "2");
         EXPECT_EQ(0, wizard.Wait());
     }
@@ -156,8 +146,9 @@ TEST_F(Windows, a_backup_is_saved_and_restored) {
     GoToActionChoice(wizard);
     wizard.Send("1036");
     wizard.User().ExpectLine("== open ==");
-    wizard.Send(WindowsPath(saved));
-    Do(wizard, {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
+    wizard.Send(WindowsPathOf(saved));
+    AnswerPages(wizard,
+                {{VersionConfirmPage, "1"}, {BackupChoicePage, "1"}, {UpgradeReadyPage, "1"}});
     AwaitTransfer();
     Finish(wizard);
     EXPECT_TRUE(cradle_->FlashEquals(saved));
@@ -167,7 +158,7 @@ TEST_F(Windows, a_backup_is_saved_and_restored) {
     EXPECT_TRUE(Flash() == flash);
 }
 
-// The library goes on telling of the loss, at the start of the flasher too, which it has not seen.
+// The library reports the loss again at the start of the flasher, which it has not sent.
 TEST_F(Windows, a_connection_lost_in_the_preparation_is_a_flasher_that_did_not_start) {
     Connect({.run = {"--drop-rapi-at", "RegSetValue"}});
     pc_->StartActiveSync();
@@ -222,10 +213,10 @@ TEST_F(Windows, without_the_usb_driver_the_run_ends_on_the_page_for_what_is_wron
         else
             ChooseLink(wizard, Usb); // a record is there, and so is the handheld
         wizard.Send("1035");
-        Do(wizard, {{VersionConfirmPage, "1"},
-                    {BackupChoicePage, "1"},
-                    {UpgradeReadyPage, "1"},
-                    {page, "2"}});
+        AnswerPages(wizard, {{VersionConfirmPage, "1"},
+                             {BackupChoicePage, "1"},
+                             {UpgradeReadyPage, "1"},
+                             {page, "2"}});
         EXPECT_EQ(0, wizard.Wait());
         ExpectRecord(false);
         cradle_->Reset();

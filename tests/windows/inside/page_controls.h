@@ -1,4 +1,4 @@
-// What Windows tells of a page's controls, and how much room their texts take.
+// What Windows reports about a page's controls, and how much space their texts need.
 #pragma once
 
 #include <windows.h>
@@ -34,32 +34,32 @@ inline LOGFONTA FontOf(HWND control) {
     return font;
 }
 
-inline RECT PlaceOn(HWND page, HWND control) {
-    RECT place = {};
-    GetWindowRect(control, &place);
-    MapWindowPoints(nullptr, page, reinterpret_cast<POINT*>(&place), 2);
-    return place;
+inline RECT RectOn(HWND page, HWND control) {
+    RECT rect = {};
+    GetWindowRect(control, &rect);
+    MapWindowPoints(nullptr, page, reinterpret_cast<POINT*>(&rect), 2);
+    return rect;
 }
 
-// What a text takes up, drawn as a static control or a button of that style and width draws it.
-inline SIZE RoomOfText(HWND control, LONG width) {
+// The space of a text as a static control or a button of that style and width draws it.
+inline SIZE TextSizeOf(HWND control, LONG width) {
     const auto style = static_cast<DWORD>(GetWindowLongA(control, GWL_STYLE));
     const bool isButton = IsOfClass(control, "Button");
     UINT format = DT_CALCRECT | DT_EXPANDTABS;
     format |= isButton || (style & SS_CENTERIMAGE) ? DT_SINGLELINE : DT_WORDBREAK;
     format |= !isButton && (style & SS_NOPREFIX) ? DT_NOPREFIX : 0;
-    RECT room = {0, 0, width, 0};
+    RECT size = {0, 0, width, 0};
     const HDC context = GetDC(control);
     const HGDIOBJ before =
         SelectObject(context, reinterpret_cast<HFONT>(SendMessageA(control, WM_GETFONT, 0, 0)));
-    DrawTextA(context, TextOf(control).c_str(), -1, &room, format);
+    DrawTextA(context, TextOf(control).c_str(), -1, &size, format);
     SelectObject(context, before);
     ReleaseDC(control, context);
-    return {room.right, room.bottom};
+    return {size.right, size.bottom};
 }
 
-// What the frame of a push button, or the mark of another one, takes of its sides.
-inline SIZE RimOf(HWND control) {
+// The space of a push button's frame, or of another button's mark.
+inline SIZE MarginsOf(HWND control) {
     if (!IsOfClass(control, "Button"))
         return {0, 0};
     const bool isPushed = (GetWindowLongA(control, GWL_STYLE) & BS_TYPEMASK) <= BS_DEFPUSHBUTTON;

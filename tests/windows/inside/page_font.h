@@ -1,7 +1,7 @@
 // An Arial whose lines are as high as those of Windows.
 //
-// Arial 8 is 14 pixels high at 96 dots an inch: its file says so in a table of heights decided by
-// hand, VDMX. Wine takes Liberation Sans for it, which is as wide to the pixel but has no such
+// Arial 8 is 14 pixels high at 96 dots an inch: its file has a table of hand-made heights, VDMX.
+// Wine uses Liberation Sans for it, which is as wide to the pixel but has no such
 // table, and so 12 pixels high: a page came out a seventh too low, its controls in its pictures.
 #pragma once
 
@@ -20,10 +20,10 @@ inline std::string BigEndian(std::uint32_t value, int bytes) {
     return text;
 }
 
-inline std::uint32_t NumberAt(const std::string& text, std::size_t place, int bytes) {
+inline std::uint32_t NumberAt(const std::string& text, std::size_t offset, int bytes) {
     std::uint32_t value = 0;
     while (bytes-- > 0)
-        value = value << 8 | static_cast<std::uint8_t>(text.at(place++));
+        value = value << 8 | static_cast<std::uint8_t>(text.at(offset++));
     return value;
 }
 
@@ -44,8 +44,8 @@ inline std::string FileOf(const std::map<std::string, std::string>& tables) {
     std::string head = BigEndian(0x10000, 4) + BigEndian(count, 2) + BigEndian(0, 6), body;
     for (const auto& [name, table] : tables) {
         const auto size = static_cast<std::uint32_t>(table.size());
-        const auto place = static_cast<std::uint32_t>(12 + 16 * count + body.size());
-        head += name + BigEndian(0, 4) + BigEndian(place, 4) + BigEndian(size, 4);
+        const auto offset = static_cast<std::uint32_t>(12 + 16 * count + body.size());
+        head += name + BigEndian(0, 4) + BigEndian(offset, 4) + BigEndian(size, 4);
         body += table + std::string(-table.size() % 4, '\0');
     }
     return head + body;
@@ -53,9 +53,9 @@ inline std::string FileOf(const std::map<std::string, std::string>& tables) {
 
 // For every aspect: at 11 pixels an em, 11 above the line and 3 below.
 inline std::string HeightsOfArial() {
-    const std::string ratio = BigEndian(0x01000000, 4), place = BigEndian(12, 2);
+    const std::string ratio = BigEndian(0x01000000, 4), offset = BigEndian(12, 2);
     const std::string group = BigEndian(1, 2) + BigEndian(11, 1) + BigEndian(11, 1);
-    return BigEndian(0, 2) + BigEndian(1, 2) + BigEndian(1, 2) + ratio + place + group +
+    return BigEndian(0, 2) + BigEndian(1, 2) + BigEndian(1, 2) + ratio + offset + group +
            BigEndian(11, 2) + BigEndian(11, 2) + BigEndian(0x10000 - 3, 2);
 }
 
@@ -74,7 +74,7 @@ inline std::string NamesOf(const std::string& style) {
     return BigEndian(0, 2) + BigEndian(3, 2) + BigEndian(6 + 36, 2) + records + texts;
 }
 
-// The file of the font that stands in for Arial of that weight.
+// The file of the font that replaces Arial of that weight.
 inline std::string FileBehindArial(int weight) {
     const HDC context = CreateCompatibleDC(nullptr);
     const HFONT font = CreateFontA(-11, 0, 0, 0, weight, 0, 0, 0, 0, 0, 0, 0, 0, "Arial");
@@ -88,7 +88,7 @@ inline std::string FileBehindArial(int weight) {
 }
 
 // For this process, until it ends. A font that has the table stays as it is. Both files are read
-// before the first is taken into use, which would stand in for the other one.
+// before the first is added, which would replace the other one.
 inline void UseArialOfWindows() {
     for (const auto& [style, font] : std::map<std::string, std::string>{
              {"Regular", FileBehindArial(FW_NORMAL)}, {"Bold", FileBehindArial(FW_BOLD)}}) {

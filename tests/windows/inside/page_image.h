@@ -41,14 +41,13 @@ struct Image {
         }
         return true;
     }
-    Image Part(const RECT& place) const {
-        Image part{static_cast<int>(place.right - place.left),
-                   static_cast<int>(place.bottom - place.top),
-                   {}};
+    Image Part(const RECT& rect) const {
+        Image part{
+            static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top), {}};
         for (int y = 0; y < part.height; ++y) {
             for (int x = 0; x < part.width; ++x)
                 part.pixels.push_back(
-                    At(static_cast<int>(place.left) + x, static_cast<int>(place.top) + y));
+                    At(static_cast<int>(rect.left) + x, static_cast<int>(rect.top) + y));
         }
         return part;
     }

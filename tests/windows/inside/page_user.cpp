@@ -1,9 +1,9 @@
-// The user of a Windows program with pages: starts it, tells what is on the screen, and does what
-// it is told with mouse and keyboard.
+// The user of a Windows program with pages: starts it, prints what is on the screen, and carries
+// out the lines of its input with mouse and keyboard.
 //
 //   page-user PROGRAM      in the working directory that the program is to have
 //
-// It speaks as the wizard's own terminal does, so that one test can lead either: "== 158 ==" when a
+// It prints what the wizard's own terminal does, so that tests can drive either: "== 158 ==" when a
 // page has come up, its texts, "-- 158 --" when it has gone, "== save ==" and "== open ==" for the
 // file dialogs. A line of input is the number of a control to click, "" for Enter, "esc" for
 // Escape, or a path for a file dialog. "window TITLE" waits for a window of any program. It ends
@@ -12,7 +12,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
@@ -29,7 +28,8 @@ namespace {
 constexpr DWORD PollMilliseconds = 10;
 constexpr int Tries = 6000; // of a wait for something on the screen: a minute
 
-// Dialogs do not tell the number of their template; a control that no other page has does.
+// A dialog does not know the number of its template; a control that no other page has identifies
+// it.
 struct Mark {
     int page, control;
 };
@@ -57,12 +57,12 @@ struct Shown {
     std::string name;
 };
 
-DWORD program = 0;           // whose dialogs are looked at
-std::vector<Shown> standing; // the newest last
+DWORD program = 0;             // whose dialogs are looked at
+std::vector<Shown> shownPages; // the newest last
 
 bool IsOnScreen(HWND dialog) {
-    RECT place = {};
-    return IsWindowVisible(dialog) && GetWindowRect(dialog, &place) && place.right > place.left;
+    RECT rect = {};
+    return IsWindowVisible(dialog) && GetWindowRect(dialog, &rect) && rect.right > rect.left;
 }
 
 BOOL CALLBACK CollectDialog(HWND window, LPARAM list) {
@@ -83,7 +83,7 @@ std::string TextOf(HWND window) {
     return bytes;
 }
 
-BOOL CALLBACK TellControl(HWND control, LPARAM) {
+BOOL CALLBACK PrintControl(HWND control, LPARAM) {
     if (IsWindowVisible(control))
         std::printf("[%d]%s %s\n", GetDlgCtrlID(control), IsWindowEnabled(control) ? "" : "-",
                     TextOf(control).c_str());
@@ -91,22 +91,22 @@ BOOL CALLBACK TellControl(HWND control, LPARAM) {
 }
 
 void Open(HWND dialog) {
-    standing.push_back({dialog, NameOf(dialog)});
-    std::printf("== %s ==  %s\n", standing.back().name.c_str(), TextOf(dialog).c_str());
-    EnumChildWindows(dialog, TellControl, 0);
+    shownPages.push_back({dialog, NameOf(dialog)});
+    std::printf("== %s ==  %s\n", shownPages.back().name.c_str(), TextOf(dialog).c_str());
+    EnumChildWindows(dialog, PrintControl, 0);
 }
 
-void LookAtScreen() {
+void PrintChanges() {
     std::vector<HWND> dialogs;
     EnumWindows(CollectDialog, reinterpret_cast<LPARAM>(&dialogs));
-    std::erase_if(standing, [&](const Shown& shown) {
+    std::erase_if(shownPages, [&](const Shown& shown) {
         const bool gone = std::ranges::find(dialogs, shown.window) == dialogs.end();
         if (gone)
             std::printf("-- %s --\n", shown.name.c_str());
         return gone;
     });
     for (const HWND dialog : dialogs) {
-        if (std::ranges::find(standing, dialog, &Shown::window) == standing.end())
+        if (std::ranges::find(shownPages, dialog, &Shown::window) == shownPages.end())
             Open(dialog);
     }
 }
@@ -138,9 +138,9 @@ void Type(const std::string& text) {
 void Click(HWND control) {
     RECT inside = {};
     GetClientRect(control, &inside);
-    const LPARAM place = MAKELPARAM(inside.right / 2, inside.bottom / 2);
-    PostMessageA(control, WM_LBUTTONDOWN, MK_LBUTTON, place);
-    PostMessageA(control, WM_LBUTTONUP, 0, place);
+    const LPARAM middle = MAKELPARAM(inside.right / 2, inside.bottom / 2);
+    PostMessageA(control, WM_LBUTTONDOWN, MK_LBUTTON, middle);
+    PostMessageA(control, WM_LBUTTONUP, 0, middle);
 }
 
 // What is to be done, and tried anew until it can be.
@@ -151,9 +151,9 @@ public:
     bool TryOnce() {
         if (line_.starts_with("window "))
             return FindWindowA(nullptr, line_.c_str() + 7) != nullptr;
-        if (standing.empty() || GetForegroundWindow() != standing.back().window)
+        if (shownPages.empty() || GetForegroundWindow() != shownPages.back().window)
             return false;
-        return Do(standing.back());
+        return Do(shownPages.back());
     }
     void GiveUpAfterTries() {
         if (++tries_ > Tries) {
@@ -193,13 +193,13 @@ void ReadInput() {
     for (std::string line; std::getline(std::cin, line);) {
         if (line.ends_with('\r'))
             line.pop_back();
-        const std::lock_guard guard(inputLock);
+        const std::lock_guard lock(inputLock);
         input.push_back(line);
     }
 }
 
 std::optional<Order> NextOrder() {
-    const std::lock_guard guard(inputLock);
+    const std::lock_guard lock(inputLock);
     if (input.empty())
         return std::nullopt;
     Order order(input.front());
@@ -233,7 +233,7 @@ int main(int count, char** words) {
     std::thread(ReadInput).detach();
     std::optional<Order> order;
     while (WaitForSingleObject(process, PollMilliseconds) == WAIT_TIMEOUT) {
-        LookAtScreen();
+        PrintChanges();
         if (!order)
             order = NextOrder();
         if (order && order->TryOnce())
@@ -241,7 +241,7 @@ int main(int count, char** words) {
         else if (order)
             order->GiveUpAfterTries();
     }
-    LookAtScreen(); // the last page has gone
+    PrintChanges(); // the last page has gone
     DWORD code = 0;
     GetExitCodeProcess(process, &code);
     std::printf("ended with %lu\n", code);

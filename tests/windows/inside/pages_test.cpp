@@ -5,12 +5,15 @@
 #include "testing/page_facts.h"
 #include "tests/windows/inside/page_controls.h"
 #include "tests/windows/inside/page_font.h"
-#include "tests/windows/inside/page_hands.h"
 #include "tests/windows/inside/page_image.h"
+#include "tests/windows/inside/page_input.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -46,7 +49,7 @@ protected:
         });
         window_ = nullptr;
         const bool isInFront = WaitUntil([this] {
-            EnumThreadWindows(threadId_, TakeDialog, reinterpret_cast<LPARAM>(&window_));
+            EnumThreadWindows(threadId_, FindDialog, reinterpret_cast<LPARAM>(&window_));
             return over_ || (window_ && GetForegroundWindow() == window_);
         });
         if (over_ || !isInFront)
@@ -92,7 +95,7 @@ protected:
         EXPECT_EQ(control, Focus());
     }
     // It would come up.
-    void ForgoReadme() {
+    void UncheckReadme() {
         if (!Control(IDC_README))
             return;
         EXPECT_TRUE(ClickOn(Control(IDC_README)));
@@ -129,7 +132,7 @@ protected:
     }
     // Of the marks of the index: r is red text, m red behind the text, each on the page's brush.
     bool IsDrawn(HWND control, char mark) const {
-        const Image image = ImageOf(window_).Part(PlaceOn(window_, control));
+        const Image image = ImageOf(window_).Part(RectOn(window_, control));
         const bool blank =
             std::ranges::count(image.pixels, image.pixels.back()) == std::ssize(image.pixels);
         const bool red = std::ranges::find(image.pixels, RedPixel) != image.pixels.end();
@@ -146,35 +149,35 @@ protected:
     }
     void ExpectNothingCut() {
         for (const HWND control : ControlsOf(window_)) {
-            if (GetDlgCtrlID(control) == IDC_CONNECTION_QUESTION) // one line of three, as told
+            if (GetDlgCtrlID(control) == IDC_CONNECTION_QUESTION) // one line of three
                 continue;
             RECT area = {};
             GetClientRect(control, &area);
-            const SIZE rim = RimOf(control), room = RoomOfText(control, area.right);
-            EXPECT_LE(room.cx, area.right - rim.cx) << TextOf(control);
-            EXPECT_LE(room.cy, area.bottom - rim.cy) << TextOf(control);
+            const SIZE rim = MarginsOf(control), size = TextSizeOf(control, area.right);
+            EXPECT_LE(size.cx, area.right - rim.cx) << TextOf(control);
+            EXPECT_LE(size.cy, area.bottom - rim.cy) << TextOf(control);
         }
     }
     void ExpectNothingOverlaps() {
-        std::vector<std::pair<int, RECT>> places; // by control, or by picture below zero
+        std::vector<std::pair<int, RECT>> rects; // by control, or by picture below zero
         for (const HWND control : ControlsOf(window_))
-            places.emplace_back(GetDlgCtrlID(control), PlaceOn(window_, control));
+            rects.emplace_back(GetDlgCtrlID(control), RectOn(window_, control));
         for (const PagePicture& picture : PicturesOf(GetParam())) {
             const Image image = PictureOf(picture.bitmap);
-            places.emplace_back(-picture.bitmap, RECT{picture.x, picture.y, picture.x + image.width,
-                                                      picture.y + image.height});
+            rects.emplace_back(-picture.bitmap, RECT{picture.x, picture.y, picture.x + image.width,
+                                                     picture.y + image.height});
         }
         RECT area = {}, common = {};
         GetClientRect(window_, &area);
-        for (std::size_t one = 0; one < places.size(); ++one) {
-            const auto& [name, place] = places[one];
-            EXPECT_TRUE(UnionRect(&common, &area, &place) && EqualRect(&common, &area)) << name;
+        for (std::size_t one = 0; one < rects.size(); ++one) {
+            const auto& [name, rect] = rects[one];
+            EXPECT_TRUE(UnionRect(&common, &area, &rect) && EqualRect(&common, &area)) << name;
             for (std::size_t other = 0; other < one; ++other) {
-                // The bold label stands in the blanks at the start of a text.
+                // The bold label fits into the blanks at the start of a text.
                 const bool meant =
-                    places[other].first == IDC_NOTICE_WARNING_LABEL && name == IDC_NOTICE_DATA_LOSS;
-                EXPECT_TRUE(meant || !IntersectRect(&common, &place, &places[other].second))
-                    << name << " over " << places[other].first;
+                    rects[other].first == IDC_NOTICE_WARNING_LABEL && name == IDC_NOTICE_DATA_LOSS;
+                EXPECT_TRUE(meant || !IntersectRect(&common, &rect, &rects[other].second))
+                    << name << " over " << rects[other].first;
             }
         }
     }
@@ -187,7 +190,7 @@ protected:
     std::atomic<bool> over_ = false;
 
 private:
-    static BOOL CALLBACK TakeDialog(HWND window, LPARAM found) {
+    static BOOL CALLBACK FindDialog(HWND window, LPARAM found) {
         if (!IsOfClass(window, "#32770") || !IsWindowVisible(window))
             return TRUE;
         *reinterpret_cast<HWND*>(found) = window;
@@ -202,7 +205,7 @@ private:
 
 class StandingPage : public WindowsPage {};
 
-TEST_P(StandingPage, stands_whole_on_the_screen) {
+TEST_P(StandingPage, shows_its_words_and_pictures_whole) {
     Open();
     RECT unit = {0, 0, 4, 8};
     MapDialogRect(window_, &unit);
@@ -233,7 +236,7 @@ TEST_P(WindowsPage, gives_its_results_by_mouse_and_by_keyboard) {
         for (const WORD key :
              std::initializer_list<WORD>{0, VK_SPACE, VK_RETURN}) { // none is the mouse
             Open();
-            ForgoReadme();
+            UncheckReadme();
             ClickWhatNextNeeds();
             const HWND button = Control(command);
             if (!button) // Escape, the close box and Enter are the next tests'
@@ -247,7 +250,7 @@ TEST_P(WindowsPage, gives_its_results_by_mouse_and_by_keyboard) {
     }
 }
 
-TEST_P(WindowsPage, takes_escape_and_the_close_box_for_cancel) {
+TEST_P(WindowsPage, has_the_result_of_cancel_by_escape_and_the_close_box) {
     for (const bool byKeyboard : {false, true}) {
         Open();
         if (byKeyboard) {
@@ -270,18 +273,14 @@ int DefaultOf(const PageFacts& facts) {
     return IDOK;
 }
 
-TEST_P(WindowsPage, takes_enter_for_its_default_button_unless_that_is_grey) {
+TEST_P(WindowsPage, has_the_result_of_its_default_button_by_enter_unless_that_is_grey) {
     const int button = DefaultOf(GetParam());
     Open();
-    ForgoReadme();
+    UncheckReadme();
     const bool isGrey = Control(button) && !IsWindowEnabled(Control(button));
     EXPECT_EQ(*GetParam().before != '\0', isGrey);
     Press(VK_RETURN);
     ExpectResult(isGrey ? std::nullopt : ResultOf(GetParam(), button));
-}
-
-std::string NameOfPage(const testing::TestParamInfo<PageFacts>& facts) {
-    return "page_" + std::to_string(facts.param.dialog) + "_at_" + std::to_string(facts.index);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, WindowsPage, testing::ValuesIn(Index), NameOfPage);
@@ -298,7 +297,7 @@ protected:
     }
 };
 
-TEST_P(TransferPage, takes_no_key_and_no_close_box_and_shows_when_to_wait) {
+TEST_P(TransferPage, ends_by_no_key_and_no_close_box_and_has_the_busy_cursor) {
     State.Run.BusyCursor = true;
     Open();
     ClickOnCloseBox(window_);

@@ -1,7 +1,7 @@
-// The user's hands: keys and clicks, through the message loop of the page that gets them.
+// Keys and clicks of a user, through the message loop of the page that gets them.
 //
-// They are posted and not given to the system as input: the screen that Wine draws on tells of a
-// change of focus when it likes, and what is typed in that moment is lost.
+// They are posted and not sent to the system as input: the X server reports a change of focus at
+// any time, and what is typed in that moment is lost.
 #pragma once
 
 #include <windows.h>
@@ -19,7 +19,7 @@ bool WaitUntil(Condition condition) {
     return condition();
 }
 
-// The key that a thread has got last and let go: all that its going down led to has happened.
+// The key whose release a thread has received last: everything that its press causes has happened.
 inline std::atomic<WPARAM> servedKey = 0;
 
 inline LRESULT CALLBACK WatchKeys(int code, WPARAM removed, LPARAM message) {
@@ -38,10 +38,9 @@ inline void PressKey(HWND focus, WORD key) {
 
 // False when the user would hit something else there.
 inline bool ClickOn(HWND button) {
-    RECT place = {};
-    GetWindowRect(button, &place);
-    const HWND hit =
-        WindowFromPoint({(place.left + place.right) / 2, (place.top + place.bottom) / 2});
+    RECT rect = {};
+    GetWindowRect(button, &rect);
+    const HWND hit = WindowFromPoint({(rect.left + rect.right) / 2, (rect.top + rect.bottom) / 2});
     return hit == button && PostMessageA(button, BM_CLICK, 0, 0);
 }
 
