@@ -54,11 +54,11 @@ double PlainBytesPerSecond(const std::string& tty, double total) {
     port.Write(bytes); // its refusal is written down before the clock runs
     usleep(200000);
     const auto begin = std::chrono::steady_clock::now();
-    double sent = 0;
-    for (; sent < total; sent += WriteSize)
+    std::size_t sent = 0;
+    for (; static_cast<double>(sent) < total; sent += WriteSize)
         port.Write(bytes);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
-    return sent / time.count();
+    return static_cast<double>(sent) / time.count();
 }
 
 struct Round {
