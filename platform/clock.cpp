@@ -18,8 +18,8 @@ namespace platform {
 namespace {
 
 constexpr double NanosecondsPerMillisecond = 1e6;
-constexpr DWORD LongestShortSleep = 1000;
-constexpr auto ShortestSleep = std::chrono::milliseconds(1);
+constexpr DWORD MaxShortSleep = 1000;
+constexpr auto MinSleep = std::chrono::milliseconds(1);
 
 struct Rates {
     double waits = 1;
@@ -45,16 +45,16 @@ Rates ReadRates() {
     return waits && longSleeps ? Rates{*waits, *longSleeps} : Rates{};
 }
 
-const Rates& TheRates() {
+const Rates& ConfiguredRates() {
     static const Rates rates = ReadRates();
     return rates;
 }
 
 HostClock::duration AtRate(DWORD milliseconds, double rate) {
     const double count = std::ceil(milliseconds * NanosecondsPerMillisecond / rate);
-    constexpr auto longest = std::chrono::nanoseconds::max();
-    if (count >= static_cast<double>(longest.count()))
-        return longest;
+    constexpr auto max = std::chrono::nanoseconds::max();
+    if (count >= static_cast<double>(max.count()))
+        return max;
     return std::chrono::nanoseconds(static_cast<std::chrono::nanoseconds::rep>(count));
 }
 
@@ -67,7 +67,7 @@ HostClock::time_point FromNow(HostClock::duration duration) {
 
 } // namespace
 
-double ClockRate() { return TheRates().waits; }
+double ClockRate() { return ConfiguredRates().waits; }
 
 HostClock::duration HostDuration(DWORD milliseconds) { return AtRate(milliseconds, ClockRate()); }
 
@@ -77,9 +77,9 @@ HostClock::time_point HostDeadline(DWORD milliseconds) {
 }
 
 HostClock::time_point SleepDeadline(DWORD milliseconds) {
-    const bool isLong = milliseconds > LongestShortSleep;
-    const auto sleep = AtRate(milliseconds, isLong ? TheRates().longSleeps : ClockRate());
-    return FromNow(std::max<HostClock::duration>(sleep, ShortestSleep));
+    const bool isLong = milliseconds > MaxShortSleep;
+    const auto sleep = AtRate(milliseconds, isLong ? ConfiguredRates().longSleeps : ClockRate());
+    return FromNow(std::max<HostClock::duration>(sleep, MinSleep));
 }
 
 } // namespace platform

@@ -1,5 +1,6 @@
-// The trap of these rules: 2n backslashes before a quotation mark are n backslashes and a mark that
-// opens or closes, 2n+1 are n backslashes and a mark that belongs to the text.
+// Splits command lines as C programs on Windows do. The trap: 2n backslashes before a quotation
+// mark are n backslashes and a mark that opens or closes, 2n+1 are n backslashes and a mark that
+// belongs to the text.
 
 #include "platform/command_line.h"
 
@@ -15,7 +16,7 @@ void SkipBlanks(std::string_view& line) {
     line.remove_prefix(std::min(first, line.size()));
 }
 
-std::string TakeProgram(std::string_view& line) {
+std::string ParseProgram(std::string_view& line) {
     std::string program;
     bool quoted = false;
     while (!line.empty() && (quoted || !IsBlank(line[0]))) {
@@ -28,7 +29,7 @@ std::string TakeProgram(std::string_view& line) {
     return program;
 }
 
-std::string TakeArgument(std::string_view& line) {
+std::string ParseArgument(std::string_view& line) {
     std::string argument;
     bool quoted = false;
     while (!line.empty() && (quoted || !IsBlank(line[0]))) {
@@ -55,9 +56,9 @@ std::vector<std::string> SplitCommandLine(std::string_view commandLine) {
     SkipBlanks(commandLine);
     if (commandLine.empty())
         return arguments;
-    arguments.push_back(TakeProgram(commandLine));
+    arguments.push_back(ParseProgram(commandLine));
     for (SkipBlanks(commandLine); !commandLine.empty(); SkipBlanks(commandLine))
-        arguments.push_back(TakeArgument(commandLine));
+        arguments.push_back(ParseArgument(commandLine));
     return arguments;
 }
 

@@ -6,7 +6,7 @@
 
 #include "platform/controls.h"
 
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <commctrl.h>
 #include <windows.h>
@@ -44,7 +44,7 @@ constexpr std::array<ClassKind, 12> Kinds = {{
 // Runs `work` on the control under the lock.
 template <class Work>
 LRESULT With(HWND handle, Work work) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto control = FindWindowByHandle(handle);
     return control ? static_cast<LRESULT>(work(*control)) : 0;
 }
@@ -119,14 +119,14 @@ void ChangeByClick(Window& control) {
 }
 
 LRESULT Click(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto control = FindWindowByHandle(handle);
     if (!control || (control->style & WS_DISABLED))
         return 0;
     ChangeByClick(*control);
     HWND parent = control->parent;
     auto id = static_cast<WORD>(control->id);
-    hold.unlock();
+    lock.unlock();
     SendMessageA(parent, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(handle));
     return 0;
 }

@@ -1,7 +1,7 @@
 // Controls of a dialog by their ids.
 
 #include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
@@ -11,7 +11,7 @@
 using namespace platform;
 
 HWND WINAPI GetDlgItem(HWND dialog, int id) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(dialog);
     if (!window)
         return nullptr;

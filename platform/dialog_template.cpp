@@ -1,5 +1,5 @@
 // Reading dialog templates: the published DLGTEMPLATE and DLGTEMPLATEEX, each control aligned to 4
-// bytes. The extended one tells itself by 1 and 0xFFFF at its start; it holds the styles the other
+// bytes. The extended one is known by 1 and 0xFFFF at its start; it holds the styles the other
 // way round, ids of 32 bits, and more words for the font.
 
 #include "platform/dialog_template.h"
@@ -57,11 +57,11 @@ std::string ClassName(const Name& name) {
 }
 
 template <class Template>
-void ReadPlace(ByteReader& reader, Template& place) {
-    place.x = reader.SignedWord();
-    place.y = reader.SignedWord();
-    place.width = reader.SignedWord();
-    place.height = reader.SignedWord();
+void ReadBounds(ByteReader& reader, Template& bounds) {
+    bounds.x = reader.SignedWord();
+    bounds.y = reader.SignedWord();
+    bounds.width = reader.SignedWord();
+    bounds.height = reader.SignedWord();
 }
 
 void ReadFont(ByteReader& reader, DialogTemplate& dialog, bool extended) {
@@ -87,7 +87,7 @@ ControlTemplate ReadControl(ByteReader& reader, bool extended) {
         control.style = reader.Long();
         control.exStyle = reader.Long();
     }
-    ReadPlace(reader, control);
+    ReadBounds(reader, control);
     std::uint32_t id = extended ? reader.Long() : reader.Word();
     control.id = id == 0xFFFF ? -1 : static_cast<int>(id);
     control.className = ClassName(ReadName(reader));
@@ -120,7 +120,7 @@ std::optional<DialogTemplate> ReadDialogTemplate(std::span<const std::uint8_t> b
     ByteReader reader(bytes);
     bool extended = ReadStyles(reader, dialog);
     unsigned count = reader.Word();
-    ReadPlace(reader, dialog);
+    ReadBounds(reader, dialog);
     ReadName(reader); // menu
     ReadName(reader); // class: always the standard one
     dialog.title = ReadName(reader).text;

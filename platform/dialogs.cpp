@@ -1,18 +1,18 @@
 // Dialogs: made from templates, run in loops of their own, ended from any thread.
 //
-// A modal dialog is over when it has been ended, when its window has gone, or when its thread is
-// told to quit; in the last case the quit message goes back to the queue, for the loop outside.
+// A modal dialog is over when it has been ended, when its window has gone, or when its thread gets
+// a quit message, which then goes back to the queue, for the loop outside.
 
 #include "platform/dialog_template.h"
-#include "platform/pages.h"
 #include "platform/resources.h"
-#include "platform/text.h"
 #include "platform/window_errors.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 namespace platform {
 
@@ -84,7 +84,7 @@ bool MakeControls(const DialogTemplate& dialog, Window& window, HFONT font) {
 
 int DefaultButtonOf(const DialogTemplate& dialog) {
     for (const ControlTemplate& control : dialog.controls)
-        if (SmallLetters(control.className) == "button" &&
+        if (ToLowerAscii(control.className) == "button" &&
             (control.style & BS_TYPEMASK) == BS_DEFPUSHBUTTON)
             return control.id;
     return 0;
@@ -92,7 +92,7 @@ int DefaultButtonOf(const DialogTemplate& dialog) {
 
 void AttachDialog(Window& window, const DialogTemplate& dialog, const DialogRequest& request,
                   HFONT font) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     window.dialog = std::make_unique<DialogState>();
     window.dialog->templateId = request.templateId;
     window.dialog->modal = request.modal;
@@ -102,7 +102,7 @@ void AttachDialog(Window& window, const DialogTemplate& dialog, const DialogRequ
 
 // The first control that the keyboard could reach.
 HWND FirstControl(const Window& dialog) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     constexpr DWORD Wanted = WS_TABSTOP | WS_VISIBLE;
     for (HWND handle : dialog.children) {
         auto control = FindWindowByHandle(handle);
@@ -156,10 +156,10 @@ void RunModalLoop(const std::shared_ptr<Window>& dialog) {
     MSG message;
     for (;;) {
         switch (FetchMessage(message, [&] { return IsOver(*dialog); })) {
-        case Fetched::Quit:
+        case FetchResult::Quit:
             PostQuitMessage(static_cast<int>(message.wParam));
             return;
-        case Fetched::Message:
+        case FetchResult::Message:
             if (!IsDialogMessageA(dialog->handle, &message))
                 DispatchMessageA(&message);
             break;
@@ -169,24 +169,21 @@ void RunModalLoop(const std::shared_ptr<Window>& dialog) {
     }
 }
 
-// The owner is out of use while the dialog is up; gives whether it was in use before.
-bool DisableOwner(HWND owner) { return owner && !EnableWindow(owner, FALSE); }
-
 INT_PTR ResultOf(const Window& dialog) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     return dialog.dialog->ended ? dialog.dialog->result : 0;
 }
 
 bool HasEnded(const Window& dialog) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     return IsOver(dialog);
 }
 
 // So that a display that prints a page once knows the colours of its texts.
 void PaintControls(const Window& dialog) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     const std::vector<HWND> controls = dialog.children;
-    hold.unlock();
+    lock.unlock();
     for (HWND control : controls)
         SendMessageA(control, WM_PAINT, 0, 0);
 }
@@ -232,7 +229,7 @@ void PostCancel(HWND dialog) {
 // Runs `work` on the dialog under the lock; 0 where the window is no dialog.
 template <class Work>
 LRESULT With(HWND handle, Work work) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     return window && window->dialog ? static_cast<LRESULT>(work(*window)) : 0;
 }
@@ -270,7 +267,7 @@ LRESULT DefaultOfDialog(HWND dialog, UINT message, WPARAM first, LPARAM second) 
 }
 
 bool BelongsTo(HWND window, HWND dialog) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto found = FindWindowByHandle(window);
     return window == dialog || (found && found->IsChild() && found->parent == dialog);
 }
@@ -295,7 +292,7 @@ INT_PTR WINAPI DialogBoxParamA(HINSTANCE instance, LPCSTR templateName, HWND own
         SetLastError(NoSuchWindow);
         return 0;
     }
-    bool ownerWasInUse = DisableOwner(owner);
+    bool ownerWasInUse = owner && !EnableWindow(owner, FALSE);
     DialogRequest request = {instance, NumericName(templateName), owner, procedure, parameter,
                              true};
     auto window = MakeDialog(*dialog, request);
@@ -322,7 +319,7 @@ HWND WINAPI CreateDialogParamA(HINSTANCE instance, LPCSTR templateName, HWND own
 }
 
 BOOL WINAPI EndDialog(HWND handle, INT_PTR result) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window || !window->dialog)
         return FALSE;

@@ -1,38 +1,18 @@
-// Which display shows the pages.
+// What all displays share: the measure of a line, warnings, and the wake-up by input.
 
 #include "platform/display.h"
 
-#include "platform/terminal_display.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <string>
 
 #include <poll.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <atomic>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-
 namespace platform {
-
-namespace {
-
-constexpr int NoSuchDisplay = 2; // exit code
-
-std::atomic<Display*> given = nullptr;
-
-Display& DisplayOfEnvironment() {
-    const char* name = std::getenv("ROM_WIZARD_DISPLAY");
-    if (name && *name && std::strcmp(name, "terminal") != 0) {
-        std::fprintf(stderr, "ROM_WIZARD_DISPLAY: the display '%s' is not built in\n", name);
-        _exit(NoSuchDisplay);
-    }
-    return TerminalDisplay();
-}
-
-} // namespace
 
 bool PageView::CanBeWorked() const {
     return std::any_of(controls.begin(), controls.end(), [](const ControlView& control) {
@@ -47,26 +27,17 @@ LONG LineHeight(const LOGFONTA& font) {
 }
 
 void Display::Warn(const std::string& sentence) {
-    if (TakesOutput(STDERR_FILENO))
+    if (IsWritable(STDERR_FILENO))
         std::fprintf(stderr, "%s\n", sentence.c_str());
 }
 
-Display& TheDisplay() {
-    if (Display* display = given)
-        return *display;
-    static Display& display = DisplayOfEnvironment();
-    return display;
-}
-
-void UseDisplay(Display* display) { given = display; }
-
-bool TakesOutput(int file) {
+bool IsWritable(int file) {
     pollfd waiting = {file, POLLOUT, 0};
     return poll(&waiting, 1, 0) == 1 && (waiting.revents & POLLOUT);
 }
 
 void InputArrived() {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     WakeAllThreads();
 }
 

@@ -1,8 +1,8 @@
 // What shows pages to the user: one model of dialogs and controls, and displays behind it.
 //
-// A display is told of every page and change while the model is locked, in the order in which they
-// happen; it must not call into windows then, and gets all that it shows as plain values. Input
-// comes the other way: a display that has no events of its own is asked for it (NextAction,
+// A display is called for every page and change while the model is locked, in the order in which
+// they happen; it must not call into windows then, and gets all that it shows as plain values.
+// Input comes the other way: a display that has no events of its own is asked for it (NextAction,
 // NextAnswer) by the thread that owns the page, whenever that thread has nothing else to do; one
 // that has posts messages to the page's controls.
 #pragma once
@@ -10,9 +10,8 @@
 #include "platform/controls.h"
 #include "platform/drawing.h"
 
-#include <winuser.h>
+#include <wingdi.h>
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -52,7 +51,7 @@ struct PageAction {
     HWND control; // of a click
 };
 
-struct FileQuestion {
+struct FileRequest {
     bool save;
     HWND owner;                       // null: none
     std::string proposal;             // UTF-8, may be empty
@@ -73,14 +72,14 @@ public:
     virtual void UpdateControl(const PageView& page, const ControlView& control) = 0;
     virtual void UpdatePictures(const PageView&) {}
     virtual void EndPage(const PageView& page) = 0; // once for each page that was shown
-    virtual void UpdateCursor(HWND, bool) {}        // of a page: whether it tells the user to wait
+    virtual void UpdateCursor(HWND, bool) {}        // of a page: whether it is the waiting one
 
     virtual void ShowTaskBar(double) {} // of the program's work, 0 to 1; it ends with its page
 
-    virtual void AskFile(const FileQuestion& question) = 0; // also again, after a complaint
-    virtual void EndQuestion() {}                           // answered, or nobody waits any more
-    virtual void Complain(const std::string& sentence) = 0; // UTF-8
-    virtual void Warn(const std::string& sentence);         // UTF-8; of the program, not of a page
+    virtual void ShowFileDialog(const FileRequest& request) = 0; // also again, after an error
+    virtual void CloseFileDialog() {}                        // answered, or nobody waits any more
+    virtual void ShowError(const std::string& sentence) = 0; // UTF-8; what is wrong with an answer
+    virtual void Warn(const std::string& sentence);          // UTF-8; of the program, not of a page
 
     // What the user has done on the page, where input is waiting; must not block.
     virtual std::optional<PageAction> NextAction(const PageView&) { return std::nullopt; }
@@ -95,15 +94,16 @@ public:
 LONG LineHeight(const LOGFONTA& font);
 
 // The display in use: that of UseDisplay, else the one that ROM_WIZARD_DISPLAY names. Where there
-// is none of that name, says so in one line and ends the program with 2.
-Display& TheDisplay();
+// is none of that name, prints one line and ends the program with 2.
+Display& ActiveDisplay();
 
-// For tests, before the first page; null goes back to the one that the environment names.
+// Makes a display the one in use, before the first page: the desktop's, or a test's own. It stays
+// the caller's and outlives all pages. Null returns to the one that the environment names.
 void UseDisplay(Display* display);
 
-// Whether what is written to the file goes out at once: a terminal may be held (Ctrl-S) and a pipe
-// full, and nobody who has work to do waits for their reader.
-bool TakesOutput(int file);
+// Whether a write to the file would not block: a terminal may be stopped (Ctrl-S) and a pipe full,
+// and a program with work to do must not wait for their reader.
+bool IsWritable(int file);
 
 // A display calls this, holding nothing, when input has come that a thread may be waiting for.
 void InputArrived();

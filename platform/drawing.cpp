@@ -8,7 +8,6 @@
 
 #include "platform/byte_reader.h"
 #include "platform/resources.h"
-#include "platform/window_errors.h"
 
 #include <windows.h>
 
@@ -103,23 +102,23 @@ HDC AddContext() {
     context.brush = StockHandle(WHITE_BRUSH);
     context.font = StockHandle(SYSTEM_FONT);
     context.result = UnpaintedColours();
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     return static_cast<HDC>(Drawing().Add(std::move(context)));
 }
 
 // Sets a value of a context and gives the old one; `none` for a context that is none.
 template <class Value, class Slot>
 Value Exchange(HDC handle, Value none, Slot slot) {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     auto* context = Drawing().Find<Context>(handle);
     return context ? slot(context->result) : none;
 }
 
 bool HeaderFits(LONG width, LONG height, unsigned depth, std::uint32_t compression) {
-    constexpr LONG Largest = 16384;
+    constexpr LONG MaxSide = 16384;
     bool known = depth == 1 || depth == 4 || depth == 8 || depth == 24 || depth == 32;
-    return known && compression == 0 && width > 0 && width <= Largest && height != 0 &&
-           height >= -Largest && height <= Largest;
+    return known && compression == 0 && width > 0 && width <= MaxSide && height != 0 &&
+           height >= -MaxSide && height <= MaxSide;
 }
 
 // A device independent bitmap with the 40-byte header (BITMAPINFOHEADER), checked for its length.
@@ -156,7 +155,7 @@ BITMAP DescribePicture(const Picture& picture) {
 }
 
 template <class Description>
-int GiveDescription(const Description& description, int size, void* buffer) {
+int CopyDescription(const Description& description, int size, void* buffer) {
     if (!buffer)
         return sizeof(description);
     if (size < static_cast<int>(sizeof(description)))
@@ -175,7 +174,7 @@ HDC OpenPaintContext() { return AddContext(); }
 
 PaintResult ClosePaintContext(HDC handle) {
     PaintResult result = {};
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     if (auto* context = Drawing().Find<Context>(handle)) {
         result = std::move(context->result);
         Drawing().objects.erase(handle);
@@ -184,7 +183,7 @@ PaintResult ClosePaintContext(HDC handle) {
 }
 
 bool BrushColour(HBRUSH handle, COLORREF* colour) {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     auto* brush = Drawing().Find<Brush>(handle);
     if (brush)
         *colour = brush->colour;
@@ -192,7 +191,7 @@ bool BrushColour(HBRUSH handle, COLORREF* colour) {
 }
 
 bool FontDescription(HFONT handle, LOGFONTA* description) {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     auto* font = Drawing().Find<LOGFONTA>(handle);
     if (font)
         *description = *font;
@@ -200,7 +199,7 @@ bool FontDescription(HFONT handle, LOGFONTA* description) {
 }
 
 int DrawingObjectCount() {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     return static_cast<int>(Drawing().objects.size() - Drawing().stock);
 }
 
@@ -213,7 +212,7 @@ HDC WINAPI CreateDCA(LPCSTR, LPCSTR, LPCSTR, const DEVMODEA*) { return AddContex
 HDC WINAPI CreateCompatibleDC(HDC) { return AddContext(); }
 
 BOOL WINAPI DeleteDC(HDC handle) {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     if (!Drawing().Find<Context>(handle))
         return FALSE;
     Drawing().objects.erase(handle);
@@ -221,7 +220,7 @@ BOOL WINAPI DeleteDC(HDC handle) {
 }
 
 HGDIOBJ WINAPI SelectObject(HDC handle, HGDIOBJ object) {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     auto* context = Drawing().Find<Context>(handle);
     if (!context)
         return nullptr;
@@ -235,7 +234,7 @@ HGDIOBJ WINAPI SelectObject(HDC handle, HGDIOBJ object) {
 }
 
 BOOL WINAPI DeleteObject(HGDIOBJ object) {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     if (reinterpret_cast<std::uintptr_t>(object) < FirstHandle)
         return Drawing().objects.contains(object);
     if (Drawing().IsSelected(object) || Drawing().Find<Context>(object))
@@ -244,24 +243,24 @@ BOOL WINAPI DeleteObject(HGDIOBJ object) {
 }
 
 int WINAPI GetObjectA(HANDLE object, int size, LPVOID buffer) {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     if (auto* picture = Drawing().Find<std::shared_ptr<const Picture>>(object))
-        return GiveDescription(DescribePicture(**picture), size, buffer);
+        return CopyDescription(DescribePicture(**picture), size, buffer);
     if (auto* font = Drawing().Find<LOGFONTA>(object))
-        return GiveDescription(*font, size, buffer);
+        return CopyDescription(*font, size, buffer);
     if (auto* brush = Drawing().Find<Brush>(object))
-        return GiveDescription(LOGBRUSH{0, brush->colour, 0}, size, buffer);
+        return CopyDescription(LOGBRUSH{0, brush->colour, 0}, size, buffer);
     return 0;
 }
 
 HGDIOBJ WINAPI GetStockObject(int index) {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     return Drawing().objects.contains(StockHandle(index)) ? StockHandle(index) : nullptr;
 }
 
 BOOL WINAPI BitBlt(HDC target, int x, int y, int width, int height, HDC source, int sourceX,
                    int sourceY, DWORD operation) {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     auto* to = Drawing().Find<Context>(target);
     auto* from = Drawing().Find<Context>(source);
     if (!to || !from || operation != SRCCOPY)
@@ -276,12 +275,12 @@ BOOL WINAPI BitBlt(HDC target, int x, int y, int width, int height, HDC source, 
 HFONT WINAPI CreateFontIndirectA(const LOGFONTA* font) {
     if (!font)
         return nullptr;
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     return static_cast<HFONT>(Drawing().Add(*font));
 }
 
 HBRUSH WINAPI CreateSolidBrush(COLORREF colour) {
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     return static_cast<HBRUSH>(Drawing().Add(Brush{colour}));
 }
 
@@ -308,6 +307,6 @@ HBITMAP WINAPI LoadBitmapA(HINSTANCE, LPCSTR name) {
     auto picture = bytes ? ReadPicture(*bytes) : nullptr;
     if (!picture)
         return nullptr;
-    std::lock_guard hold(Drawing().lock);
+    std::lock_guard lock(Drawing().lock);
     return static_cast<HBITMAP>(Drawing().Add(std::move(picture)));
 }

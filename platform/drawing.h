@@ -24,7 +24,7 @@ struct PaintedPicture {
     int sourceX, sourceY;
 };
 
-// What a context was told, and what was painted through it.
+// The settings of a context, and what was painted through it.
 struct PaintResult {
     std::vector<PaintedPicture> pictures;
     COLORREF textColour, background;

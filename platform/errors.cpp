@@ -1,4 +1,4 @@
-// The last error of each thread, and how errors of the host are told.
+// The last error of each thread, and the error codes of Windows for the host's errno.
 //
 // A call that succeeds must not touch the last error: callers read it much later, and a stray value
 // would look like the failure of another call.

@@ -1,4 +1,4 @@
-// The host's error numbers as Windows tells them.
+// The host's error numbers as error codes of Windows.
 #pragma once
 
 #include <windef.h>

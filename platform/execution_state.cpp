@@ -1,13 +1,12 @@
 // SetThreadExecutionState: while a thread asks for it, the machine neither sleeps nor idles.
 //
-// The host's login manager keeps it awake for as long as a descriptor that it has given is open
-// (org.freedesktop.login1, Inhibit), so a program that is killed holds nothing back. A host without
-// it goes on as it is: the wizard cannot help that.
+// The host's login manager keeps it awake for as long as a descriptor of its own is open here
+// (org.freedesktop.login1, Inhibit), so a program that is killed keeps nothing awake. On a host
+// without that manager the calls change nothing.
 
 #include "platform/execution_state.h"
 
 #include "platform/descriptor.h"
-#include "platform/text.h"
 
 #include <windows.h>
 
@@ -32,8 +31,8 @@ struct MessageEnd {
     void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
 };
 
-// Empty where nobody gives one.
-Descriptor TakeInhibitor() {
+// None where the login manager does not answer or refuses.
+Descriptor RequestInhibitor() {
     sd_bus* opened = nullptr;
     if (sd_bus_open_system(&opened) < 0)
         return {};
@@ -51,21 +50,21 @@ Descriptor TakeInhibitor() {
     return Descriptor(fcntl(inhibitor, F_DUPFD_CLOEXEC, 0));
 }
 
-// Of all threads together: the first one takes the inhibitor, the last one gives it back.
-class Wakefulness {
+// Of all threads together: the first one opens the inhibitor, the last one closes it.
+class SleepInhibitor {
 public:
     void Add() {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         if (threads_++ == 0)
-            inhibitor_ = TakeInhibitor();
+            inhibitor_ = RequestInhibitor();
     }
     void Remove() {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         if (--threads_ == 0)
             inhibitor_ = {};
     }
     bool Unless(const std::function<void()>& action) {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         if (threads_ == 0)
             action();
         return threads_ == 0;
@@ -77,32 +76,33 @@ private:
     Descriptor inhibitor_;
 };
 
-Wakefulness& TheWakefulness() {
-    static Wakefulness& wakefulness = *new Wakefulness; // threads may outlive everything else
-    return wakefulness;
+SleepInhibitor& TheSleepInhibitor() {
+    static SleepInhibitor& sleepInhibitor =
+        *new SleepInhibitor; // threads may outlive everything else
+    return sleepInhibitor;
 }
 
-// What a thread has asked for; it ends with the thread.
+// The state that a thread has set; it ends with the thread.
 struct ThreadState {
-    ~ThreadState() { Ask(0); }
+    ~ThreadState() { Set(0); }
 
-    EXECUTION_STATE Ask(EXECUTION_STATE wanted) {
-        const EXECUTION_STATE before = asked;
-        if (wanted && !asked)
-            TheWakefulness().Add();
-        else if (!wanted && asked)
-            TheWakefulness().Remove();
-        asked = wanted;
+    EXECUTION_STATE Set(EXECUTION_STATE wanted) {
+        const EXECUTION_STATE before = requested;
+        if (wanted && !requested)
+            TheSleepInhibitor().Add();
+        else if (!wanted && requested)
+            TheSleepInhibitor().Remove();
+        requested = wanted;
         return before;
     }
 
-    EXECUTION_STATE asked = 0;
+    EXECUTION_STATE requested = 0;
 };
 
 } // namespace
 
 bool UnlessSystemRequired(const std::function<void()>& action) {
-    return TheWakefulness().Unless(action);
+    return TheSleepInhibitor().Unless(action);
 }
 
 } // namespace platform
@@ -110,6 +110,6 @@ bool UnlessSystemRequired(const std::function<void()>& action) {
 EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state) {
     thread_local platform::ThreadState thread;
     if (!(state & ES_CONTINUOUS)) // a single push to the idle timer: there is none to push here
-        return thread.asked | ES_CONTINUOUS;
-    return thread.Ask(state & ES_SYSTEM_REQUIRED) | ES_CONTINUOUS;
+        return thread.requested | ES_CONTINUOUS;
+    return thread.Set(state & ES_SYSTEM_REQUIRED) | ES_CONTINUOUS;
 }

@@ -1,5 +1,5 @@
-// Asking for a file: the question goes to the display, the answer is judged here, and what cannot
-// be meant is asked again with a plain word. The thread's messages are served meanwhile.
+// The calls of commdlg.h: the display asks for a file, the answer is checked here, and an unusable
+// one is asked for again, with the reason. The thread's messages are served meanwhile.
 //
 // The caller's buffer holds Windows-1252. A path with other letters, or too long for the buffer,
 // is refused while the user can still choose another: cut or with '?' it would name another file.
@@ -18,6 +18,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace platform {
 
@@ -43,19 +46,19 @@ std::vector<std::string> FilterNames(const char* filter) {
     return names;
 }
 
-FileQuestion QuestionOf(const OPENFILENAMEA& dialog, bool save) {
+FileRequest RequestOf(const OPENFILENAMEA& dialog, bool save) {
     std::string proposal(dialog.lpstrFile, strnlen(dialog.lpstrFile, dialog.nMaxFile));
     return {save, dialog.hwndOwner, Utf8FromAnsi(proposal), FilterNames(dialog.lpstrFilter)};
 }
 
-// What became of an answer: a path, or why it cannot be taken.
-struct Judgement {
+// An answer as checked: its path, or why it is refused.
+struct CheckedPath {
     fs::path host;
     std::string windows; // Windows-1252
-    std::string complaint;
+    std::string error;
 };
 
-Judgement Refuse(std::string complaint) { return {{}, {}, std::move(complaint)}; }
+CheckedPath Refuse(std::string error) { return {{}, {}, std::move(error)}; }
 
 bool Quoted(const std::string& text) {
     return text.size() >= 2 && (text.front() == '"' || text.front() == '\'') &&
@@ -90,7 +93,7 @@ bool IsFolder(const fs::path& path) {
     return fs::is_directory(path, ignored);
 }
 
-// The default extension goes to a name without one; a file that exists as it was given is meant.
+// Adds the default extension to a name without one, unless a file of just that name can be opened.
 fs::path WithExtension(const std::string& ansi, const fs::path& host, const OPENFILENAMEA& dialog,
                        bool save) {
     if (!dialog.lpstrDefExt || HasExtension(host) || IsFolder(host) || (!save && Exists(host)))
@@ -99,7 +102,7 @@ fs::path WithExtension(const std::string& ansi, const fs::path& host, const OPEN
 }
 
 // The path as the caller will see it: must lead back to the same file.
-Judgement InCallersTerms(const fs::path& host, const OPENFILENAMEA& dialog) {
+CheckedPath CheckForCaller(const fs::path& host, const OPENFILENAMEA& dialog) {
     std::string windows = WindowsPath(host.string());
     if (HostOf(windows) != host)
         return Refuse("the name has letters that cannot be used here: " + host.string());
@@ -108,7 +111,7 @@ Judgement InCallersTerms(const fs::path& host, const OPENFILENAMEA& dialog) {
     return {host, windows, {}};
 }
 
-Judgement Judge(const std::string& answer, const OPENFILENAMEA& dialog, bool save) {
+CheckedPath CheckAnswer(const std::string& answer, const OPENFILENAMEA& dialog, bool save) {
     std::string utf8 = Plain(answer);
     std::string ansi = AnsiFromUtf8(utf8);
     if (Utf8FromAnsi(ansi) != utf8)
@@ -123,7 +126,7 @@ Judgement Judge(const std::string& answer, const OPENFILENAMEA& dialog, bool sav
         return Refuse("there is no such folder: " + host.parent_path().string());
     if (!save && (dialog.Flags & OFN_FILEMUSTEXIST) && !Exists(host))
         return Refuse("there is no such file: " + host.string());
-    return InCallersTerms(host, dialog);
+    return CheckForCaller(host, dialog);
 }
 
 void CopyTitle(const std::string& name, OPENFILENAMEA& dialog) {
@@ -134,8 +137,8 @@ void CopyTitle(const std::string& name, OPENFILENAMEA& dialog) {
     dialog.lpstrFileTitle[length] = '\0';
 }
 
-void Give(const Judgement& judgement, OPENFILENAMEA& dialog) {
-    const std::string& path = judgement.windows;
+void StorePath(const CheckedPath& checked, OPENFILENAMEA& dialog) {
+    const std::string& path = checked.windows;
     std::memcpy(dialog.lpstrFile, path.c_str(), path.size() + 1);
     std::size_t name = path.find_last_of('\\') + 1;
     std::size_t dot = path.find_last_of('.');
@@ -145,71 +148,71 @@ void Give(const Judgement& judgement, OPENFILENAMEA& dialog) {
     CopyTitle(path.substr(name), dialog);
     std::error_code ignored; // where the folder cannot be entered, the program stays where it is
     if (!(dialog.Flags & OFN_NOCHANGEDIR))
-        fs::current_path(judgement.host.parent_path(), ignored);
+        fs::current_path(checked.host.parent_path(), ignored);
 }
 
-// A question that is up: registered with the displays' input from construction to the end.
-class StandingQuestion {
+// A file dialog that is up: registered with the display's input from construction to the end.
+class FileDialog {
 public:
-    StandingQuestion(FileQuestion question, HWND owner)
-        : question_(std::move(question)), owner_(owner), open_{CurrentQueue(), 0, std::nullopt} {
-        auto hold = LockWindows();
-        open_.showOrder = ++Windows().lastShowOrder;
-        Windows().questions.push_back(&open_);
-        TheDisplay().AskFile(question_);
+    FileDialog(FileRequest request, HWND owner)
+        : request_(std::move(request)), owner_(owner), active_{CurrentQueue(), 0, std::nullopt} {
+        auto lock = LockWindows();
+        active_.showOrder = ++Model().lastShowOrder;
+        Model().fileDialogs.push_back(&active_);
+        ActiveDisplay().ShowFileDialog(request_);
     }
-    StandingQuestion(const StandingQuestion&) = delete;
-    StandingQuestion& operator=(const StandingQuestion&) = delete;
-    ~StandingQuestion() {
-        auto hold = LockWindows();
-        std::erase(Windows().questions, &open_);
-        TheDisplay().EndQuestion();
+    FileDialog(const FileDialog&) = delete;
+    FileDialog& operator=(const FileDialog&) = delete;
+    ~FileDialog() {
+        auto lock = LockWindows();
+        std::erase(Model().fileDialogs, &active_);
+        ActiveDisplay().CloseFileDialog();
         WakeAllThreads();
     }
 
     // None: cancelled, or cut short by a quit message or the end of the owner.
-    std::optional<std::string> Answer();
+    std::optional<std::string> WaitForAnswer();
 
-    void AskAgain(const std::string& complaint) {
-        auto hold = LockWindows();
-        open_.answer.reset();
-        TheDisplay().Complain(complaint);
-        TheDisplay().AskFile(question_);
+    void ShowAgain(const std::string& error) {
+        auto lock = LockWindows();
+        active_.answer.reset();
+        ActiveDisplay().ShowError(error);
+        ActiveDisplay().ShowFileDialog(request_);
     }
 
 private:
-    bool IsOver() const { return open_.answer || (owner_ && !FindWindowByHandle(owner_)); }
+    bool IsOver() const { return active_.answer || (owner_ && !FindWindowByHandle(owner_)); }
 
-    FileQuestion question_;
+    FileRequest request_;
     HWND owner_;
-    OpenQuestion open_;
+    ActiveFileDialog active_;
 };
 
-std::optional<std::string> StandingQuestion::Answer() {
+std::optional<std::string> FileDialog::WaitForAnswer() {
     MSG message;
     for (;;) {
-        Fetched fetched = FetchMessage(message, [this] { return IsOver(); });
-        if (fetched == Fetched::Message) {
+        FetchResult fetched = FetchMessage(message, [this] { return IsOver(); });
+        if (fetched == FetchResult::Message) {
             DispatchMessageA(&message);
             continue;
         }
-        if (fetched == Fetched::Quit)
+        if (fetched == FetchResult::Quit)
             PostQuitMessage(static_cast<int>(message.wParam));
-        if (!open_.answer || open_.answer->cancelled)
+        if (!active_.answer || active_.answer->cancelled)
             return std::nullopt;
-        return open_.answer->path;
+        return active_.answer->path;
     }
 }
 
-bool AskUntilUsable(OPENFILENAMEA& dialog, bool save) {
-    StandingQuestion question(QuestionOf(dialog, save), dialog.hwndOwner);
-    while (auto answer = question.Answer()) {
-        Judgement judgement = Judge(*answer, dialog, save);
-        if (judgement.complaint.empty()) {
-            Give(judgement, dialog);
+bool RunUntilUsable(OPENFILENAMEA& dialog, bool save) {
+    FileDialog fileDialog(RequestOf(dialog, save), dialog.hwndOwner);
+    while (auto answer = fileDialog.WaitForAnswer()) {
+        CheckedPath checked = CheckAnswer(*answer, dialog, save);
+        if (checked.error.empty()) {
+            StorePath(checked, dialog);
             return true;
         }
-        question.AskAgain(judgement.complaint);
+        fileDialog.ShowAgain(checked.error);
     }
     return false;
 }
@@ -219,7 +222,7 @@ BOOL RunFileDialog(OPENFILENAMEA* dialog, bool save) {
         return FALSE;
     HWND owner = dialog->hwndOwner;
     bool ownerWasInUse = owner && !EnableWindow(owner, FALSE);
-    bool chosen = AskUntilUsable(*dialog, save);
+    bool chosen = RunUntilUsable(*dialog, save);
     if (ownerWasInUse)
         EnableWindow(owner, TRUE);
     return chosen ? TRUE : FALSE;

@@ -1,4 +1,4 @@
-// flock with an end.
+// Locks a file with flock, within a limit of time.
 
 #include "platform/file_lock.h"
 

@@ -3,6 +3,7 @@
 
 #include "platform/file_names.h"
 
+#include "platform/descriptor.h"
 #include "platform/errors.h"
 #include "platform/paths.h"
 
@@ -34,12 +35,8 @@ DWORD NameError(const std::string& path) {
 // Whether a program that uses this layer holds the file open in a way that keeps others out. Where
 // the file cannot even be opened, the delete itself decides.
 bool IsHeldByOthers(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (descriptor < 0)
-        return false;
-    const bool held = flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    close(descriptor);
-    return held;
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    return file && flock(file.Number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// What may stand in the name of a file.
+// Which names a new file may have.
 #pragma once
 
 #include <string_view>

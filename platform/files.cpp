@@ -4,6 +4,7 @@
 // open must not lose its content to an open that is then refused. Only regular files are opened: a
 // pipe may wait for ever, a device never comes to its end, and opening alone may set one off.
 
+#include "platform/descriptor.h"
 #include "platform/errors.h"
 #include "platform/file_names.h"
 #include "platform/file_object.h"
@@ -13,8 +14,8 @@
 
 #include <winbase.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -32,15 +33,15 @@ constexpr mode_t NewFileMode = 0666; // less what the user's mask takes
 
 class File : public StreamObject {
 public:
-    File(int descriptor, DWORD access) : descriptor_(descriptor), access_(access) {}
-    ~File() override { close(descriptor_); }
+    File(Descriptor descriptor, DWORD access)
+        : descriptor_(std::move(descriptor)), access_(access) {}
 
     BOOL Read(void* buffer, DWORD count, DWORD* done, OVERLAPPED* overlapped) override;
     BOOL Write(const void* data, DWORD count, DWORD* done, OVERLAPPED* overlapped) override;
-    int Descriptor() const { return descriptor_; }
+    int Number() const { return descriptor_.Number(); } // of the descriptor
 
 private:
-    const int descriptor_;
+    const Descriptor descriptor_;
     const DWORD access_;
 };
 
@@ -49,7 +50,7 @@ off_t OffsetOf(const OVERLAPPED& overlapped) {
 }
 
 // Repeats a call that moves a part of the bytes until all are moved, none is left or it fails.
-// Gives how many were moved; after a failure errno tells why.
+// Gives how many were moved; after a failure errno is set.
 using MoveBytes = std::function<ssize_t(DWORD moved)>;
 
 DWORD MoveAll(DWORD count, const MoveBytes& move, bool& failed) {
@@ -67,7 +68,7 @@ DWORD MoveAll(DWORD count, const MoveBytes& move, bool& failed) {
     return moved;
 }
 
-// An overlapped call has ended by the time it returns: its record tells so, and its event.
+// An overlapped call has ended by the time it returns: its record and its event show that.
 void CompleteOverlapped(OVERLAPPED* overlapped, DWORD done) {
     if (!overlapped)
         return;
@@ -95,8 +96,8 @@ BOOL File::Read(void* buffer, DWORD count, DWORD* done, OVERLAPPED* overlapped) 
         return FALSE;
     const auto move = [&](DWORD moved) {
         BYTE* to = static_cast<BYTE*>(buffer) + moved;
-        return overlapped ? pread(descriptor_, to, count - moved, OffsetOf(*overlapped) + moved)
-                          : read(descriptor_, to, count - moved);
+        return overlapped ? pread(Number(), to, count - moved, OffsetOf(*overlapped) + moved)
+                          : read(Number(), to, count - moved);
     };
     bool failed;
     const DWORD moved = MoveAll(count, move, failed);
@@ -118,8 +119,8 @@ BOOL File::Write(const void* data, DWORD count, DWORD* done, OVERLAPPED* overlap
         return FALSE;
     const auto move = [&](DWORD moved) {
         const BYTE* from = static_cast<const BYTE*>(data) + moved;
-        return overlapped ? pwrite(descriptor_, from, count - moved, OffsetOf(*overlapped) + moved)
-                          : write(descriptor_, from, count - moved);
+        return overlapped ? pwrite(Number(), from, count - moved, OffsetOf(*overlapped) + moved)
+                          : write(Number(), from, count - moved);
     };
     bool failed;
     const DWORD moved = MoveAll(count, move, failed);
@@ -162,33 +163,33 @@ bool IsValid(const OpenRequest& request) {
 }
 
 // As open; EACCES for what is no regular file, which is not touched.
-int OpenRegular(const char* path, int flags) {
+Descriptor OpenRegular(const char* path, int flags) {
     struct stat status;
     if (stat(path, &status) == 0 && !S_ISREG(status.st_mode)) {
         errno = EACCES;
-        return -1;
+        return {};
     }
-    return open(path, flags);
+    return Descriptor(open(path, flags));
 }
 
-// The descriptor, or -1 with errno. Whether the file was there before decides what callers are
-// told, so creating and opening are two steps; somebody else may come between them.
-int OpenDescriptor(const OpenRequest& request, bool& existed) {
+// The descriptor, or none with errno. Whether the file was there before decides the last error of
+// the caller, so creating and opening are two steps; somebody else may come between them.
+Descriptor OpenDescriptor(const OpenRequest& request, bool& existed) {
     constexpr int Attempts = 10;
     const int flags = request.Mode() | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     const char* path = request.path.c_str();
     for (int attempt = 0; attempt < Attempts; ++attempt) {
         existed = request.disposition != CREATE_NEW;
-        int descriptor = existed ? OpenRegular(path, flags) : -1;
-        const bool missing = !existed || (descriptor < 0 && errno == ENOENT);
+        Descriptor descriptor = existed ? OpenRegular(path, flags) : Descriptor();
+        const bool missing = !existed || (!descriptor && errno == ENOENT);
         if (!missing || !request.MayCreate())
             return descriptor;
         existed = false;
-        descriptor = open(path, flags | O_CREAT | O_EXCL, NewFileMode);
-        if (descriptor >= 0 || errno != EEXIST || request.disposition == CREATE_NEW)
+        descriptor = Descriptor(open(path, flags | O_CREAT | O_EXCL, NewFileMode));
+        if (descriptor || errno != EEXIST || request.disposition == CREATE_NEW)
             return descriptor;
     }
-    return -1;
+    return {};
 }
 
 // 0, or the error. Sharing as the host's whole-file locks can express it: whoever shares nothing,
@@ -209,7 +210,7 @@ DWORD PrepareFile(int descriptor, const OpenRequest& request) {
     struct stat status;
     if (fstat(descriptor, &status) != 0)
         return ErrorFromErrno(errno);
-    if (!S_ISREG(status.st_mode)) // put there since it was looked at
+    if (!S_ISREG(status.st_mode)) // put there since it was checked
         return ERROR_ACCESS_DENIED;
     fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
     if (const int refused = LockAgainstOthers(descriptor, request))
@@ -227,17 +228,17 @@ DWORD OpenError(const OpenRequest& request) {
 
 std::shared_ptr<Object> OpenFile(const OpenRequest& request) {
     bool existed;
-    const int descriptor = OpenDescriptor(request, existed);
-    if (descriptor < 0) {
+    Descriptor descriptor = OpenDescriptor(request, existed);
+    if (!descriptor) {
         SetLastError(OpenError(request));
         return nullptr;
     }
-    auto file = std::make_shared<File>(descriptor, request.access);
-    if (const DWORD error = PrepareFile(descriptor, request)) {
+    auto file = std::make_shared<File>(std::move(descriptor), request.access);
+    if (const DWORD error = PrepareFile(file->Number(), request)) {
         SetLastError(error);
         return nullptr;
     }
-    // Windows tells in this way, and for these two only, whether the file was there before.
+    // Windows reports in this way, and for these two only, whether the file was there before.
     if (request.disposition == CREATE_ALWAYS || request.disposition == OPEN_ALWAYS)
         SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return file;
@@ -268,7 +269,7 @@ LONGLONG Seek(const File& file, LONGLONG distance, DWORD method) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return -1;
     }
-    const off_t position = lseek(file.Descriptor(), distance, Origins[method]);
+    const off_t position = lseek(file.Number(), distance, Origins[method]);
     if (position < 0)
         SetLastError(errno == EINVAL ? ERROR_NEGATIVE_SEEK : ErrorFromErrno(errno));
     return position;
@@ -305,7 +306,7 @@ DWORD WINAPI GetFileSize(HANDLE handle, LPDWORD high) {
     struct stat status;
     if (!file)
         return INVALID_FILE_SIZE;
-    if (fstat(file->Descriptor(), &status) != 0) {
+    if (fstat(file->Number(), &status) != 0) {
         platform::SetErrorFromErrno();
         return INVALID_FILE_SIZE;
     }
@@ -316,7 +317,7 @@ DWORD WINAPI GetFileSize(HANDLE handle, LPDWORD high) {
 }
 
 // A size or a position whose low half is 0xFFFFFFFF looks like a failure: callers then ask the last
-// error, which tells success only where it is cleared.
+// error, which means success only where it is cleared.
 DWORD WINAPI SetFilePointer(HANDLE handle, LONG distance, PLONG distanceHigh, DWORD method) {
     const auto file = FindHandleOf<File>(handle);
     if (!file)
@@ -344,7 +345,7 @@ BOOL WINAPI FlushFileBuffers(HANDLE handle) {
     const auto file = FindHandleOf<File>(handle);
     if (!file)
         return FALSE;
-    if (fsync(file->Descriptor()) == 0 || errno == EINVAL) // a file system that cannot
+    if (fsync(file->Number()) == 0 || errno == EINVAL) // a file system that cannot
         return TRUE;
     platform::SetErrorFromErrno();
     return FALSE;

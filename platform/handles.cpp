@@ -6,6 +6,7 @@
 
 #include <winbase.h>
 
+#include <cstdint>
 #include <mutex>
 #include <unordered_map>
 #include <utility>
@@ -31,7 +32,7 @@ HandleTable& Table() {
 
 std::uintptr_t NumberOf(HANDLE handle) { return reinterpret_cast<std::uintptr_t>(handle); }
 
-std::uintptr_t TakeFreeNumber(HandleTable& table) {
+std::uintptr_t NextFreeNumber(HandleTable& table) {
     std::uintptr_t number;
     do {
         number = table.next;
@@ -44,7 +45,7 @@ void CountBadClose(HANDLE handle) {
     if (!handle || handle == INVALID_HANDLE_VALUE)
         return;
     auto& table = Table();
-    const std::lock_guard guard(table.lock);
+    const std::lock_guard lock(table.lock);
     ++table.badCloses;
 }
 
@@ -52,15 +53,15 @@ void CountBadClose(HANDLE handle) {
 
 HANDLE AddHandle(std::shared_ptr<Object> object) {
     auto& table = Table();
-    const std::lock_guard guard(table.lock);
-    const auto number = TakeFreeNumber(table);
+    const std::lock_guard lock(table.lock);
+    const auto number = NextFreeNumber(table);
     table.open.emplace(number, std::move(object));
     return reinterpret_cast<HANDLE>(number);
 }
 
 std::shared_ptr<Object> PeekHandle(HANDLE handle) {
     auto& table = Table();
-    const std::lock_guard guard(table.lock);
+    const std::lock_guard lock(table.lock);
     const auto found = table.open.find(NumberOf(handle));
     return found == table.open.end() ? nullptr : found->second;
 }
@@ -74,9 +75,9 @@ std::shared_ptr<Object> FindHandle(HANDLE handle) {
 
 bool RemoveHandle(HANDLE handle) {
     auto& table = Table();
-    std::unique_lock guard(table.lock);
+    std::unique_lock lock(table.lock);
     auto taken = table.open.extract(NumberOf(handle));
-    guard.unlock();
+    lock.unlock();
     if (taken.empty()) {
         CountBadClose(handle);
         SetInvalidHandleError();
@@ -88,13 +89,13 @@ bool RemoveHandle(HANDLE handle) {
 
 int OpenHandleCount() {
     auto& table = Table();
-    const std::lock_guard guard(table.lock);
+    const std::lock_guard lock(table.lock);
     return static_cast<int>(table.open.size());
 }
 
 int BadCloseCount() {
     auto& table = Table();
-    const std::lock_guard guard(table.lock);
+    const std::lock_guard lock(table.lock);
     return table.badCloses;
 }
 

@@ -1,7 +1,7 @@
 // The table behind every HANDLE: small numbers, multiples of 4, that name reference-counted
-// objects. A call takes the object out of the table once and keeps it alive for its duration, so
-// a handle closed by another thread in the middle of a call does no harm. Values are not reused
-// at once: a stale handle meets ERROR_INVALID_HANDLE rather than somebody else's object.
+// objects. A call looks its object up once and keeps it alive for its duration, so a handle closed
+// by another thread in the middle of a call does no harm. Values are not reused at once: a stale
+// handle meets ERROR_INVALID_HANDLE rather than somebody else's object.
 #pragma once
 
 #include <windef.h>
@@ -10,16 +10,16 @@
 
 namespace platform {
 
-// Whatever a HANDLE can name. What a thread can wait for is in waits.h, what ReadFile takes is in
+// Whatever a HANDLE can name. What a thread can wait for is in waits.h, what ReadFile reads is in
 // file_object.h.
 class Object {
 public:
     virtual ~Object() = default;
     // False for what has a closing call of its own, such as searches and registry keys: CloseHandle
-    // does not take them.
+    // refuses them.
     virtual bool ClosedByCloseHandle() const { return true; }
     // Called once, when the handle is closed; outstanding work on the object completes then.
-    // The object itself lives on until its last user lets go.
+    // The object itself lives until its last user releases it.
     virtual void Close() {}
 };
 
@@ -32,7 +32,7 @@ std::shared_ptr<Object> FindHandle(HANDLE handle);
 // As above, but the last error stays as it was: for calls that give their error as a result.
 std::shared_ptr<Object> PeekHandle(HANDLE handle);
 
-// Takes the handle out of the table and closes its object, which the caller has found behind it.
+// Removes the handle from the table and closes its object, which the caller has found behind it.
 // False with ERROR_INVALID_HANDLE where another thread has closed it meanwhile.
 bool RemoveHandle(HANDLE handle);
 

@@ -2,7 +2,7 @@
 //
 // It is chosen at the first use and made absolute then: a file dialog may change the current
 // directory later, and the registry must not move with it. It is judged then, too: a window record
-// says which process to end and a port link what to write on, so nobody else may put one there.
+// names a process to end, and a port link a device to write to, so nobody else may put one there.
 
 #include "platform/home.h"
 
@@ -27,7 +27,7 @@ fs::path Setting(const char* name) {
 }
 
 fs::path UserFolder() {
-    if (const auto home = Setting("HOME"); home.is_absolute())
+    if (auto home = Setting("HOME"); home.is_absolute())
         return home;
     const passwd* user = getpwuid(getuid());
     return user ? user->pw_dir : "/";

@@ -1,4 +1,4 @@
-// The I/O thread.
+// The I/O thread: waits with epoll, and calls the client of each descriptor that is ready.
 //
 // It sleeps in epoll_wait until a descriptor has something for it; a change of what is watched
 // reaches it there without a wake-up call. A hang-up cannot be masked: a client that keeps a dead
@@ -6,11 +6,13 @@
 
 #include "platform/io_thread.h"
 
+#include "platform/signals_blocked.h"
+
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include <pthread.h>
 #include <sys/epoll.h>
@@ -19,20 +21,6 @@ namespace platform {
 namespace {
 
 constexpr int EventsAtOnce = 8;
-
-// Signals belong to the threads of the program.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-private:
-    sigset_t before_;
-};
 
 epoll_event EventFor(IoThread::Key key, std::uint32_t events) {
     epoll_event event = {};
@@ -51,12 +39,12 @@ IoThread& IoThread::Instance() {
 IoThread::IoThread() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
     if (!epoll_)
         throw std::system_error(errno, std::generic_category());
-    const SignalsBlocked inherited;
+    const SignalsBlocked blocked;
     std::thread([this] { Run(); }).detach();
 }
 
 IoThread::Key IoThread::Add(int descriptor, std::weak_ptr<Client> client) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     const Key key = ++lastKey_;
     epoll_event event = EventFor(key, 0);
     if (epoll_ctl(epoll_.Number(), EPOLL_CTL_ADD, descriptor, &event) != 0)
@@ -72,7 +60,7 @@ void IoThread::Watch(int descriptor, Key key, std::uint32_t events) {
 
 void IoThread::Remove(int descriptor, Key key) {
     epoll_ctl(epoll_.Number(), EPOLL_CTL_DEL, descriptor, nullptr);
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     clients_.erase(key);
 }
 
@@ -89,7 +77,7 @@ void IoThread::Run() {
 void IoThread::Serve(Key key, std::uint32_t events) {
     std::shared_ptr<Client> client;
     {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         const auto found = clients_.find(key);
         if (found != clients_.end())
             client = found->second.lock();

@@ -19,11 +19,11 @@ public:
         virtual ~Client() = default;
         virtual void OnReady(std::uint32_t events) = 0;
     };
-    // What a client is known by; no number is given twice.
+    // What a client is known by; no number is used twice.
     using Key = std::uint64_t;
 
-    // Started on first use, and runs until the process ends: it holds nothing that has to be given
-    // back. Throws std::system_error where the host has no thread or descriptor left.
+    // Started on first use, and runs until the process ends: it holds nothing that has to be
+    // released. Throws std::system_error where the host has no thread or descriptor left.
     static IoThread& Instance();
 
     // Watches for nothing but a hang-up until Watch says for what. Any thread may call these, the

@@ -1,5 +1,5 @@
-// The reading thread. What it keeps is bounded: a longer line is cut, and with many lines waiting
-// it stops reading until some have been taken.
+// Reads lines on a thread of its own. What it keeps is bounded: a longer line is cut, and with many
+// lines waiting it stops reading until Next has given some.
 
 #include "platform/line_reader.h"
 
@@ -15,8 +15,8 @@ namespace platform {
 
 namespace {
 
-constexpr std::size_t LongestLine = 4096; // longer than any path that is accepted
-constexpr std::size_t MostLines = 1000;
+constexpr std::size_t MaxLineLength = 4096; // longer than any path that is accepted
+constexpr std::size_t MaxLines = 1000;
 constexpr auto BackgroundPause = std::chrono::milliseconds(200);
 
 // As read, but waits also on a file that was set not to block, and in the background for as long as
@@ -38,27 +38,27 @@ LineReader::LineReader(int file, std::function<void()> arrived)
     : file_(file), arrived_(std::move(arrived)) {}
 
 std::optional<std::string> LineReader::Next() {
-    std::lock_guard hold(lock_);
+    std::lock_guard lock(lock_);
     Start();
     if (lines_.empty())
         return std::nullopt;
     std::string line = std::move(lines_.front());
     lines_.pop_front();
-    room_.notify_all();
+    notFull_.notify_all();
     return line;
 }
 
 bool LineReader::AtEnd() {
-    std::lock_guard hold(lock_);
+    std::lock_guard lock(lock_);
     return ended_ && lines_.empty();
 }
 
 void LineReader::End() {
     {
-        std::lock_guard hold(lock_);
+        std::lock_guard lock(lock_);
         ended_ = true;
     }
-    room_.notify_all();
+    notFull_.notify_all();
     arrived_();
 }
 
@@ -74,25 +74,25 @@ void LineReader::Run() {
     std::string line;
     ssize_t count;
     while ((count = ReadSome(file_, buffer, sizeof(buffer))) > 0)
-        Take(buffer, static_cast<std::size_t>(count), line);
+        SplitLines(buffer, static_cast<std::size_t>(count), line);
     if (!line.empty())
         Add(line);
     End();
 }
 
-void LineReader::Take(const char* bytes, std::size_t count, std::string& line) {
+void LineReader::SplitLines(const char* bytes, std::size_t count, std::string& line) {
     for (std::size_t i = 0; i < count; ++i) {
         if (bytes[i] == '\n')
             Add(std::exchange(line, {}));
-        else if (bytes[i] != '\r' && line.size() < LongestLine)
+        else if (bytes[i] != '\r' && line.size() < MaxLineLength)
             line.push_back(bytes[i]);
     }
 }
 
 void LineReader::Add(std::string line) {
     {
-        std::unique_lock hold(lock_);
-        room_.wait(hold, [this] { return ended_ || lines_.size() < MostLines; });
+        std::unique_lock lock(lock_);
+        notFull_.wait(lock, [this] { return ended_ || lines_.size() < MaxLines; });
         if (ended_)
             return;
         lines_.push_back(std::move(line));

@@ -11,7 +11,7 @@
 
 namespace platform {
 
-// Never destroyed once it reads: its thread may stand in a read for as long as the process lives.
+// Never destroyed once it reads: its thread may be in a read for as long as the process lives.
 class LineReader {
 public:
     // `arrived` is called on the reading thread, with nothing held, for every line and at the end.
@@ -20,22 +20,22 @@ public:
     // The next line without its end, or none so far. Any thread; the first call starts the thread.
     std::optional<std::string> Next();
 
-    // Whether all lines have been taken and no more will come.
+    // Whether Next has given all lines and no more will come.
     bool AtEnd();
 
-    // Takes no more lines than have come so far. Any thread, with nothing held.
+    // Accepts no more lines than have come so far. Any thread, with nothing held.
     void End();
 
 private:
     void Start();
     void Run();
-    void Take(const char* bytes, std::size_t count, std::string& line);
+    void SplitLines(const char* bytes, std::size_t count, std::string& line);
     void Add(std::string line);
 
     const int file_;
     const std::function<void()> arrived_;
     std::mutex lock_;
-    std::condition_variable room_;
+    std::condition_variable notFull_;
     std::deque<std::string> lines_;
     bool started_ = false;
     bool ended_ = false;

@@ -80,7 +80,7 @@ bool ApplyLine(int tty, const DCB& line) {
     settings.c_cflag |= CLOCAL | CREAD;
     settings.c_cflag &= ~static_cast<tcflag_t>(CSTOPB | CRTSCTS);
     settings.c_iflag &= ~static_cast<tcflag_t>(IXOFF | IXANY | INPCK);
-    settings.c_cc[VMIN] = 1; // so that a read tells "nothing yet" from a hang-up
+    settings.c_cc[VMIN] = 1; // so that "nothing yet" and a hang-up differ in a read
     settings.c_cc[VTIME] = 0;
     cfsetspeed(&settings, FindSpeed(line.BaudRate)->host);
     return tcsetattr(tty, TCSANOW, &settings) == 0 &&

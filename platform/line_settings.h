@@ -1,4 +1,4 @@
-// The line of a port: what of a DCB is offered, and how the host's tty is told.
+// The line of a port: which settings of a DCB are offered, and how they are set on the host's tty.
 #pragma once
 
 #include <commapi.h>

@@ -1,8 +1,8 @@
 // `main` of a windowed program.
 //
 // The first thread belongs to the display; WinMain runs on a thread of its own and may block as it
-// likes. Threads that still stand in a read or a wait when WinMain returns do not hold the process
-// up: it leaves by _exit, with everything written that was printed.
+// likes. Threads that are still in a read or a wait when WinMain returns do not keep the process
+// alive: it leaves by _exit, with everything written that was printed.
 
 #include "platform/desktop/desktop_program.h"
 #include "platform/display.h"
@@ -33,7 +33,7 @@ int RunWinMain() {
 // The terminal's display needs no thread of its own; the program has one all the same, so that it
 // meets the same conditions on both.
 int RunAtTerminal() {
-    platform::TheDisplay();
+    platform::ActiveDisplay();
     int exitCode = 0;
     std::thread program([&exitCode] { exitCode = RunWinMain(); });
     program.join();
@@ -55,7 +55,7 @@ void ReportHandles() {
 int main(int count, char** words) {
     // Whoever reads the pages may go away; that must not end a program in the middle of its work.
     std::signal(SIGPIPE, SIG_IGN);
-    platform::HoldSignals();
+    platform::BlockSignals();
     int exitCode = platform::DesktopIsWanted() ? platform::RunOnDesktop(count, words, RunWinMain)
                                                : RunAtTerminal();
     // As the unloading of the library would; its event is not the program's to close.

@@ -4,19 +4,20 @@
 // meanwhile, so that two threads that send to each other do not block for ever. A thread that ends
 // finishes what still waits for it with 0.
 
-#include "platform/threads.h"
+#include "platform/thread_termination.h"
 #include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace platform {
 
 namespace {
 
-constexpr std::size_t MostPostedMessages = 10000; // as on Windows: more are refused
+constexpr std::size_t MaxPostedMessages = 10000; // as on Windows: more are refused
 
 void Finish(SentMessage& sent, LRESULT result) {
     sent.result = result;
@@ -26,22 +27,22 @@ void Finish(SentMessage& sent, LRESULT result) {
 
 // Serves the oldest message sent to the thread. Also where the procedure ends its thread, the
 // sender gets its answer.
-void ServeSent(WindowLock& hold, ThreadQueue& queue) {
+void ServeSent(WindowLock& lock, ThreadQueue& queue) {
     struct Answer {
-        WindowLock& hold;
+        WindowLock& lock;
         std::shared_ptr<SentMessage> sent;
         LRESULT result = 0;
         ~Answer() {
-            if (!hold.owns_lock())
-                hold.lock();
+            if (!lock.owns_lock())
+                lock.lock();
             Finish(*sent, result);
         }
-    } answer{hold, queue.sent.front()};
+    } answer{lock, queue.sent.front()};
     queue.sent.pop_front();
-    hold.unlock();
+    lock.unlock();
     answer.result = CallWindowProcedure(answer.sent->window, answer.sent->message,
                                         answer.sent->first, answer.sent->second);
-    hold.lock();
+    lock.lock();
 }
 
 MSG NewMessage(HWND window, UINT message, WPARAM first, LPARAM second) {
@@ -54,7 +55,7 @@ MSG NewMessage(HWND window, UINT message, WPARAM first, LPARAM second) {
     return posted;
 }
 
-bool TakePosted(ThreadQueue& queue, MSG& message) {
+bool PopPosted(ThreadQueue& queue, MSG& message) {
     if (queue.posted.empty())
         return false;
     message = queue.posted.front();
@@ -62,7 +63,7 @@ bool TakePosted(ThreadQueue& queue, MSG& message) {
     return true;
 }
 
-bool TakeQuit(ThreadQueue& queue, MSG& message) {
+bool PopQuit(ThreadQueue& queue, MSG& message) {
     if (!queue.quit)
         return false;
     message = NewMessage(nullptr, WM_QUIT, static_cast<WPARAM>(*queue.quit), 0);
@@ -71,8 +72,8 @@ bool TakeQuit(ThreadQueue& queue, MSG& message) {
 }
 
 // A window that nobody paints on WM_PAINT counts as painted: nothing here gets lost by it.
-bool TakePaint(const std::shared_ptr<ThreadQueue>& queue, MSG& message) {
-    for (auto& [handle, window] : Windows().windows) {
+bool PopPaint(const std::shared_ptr<ThreadQueue>& queue, MSG& message) {
+    for (auto& [handle, window] : Model().windows) {
         if (window->queue != queue || !window->needsPaint || !IsVisibleWithParents(*window))
             continue;
         window->needsPaint = false;
@@ -82,7 +83,7 @@ bool TakePaint(const std::shared_ptr<ThreadQueue>& queue, MSG& message) {
     return false;
 }
 
-bool TakeTimer(ThreadQueue& queue, MSG& message) {
+bool PopTimer(ThreadQueue& queue, MSG& message) {
     auto first =
         std::min_element(queue.timers.begin(), queue.timers.end(),
                          [](const Timer& one, const Timer& other) { return one.due < other.due; });
@@ -94,66 +95,66 @@ bool TakeTimer(ThreadQueue& queue, MSG& message) {
     return true;
 }
 
-void WaitForChange(WindowLock& hold, ThreadQueue& queue) {
+void WaitForChange(WindowLock& lock, ThreadQueue& queue) {
     auto first =
         std::min_element(queue.timers.begin(), queue.timers.end(),
                          [](const Timer& one, const Timer& other) { return one.due < other.due; });
     if (first == queue.timers.end())
-        queue.changed.wait(hold);
+        queue.changed.wait(lock);
     else
-        queue.changed.wait_until(hold, HostClock::time_point(first->due));
+        queue.changed.wait_until(lock, HostClock::time_point(first->due));
 }
 
 // What can be fetched now, or Nothing. Serves what was sent on the way.
-Fetched TryFetch(WindowLock& hold, const std::shared_ptr<ThreadQueue>& queue, MSG& message,
-                 const std::function<bool()>& stop) {
+FetchResult TryFetch(WindowLock& lock, const std::shared_ptr<ThreadQueue>& queue, MSG& message,
+                     const std::function<bool()>& stop) {
     while (!queue->sent.empty())
-        ServeSent(hold, *queue);
+        ServeSent(lock, *queue);
     if (stop && stop())
-        return Fetched::Stopped;
-    if (TakePosted(*queue, message))
-        return Fetched::Message;
-    if (TakeQuit(*queue, message))
-        return Fetched::Quit;
-    if (TakePaint(queue, message) || TakeTimer(*queue, message))
-        return Fetched::Message;
-    return Fetched::Nothing;
+        return FetchResult::Stopped;
+    if (PopPosted(*queue, message))
+        return FetchResult::Message;
+    if (PopQuit(*queue, message))
+        return FetchResult::Quit;
+    if (PopPaint(queue, message) || PopTimer(*queue, message))
+        return FetchResult::Message;
+    return FetchResult::Nothing;
 }
 
 } // namespace
 
-Fetched FetchMessage(MSG& message, const std::function<bool()>& stop, bool wait) {
+FetchResult FetchMessage(MSG& message, const std::function<bool()>& stop, bool wait) {
     auto queue = CurrentQueue();
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     for (;;) {
         LeaveIfTerminated();
-        Fetched fetched = TryFetch(hold, queue, message, stop);
-        if (fetched != Fetched::Nothing || !wait)
+        FetchResult fetched = TryFetch(lock, queue, message, stop);
+        if (fetched != FetchResult::Nothing || !wait)
             return fetched;
         if (!FeedInput(queue))
-            WaitForChange(hold, *queue);
+            WaitForChange(lock, *queue);
     }
 }
 
 void EndThreadQueue(const std::shared_ptr<ThreadQueue>& queue) {
     std::vector<std::shared_ptr<Window>> left;
-    std::vector<std::unique_ptr<OwnedWindowRecord>> records; // let go without the lock
-    auto hold = LockWindows();
+    std::vector<std::unique_ptr<OwnedWindowRecord>> records; // destroyed without the lock
+    auto lock = LockWindows();
     queue->alive = false;
     for (auto& sent : queue->sent)
         Finish(*sent, 0);
     queue->sent.clear();
-    for (auto& [handle, window] : Windows().windows)
+    for (auto& [handle, window] : Model().windows)
         if (window->queue == queue)
             left.push_back(window);
     for (auto& window : left) {
         EndPage(*window);
         records.push_back(std::move(window->record));
-        Windows().windows.erase(window->handle);
+        Model().windows.erase(window->handle);
     }
-    std::erase(Windows().queues, queue);
+    std::erase(Model().queues, queue);
     WakeAllThreads();
-    hold.unlock();
+    lock.unlock();
 }
 
 } // namespace platform
@@ -162,13 +163,13 @@ using namespace platform;
 
 LRESULT WINAPI SendMessageA(HWND handle, UINT message, WPARAM first, LPARAM second) {
     auto mine = CurrentQueue();
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window || !window->queue->alive)
         return 0;
     auto target = window->queue;
     if (target == mine) {
-        hold.unlock();
+        lock.unlock();
         return CallWindowProcedure(handle, message, first, second);
     }
     auto sent =
@@ -178,17 +179,17 @@ LRESULT WINAPI SendMessageA(HWND handle, UINT message, WPARAM first, LPARAM seco
     while (!sent->done) {
         LeaveIfTerminated();
         if (!mine->sent.empty())
-            ServeSent(hold, *mine);
+            ServeSent(lock, *mine);
         else
-            mine->changed.wait(hold);
+            mine->changed.wait(lock);
     }
     return sent->result;
 }
 
 BOOL WINAPI PostMessageA(HWND handle, UINT message, WPARAM first, LPARAM second) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
-    if (!window || window->queue->posted.size() >= MostPostedMessages)
+    if (!window || window->queue->posted.size() >= MaxPostedMessages)
         return FALSE;
     window->queue->posted.push_back(NewMessage(handle, message, first, second));
     window->queue->changed.notify_all();
@@ -197,7 +198,7 @@ BOOL WINAPI PostMessageA(HWND handle, UINT message, WPARAM first, LPARAM second)
 
 VOID WINAPI PostQuitMessage(int exitCode) {
     auto queue = CurrentQueue();
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     queue->quit = exitCode;
 }
 
@@ -206,7 +207,7 @@ BOOL WINAPI GetMessageA(LPMSG message, HWND window, UINT lowest, UINT highest) {
         SetLastError(InvalidParameter);
         return -1;
     }
-    return FetchMessage(*message, {}) == Fetched::Message ? TRUE : FALSE;
+    return FetchMessage(*message, {}) == FetchResult::Message ? TRUE : FALSE;
 }
 
 BOOL WINAPI PeekMessageA(LPMSG message, HWND window, UINT lowest, UINT highest, UINT remove) {
@@ -214,7 +215,7 @@ BOOL WINAPI PeekMessageA(LPMSG message, HWND window, UINT lowest, UINT highest, 
         SetLastError(InvalidParameter);
         return FALSE;
     }
-    return FetchMessage(*message, {}, false) != Fetched::Nothing ? TRUE : FALSE;
+    return FetchMessage(*message, {}, false) != FetchResult::Nothing ? TRUE : FALSE;
 }
 
 BOOL WINAPI TranslateMessage(const MSG*) { return FALSE; }

@@ -1,4 +1,4 @@
-// Overlapped calls: the record in the caller's memory, and how its end is told.
+// Overlapped calls: the record in the caller's memory, and how it is completed.
 //
 // The order in Complete matters. A caller may see the end in Internal alone and free the record at
 // once, so that store is the last touch of it; the event is kept alive by the call itself.
@@ -72,8 +72,7 @@ DWORD CompletionError(const OVERLAPPED& record) {
 
 } // namespace platform
 
-// The file's handle is not looked at: it may have been closed meanwhile, which is what ended the
-// call.
+// The file's handle is ignored: it may have been closed meanwhile, which is what ended the call.
 BOOL WINAPI GetOverlappedResult(HANDLE, LPOVERLAPPED overlapped, LPDWORD transferred, BOOL wait) {
     if (platform::IsPending(*overlapped) && wait &&
         WaitForSingleObject(overlapped->hEvent, INFINITE) == WAIT_FAILED)

@@ -1,11 +1,12 @@
 // How a page reads as text.
 //
-// Texts may come from outside (a device's own name for itself), so control characters are taken
-// out before anything reaches a terminal.
+// Texts may come from outside (a device's own name for itself), so control characters are removed
+// before anything reaches a terminal.
 
 #include "platform/page_lines.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <tuple>
 
 namespace platform {
@@ -17,7 +18,7 @@ bool IsText(const ControlView& control) {
            (control.kind == ControlKind::Text || control.kind == ControlKind::GroupBox);
 }
 
-bool StandsBefore(const ControlView* one, const ControlView* other) {
+bool ComesBefore(const ControlView* one, const ControlView* other) {
     return std::tie(one->rect.top, one->rect.left) < std::tie(other->rect.top, other->rect.left);
 }
 
@@ -27,7 +28,7 @@ std::vector<const ControlView*> FromTopToBottom(const PageView& page, Wanted wan
     for (const ControlView& control : page.controls)
         if (wanted(control))
             controls.push_back(&control);
-    std::stable_sort(controls.begin(), controls.end(), StandsBefore);
+    std::stable_sort(controls.begin(), controls.end(), ComesBefore);
     return controls;
 }
 
@@ -35,7 +36,7 @@ bool OnOneRow(const ControlView& one, const ControlView& other) {
     return one.rect.top < other.rect.bottom && other.rect.top < one.rect.bottom;
 }
 
-// The text that stands nearest beside a control, to its right or left.
+// The text nearest to a control, on its right or left.
 const ControlView* TextBeside(const PageView& page, const ControlView& control, bool right) {
     const ControlView* nearest = nullptr;
     LONG nearestGap = 0;
@@ -63,7 +64,7 @@ bool HasBar(const PageView& page) {
     });
 }
 
-// The number that stands before a percent sign, on a page with a bar.
+// The number in front of a percent sign, on a page with a bar.
 const ControlView* PercentFigure(const PageView& page) {
     if (!HasBar(page))
         return nullptr;

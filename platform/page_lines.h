@@ -24,7 +24,7 @@ std::vector<PageLine> PageLines(const PageView& page);
 // The words of a control that can be worked: its own or, where it has none, those to its right.
 std::string LabelOf(const PageView& page, const ControlView& control);
 
-// "37%": the number that stands before a "%" on the page or, without one, what the bar shows.
+// "37%": the number in front of a "%" on the page or, without one, what the bar shows.
 // Empty where the page has no progress bar.
 std::string PercentageOf(const PageView& page);
 

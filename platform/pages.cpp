@@ -1,9 +1,9 @@
 // From the model to the display and back: which pages are on screen, what has changed on them, and
 // to which page input goes.
 //
-// Input is taken by the thread of the newest page on screen that has controls, and only when that
-// thread has nothing else to serve. So a line typed ahead waits until the page it is meant for
-// stands, and two threads with a page each never share one line.
+// Input is read by the thread of the newest page on screen that has controls, and only when that
+// thread has nothing else to serve. So a line typed ahead waits until the page it is meant for is
+// shown, and two threads with a page each never share one line.
 
 #include "platform/pages.h"
 
@@ -12,6 +12,8 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <deque>
+#include <memory>
 #include <utility>
 
 namespace platform {
@@ -52,7 +54,7 @@ TextAlignment AlignmentOf(const Window& control) {
 // A static text shows no more lines than its height takes, but one at least. A line that is broken
 // at the width counts as one here: only the display knows its letters.
 std::string TextThatShows(const Window& control, const LOGFONTA& font) {
-    const std::string text =
+    std::string text =
         Utf8FromAnsi(KeepsMarks(control) ? control.text : WithoutMarks(control.text));
     const LONG lineHeight = LineHeight(font);
     if (KindOf(control) != ControlKind::Text || lineHeight <= 0)
@@ -96,22 +98,22 @@ bool HasControlsToWork(const Window& page) {
     });
 }
 
-// What input goes to: a page, a file dialog, or neither.
+// What gets the input: a page, a file dialog, or neither.
 struct InputTarget {
     unsigned showOrder = 0;
     std::shared_ptr<Window> page;
-    OpenQuestion* question = nullptr;
+    ActiveFileDialog* fileDialog = nullptr;
 };
 
 InputTarget FindInputTarget() {
     InputTarget target;
-    for (auto& [handle, window] : Windows().windows)
+    for (auto& [handle, window] : Model().windows)
         if (window->dialog && window->dialog->onScreen &&
             window->dialog->showOrder > target.showOrder && HasControlsToWork(*window))
             target = {window->dialog->showOrder, window, nullptr};
-    for (OpenQuestion* question : Windows().questions)
-        if (question->showOrder > target.showOrder)
-            target = {question->showOrder, nullptr, question};
+    for (ActiveFileDialog* fileDialog : Model().fileDialogs)
+        if (fileDialog->showOrder > target.showOrder)
+            target = {fileDialog->showOrder, nullptr, fileDialog};
     return target;
 }
 
@@ -141,7 +143,7 @@ void PostOnce(std::deque<MSG>& posted, const MSG& message) {
 
 bool PostClose() {
     bool posted = false;
-    for (auto& [handle, window] : Windows().windows) {
+    for (auto& [handle, window] : Model().windows) {
         if (window->IsChild() || window->parent || window->dialog || window->dying)
             continue;
         MSG message = {};
@@ -181,11 +183,11 @@ void RefreshPage(Window& page) {
         return;
     dialog.onScreen = onScreen;
     if (onScreen) {
-        dialog.showOrder = ++Windows().lastShowOrder;
+        dialog.showOrder = ++Model().lastShowOrder;
         dialog.wasShown = true;
-        TheDisplay().ShowPage(ViewOf(page));
+        ActiveDisplay().ShowPage(ViewOf(page));
     } else {
-        TheDisplay().HidePage(ViewOf(page));
+        ActiveDisplay().HidePage(ViewOf(page));
     }
     WakeAllThreads();
 }
@@ -194,7 +196,7 @@ void RefreshControl(Window& control) {
     auto page = FindWindowByHandle(control.parent);
     if (!page || !page->dialog || !page->dialog->onScreen)
         return;
-    TheDisplay().UpdateControl(ViewOf(*page), ViewOfControl(control, *page->dialog));
+    ActiveDisplay().UpdateControl(ViewOf(*page), ViewOfControl(control, *page->dialog));
     WakeAllThreads();
 }
 
@@ -202,29 +204,28 @@ void EndPage(Window& page) {
     if (!page.dialog || !page.dialog->wasShown)
         return;
     page.dialog->onScreen = page.dialog->wasShown = false;
-    TheDisplay().EndPage(ViewOf(page));
+    ActiveDisplay().EndPage(ViewOf(page));
     WakeAllThreads();
 }
 
 void RefreshCursor(const std::shared_ptr<ThreadQueue>& queue, bool waiting) {
-    for (auto& [handle, window] : Windows().windows)
+    for (auto& [handle, window] : Model().windows)
         if (window->queue == queue && window->dialog && window->dialog->onScreen)
-            TheDisplay().UpdateCursor(handle, waiting);
+            ActiveDisplay().UpdateCursor(handle, waiting);
 }
 
 bool FeedInput(const std::shared_ptr<ThreadQueue>& queue) {
     InputTarget target = FindInputTarget();
-    if (target.question && target.question->queue == queue && !target.question->answer) {
-        target.question->answer = TheDisplay().NextAnswer();
-        return target.question->answer.has_value();
+    if (target.fileDialog && target.fileDialog->queue == queue && !target.fileDialog->answer) {
+        target.fileDialog->answer = ActiveDisplay().NextAnswer();
+        return target.fileDialog->answer.has_value();
     }
     if (!target.page || target.page->queue != queue)
         return false;
     // The thread has served the Escape, and nothing has been opened or has come back by it.
-    if (std::exchange(target.page->dialog->leavingOrder, 0) == Windows().lastShowOrder &&
-        PostClose())
+    if (std::exchange(target.page->dialog->leavingOrder, 0) == Model().lastShowOrder && PostClose())
         return true;
-    auto action = TheDisplay().NextAction(ViewOf(*target.page));
+    auto action = ActiveDisplay().NextAction(ViewOf(*target.page));
     if (action)
         queue->posted.push_back(MessageOf(*action, target.page->handle));
     return action.has_value();
@@ -233,10 +234,10 @@ bool FeedInput(const std::shared_ptr<ThreadQueue>& queue) {
 bool LeavePage() {
     const auto lock = LockWindows();
     const InputTarget target = FindInputTarget();
-    if (target.question) {
-        target.question->answer = FileAnswer{true, {}};
+    if (target.fileDialog) {
+        target.fileDialog->answer = FileAnswer{true, {}};
     } else if (target.page) {
-        target.page->dialog->leavingOrder = Windows().lastShowOrder;
+        target.page->dialog->leavingOrder = Model().lastShowOrder;
         PostOnce(target.page->queue->posted,
                  MessageOf({PageAction::Escape, nullptr}, target.page->handle));
     } else {

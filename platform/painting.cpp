@@ -2,19 +2,20 @@
 // window, and so are the colours that a parent gives to a control that paints itself.
 
 #include "platform/pages.h"
-#include "platform/window_errors.h"
 
 #include <windows.h>
+
+#include <utility>
 
 namespace platform {
 
 void PaintControl(HWND handle, UINT request) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto control = FindWindowByHandle(handle);
     if (!control)
         return;
     HWND parent = control->parent;
-    hold.unlock();
+    lock.unlock();
     HDC context = OpenPaintContext();
     LRESULT brush = SendMessageA(parent, request, reinterpret_cast<WPARAM>(context),
                                  reinterpret_cast<LPARAM>(handle));
@@ -22,7 +23,7 @@ void PaintControl(HWND handle, UINT request) {
     COLORREF fill = 0;
     if (!painted.opaque && BrushColour(reinterpret_cast<HBRUSH>(brush), &fill))
         painted.background = fill;
-    hold.lock();
+    lock.lock();
     control->painted = std::move(painted);
     RefreshControl(*control);
 }
@@ -32,7 +33,7 @@ void PaintControl(HWND handle, UINT request) {
 using namespace platform;
 
 HDC WINAPI BeginPaint(HWND handle, LPPAINTSTRUCT paint) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window || !paint)
         return nullptr;
@@ -44,7 +45,7 @@ HDC WINAPI BeginPaint(HWND handle, LPPAINTSTRUCT paint) {
 }
 
 BOOL WINAPI EndPaint(HWND handle, const PAINTSTRUCT* paint) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!paint)
         return FALSE;
@@ -53,12 +54,12 @@ BOOL WINAPI EndPaint(HWND handle, const PAINTSTRUCT* paint) {
         return FALSE;
     window->painted = std::move(painted);
     if (window->dialog && window->dialog->onScreen)
-        TheDisplay().UpdatePictures(ViewOf(*window));
+        ActiveDisplay().UpdatePictures(ViewOf(*window));
     return TRUE;
 }
 
 BOOL WINAPI InvalidateRect(HWND handle, const RECT*, BOOL) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window)
         return FALSE;
@@ -68,13 +69,13 @@ BOOL WINAPI InvalidateRect(HWND handle, const RECT*, BOOL) {
 }
 
 BOOL WINAPI UpdateWindow(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window)
         return FALSE;
     bool due = window->needsPaint && IsVisibleWithParents(*window);
     window->needsPaint = window->needsPaint && !due;
-    hold.unlock();
+    lock.unlock();
     if (due)
         SendMessageA(handle, WM_PAINT, 0, 0);
     return TRUE;

@@ -3,7 +3,7 @@
 // Different names of the host can be one name of Windows: letters outside Windows-1252 all become
 // '?', and case does not count. What is opened here may be flashed, so a name that fits more than
 // one entry means none of them, and a path that leaves here has a number in place of such a name.
-// ".." is taken back in the text, as Windows does, so that it works behind a folder that does not
+// ".." is resolved in the text, as Windows does, so that it works behind a folder that does not
 // exist.
 
 #include "platform/paths.h"
@@ -78,7 +78,7 @@ std::vector<std::string> FindEntries(const std::string& folder, const std::strin
 // The entry that is written just so, unless it holds a '?', which stands for many letters; else the
 // only one that fits. Empty where what is written exists and is not the only one.
 std::string Resolve(const std::string& folder, const std::string& ansiName) {
-    const std::string written = Joined(folder, Utf8FromAnsi(ansiName));
+    std::string written = Joined(folder, Utf8FromAnsi(ansiName));
     if (ansiName.find('?') == std::string::npos && Exists(written))
         return written;
     const auto entries = FindEntries(folder, ansiName);
@@ -109,8 +109,8 @@ struct SplitPath {
     }
 };
 
-// Takes a drive off the front; false for one that does not exist here.
-bool TakeDrive(std::string_view& path) {
+// Removes a drive at the front; false for one that does not exist here.
+bool StripDrive(std::string_view& path) {
     if (path.size() < 2 || path[1] != ':')
         return true;
     if (FoldAnsi(path[0]) != Drive)
@@ -141,7 +141,7 @@ std::string HostPath(std::string_view windowsPath) {
     const bool network =
         windowsPath.size() > 1 && IsSeparator(windowsPath[0]) && IsSeparator(windowsPath[1]);
     const bool terminated = windowsPath.find('\0') != std::string_view::npos;
-    if (windowsPath.empty() || network || terminated || !TakeDrive(windowsPath))
+    if (windowsPath.empty() || network || terminated || !StripDrive(windowsPath))
         return {};
     const SplitPath split = Split(windowsPath);
     std::string path = split.start;

@@ -8,7 +8,7 @@
 
 namespace platform {
 
-// Host path (UTF-8) of a Windows path (Windows-1252). Existing components are matched as told
+// Host path (UTF-8) of a Windows path (Windows-1252). Existing components are matched as said
 // above; those that do not exist stay as they were written, and so do those that fit more than one
 // entry, so that none of them is found. A path on another drive, or one that cannot be meant, gives
 // an empty text.
@@ -20,8 +20,8 @@ std::string HostPath(std::string_view windowsPath);
 std::string WindowsPath(std::string_view hostPath);
 
 // The name of a directory entry as Windows-1252. Names on disk are UTF-8; one that is not, from an
-// old disk, is taken for Windows-1252 itself. What has no byte there becomes '?', and HostPath
-// finds the entry again under that name where no other entry has the same.
+// old disk, is taken for Windows-1252 itself. What Windows-1252 does not have becomes '?', and
+// HostPath finds the entry again under that name where no other entry has the same.
 std::string AnsiName(std::string_view hostName);
 
 // The error for a name that HostPath could not find: ERROR_FILE_NOT_FOUND in a folder that exists,

@@ -1,6 +1,6 @@
 // A port: calls come in on the program's threads, the I/O thread moves the bytes.
 //
-// Bytes are taken from the tty as they come and kept in a queue of the driver's size, so that an
+// Bytes are read from the tty as they come and kept in a queue of the driver's size, so that an
 // event is known before anybody reads; a full queue leaves the rest in the tty, where the sender is
 // held back. A tty that has hung up stays ready for ever and must leave the I/O thread at once.
 
@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <utility>
 
 #include <sys/epoll.h>
@@ -44,12 +45,12 @@ bool IsOfferedLimit(const COMMTIMEOUTS& timeouts) {
 
 } // namespace
 
-// Takes a call back whose record is about to go: a thread may be ended in the middle of its wait.
+// Cancels a call whose record is about to go: a thread may be ended in the middle of its wait.
 class Port::Outstanding {
 public:
     Outstanding(Port& port, const OVERLAPPED& record) : port_(port), record_(record) {}
     ~Outstanding() {
-        const std::lock_guard guard(port_.lock_);
+        const std::lock_guard lock(port_.lock_);
         port_.requests_.EndOfRecord(&record_, ERROR_OPERATION_ABORTED);
         port_.UpdateWatch();
     }
@@ -65,7 +66,7 @@ Port::Port(Descriptor tty, PortAccess access)
 Port::~Port() { Port::Close(); }
 
 void Port::Start() {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     key_ = IoThread::Instance().Add(tty_.Number(), weak_from_this());
     UpdateWatch();
 }
@@ -73,7 +74,7 @@ void Port::Start() {
 void Port::Close() {
     Descriptor tty;
     {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         if (std::exchange(closed_, true))
             return;
         StopWatching();
@@ -88,7 +89,7 @@ BOOL Port::PerformOverlapped(DWORD* done, OVERLAPPED* overlapped, Check check, B
     auto event = FindEvent(overlapped->hEvent);
     if (overlapped->hEvent && !event)
         return FALSE;
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     const DWORD error = closed_ ? ERROR_INVALID_HANDLE : check();
     if (error != ERROR_SUCCESS)
         return Fail(error);
@@ -104,7 +105,7 @@ BOOL Port::PerformAndWait(DWORD* done, Check check, Begin begin) {
     OVERLAPPED record = {};
     const auto event = Event::Create(true, false);
     {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard lock(lock_);
         const DWORD error = closed_ ? ERROR_INVALID_HANDLE : check();
         if (error != ERROR_SUCCESS)
             return Fail(error);
@@ -162,7 +163,7 @@ BOOL Port::Wait(DWORD* events, OVERLAPPED* overlapped) {
 }
 
 BOOL Port::SetMask(DWORD events) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
     requests_.SetMask(events);
@@ -170,7 +171,7 @@ BOOL Port::SetMask(DWORD events) {
 }
 
 BOOL Port::GetMask(DWORD* events) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
     *events = requests_.Mask();
@@ -178,7 +179,7 @@ BOOL Port::GetMask(DWORD* events) {
 }
 
 BOOL Port::SetLine(const DCB& line) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
     if (!IsOffered(line))
@@ -191,7 +192,7 @@ BOOL Port::SetLine(const DCB& line) {
 }
 
 BOOL Port::GetLine(DCB* line) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
     *line = line_;
@@ -199,7 +200,7 @@ BOOL Port::GetLine(DCB* line) {
 }
 
 BOOL Port::SetTimeouts(const COMMTIMEOUTS& timeouts) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
     if (!IsOfferedLimit(timeouts))
@@ -209,7 +210,7 @@ BOOL Port::SetTimeouts(const COMMTIMEOUTS& timeouts) {
 }
 
 BOOL Port::GetTimeouts(COMMTIMEOUTS* timeouts) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
     *timeouts = timeouts_;
@@ -217,7 +218,7 @@ BOOL Port::GetTimeouts(COMMTIMEOUTS* timeouts) {
 }
 
 BOOL Port::SetLineSignal(int line, bool raised) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
     return SetModemLine(tty_.Number(), line, raised) || Fail(ERROR_IO_DEVICE);
@@ -225,7 +226,7 @@ BOOL Port::SetLineSignal(int line, bool raised) {
 
 // What a caller has handed over waits here first, and then in the tty.
 BOOL Port::GetQueues(COMSTAT* status) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
     int inTty = 0;
@@ -237,20 +238,20 @@ BOOL Port::GetQueues(COMSTAT* status) {
 }
 
 void Port::CancelOfThisThread() {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     requests_.EndOfThread(GetCurrentThreadId(), ERROR_OPERATION_ABORTED);
     UpdateWatch();
 }
 
 bool Port::IsThere() {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
     return !lost_ || requests_.HasInput() || requests_.HasHistory() || Fail(ERROR_IO_DEVICE);
 }
 
 void Port::OnReady(std::uint32_t events) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard lock(lock_);
     const bool hungUp = (events & (EPOLLHUP | EPOLLERR)) != 0;
     bool more = key_ != 0 && (hungUp || (events & EPOLLIN) != 0);
     do {
@@ -263,14 +264,14 @@ void Port::OnReady(std::uint32_t events) {
     UpdateWatch();
 }
 
-// True when bytes have come. A tty that has nothing says so with EAGAIN; the end of file and every
-// other error mean that it is gone.
+// True when bytes have come. A tty that has nothing gives EAGAIN; the end of file and every other
+// error mean that it is gone.
 bool Port::ReadOnce() {
     std::array<std::uint8_t, PortRequests::InputQueueSize> bytes;
-    const std::size_t room = requests_.InputRoom();
-    if (key_ == 0 || room == 0)
+    const std::size_t capacity = requests_.FreeInputCapacity();
+    if (key_ == 0 || capacity == 0)
         return false;
-    const ssize_t count = read(tty_.Number(), bytes.data(), room);
+    const ssize_t count = read(tty_.Number(), bytes.data(), capacity);
     if (count > 0)
         requests_.Arrived({bytes.data(), static_cast<std::size_t>(count)});
     else if (count == 0 || (errno != EAGAIN && errno != EINTR))
@@ -303,7 +304,7 @@ void Port::StopWatching() {
 }
 
 void Port::UpdateWatch() {
-    const std::uint32_t wanted = (requests_.InputRoom() > 0 ? std::uint32_t{EPOLLIN} : 0) |
+    const std::uint32_t wanted = (requests_.FreeInputCapacity() > 0 ? std::uint32_t{EPOLLIN} : 0) |
                                  (requests_.HasOutput() ? std::uint32_t{EPOLLOUT} : 0);
     if (key_ != 0 && wanted != std::exchange(watched_, wanted))
         IoThread::Instance().Watch(tty_.Number(), key_, wanted);

@@ -47,9 +47,9 @@ public:
     BOOL SetLineSignal(int line, bool raised); // TIOCM_DTR or TIOCM_RTS
     BOOL GetQueues(COMSTAT* status);
     void CancelOfThisThread();
-    bool TakesUsbRequests() const { return access_.usb; }
+    bool HasUsbRequests() const { return access_.usb; }
     // False, with the last error, once the tty has hung up and all that it brought has been read
-    // and told.
+    // and reported.
     bool IsThere();
 
 private:

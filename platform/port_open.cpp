@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <charconv>
 #include <system_error>
+#include <utility>
 
 #include <sys/stat.h>
 #include <termios.h>

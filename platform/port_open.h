@@ -1,4 +1,4 @@
-// The road from CreateFileA to the ports.
+// Opening a port for CreateFileA.
 #pragma once
 
 #include "platform/handles.h"

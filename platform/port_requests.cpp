@@ -1,8 +1,8 @@
 // The bookkeeping of a serial driver.
 //
 // An event is latched when its byte comes in, whether or not somebody waits, and stays until a wait
-// has told it: a byte that slips in between a read and the next wait must not be slept over. The
-// price is that a wait may tell of a byte that a read has taken since, as on Windows.
+// has reported it: a byte that comes between a read and the next wait must not be missed. The price
+// is that a wait may report a byte that has been read since, as on Windows.
 
 #include "platform/port_requests.h"
 
@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace platform {
 

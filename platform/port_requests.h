@@ -28,8 +28,8 @@ public:
     bool HasHistory() const { return history_ != 0; }
     void AddWait(OverlappedCall call, DWORD* events);
 
-    // How many bytes may be handed to Arrived now.
-    std::size_t InputRoom() const { return InputQueueSize - input_.size(); }
+    // How many bytes Arrived may add now.
+    std::size_t FreeInputCapacity() const { return InputQueueSize - input_.size(); }
     bool HasInput() const { return !input_.empty(); }
     std::size_t InputSize() const { return input_.size(); }
     void Arrived(std::span<const std::uint8_t> bytes);
@@ -77,7 +77,7 @@ private:
     std::deque<Write> writes_;
     std::optional<Wait> wait_;
     DWORD mask_ = 0;
-    DWORD history_ = 0; // events of the mask that no wait has told yet
+    DWORD history_ = 0; // events of the mask that no wait has reported yet
 };
 
 } // namespace platform

@@ -1,6 +1,6 @@
 // Start times of processes, read from /proc (man 5 proc, "stat").
 //
-// The name of the program stands in brackets in the middle of that line and may hold blanks and
+// The name of the program is in brackets in the middle of that line and may hold blanks and
 // brackets itself; fields are counted from the last closing one.
 
 #include "platform/process_identity.h"
@@ -52,13 +52,13 @@ bool ProcessIsAlive(DWORD processId, std::uint64_t startTime) {
 
 void ExpectProcess(DWORD processId, std::uint64_t startTime) {
     auto& expected = Expected();
-    const std::lock_guard guard(expected.lock);
+    const std::lock_guard lock(expected.lock);
     expected.startTimes[processId] = startTime;
 }
 
 std::uint64_t ExpectedStartTime(DWORD processId) {
     auto& expected = Expected();
-    const std::lock_guard guard(expected.lock);
+    const std::lock_guard lock(expected.lock);
     const auto found = expected.startTimes.find(processId);
     return found == expected.startTimes.end() ? 0 : found->second;
 }

@@ -19,7 +19,7 @@ bool ProcessIsAlive(DWORD processId, std::uint64_t startTime);
 // it still means the process that started then. Any thread.
 void ExpectProcess(DWORD processId, std::uint64_t startTime);
 
-// What ExpectProcess was told of the number; 0 where nothing.
+// The start time that ExpectProcess has for the number; 0 where it has none.
 std::uint64_t ExpectedStartTime(DWORD processId);
 
 } // namespace platform

@@ -13,12 +13,11 @@
 #include <winbase.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 
 #include <fcntl.h>
 #include <spawn.h>
-extern "C" { // the C library forgot to say so
+extern "C" { // which the C library's header does not declare itself
 #include <sys/pidfd.h>
 }
 #include <sys/wait.h>
@@ -99,14 +98,14 @@ std::shared_ptr<Process> StartProgram(const ProgramStart& start) {
         return nullptr;
     }
     // Nobody else reaps it, so the number still means this child.
-    const int descriptor = pidfd_open(id, 0);
-    if (descriptor < 0) {
+    Descriptor descriptor(pidfd_open(id, 0));
+    if (!descriptor) {
         SetErrorFromErrno();
         kill(id, SIGKILL); // it could never be waited for
         waitpid(id, nullptr, 0);
         return nullptr;
     }
-    auto process = std::make_shared<Process>(id, descriptor, true);
+    auto process = std::make_shared<Process>(id, std::move(descriptor), true);
     process->PrepareWait();
     return process;
 }

@@ -4,18 +4,20 @@
 
 #include "platform/errors.h"
 #include "platform/process_identity.h"
+#include "platform/signals_blocked.h"
 
 #include <winbase.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <mutex>
 #include <thread>
 #include <utility>
 
 #include <poll.h>
 #include <pthread.h>
-extern "C" { // the C library forgot to say so
+extern "C" { // which the C library's header does not declare itself
 #include <sys/pidfd.h>
 }
 #include <sys/wait.h>
@@ -24,31 +26,13 @@ extern "C" { // the C library forgot to say so
 namespace platform {
 namespace {
 
-constexpr DWORD CodeOfSignal = 128; // as shells tell it
-constexpr int LongestEndMilliseconds = 5000;
-
-// Blocks all signals for its lifetime; a thread that is started meanwhile never takes one.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t before_;
-};
+constexpr DWORD CodeOfSignal = 128; // as shells report it
+constexpr int MaxEndMilliseconds = 5000;
 
 } // namespace
 
-Process::~Process() { close(descriptor_); }
-
 bool Process::HasEnded() const {
-    pollfd ended{descriptor_, POLLIN, 0};
+    pollfd ended{descriptor_.Number(), POLLIN, 0};
     return poll(&ended, 1, 0) > 0;
 }
 
@@ -57,7 +41,7 @@ bool Process::IsSignalled() const { return ended_ || (!isChild_ && HasEnded()); 
 
 void Process::PrepareWait() {
     {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         if (std::exchange(watched_, true))
             return;
     }
@@ -67,7 +51,7 @@ void Process::PrepareWait() {
 
 void Process::WatchUntilEnd() {
     const DWORD code = WaitForExitCode();
-    const std::lock_guard guard(WaitLock());
+    const std::lock_guard lock(WaitLock());
     ended_ = true;
     exitCode_ = terminated_ && code == CodeOfSignal + SIGKILL ? terminateCode_ : code;
     WaitCondition().notify_all();
@@ -75,10 +59,11 @@ void Process::WatchUntilEnd() {
 
 DWORD Process::WaitForExitCode() {
     siginfo_t info{};
-    while (isChild_ && waitid(P_PIDFD, static_cast<id_t>(descriptor_), &info, WEXITED) != 0)
+    const auto id = static_cast<id_t>(descriptor_.Number());
+    while (isChild_ && waitid(P_PIDFD, id, &info, WEXITED) != 0)
         if (errno != EINTR)
             break;
-    pollfd ended{descriptor_, POLLIN, 0};
+    pollfd ended{descriptor_.Number(), POLLIN, 0};
     while (poll(&ended, 1, -1) < 0 && errno == EINTR) {
     }
     const auto status = static_cast<DWORD>(info.si_status);
@@ -88,7 +73,7 @@ DWORD Process::WaitForExitCode() {
 }
 
 DWORD Process::ExitCode() const {
-    const std::lock_guard guard(WaitLock());
+    const std::lock_guard lock(WaitLock());
     if (!IsSignalled())
         return STILL_ACTIVE;
     if (isChild_)
@@ -99,10 +84,10 @@ DWORD Process::ExitCode() const {
 DWORD Process::Terminate(DWORD exitCode) {
     if (id_ == getpid())
         ExitProcess(exitCode);
-    const std::lock_guard guard(WaitLock());
+    const std::lock_guard lock(WaitLock());
     if (IsSignalled())
         return ERROR_ACCESS_DENIED;
-    if (pidfd_send_signal(descriptor_, SIGKILL, nullptr, 0) != 0)
+    if (pidfd_send_signal(descriptor_.Number(), SIGKILL, nullptr, 0) != 0)
         return errno == ESRCH ? DWORD{ERROR_ACCESS_DENIED} : ErrorFromErrno(errno);
     terminated_ = true;
     terminateCode_ = exitCode;
@@ -110,32 +95,28 @@ DWORD Process::Terminate(DWORD exitCode) {
 }
 
 void Process::WaitBriefly() const {
-    pollfd ended{descriptor_, POLLIN, 0};
-    poll(&ended, 1, LongestEndMilliseconds);
+    pollfd ended{descriptor_.Number(), POLLIN, 0};
+    poll(&ended, 1, MaxEndMilliseconds);
 }
 
 namespace {
 
-// The descriptor is taken first: from then on it means one process, whose start time is then
+// The descriptor is opened first: from then on it means one process, whose start time is then
 // compared. A number that no longer means the expected process opens nothing.
 std::shared_ptr<Process> FindProcess(DWORD id, DWORD access) {
-    const int descriptor = id == 0 ? -1 : pidfd_open(static_cast<pid_t>(id), 0);
-    if (descriptor < 0) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return nullptr;
-    }
-    auto process = std::make_shared<Process>(static_cast<pid_t>(id), descriptor, false);
+    Descriptor descriptor(id == 0 ? -1 : pidfd_open(static_cast<pid_t>(id), 0));
     const auto startTime = ProcessStartTime(id);
     const auto expected = ExpectedStartTime(id);
-    if (startTime == 0 || (expected != 0 && expected != startTime)) {
+    if (!descriptor || startTime == 0 || (expected != 0 && expected != startTime)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
-    if ((access & PROCESS_TERMINATE) && pidfd_send_signal(descriptor, 0, nullptr, 0) != 0) {
+    if ((access & PROCESS_TERMINATE) &&
+        pidfd_send_signal(descriptor.Number(), 0, nullptr, 0) != 0) {
         SetLastError(ERROR_ACCESS_DENIED);
         return nullptr;
     }
-    return process;
+    return std::make_shared<Process>(static_cast<pid_t>(id), std::move(descriptor), false);
 }
 
 } // namespace

@@ -5,10 +5,12 @@
 // whether or not a handle is open, so that no dead process stays behind.
 #pragma once
 
+#include "platform/descriptor.h"
 #include "platform/waits.h"
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <sys/types.h>
@@ -17,10 +19,8 @@ namespace platform {
 
 class Process : public Waitable, public std::enable_shared_from_this<Process> {
 public:
-    // Takes the descriptor over.
-    Process(pid_t id, int descriptor, bool isChild)
-        : id_(id), descriptor_(descriptor), isChild_(isChild) {}
-    ~Process() override;
+    Process(pid_t id, Descriptor descriptor, bool isChild)
+        : id_(id), descriptor_(std::move(descriptor)), isChild_(isChild) {}
 
     // Starts the watcher, once. Of a child it also reaps it.
     void PrepareWait() override;
@@ -41,7 +41,7 @@ private:
     bool HasEnded() const;
 
     const pid_t id_;
-    const int descriptor_;
+    const Descriptor descriptor_;
     const bool isChild_;
     // Guarded by the lock of waits.
     bool watched_ = false;

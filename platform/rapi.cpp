@@ -8,9 +8,10 @@
 #include "platform/rapi_session.h"
 
 #include <algorithm>
-#include <cstring>
+#include <iterator>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 using platform::RapiSession;
 using rapi_wire::Operation;
@@ -23,9 +24,9 @@ constexpr std::int32_t Failed = static_cast<std::int32_t>(0x80004005);          
 constexpr std::int32_t InvalidArgument = static_cast<std::int32_t>(0x80070057); // E_INVALIDARG
 constexpr std::uint32_t NoHandle = 0xFFFFFFFF;
 
-// What one request moves at most; a frame has room for it and for all that stands around it.
-constexpr std::uint32_t LargestPiece = 0x80000;
-static_assert(LargestPiece + 0x1000 < rapi_wire::MaximumFrame);
+// What one request moves at most, in bytes; with the rest of its request it fits into a frame.
+constexpr std::uint32_t MaxPieceSize = 0x80000;
+static_assert(MaxPieceSize + 0x1000 < rapi_wire::MaxFrameSize);
 
 class LastErrorKept {
 public:
@@ -46,28 +47,28 @@ Writer Request(Operation operation) {
 
 std::u16string_view TextOf(const char16_t* text) { return text ? text : u""; }
 
-BOOL AskWhether(const Writer& request, const RapiSession::ReadOutputs& readOutputs = NoOutputs) {
+BOOL CallBool(const Writer& request, const RapiSession::ReadOutputs& readOutputs = NoOutputs) {
     const LastErrorKept kept;
-    return RapiSession::Instance().Ask(request, IsNonZero, readOutputs).value_or(0) != 0;
+    return RapiSession::Instance().Call(request, IsNonZero, readOutputs).value_or(0) != 0;
 }
 
-CeHandle AskForHandle(const Writer& request,
-                      const RapiSession::ReadOutputs& readOutputs = NoOutputs) {
+CeHandle CallHandle(const Writer& request,
+                    const RapiSession::ReadOutputs& readOutputs = NoOutputs) {
     const LastErrorKept kept;
-    return RapiSession::Instance().Ask(request, IsHandle, readOutputs).value_or(NoHandle);
+    return RapiSession::Instance().Call(request, IsHandle, readOutputs).value_or(NoHandle);
 }
 
-std::int32_t AskRegistry(const Writer& request,
-                         const RapiSession::ReadOutputs& readOutputs = NoOutputs) {
+std::int32_t CallRegistry(const Writer& request,
+                          const RapiSession::ReadOutputs& readOutputs = NoOutputs) {
     const LastErrorKept kept;
     return static_cast<std::int32_t>(
-        RapiSession::Instance().Ask(request, IsZero, readOutputs).value_or(ERROR_GEN_FAILURE));
+        RapiSession::Instance().Call(request, IsZero, readOutputs).value_or(ERROR_GEN_FAILURE));
 }
 
-// Data that must fit into the caller's room.
-bool ReadInto(Reader& outputs, void* buffer, std::uint32_t room, std::uint32_t* size) {
+// Data that must fit into the caller's buffer.
+bool ReadInto(Reader& outputs, void* buffer, std::uint32_t capacity, std::uint32_t* size) {
     const std::vector<std::uint8_t> data = outputs.Data();
-    if (!outputs.Good() || data.size() > room)
+    if (!outputs.Good() || data.size() > capacity)
         return false;
     std::copy(data.begin(), data.end(), static_cast<std::uint8_t*>(buffer));
     *size = static_cast<std::uint32_t>(data.size());
@@ -93,7 +94,7 @@ BOOL MoveInPieces(std::uint32_t count, std::uint32_t* done, Piece piece) {
     std::uint32_t wanted = 0;
     BOOL good = FALSE;
     do {
-        wanted = std::min(count - total, LargestPiece);
+        wanted = std::min(count - total, MaxPieceSize);
         moved = 0;
         good = piece(total, wanted, &moved);
         total += good ? moved : 0;
@@ -104,16 +105,16 @@ BOOL MoveInPieces(std::uint32_t count, std::uint32_t* done, Piece piece) {
 }
 
 BOOL ReadPiece(CeHandle file, std::uint8_t* buffer, std::uint32_t count, std::uint32_t* done) {
-    return AskWhether(Request(Operation::ReadFile).Number(file).Number(count),
-                      [=](Reader& outputs) { return ReadInto(outputs, buffer, count, done); });
+    return CallBool(Request(Operation::ReadFile).Number(file).Number(count),
+                    [=](Reader& outputs) { return ReadInto(outputs, buffer, count, done); });
 }
 
 BOOL WritePiece(CeHandle file, const std::uint8_t* data, std::uint32_t count, std::uint32_t* done) {
-    return AskWhether(Request(Operation::WriteFile).Number(file).Data(data, count),
-                      [=](Reader& outputs) {
-                          *done = outputs.Number();
-                          return *done <= count;
-                      });
+    return CallBool(Request(Operation::WriteFile).Number(file).Data(data, count),
+                    [=](Reader& outputs) {
+                        *done = outputs.Number();
+                        return *done <= count;
+                    });
 }
 
 } // namespace
@@ -141,8 +142,8 @@ std::int32_t CeRapiUninit() {
 BOOL CeCreateProcess(const char16_t* program, const char16_t* commandLine, const CeStartupInfo*,
                      CeProcessInformation* process) {
     const bool reached = RapiSession::Instance().IsConnected();
-    const BOOL started = AskWhether(
-        Request(Operation::CreateProcess).Text(TextOf(program)).Text(TextOf(commandLine)));
+    const BOOL started =
+        CallBool(Request(Operation::CreateProcess).Text(TextOf(program)).Text(TextOf(commandLine)));
     if (process)
         *process = {};
     if (started)
@@ -154,12 +155,12 @@ BOOL CeCreateProcess(const char16_t* program, const char16_t* commandLine, const
 
 CeHandle CeCreateFile(const char16_t* path, std::uint32_t access, std::uint32_t share,
                       std::uint32_t disposition, std::uint32_t attributes) {
-    return AskForHandle(Request(Operation::CreateFile)
-                            .Text(TextOf(path))
-                            .Number(access)
-                            .Number(share)
-                            .Number(disposition)
-                            .Number(attributes));
+    return CallHandle(Request(Operation::CreateFile)
+                          .Text(TextOf(path))
+                          .Number(access)
+                          .Number(share)
+                          .Number(disposition)
+                          .Number(attributes));
 }
 
 BOOL CeReadFile(CeHandle file, void* buffer, std::uint32_t count, std::uint32_t* done) {
@@ -177,72 +178,69 @@ BOOL CeWriteFile(CeHandle file, const void* data, std::uint32_t count, std::uint
 }
 
 std::uint32_t CeGetFileSize(CeHandle file) {
-    return AskForHandle(Request(Operation::GetFileSize).Number(file));
+    return CallHandle(Request(Operation::GetFileSize).Number(file));
 }
 
-BOOL CeCloseHandle(CeHandle file) {
-    return AskWhether(Request(Operation::CloseHandle).Number(file));
-}
+BOOL CeCloseHandle(CeHandle file) { return CallBool(Request(Operation::CloseHandle).Number(file)); }
 
 BOOL CeDeleteFile(const char16_t* path) {
-    return AskWhether(Request(Operation::DeleteFile).Text(TextOf(path)));
+    return CallBool(Request(Operation::DeleteFile).Text(TextOf(path)));
 }
 
 BOOL CeMoveFile(const char16_t* from, const char16_t* to) {
-    return AskWhether(Request(Operation::MoveFile).Text(TextOf(from)).Text(TextOf(to)));
+    return CallBool(Request(Operation::MoveFile).Text(TextOf(from)).Text(TextOf(to)));
 }
 
 BOOL CeCopyFile(const char16_t* from, const char16_t* to, BOOL failIfExists) {
-    return AskWhether(Request(Operation::CopyFile)
-                          .Text(TextOf(from))
-                          .Text(TextOf(to))
-                          .Number(failIfExists ? 1 : 0));
+    return CallBool(Request(Operation::CopyFile)
+                        .Text(TextOf(from))
+                        .Text(TextOf(to))
+                        .Number(failIfExists ? 1 : 0));
 }
 
 BOOL CeCreateDirectory(const char16_t* path) {
-    return AskWhether(Request(Operation::CreateDirectory).Text(TextOf(path)));
+    return CallBool(Request(Operation::CreateDirectory).Text(TextOf(path)));
 }
 
 BOOL CeRemoveDirectory(const char16_t* path) {
-    return AskWhether(Request(Operation::RemoveDirectory).Text(TextOf(path)));
+    return CallBool(Request(Operation::RemoveDirectory).Text(TextOf(path)));
 }
 
 CeHandle CeFindFirstFile(const char16_t* pattern, CeFindData* found) {
-    return AskForHandle(Request(Operation::FindFirstFile).Text(TextOf(pattern)),
-                        [=](Reader& outputs) { return ReadFound(outputs, found); });
-}
-
-BOOL CeFindNextFile(CeHandle search, CeFindData* found) {
-    return AskWhether(Request(Operation::FindNextFile).Number(search),
+    return CallHandle(Request(Operation::FindFirstFile).Text(TextOf(pattern)),
                       [=](Reader& outputs) { return ReadFound(outputs, found); });
 }
 
-BOOL CeFindClose(CeHandle search) {
-    return AskWhether(Request(Operation::FindClose).Number(search));
+BOOL CeFindNextFile(CeHandle search, CeFindData* found) {
+    return CallBool(Request(Operation::FindNextFile).Number(search),
+                    [=](Reader& outputs) { return ReadFound(outputs, found); });
 }
 
+BOOL CeFindClose(CeHandle search) { return CallBool(Request(Operation::FindClose).Number(search)); }
+
 std::int32_t CeRegOpenKeyEx(CeKey root, const char16_t* key, std::uint32_t access, CeKey* opened) {
-    return AskRegistry(Request(Operation::RegOpenKey).Number(root).Text(TextOf(key)).Number(access),
-                       [=](Reader& outputs) {
-                           *opened = outputs.Number();
-                           return true;
-                       });
+    return CallRegistry(
+        Request(Operation::RegOpenKey).Number(root).Text(TextOf(key)).Number(access),
+        [=](Reader& outputs) {
+            *opened = outputs.Number();
+            return true;
+        });
 }
 
 std::int32_t CeRegCreateKeyEx(CeKey root, const char16_t* key, CeKey* opened,
                               std::uint32_t* disposition) {
-    return AskRegistry(Request(Operation::RegCreateKey).Number(root).Text(TextOf(key)),
-                       [=](Reader& outputs) {
-                           *opened = outputs.Number();
-                           const std::uint32_t made = outputs.Number();
-                           if (disposition)
-                               *disposition = made;
-                           return true;
-                       });
+    return CallRegistry(Request(Operation::RegCreateKey).Number(root).Text(TextOf(key)),
+                        [=](Reader& outputs) {
+                            *opened = outputs.Number();
+                            const std::uint32_t made = outputs.Number();
+                            if (disposition)
+                                *disposition = made;
+                            return true;
+                        });
 }
 
 std::int32_t CeRegQueryValueEx(CeKey key, const char16_t* name, void* buffer, std::uint32_t* size) {
-    return AskRegistry(
+    return CallRegistry(
         Request(Operation::RegQueryValue).Number(key).Text(TextOf(name)).Number(*size),
         [=](Reader& outputs) {
             outputs.Number(); // the type: callers know it
@@ -252,23 +250,23 @@ std::int32_t CeRegQueryValueEx(CeKey key, const char16_t* name, void* buffer, st
 
 std::int32_t CeRegSetValueEx(CeKey key, const char16_t* name, std::uint32_t type, const void* data,
                              std::uint32_t size) {
-    return AskRegistry(Request(Operation::RegSetValue)
-                           .Number(key)
-                           .Text(TextOf(name))
-                           .Number(type)
-                           .Data(data, size));
+    return CallRegistry(Request(Operation::RegSetValue)
+                            .Number(key)
+                            .Text(TextOf(name))
+                            .Number(type)
+                            .Data(data, size));
 }
 
 std::int32_t CeRegCloseKey(CeKey key) {
-    return AskRegistry(Request(Operation::RegCloseKey).Number(key));
+    return CallRegistry(Request(Operation::RegCloseKey).Number(key));
 }
 
 std::int32_t CeRegDeleteKey(CeKey root, const char16_t* key) {
-    return AskRegistry(Request(Operation::RegDeleteKey).Number(root).Text(TextOf(key)));
+    return CallRegistry(Request(Operation::RegDeleteKey).Number(root).Text(TextOf(key)));
 }
 
 BOOL CeGetSystemPowerStatusEx(CePowerStatus* status, BOOL) {
-    return AskWhether(Request(Operation::GetSystemPowerStatus), [=](Reader& outputs) {
+    return CallBool(Request(Operation::GetSystemPowerStatus), [=](Reader& outputs) {
         CePowerStatus read = {};
         std::uint32_t size = 0;
         const bool whole = ReadInto(outputs, &read, sizeof(read), &size) && size == sizeof(read);
@@ -282,7 +280,7 @@ std::int32_t CeRapiInvoke(const char16_t* library, const char16_t* function, std
                           const void* input) {
     const LastErrorKept kept;
     const auto anyResult = [](std::uint32_t) { return true; };
-    const auto result = RapiSession::Instance().Ask(
+    const auto result = RapiSession::Instance().Call(
         Request(Operation::Invoke).Text(TextOf(library)).Text(TextOf(function)).Data(input, size),
         anyResult, NoOutputs);
     return result ? static_cast<std::int32_t>(*result) : Failed;

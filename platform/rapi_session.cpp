@@ -1,19 +1,21 @@
-// The RAPI session.
+// The RAPI session: connecting, calls, and their end.
 //
 // One thread makes connections, so that a handheld that comes late is found and one that hangs in
-// its greeting holds nobody. A connection that fails in the middle of a request is given up: the
+// its greeting blocks nobody. A connection that fails in the middle of a request is given up: the
 // stream is out of step, and an answer that came late would be taken for that of the next request.
 
 #include "platform/rapi_session.h"
 
 #include "platform/home.h"
 
+#include <cstdint>
 #include <thread>
+#include <utility>
+#include <vector>
 #include <winbase.h>
 
 #include <algorithm>
 #include <chrono>
-#include <system_error>
 
 namespace platform {
 namespace {
@@ -23,10 +25,10 @@ using namespace std::chrono_literals;
 constexpr auto RetryInterval = 100ms;
 constexpr auto FirstAttemptLimit = 2s;
 constexpr DWORD AnswerMilliseconds = 30000;
-constexpr HostClock::duration ShortestAnswerTime = 10s; // however fast the layer's clock runs
+constexpr HostClock::duration MinAnswerTime = 10s; // however fast the layer's clock runs
 
 HostClock::time_point AnswerDeadline() {
-    return HostClock::now() + std::max(HostDuration(AnswerMilliseconds), ShortestAnswerTime);
+    return HostClock::now() + std::max(HostDuration(AnswerMilliseconds), MinAnswerTime);
 }
 
 std::vector<std::uint8_t> Greeting() {
@@ -50,7 +52,7 @@ RapiSession& RapiSession::Instance() {
 }
 
 HANDLE RapiSession::Open() {
-    const std::lock_guard guard(lifeLock_);
+    const std::lock_guard lock(lifeLock_);
     if (!event_)
         event_ = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     if (IsLost()) {
@@ -63,7 +65,7 @@ HANDLE RapiSession::Open() {
 }
 
 void RapiSession::Close() {
-    const std::lock_guard guard(lifeLock_);
+    const std::lock_guard lock(lifeLock_);
     if (!event_)
         return;
     StopConnecting();
@@ -71,16 +73,17 @@ void RapiSession::Close() {
     event_ = nullptr;
 }
 
-std::optional<std::uint32_t> RapiSession::Ask(const rapi_wire::Writer& request, IsSuccess isSuccess,
-                                              const ReadOutputs& readOutputs) {
+std::optional<std::uint32_t> RapiSession::Call(const rapi_wire::Writer& request,
+                                               IsSuccess isSuccess,
+                                               const ReadOutputs& readOutputs) {
     const std::vector<std::uint8_t> frame = request.Frame();
     constexpr std::size_t LengthField = 4;
-    if (frame.size() > rapi_wire::MaximumFrame + LengthField)
+    if (frame.size() > rapi_wire::MaxFrameSize + LengthField)
         return std::nullopt;
-    const std::lock_guard guard(socketLock_);
+    const std::lock_guard lock(socketLock_);
     if (!socket_)
         return std::nullopt;
-    if (auto bytes = socket_->Ask(frame, AnswerDeadline())) {
+    if (auto bytes = socket_->Exchange(frame, AnswerDeadline())) {
         rapi_wire::Reader answer(std::move(*bytes));
         const auto result = ReadResult(answer);
         if (result && (!isSuccess(*result) || (readOutputs(answer) && answer.Good())))
@@ -92,7 +95,7 @@ std::optional<std::uint32_t> RapiSession::Ask(const rapi_wire::Writer& request, 
 }
 
 bool RapiSession::IsConnected() {
-    const std::lock_guard guard(socketLock_);
+    const std::lock_guard lock(socketLock_);
     return socket_.has_value();
 }
 
@@ -105,7 +108,7 @@ void RapiSession::StartConnecting() {
     attempted_.wait_for(lock, FirstAttemptLimit, [this] { return attemptOver_; });
 }
 
-// Takes the connection down too.
+// Closes the connection too.
 void RapiSession::StopConnecting() {
     interrupt_.Raise();
     {
@@ -113,7 +116,7 @@ void RapiSession::StopConnecting() {
         attempted_.wait(lock, [this] { return !connecting_; }); // the interrupt ends every attempt
         started_ = false;
     }
-    const std::lock_guard guard(socketLock_);
+    const std::lock_guard lock(socketLock_);
     socket_.reset();
     lost_ = false;
     interrupt_.Clear();
@@ -123,9 +126,9 @@ void RapiSession::KeepConnecting(const std::string& path) {
     bool connected = false;
     do {
         connected = Connect(path);
-        TellAttempt();
+        SignalAttempt();
     } while (!connected && !interrupt_.WaitFor(RetryInterval));
-    const std::lock_guard guard(attemptLock_);
+    const std::lock_guard lock(attemptLock_);
     connecting_ = false;
     attempted_.notify_all();
 }
@@ -134,26 +137,26 @@ bool RapiSession::Connect(const std::string& path) {
     auto socket = RapiSocket::Connect(path, interrupt_);
     if (!socket)
         return false;
-    auto bytes = socket->Ask(Greeting(), AnswerDeadline());
+    auto bytes = socket->Exchange(Greeting(), AnswerDeadline());
     if (!bytes)
         return false;
     rapi_wire::Reader answer(std::move(*bytes));
     if (ReadResult(answer) != 1U)
         return false;
-    const std::lock_guard guard(socketLock_);
+    const std::lock_guard lock(socketLock_);
     socket_ = std::move(socket);
     SetEvent(event_);
     return true;
 }
 
-void RapiSession::TellAttempt() {
-    const std::lock_guard guard(attemptLock_);
+void RapiSession::SignalAttempt() {
+    const std::lock_guard lock(attemptLock_);
     attemptOver_ = true;
     attempted_.notify_all();
 }
 
 bool RapiSession::IsLost() {
-    const std::lock_guard guard(socketLock_);
+    const std::lock_guard lock(socketLock_);
     return lost_ || (socket_ && !socket_->IsQuiet());
 }
 

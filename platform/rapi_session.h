@@ -8,7 +8,6 @@
 
 #include <condition_variable>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -37,15 +36,15 @@ public:
 
     // The result of the call, or nothing where there is no answer. Outputs are read only where the
     // call was a success.
-    std::optional<std::uint32_t> Ask(const rapi_wire::Writer& request, IsSuccess isSuccess,
-                                     const ReadOutputs& readOutputs);
+    std::optional<std::uint32_t> Call(const rapi_wire::Writer& request, IsSuccess isSuccess,
+                                      const ReadOutputs& readOutputs);
 
 private:
     void StartConnecting();
     void StopConnecting();
     void KeepConnecting(const std::string& path);
     bool Connect(const std::string& path);
-    void TellAttempt();
+    void SignalAttempt();
     bool IsLost();
 
     Interrupt interrupt_;

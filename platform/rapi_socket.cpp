@@ -1,8 +1,8 @@
-// The socket to the handheld.
+// The socket to the handheld: connecting, and one frame out and one in.
 //
 // Whoever is at the other end may stop answering, close in the middle of a frame or send nonsense.
-// So every wait has a deadline, a length is looked at before room is made for it, and writing to a
-// closed connection raises no signal.
+// So every wait has a deadline, a length is checked before memory is allocated for it, and writing
+// to a closed connection raises no signal.
 
 #include "platform/rapi_socket.h"
 
@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <system_error>
 #include <utility>
@@ -77,8 +78,8 @@ std::optional<RapiSocket> RapiSocket::Connect(const std::string& path, const Int
 RapiSocket::RapiSocket(Descriptor socket, const Interrupt& interrupt)
     : socket_(std::move(socket)), interrupt_(&interrupt) {}
 
-std::optional<std::vector<std::uint8_t>> RapiSocket::Ask(const std::vector<std::uint8_t>& request,
-                                                         HostClock::time_point deadline) {
+std::optional<std::vector<std::uint8_t>>
+RapiSocket::Exchange(const std::vector<std::uint8_t>& request, HostClock::time_point deadline) {
     if (!Send(request, deadline) || !WaitUntilReady(POLLIN, deadline))
         return std::nullopt;
     std::vector<std::uint8_t> answer(ShortAnswer);
@@ -86,7 +87,7 @@ std::optional<std::vector<std::uint8_t>> RapiSocket::Ask(const std::vector<std::
     if (!ReceiveUpTo(LengthField, answer, have, deadline))
         return std::nullopt;
     const std::uint32_t length = ReadLength(answer);
-    if (length > rapi_wire::MaximumFrame || have > LengthField + length)
+    if (length > rapi_wire::MaxFrameSize || have > LengthField + length)
         return std::nullopt;
     answer.resize(LengthField + length);
     if (!ReceiveUpTo(answer.size(), answer, have, deadline))

@@ -32,20 +32,20 @@ public:
     // Null, with nothing left behind, where nobody answers at the path.
     static std::optional<RapiSocket> Connect(const std::string& path, const Interrupt& interrupt);
 
-    // The answer to the frame, without its length as rapi_wire::Reader takes it; the request comes
-    // with its length. Nothing at the deadline, at the end of the connection, for an answer over
-    // rapi_wire::MaximumFrame, and for one with more bytes behind it.
-    std::optional<std::vector<std::uint8_t>> Ask(const std::vector<std::uint8_t>& request,
-                                                 HostClock::time_point deadline);
+    // Sends the request, which has its length in front, and gives the answer without its length, as
+    // rapi_wire::Reader reads it. Nothing at the deadline, at the end of the connection, for an
+    // answer over rapi_wire::MaxFrameSize, and for one with more bytes behind it.
+    std::optional<std::vector<std::uint8_t>> Exchange(const std::vector<std::uint8_t>& request,
+                                                      HostClock::time_point deadline);
 
-    // False once the other end has closed, or has said something that it was not asked for.
+    // False once the other end has closed, or has sent something without a request.
     bool IsQuiet() const;
 
 private:
     RapiSocket(Descriptor socket, const Interrupt& interrupt);
     bool WaitUntilReady(short direction, HostClock::time_point deadline) const;
     bool Send(const std::vector<std::uint8_t>& bytes, HostClock::time_point deadline) const;
-    // Takes what has come, as far as the bytes have room, until they hold `size`.
+    // Reads what has come into `bytes`, whose size is the limit, until `have` is at least `size`.
     bool ReceiveUpTo(std::size_t size, std::vector<std::uint8_t>& bytes, std::size_t& have,
                      HostClock::time_point deadline) const;
 

@@ -1,8 +1,8 @@
 // The calls of the registry.
 //
-// An open key is a path, not a place in memory: each call looks at the file anew, so that it sees
-// what other processes and people have written, and a key that has been deleted meanwhile is told
-// so.
+// An open key is a path, not a pointer into memory: each call reads the file anew, so that it sees
+// what other processes and people have written, and gives ERROR_KEY_DELETED for a key that has been
+// deleted meanwhile.
 
 #include "platform/handles.h"
 #include "platform/registry_file.h"
@@ -15,11 +15,12 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace platform {
 namespace {
 
-constexpr DWORD LargestValue = 1024 * 1024;
+constexpr DWORD MaxValueSize = 1024 * 1024;
 
 // An open key, or one of the roots, which are always there.
 struct OpenKey : Object {
@@ -60,42 +61,32 @@ LSTATUS PathBelow(const OpenKey& key, LPCSTR subKey, RegistryPath& path) {
 // Bytes as an 8-bit caller stores and sees them: of text, one for each UTF-16 unit.
 std::string StoredFromCaller(DWORD type, const BYTE* data, DWORD size) {
     std::string bytes(reinterpret_cast<const char*>(data), size);
-    if (!IsRegistryText(type))
-        return bytes;
-    std::string stored;
-    for (const char16_t unit : Utf16FromAnsi(bytes)) {
-        stored += static_cast<char>(unit & 0xFF);
-        stored += static_cast<char>(unit >> 8);
-    }
-    return stored;
+    if (IsRegistryText(type))
+        return BytesFromUtf16(Utf16FromAnsi(bytes));
+    return bytes;
 }
 
 std::string CallerFromStored(const RegistryValue& value) {
-    if (!IsRegistryText(value.type))
-        return value.data;
-    std::u16string text;
-    for (std::size_t i = 0; i + 1 < value.data.size(); i += 2)
-        text += static_cast<char16_t>(static_cast<unsigned char>(value.data[i]) |
-                                      static_cast<unsigned char>(value.data[i + 1]) << 8);
-    return AnsiFromUtf16(text);
+    return IsRegistryText(value.type) ? AnsiFromUtf16(Utf16FromBytes(value.data)) : value.data;
 }
 
-// Hands a value's type and bytes out. *size is the room in bytes and becomes the number of them.
-LSTATUS Deliver(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD size) {
+// Copies a value's type and bytes to the caller. *size is the capacity in bytes and becomes the
+// number of them.
+LSTATUS CopyValue(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD size) {
     const std::string bytes = CallerFromStored(value);
     if (type)
         *type = value.type;
     if (!size)
         return ERROR_SUCCESS;
-    const std::size_t room = data ? *size : 0;
+    const std::size_t capacity = data ? *size : 0;
     *size = static_cast<DWORD>(bytes.size());
     if (!data)
         return ERROR_SUCCESS;
-    if (room < bytes.size())
+    if (capacity < bytes.size())
         return ERROR_MORE_DATA;
     std::copy(bytes.begin(), bytes.end(), data);
     const bool unterminated = IsRegistryText(value.type) && !bytes.ends_with('\0');
-    if (unterminated && room > bytes.size())
+    if (unterminated && capacity > bytes.size())
         data[bytes.size()] = 0;
     return ERROR_SUCCESS;
 }
@@ -201,7 +192,7 @@ LSTATUS WINAPI RegSetValueExA(HKEY handle, LPCSTR name, DWORD, DWORD type, const
     value.name = NameFrom(name);
     if (!IsRegistryValueName(value.name) || (!data && size > 0))
         return ERROR_INVALID_PARAMETER;
-    if (size > LargestValue)
+    if (size > MaxValueSize)
         return ERROR_NOT_ENOUGH_MEMORY;
     value.type = type;
     value.data = StoredFromCaller(type, data, size);
@@ -220,7 +211,7 @@ LSTATUS WINAPI RegQueryValueExA(HKEY handle, LPCSTR name, LPDWORD, LPDWORD type,
     if (const LSTATUS status = ReadKey(*key, tree, found); status != ERROR_SUCCESS)
         return status;
     const RegistryValue* value = found->values.Find(NameFrom(name));
-    return value ? Deliver(*value, type, data, size) : ERROR_FILE_NOT_FOUND;
+    return value ? CopyValue(*value, type, data, size) : ERROR_FILE_NOT_FOUND;
 }
 
 LSTATUS WINAPI RegEnumValueA(HKEY handle, DWORD index, LPSTR name, LPDWORD nameLength, LPDWORD,
@@ -243,7 +234,7 @@ LSTATUS WINAPI RegEnumValueA(HKEY handle, DWORD index, LPSTR name, LPDWORD nameL
         return ERROR_MORE_DATA;
     std::memcpy(name, text.c_str(), text.size() + 1);
     *nameLength = static_cast<DWORD>(text.size());
-    return Deliver(value, type, data, size);
+    return CopyValue(value, type, data, size);
 }
 
 LSTATUS WINAPI RegDeleteKeyA(HKEY parent, LPCSTR subKey) {

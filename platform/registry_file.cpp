@@ -2,7 +2,7 @@
 // registry must not touch the last error.
 //
 // What was read last is kept, since a reader goes through the values of a key one call at a time.
-// It is given again as long as the file has not been touched, or holds the same text.
+// It is used again as long as the file has not been touched, or holds the same text.
 
 #include "platform/registry_file.h"
 
@@ -17,7 +17,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -83,19 +82,19 @@ LSTATUS ReadWhole(const Descriptor& file, std::string& content) {
 }
 
 // Once for each fault: the registry is read very often.
-void TellFault(const std::string& fault) {
-    static std::mutex lock;
-    static auto& told = *new std::string;
-    const std::lock_guard guard(lock);
-    if (fault == told)
+void ReportFault(const std::string& fault) {
+    static std::mutex mutex;
+    static auto& reported = *new std::string;
+    const std::lock_guard lock(mutex);
+    if (fault == reported)
         return;
-    told = fault;
+    reported = fault;
     std::fprintf(stderr, "registry: read %s: %s; no value is read or written until it is mended\n",
                  RegistryName().c_str(), fault.c_str());
 }
 
 LSTATUS Refuse(const std::string& fault) {
-    TellFault(fault);
+    ReportFault(fault);
     return ERROR_REGISTRY_CORRUPT;
 }
 
@@ -137,7 +136,7 @@ LSTATUS WriteWhole(const Descriptor& file, std::string_view content) {
     return fsync(file.Number()) == 0 ? ERROR_SUCCESS : HostError();
 }
 
-// In the place of what a killed writer has left.
+// Replaces what a killed writer has left.
 LSTATUS WriteNewFile(const std::string& path, std::string_view content) {
     unlink(path.c_str());
     const Descriptor file = Open(path, O_WRONLY | O_CREAT | O_EXCL);

@@ -6,8 +6,8 @@
 // another has written; a killed one loses it with its life.
 //
 // A file that cannot be understood, is no regular file or is larger than 4 MiB is left alone: every
-// call fails with ERROR_REGISTRY_CORRUPT, and one line on the standard error stream tells where the
-// fault is.
+// call fails with ERROR_REGISTRY_CORRUPT, and one line on the standard error stream names the
+// fault.
 #pragma once
 
 #include "platform/registry_tree.h"

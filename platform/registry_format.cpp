@@ -35,15 +35,7 @@ std::string Quoted(std::u16string_view text) {
     return quoted + '"';
 }
 
-std::u16string Utf16FromBytes(std::string_view bytes) {
-    std::u16string text;
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
-        text += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
-                                      static_cast<unsigned char>(bytes[i + 1]) << 8);
-    return text;
-}
-
-// The text without its terminator where it can stand in quotation marks.
+// Whether the value can be written as a text in quotation marks, and that text without terminator.
 bool IsReadable(const RegistryValue& value, std::u16string& text) {
     text = Utf16FromBytes(value.data);
     if (value.type != REG_SZ || value.data.size() % 2 != 0 || !text.ends_with(u'\0'))

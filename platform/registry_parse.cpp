@@ -28,26 +28,26 @@ std::string_view Trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(Blanks) - first + 1);
 }
 
-// Takes a word off the front, in any case.
-bool Take(std::string_view& text, std::string_view word) {
+// Skips a word at the front, in any case; false where the text starts with something else.
+bool SkipWord(std::string_view& text, std::string_view word) {
     if (CompareAnsiNoCase(text.substr(0, word.size()), word) != 0)
         return false;
     text.remove_prefix(word.size());
     return true;
 }
 
-DWORD HexNumber(std::string_view digits, std::size_t most) {
+DWORD HexNumber(std::string_view digits, std::size_t maxDigits) {
     DWORD number = 0;
     const char* end = digits.data() + digits.size();
     const auto result = std::from_chars(digits.data(), end, number, 16);
-    if (digits.size() > most || result.ec != std::errc() || result.ptr != end)
+    if (digits.size() > maxDigits || result.ec != std::errc() || result.ptr != end)
         throw BadLine("a number is too long or not hexadecimal");
     return number;
 }
 
-// A text in quotation marks off the front. A backslash that escapes neither a quotation mark nor a
-// backslash stands for itself: people write paths with single ones.
-std::u16string TakeQuoted(std::string_view& line) {
+// Reads a text in quotation marks off the front. A backslash that escapes neither a quotation mark
+// nor a backslash stands for itself: people write paths with single ones.
+std::u16string ParseQuoted(std::string_view& line) {
     std::string text;
     line.remove_prefix(1);
     for (;;) {
@@ -63,15 +63,6 @@ std::u16string TakeQuoted(std::string_view& line) {
     }
     line.remove_prefix(1);
     return Utf16FromUtf8(text);
-}
-
-std::string TextBytes(std::u16string_view text) {
-    std::string bytes;
-    for (const char16_t unit : std::u16string(text) + u'\0') {
-        bytes += static_cast<char>(unit & 0xFF);
-        bytes += static_cast<char>(unit >> 8);
-    }
-    return bytes;
 }
 
 std::string NumberBytes(DWORD number) {
@@ -111,33 +102,33 @@ std::size_t ClosingBracket(std::string_view line, std::string_view& comment) {
     throw BadLine("a key has no closing bracket");
 }
 
-DWORD TakeHexType(std::string_view& text) {
-    if (Take(text, ":"))
+DWORD ParseHexType(std::string_view& text) {
+    if (SkipWord(text, ":"))
         return REG_BINARY;
     const auto end = text.find("):");
-    if (!Take(text, "(") || end == std::string_view::npos)
+    if (!SkipWord(text, "(") || end == std::string_view::npos)
         throw BadLine("the type of a value cannot be read");
     const DWORD type = HexNumber(text.substr(0, end - 1), 8);
     text.remove_prefix(end + 1);
     return type;
 }
 
-// What stands behind the '='. Gives the comment that follows it.
+// What follows the '='. Gives the comment behind it.
 std::string_view ParseData(std::string_view text, RegistryValue& value) {
     std::string_view comment;
     if (text.starts_with('"')) {
         value.type = REG_SZ;
-        value.data = TextBytes(TakeQuoted(text));
+        value.data = BytesFromUtf16(ParseQuoted(text) + u'\0');
         if (!CutComment(text, comment).empty())
             throw BadLine("something follows the closing quotation mark");
         return comment;
     }
     text = CutComment(text, comment);
-    if (Take(text, "dword:")) {
+    if (SkipWord(text, "dword:")) {
         value.type = REG_DWORD;
         value.data = NumberBytes(HexNumber(Trimmed(text), 8));
-    } else if (Take(text, "hex")) {
-        value.type = TakeHexType(text);
+    } else if (SkipWord(text, "hex")) {
+        value.type = ParseHexType(text);
         value.data = HexBytes(text);
     } else {
         throw BadLine("a value is neither a text nor dword: nor hex:");
@@ -199,7 +190,7 @@ private:
     RegistryKey* MakeKey(const RegistryPath& path) {
         bool made;
         RegistryKey& key = tree_.Make(path, made);
-        TakeComments(key.comments);
+        AttachComments(key.comments);
         return &key;
     }
 
@@ -208,9 +199,9 @@ private:
         if (line[0] == '@')
             line.remove_prefix(1);
         else
-            value.name = TakeQuoted(line);
+            value.name = ParseQuoted(line);
         line = Trimmed(line);
-        if (!Take(line, "=") || !IsRegistryValueName(value.name))
+        if (!SkipWord(line, "=") || !IsRegistryValueName(value.name))
             throw BadLine("the name of a value cannot be read");
         if (!key_)
             throw BadLine("a value stands outside of every key");
@@ -225,15 +216,15 @@ private:
         Store(std::move(value));
     }
 
-    // A name that comes twice: the later one counts, at the place of the earlier.
+    // A name that comes twice: the later value counts, in the position of the earlier.
     void Store(RegistryValue value) {
         RegistryValue& stored = key_->values.FindOrAdd(value.name);
         stored.type = value.type;
         stored.data = std::move(value.data);
-        TakeComments(stored.comments);
+        AttachComments(stored.comments);
     }
 
-    void TakeComments(RegistryComments& comments) {
+    void AttachComments(RegistryComments& comments) {
         comments.insert(comments.end(), comments_.begin(), comments_.end());
         comments_.clear();
     }
@@ -244,8 +235,8 @@ private:
     bool first_ = true;
 };
 
-// Takes a line off the front, without the blanks around it.
-std::string_view TakeLine(std::string_view& file) {
+// Reads a line off the front, without the blanks around it.
+std::string_view ReadLine(std::string_view& file) {
     const auto end = std::min(file.find('\n'), file.size());
     auto line = file.substr(0, end);
     file.remove_prefix(std::min(end + 1, file.size()));
@@ -261,15 +252,15 @@ bool IsContinued(std::string_view line) {
     return line.ends_with('\\') && (line[0] == '"' || line[0] == '@');
 }
 
-// Takes a line with those that continue it, and counts them in `number`. What is joined is not
-// looked at again: a value may be continued over a million lines.
-std::string TakeWholeLine(std::string_view& file, std::size_t& number) {
+// Reads a line with those that continue it, and counts them in `number`. What is joined is not
+// scanned again: a value may be continued over a million lines.
+std::string ReadWholeLine(std::string_view& file, std::size_t& number) {
     ++number;
-    std::string line(TakeLine(file));
+    std::string line(ReadLine(file));
     while (IsContinued(line) && !file.empty()) {
         ++number;
         line.pop_back();
-        line += TakeLine(file);
+        line += ReadLine(file);
         line.resize(line.find_last_not_of(Blanks) + 1); // where nothing but a backslash came
     }
     return line;
@@ -279,13 +270,8 @@ std::string TakeWholeLine(std::string_view& file, std::size_t& number) {
 std::string Decode(std::string_view file) {
     constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
     constexpr std::string_view Utf16Mark = "\xFF\xFE";
-    if (file.starts_with(Utf16Mark)) {
-        std::u16string text;
-        for (std::size_t i = 2; i + 1 < file.size(); i += 2)
-            text += static_cast<char16_t>(static_cast<unsigned char>(file[i]) |
-                                          static_cast<unsigned char>(file[i + 1]) << 8);
-        return Utf8FromUtf16(text);
-    }
+    if (file.starts_with(Utf16Mark))
+        return Utf8FromUtf16(Utf16FromBytes(file.substr(Utf16Mark.size())));
     if (file.starts_with(Utf8Mark))
         file.remove_prefix(Utf8Mark.size());
     return std::string(file);
@@ -301,7 +287,7 @@ bool ParseRegistry(std::string_view file, RegistryTree& tree, std::string& error
     try {
         while (!rest.empty()) {
             const std::size_t first = number + 1;
-            const std::string line = TakeWholeLine(rest, number);
+            const std::string line = ReadWholeLine(rest, number);
             const std::size_t last = std::exchange(number, first);
             parser.Line(line);
             number = last;

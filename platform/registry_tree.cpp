@@ -1,4 +1,5 @@
-// Keys and values by their names. Limits of names and depth are those that Windows documents.
+// The registry's tree: finding, making and deleting keys by name. Limits of names and depth are
+// those that Windows documents.
 
 #include "platform/registry_tree.h"
 
@@ -10,9 +11,9 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t LongestKeyName = 255;
-constexpr std::size_t LongestValueName = 16383;
-constexpr std::size_t DeepestKey = 512;
+constexpr std::size_t MaxKeyNameLength = 255;
+constexpr std::size_t MaxValueNameLength = 16383;
+constexpr std::size_t MaxKeyDepth = 512;
 
 bool HoldsControls(std::u16string_view name) {
     return std::any_of(name.begin(), name.end(), [](char16_t c) { return c < 0x20; });
@@ -21,7 +22,7 @@ bool HoldsControls(std::u16string_view name) {
 // A bracket and a semicolon together would read like the end of a key and a comment in the file.
 bool IsKeyName(std::u16string_view name) {
     const bool looksEnded = name.find(u']') < name.rfind(u';') && name.rfind(u';') != name.npos;
-    return !looksEnded && !name.empty() && name.size() <= LongestKeyName && !HoldsControls(name);
+    return !looksEnded && !name.empty() && name.size() <= MaxKeyNameLength && !HoldsControls(name);
 }
 
 } // namespace
@@ -70,7 +71,7 @@ bool SplitRegistryPath(std::u16string_view text, RegistryPath& path) {
         const auto end = std::min(text.find(u'\\'), text.size());
         path.emplace_back(text.substr(0, end));
         const bool cutShort = end + 1 == text.size();
-        if (!IsKeyName(path.back()) || path.size() > DeepestKey || cutShort)
+        if (!IsKeyName(path.back()) || path.size() > MaxKeyDepth || cutShort)
             return false;
         text.remove_prefix(std::min(end + 1, text.size()));
     }
@@ -78,7 +79,7 @@ bool SplitRegistryPath(std::u16string_view text, RegistryPath& path) {
 }
 
 bool IsRegistryValueName(std::u16string_view name) {
-    return name.size() <= LongestValueName && !HoldsControls(name);
+    return name.size() <= MaxValueNameLength && !HoldsControls(name);
 }
 
 bool IsRegistryText(DWORD type) {

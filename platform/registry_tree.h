@@ -5,7 +5,6 @@
 
 #include <windef.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -15,7 +14,7 @@
 
 namespace platform {
 
-// Comment lines of a hand-edited file, without line ends; they stay with what they stand above.
+// Comment lines of a hand-edited file, without line ends; they stay with what they precede.
 using RegistryComments = std::vector<std::string>;
 
 // Values or sub-keys of a key, in the order of their making. Names match without regard to case,
@@ -49,7 +48,7 @@ public:
         return true;
     }
 
-    // Closes the gaps that deleted entries leave: all at once, since each costs a look at all.
+    // Closes the gaps that deleted entries leave: all at once, since each costs a pass over all.
     void Compact() {
         std::erase_if(entries_, [](const auto& entry) { return entry->deleted; });
     }
@@ -91,7 +90,7 @@ struct RegistryTree {
 
     RegistryKey* Find(const RegistryPath& path); // null where there is none
     const RegistryKey* Find(const RegistryPath& path) const;
-    // Makes what is missing; `made` tells whether the key itself was.
+    // Makes what is missing; `made` is whether the key itself was.
     RegistryKey& Make(const RegistryPath& path, bool& made);
     // With all below it; its parent is compacted later. False where there is none.
     bool Delete(const RegistryPath& path);

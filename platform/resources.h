@@ -23,7 +23,7 @@ void UseResources(const void* begin, const void* end);
 // cut off before it ends.
 std::optional<std::span<const std::uint8_t>> FindResourceData(std::uint16_t type, std::uint16_t id);
 
-// The data of the first resource of a type, as they stand in the file.
+// The data of the first resource of a type, as they are in the file.
 std::optional<std::span<const std::uint8_t>> FirstResourceData(std::uint16_t type);
 
 // The same by a name of MAKEINTRESOURCEA; sets the last error. Names that are texts are not found.

@@ -12,11 +12,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
+#include <ctime>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <dirent.h>
@@ -33,7 +34,7 @@ FILETIME FileTime(const timespec& time) {
     return {static_cast<DWORD>(count), static_cast<DWORD>(count >> 32)};
 }
 
-// Where a text fails behind a '*', only the latest '*' has to take one character more: that keeps
+// Where a text fails behind a '*', only the latest '*' has to match one character more: that keeps
 // the time bounded for patterns with many of them.
 bool Matches(std::string_view pattern, std::string_view name) {
     std::size_t at = 0;
@@ -57,7 +58,7 @@ bool Matches(std::string_view pattern, std::string_view name) {
     return pattern.find_first_not_of('*', at) == std::string_view::npos;
 }
 
-// "name.*" also stands for a name without a dot, and so "*.*" for every name.
+// "name.*" also matches a name without a dot, and so "*.*" every name.
 bool MatchesAsDosWould(std::string_view pattern, std::string_view name) {
     if (pattern.ends_with(".*") && name.find('.') == std::string_view::npos)
         pattern.remove_suffix(2);
@@ -77,8 +78,8 @@ private:
     std::size_t next_ = 0;
 };
 
-// What Windows would tell of an entry; nothing where its name cannot be told there, and for
-// devices, pipes and sockets. A link that leads nowhere is a file: its open fails where it is used.
+// The entry as Windows describes one; nothing where Windows cannot spell its name, and for devices,
+// pipes and sockets. A link that leads nowhere is a file: its open fails where it is used.
 std::optional<WIN32_FIND_DATAA> Describe(const std::string& folder, const std::string& hostName) {
     const std::string name = AnsiName(hostName);
     const std::string path = folder + "/" + hostName;

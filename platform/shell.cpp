@@ -2,7 +2,7 @@
 // opener. A host seldom has the program of that name, and the user wants to see the document.
 //
 // The program gets its arguments one by one and in the host's letters: a folder's name may hold
-// quotation marks, and letters that a command line of Windows cannot say.
+// quotation marks, and letters that a command line of Windows cannot hold.
 
 #include "platform/command_line.h"
 #include "platform/paths.h"

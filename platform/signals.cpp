@@ -2,7 +2,7 @@
 //
 // While a thread of the program requires the system (SetThreadExecutionState), its work must not be
 // broken off, and a stopped process is as good as a dead one to whoever is at the other end of a
-// cable. So the signal is dropped then, with a word to the user. Elsewhere each does what the user
+// cable. So the signal is dropped then, with a warning. Elsewhere each does what the user
 // expects of it. Nothing here touches SIGTERM, which ends the process at any time.
 
 #include "platform/signals.h"
@@ -10,11 +10,12 @@
 #include "platform/display.h"
 #include "platform/execution_state.h"
 #include "platform/pages.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <pthread.h>
 
 #include <csignal>
+#include <initializer_list>
 #include <thread>
 
 namespace platform {
@@ -51,35 +52,35 @@ void ActByDefault(int signal) {
     pthread_sigmask(SIG_BLOCK, &only, nullptr);
 }
 
-void Obey(int signal) {
+void HandleSignal(int signal) {
     const bool done = (signal == SIGINT && LeavePage()) ||
-                      (signal == SIGHUP && (TheDisplay().EndInput() || CloseProgram()));
+                      (signal == SIGHUP && (ActiveDisplay().EndInput() || CloseProgram()));
     if (!done)
         ActByDefault(signal);
 }
 
 void Refuse(int signal) {
     if (signal == SIGHUP)
-        TheDisplay().EndInput(); // what comes after the work is left without the user
+        ActiveDisplay().EndInput(); // what comes after the work is left without the user
     const auto lock = LockWindows();
-    TheDisplay().Warn(Refusal);
+    ActiveDisplay().Warn(Refusal);
 }
 
 [[noreturn]] void Serve(sigset_t signals) {
     for (;;) {
         int signal = 0;
-        if (sigwait(&signals, &signal) == 0 && !UnlessSystemRequired([&] { Obey(signal); }))
+        if (sigwait(&signals, &signal) == 0 && !UnlessSystemRequired([&] { HandleSignal(signal); }))
             Refuse(signal);
     }
 }
 
 } // namespace
 
-void HoldSignals() {
-    sigset_t held = ServedSignals();
-    sigaddset(&held, SIGTTIN); // in the background a read fails instead, and a write succeeds
-    sigaddset(&held, SIGTTOU);
-    pthread_sigmask(SIG_BLOCK, &held, nullptr);
+void BlockSignals() {
+    sigset_t blocked = ServedSignals();
+    sigaddset(&blocked, SIGTTIN); // in the background a read fails instead, and a write succeeds
+    sigaddset(&blocked, SIGTTOU);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
 }
 
 void ServeSignals() { std::thread(Serve, ServedSignals()).detach(); }

@@ -1,7 +1,7 @@
 // The task bar's object: it hands progress on to the display.
 
 #include "platform/display.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
@@ -31,10 +31,10 @@ public:
     }
     HRESULT WINAPI HrInit() override { return S_OK; }
     HRESULT WINAPI SetProgressValue(HWND handle, ULONGLONG done, ULONGLONG total) override {
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         const auto window = FindWindowByHandle(handle);
         if (window && window->dialog && window->dialog->onScreen && total != 0)
-            TheDisplay().ShowTaskBar(static_cast<double>(done) / static_cast<double>(total));
+            ActiveDisplay().ShowTaskBar(static_cast<double>(done) / static_cast<double>(total));
         return S_OK;
     }
 

@@ -13,7 +13,6 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -30,7 +29,7 @@ constexpr char EscapeWord[] = "esc";
 struct ShownPage {
     std::map<HWND, std::string> lines; // by control; null is the percentage
     // How far the page has been left at the end of input: by Escape, then by its first button.
-    enum { Stands, Escaped, Pressed } leaving = Stands;
+    enum { NotYet, Escaped, Pressed } leaving = NotYet;
 };
 
 std::string Trimmed(const std::string& line) {
@@ -72,8 +71,8 @@ public:
     void HidePage(const PageView& page) override { pages_.erase(page.handle); }
     void UpdateControl(const PageView& page, const ControlView& control) override;
     void EndPage(const PageView& page) override;
-    void AskFile(const FileQuestion& question) override;
-    void Complain(const std::string& sentence) override;
+    void ShowFileDialog(const FileRequest& request) override;
+    void ShowError(const std::string& sentence) override;
     void Warn(const std::string& sentence) override;
     std::optional<PageAction> NextAction(const PageView& page) override;
     std::optional<FileAnswer> NextAnswer() override;
@@ -88,7 +87,7 @@ private:
 
     LineReader input_;
     const bool onTerminal_, coloured_;
-    bool lineIsOpen_ = false; // a percentage stands on the last line, which has no end yet
+    bool lineIsOpen_ = false; // the last line is a percentage, and has no end yet
     std::map<HWND, ShownPage> pages_;
 };
 
@@ -137,7 +136,7 @@ void Terminal::UpdateControl(const PageView& page, const ControlView&) {
         if (std::exchange(shown->second.lines[line.control], line.text) != line.text)
             Print(line);
     std::string percentage = PercentageOf(page);
-    if (!percentage.empty() && TakesOutput(STDOUT_FILENO) &&
+    if (!percentage.empty() && IsWritable(STDOUT_FILENO) &&
         std::exchange(shown->second.lines[nullptr], percentage) != percentage)
         PrintPercentage(percentage);
     std::fflush(stdout);
@@ -149,23 +148,23 @@ void Terminal::EndPage(const PageView& page) {
     pages_.erase(page.handle);
 }
 
-void Terminal::AskFile(const FileQuestion& question) {
-    Print(question.save ? "== save ==" : "== open ==");
-    for (const std::string& filter : question.filters)
+void Terminal::ShowFileDialog(const FileRequest& request) {
+    Print(request.save ? "== save ==" : "== open ==");
+    for (const std::string& filter : request.filters)
         Print(Printable(filter));
-    if (!question.proposal.empty())
-        Print("proposed: " + Printable(question.proposal));
+    if (!request.proposal.empty())
+        Print("proposed: " + Printable(request.proposal));
     std::fflush(stdout);
 }
 
-void Terminal::Complain(const std::string& sentence) {
+void Terminal::ShowError(const std::string& sentence) {
     Print(Printable(sentence));
     std::fflush(stdout);
 }
 
 void Terminal::Warn(const std::string& sentence) {
-    if (TakesOutput(STDOUT_FILENO))
-        Complain(sentence);
+    if (IsWritable(STDOUT_FILENO))
+        ShowError(sentence);
 }
 
 std::optional<PageAction> Terminal::ActionOf(const PageView& page, const std::string& line) {
@@ -175,8 +174,8 @@ std::optional<PageAction> Terminal::ActionOf(const PageView& page, const std::st
         return PageAction{PageAction::Escape, nullptr};
     auto number = NumberIn(line);
     if (!number) {
-        Complain("not understood: " + line + " (a number in brackets, an empty line for Enter, " +
-                 EscapeWord + ")");
+        ShowError("not understood: " + line + " (a number in brackets, an empty line for Enter, " +
+                  EscapeWord + ")");
         return std::nullopt;
     }
     for (const ControlView* control : WorkableControls(page)) {
@@ -184,16 +183,16 @@ std::optional<PageAction> Terminal::ActionOf(const PageView& page, const std::st
             continue;
         if (control->enabled)
             return PageAction{PageAction::Click, control->handle};
-        Complain("not available now: " + line);
+        ShowError("not available now: " + line);
         return std::nullopt;
     }
-    Complain("no such number on this page: " + line);
+    ShowError("no such number on this page: " + line);
     return std::nullopt;
 }
 
 std::optional<PageAction> Terminal::ActionAtEnd(const PageView& page) {
     ShownPage& shown = pages_[page.handle];
-    if (shown.leaving == ShownPage::Stands) {
+    if (shown.leaving == ShownPage::NotYet) {
         shown.leaving = ShownPage::Escaped;
         return PageAction{PageAction::Escape, nullptr};
     }
@@ -233,7 +232,7 @@ bool Terminal::EndInput() {
 } // namespace
 
 Display& TerminalDisplay() {
-    // Never destroyed: its reader may stand in a read when the process ends.
+    // Never destroyed: its reader may be in a read when the process ends.
     static Display& terminal = *new Terminal;
     return terminal;
 }

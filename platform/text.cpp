@@ -1,4 +1,4 @@
-// Windows-1252, UTF-8 and UTF-16.
+// Conversions between Windows-1252, UTF-8 and UTF-16, and comparisons without regard to case.
 //
 // Each of the 256 bytes of Windows-1252 has a UTF-16 value of its own, so that whatever bytes a
 // caller stores as text come back as they were.
@@ -70,8 +70,8 @@ std::size_t SequenceLength(unsigned char first) {
     return first >= 0xF0 && first < 0xF5 ? 4 : 0;
 }
 
-// Takes one code point off the front; Replacement, and one byte taken, where it is malformed.
-char32_t TakeCodePoint(std::string_view& text, bool& wellFormed) {
+// Reads one code point off the front; Replacement, and one byte less, where it is malformed.
+char32_t ReadCodePoint(std::string_view& text, bool& wellFormed) {
     const auto first = static_cast<unsigned char>(text.front());
     const std::size_t length = SequenceLength(first);
     char32_t code = length < 2 ? first : first & (0x7Fu >> length);
@@ -92,7 +92,7 @@ template <class Use>
 bool ForEachCodePoint(std::string_view utf8, Use use) {
     bool wellFormed = true;
     while (!utf8.empty())
-        use(TakeCodePoint(utf8, wellFormed));
+        use(ReadCodePoint(utf8, wellFormed));
     return wellFormed;
 }
 
@@ -152,6 +152,23 @@ std::u16string Utf16FromUtf8(std::string_view utf8) {
         utf16 += static_cast<char16_t>(code);
     });
     return utf16;
+}
+
+std::u16string Utf16FromBytes(std::string_view bytes) {
+    std::u16string utf16;
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
+        utf16 += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
+                                       static_cast<unsigned char>(bytes[i + 1]) << 8);
+    return utf16;
+}
+
+std::string BytesFromUtf16(std::u16string_view utf16) {
+    std::string bytes;
+    for (const char16_t unit : utf16) {
+        bytes += static_cast<char>(unit & 0xFF);
+        bytes += static_cast<char>(unit >> 8);
+    }
+    return bytes;
 }
 
 bool IsUtf8(std::string_view text) {

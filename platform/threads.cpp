@@ -1,8 +1,8 @@
-// Threads, their handles, sleeps and ends; threads.h tells how a thread is terminated.
-
-#include "platform/threads.h"
+// Threads, their handles, sleeps and ends. How a thread is terminated, and why so, is in
+// thread_termination.h.
 
 #include "platform/clock.h"
+#include "platform/thread_termination.h"
 #include "platform/waits.h"
 
 #include <winbase.h>
@@ -25,7 +25,7 @@ namespace platform {
 namespace {
 
 // A sleep that another thread can end, for good. A semaphore takes one call of the host where a
-// condition variable takes two, and a thread that looks after something does little but sleep.
+// condition variable takes two, and a thread that polls does little but sleep.
 class EndableSleep {
 public:
     EndableSleep() { sem_init(&end_, 0, 0); }
@@ -52,14 +52,14 @@ public:
     bool IsSignalled() const override { return ended_; }
 
     void End(DWORD exitCode) {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         MarkEnded(exitCode);
     }
 
-    // The exit code stands before the thread can learn of its end, and leave with one of its own.
+    // The exit code is set before the thread can learn of its end, and leave with one of its own.
     void Terminate(DWORD exitCode) {
         {
-            const std::lock_guard guard(WaitLock());
+            const std::lock_guard lock(WaitLock());
             MarkEnded(exitCode);
             terminated_ = true;
         }
@@ -69,22 +69,22 @@ public:
     // For the thread itself; ends early where it is terminated.
     void SleepUntil(HostClock::time_point deadline) { sleep_.Until(deadline); }
 
-    bool IsTerminated() const { return terminated_; }
+    const std::atomic<bool>& Terminated() const { return terminated_; }
 
     DWORD ExitCode() const {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         return ended_ ? exitCode_ : STILL_ACTIVE;
     }
 
     void PublishId(DWORD id) {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         id_ = id;
         WaitCondition().notify_all();
     }
 
     DWORD WaitForId() {
-        std::unique_lock guard(WaitLock());
-        WaitCondition().wait(guard, [this] { return id_ != 0; });
+        std::unique_lock lock(WaitLock());
+        WaitCondition().wait(lock, [this] { return id_ != 0; });
         return id_;
     }
 
@@ -116,11 +116,13 @@ thread_local RunningThread* running = nullptr;
 
 RunningThread::RunningThread(std::shared_ptr<Thread> self) : thread(std::move(self)) {
     running = this;
+    WatchTermination(&thread->Terminated());
     thread->PublishId(GetCurrentThreadId());
 }
 
 RunningThread::~RunningThread() {
     running = nullptr;
+    WatchTermination(nullptr);
     thread->End(exitCode);
 }
 
@@ -145,15 +147,6 @@ bool StartDetached(ThreadStart* start) {
     return true;
 }
 
-} // namespace
-
-void LeaveIfTerminated() {
-    if (running && running->thread->IsTerminated())
-        pthread_exit(nullptr);
-}
-
-namespace {
-
 void SleepUntil(HostClock::time_point deadline) {
     if (running)
         running->thread->SleepUntil(deadline);
@@ -175,13 +168,13 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
         return nullptr;
     }
     auto thread = std::make_shared<Thread>();
-    auto given =
+    auto startData =
         std::make_unique<platform::ThreadStart>(platform::ThreadStart{thread, start, parameter});
-    if (!platform::StartDetached(given.get())) {
+    if (!platform::StartDetached(startData.get())) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    given.release();
+    static_cast<void>(startData.release()); // the thread frees it
     const DWORD startedId = thread->WaitForId();
     if (id)
         *id = startedId;

@@ -3,22 +3,21 @@
 // Daylight saving time is the season with the greater offset from UTC, whatever the data call it:
 // for Ireland they call the winter the exception. A rule date is "the second Sunday of March" or
 // "the last Sunday"; which of the two is meant shows only over several years, so the following ones
-// are looked at too. Where no rule holds for all of them, the date given is right for this year.
+// are compared too. Where no rule holds for all of them, the date given is right for this year.
 
 #include "platform/time_zone.h"
 
 #include "platform/text.h"
 
-#include <algorithm>
+#include <iterator>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace platform {
 namespace {
 
 constexpr std::time_t SecondsPerDay = 86400;
-constexpr int YearsLookedAt = 8; // every weekday falls on every place of the month in that time
+constexpr int YearsCompared = 8; // in that time every weekday falls on every day of the month
 constexpr int LastWeek = 5;
 
 tm LocalTime(std::time_t instant) {
@@ -91,10 +90,10 @@ std::optional<tm> ChangeInYear(int year, bool toGreater) {
     return found;
 }
 
-// 5 where the rule says "the last" in all the years looked at; else the place in this year's month,
+// 5 where the rule is "the last" in all the years compared; else the week of this year's month,
 // where a fifth one is the last anyway.
 int RuleWeek(int year, bool toGreater, const tm& date) {
-    for (int next = year; next < year + YearsLookedAt; ++next) {
+    for (int next = year; next < year + YearsCompared; ++next) {
         const auto other = ChangeInYear(next, toGreater);
         if (!other || !SameRuleButWeek(*other, date) || !IsInLastWeek(*other))
             return WeekOf(date);

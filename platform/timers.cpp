@@ -2,8 +2,7 @@
 // queue of its window's thread, and the message is made when that thread fetches. So a killed or
 // restarted timer leaves nothing behind that could still arrive.
 
-#include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
@@ -13,7 +12,7 @@ using namespace platform;
 
 namespace {
 
-constexpr DWORD ShortestTimer = 10; // milliseconds, as published
+constexpr DWORD MinTimer = 10; // milliseconds, as published
 
 std::vector<Timer>::iterator FindTimer(ThreadQueue& queue, HWND window, UINT_PTR id) {
     return std::find_if(queue.timers.begin(), queue.timers.end(), [&](const Timer& timer) {
@@ -24,12 +23,12 @@ std::vector<Timer>::iterator FindTimer(ThreadQueue& queue, HWND window, UINT_PTR
 } // namespace
 
 UINT_PTR WINAPI SetTimer(HWND handle, UINT_PTR id, UINT milliseconds, TIMERPROC callback) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window)
         return 0;
     ThreadQueue& queue = *window->queue;
-    DWORD period = std::clamp(static_cast<DWORD>(milliseconds), ShortestTimer, DWORD{0x7FFFFFFF});
+    DWORD period = std::clamp(static_cast<DWORD>(milliseconds), MinTimer, DWORD{0x7FFFFFFF});
     Timer timer = {handle, id, callback, period, HostDeadline(period)};
     auto old = FindTimer(queue, handle, id);
     if (old != queue.timers.end())
@@ -41,7 +40,7 @@ UINT_PTR WINAPI SetTimer(HWND handle, UINT_PTR id, UINT milliseconds, TIMERPROC 
 }
 
 BOOL WINAPI KillTimer(HWND handle, UINT_PTR id) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window)
         return FALSE;

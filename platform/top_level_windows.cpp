@@ -4,7 +4,7 @@
 #include "platform/process_identity.h"
 #include "platform/text.h"
 #include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
@@ -29,26 +29,26 @@ std::optional<WindowRecord> RequireRecord(HWND window) {
 }
 
 // The neighbour of a window in a list: next, previous, first, last. Null at an end.
-template <class List, class Position>
-HWND Neighbour(const List& list, Position place, UINT command) {
+template <class List, class Iterator>
+HWND Neighbour(const List& list, Iterator position, UINT command) {
     switch (command) {
     case GW_HWNDFIRST:
         return list.front();
     case GW_HWNDLAST:
         return list.back();
     case GW_HWNDNEXT:
-        return place + 1 == list.end() ? nullptr : *(place + 1);
+        return position + 1 == list.end() ? nullptr : *(position + 1);
     case GW_HWNDPREV:
-        return place == list.begin() ? nullptr : *(place - 1);
+        return position == list.begin() ? nullptr : *(position - 1);
     default:
         return nullptr;
     }
 }
 
 HWND NeighbourIn(const std::vector<HWND>& list, HWND window, UINT command) {
-    auto place = std::find(list.begin(), list.end(), window);
-    if (place != list.end())
-        return Neighbour(list, place, command);
+    auto position = std::find(list.begin(), list.end(), window);
+    if (position != list.end())
+        return Neighbour(list, position, command);
     SetLastError(NoSuchWindow);
     return nullptr;
 }
@@ -62,14 +62,14 @@ std::vector<HWND> AllTopLevelWindows() {
 
 // Siblings of a child of this process; none for any other window.
 std::vector<HWND> Siblings(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     auto parent = window && window->IsChild() ? FindWindowByHandle(window->parent) : nullptr;
     return parent ? parent->children : std::vector<HWND>();
 }
 
 HWND FirstChildOf(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     return window && !window->children.empty() ? window->children.front() : nullptr;
 }
@@ -77,7 +77,7 @@ HWND FirstChildOf(HWND handle) {
 // The parent of a window that has one of these styles, or its owner where it is a top-level one.
 HWND ParentOrOwner(HWND handle, bool (*has)(DWORD style)) {
     {
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         if (auto window = FindWindowByHandle(handle))
             return has(window->style) ? window->parent : nullptr;
     }
@@ -86,7 +86,7 @@ HWND ParentOrOwner(HWND handle, bool (*has)(DWORD style)) {
 }
 
 bool IsOurs(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     return FindWindowByHandle(handle) != nullptr;
 }
 
@@ -123,7 +123,7 @@ HWND WINAPI GetWindow(HWND window, UINT command) {
 
 DWORD WINAPI GetWindowThreadProcessId(HWND handle, LPDWORD process) {
     {
-        auto hold = LockWindows();
+        auto lock = LockWindows();
         if (auto window = FindWindowByHandle(handle)) {
             if (process)
                 *process = GetCurrentProcessId();

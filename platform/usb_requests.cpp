@@ -1,6 +1,6 @@
-// The requests of the USB serial driver. It takes no SetCommMask and WaitCommEvent of its own, but
+// The requests of the USB serial driver. It has no SetCommMask and WaitCommEvent of its own, but
 // three requests of the serial device type, buffered, with any access: to install an event mask, to
-// wait for an event of it, and to be told that what an event announced has been read.
+// wait for an event of it, and to acknowledge that what an event announced has been read.
 //
 // All three fail once the device has left the bus and what it brought has been read: that is how a
 // program of this driver learns of it.
@@ -8,6 +8,7 @@
 #include "platform/port.h"
 
 #include <algorithm>
+#include <iterator>
 
 using platform::FindHandleOf;
 using platform::Port;
@@ -59,7 +60,7 @@ BOOL WINAPI DeviceIoControl(HANDLE device, DWORD code, LPVOID input, DWORD input
         return FALSE;
     const auto port = std::dynamic_pointer_cast<Port>(stream);
     const auto request = std::ranges::find(Requests, code, &Request::code);
-    if (!port || !port->TakesUsbRequests() || request == std::end(Requests))
+    if (!port || !port->HasUsbRequests() || request == std::end(Requests))
         return Fail(ERROR_INVALID_FUNCTION);
     const Buffers buffers = {static_cast<const DWORD*>(input), static_cast<DWORD*>(output),
                              overlapped};

@@ -2,7 +2,7 @@
 
 #include "platform/waits.h"
 
-#include "platform/threads.h"
+#include "platform/thread_termination.h"
 
 #include <winbase.h>
 
@@ -15,16 +15,16 @@ public:
         : manualReset_(manualReset), signalled_(signalled) {}
 
     bool IsSignalled() const override { return signalled_; }
-    void Take() override { signalled_ = signalled_ && manualReset_; }
+    void Consume() override { signalled_ = signalled_ && manualReset_; }
 
     void Set() override {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         signalled_ = true;
         WaitCondition().notify_all();
     }
 
     void Reset() override {
-        const std::lock_guard guard(WaitLock());
+        const std::lock_guard lock(WaitLock());
         signalled_ = false;
     }
 
@@ -45,23 +45,23 @@ bool WaitForChange(std::unique_lock<std::mutex>& lock, HostClock::time_point dea
     return inTime;
 }
 
-// The number of the object that ends the wait, or the count of objects. Takes what it finds.
-std::size_t TakeOne(const std::vector<std::shared_ptr<Waitable>>& objects) {
+// The index of the object that ends the wait, which it consumes; the count of objects for none.
+std::size_t ConsumeOne(const std::vector<std::shared_ptr<Waitable>>& objects) {
     for (std::size_t i = 0; i < objects.size(); ++i) {
         if (!objects[i]->IsSignalled())
             continue;
-        objects[i]->Take();
+        objects[i]->Consume();
         return i;
     }
     return objects.size();
 }
 
-std::size_t TakeAll(const std::vector<std::shared_ptr<Waitable>>& objects) {
+std::size_t ConsumeAll(const std::vector<std::shared_ptr<Waitable>>& objects) {
     for (const auto& object : objects)
         if (!object->IsSignalled())
             return objects.size();
     for (const auto& object : objects)
-        object->Take();
+        object->Consume();
     return 0;
 }
 
@@ -92,7 +92,7 @@ DWORD WaitForObjects(const std::vector<std::shared_ptr<Waitable>>& objects, bool
         object->PrepareWait();
     std::unique_lock lock(WaitLock());
     for (bool inTime = true;;) {
-        const std::size_t ended = all ? TakeAll(objects) : TakeOne(objects);
+        const std::size_t ended = all ? ConsumeAll(objects) : ConsumeOne(objects);
         if (ended < objects.size())
             return static_cast<DWORD>(WAIT_OBJECT_0 + ended);
         if (!inTime)

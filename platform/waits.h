@@ -1,7 +1,7 @@
 // Objects that a thread can wait for: events, threads, processes.
 //
 // One lock and one condition serve all of them. A program of this kind has a handful of threads, so
-// the needless wake-ups cost nothing, and a wait for several objects at once takes what it waits
+// the needless wake-ups cost nothing, and a wait for several objects at once consumes what it waits
 // for in one step, which separate locks would make hard.
 #pragma once
 
@@ -19,9 +19,9 @@ class Waitable : public Object {
 public:
     // Called before a wait, without the lock: starts whatever will signal the object.
     virtual void PrepareWait() {}
-    // The next two run under the lock of waits. Take consumes what one ended wait consumes.
+    // The next two run under the lock of waits. Consume applies what one ended wait does to it.
     virtual bool IsSignalled() const = 0;
-    virtual void Take() {}
+    virtual void Consume() {}
 };
 
 class Event : public Waitable {

@@ -1,9 +1,9 @@
 // Window records on disk.
 //
-// Every step runs under a lock on the folder's own file, which also holds the number given last,
+// Every step runs under a lock on the folder's own file, which also holds the number used last,
 // so that a number is not used again soon. Somebody may remove the folder under a running program,
 // or keep its lock: the program's windows go on with numbers of their own. A record's own lock
-// tells that its process lives; the start time of the process guards against a copy of the lock
+// shows that its process lives; the start time of the process guards against a copy of the lock
 // that a forked child has kept.
 
 #include "platform/window_records.h"
@@ -22,10 +22,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <charconv>
 #include <filesystem>
 #include <mutex>
 #include <sstream>
+#include <utility>
 
 namespace platform {
 
@@ -35,7 +37,7 @@ namespace {
 constexpr DWORD FirstNumber = 0x00010000;
 constexpr DWORD LastNumber = 0x2FFFFFFE;
 constexpr DWORD FirstPrivateNumber = 0x30000000;
-constexpr std::size_t LongestRecord = 4096;
+constexpr std::size_t MaxRecordSize = 4096;
 
 std::string RecordPath(DWORD number) { return HomePath("windows/" + std::to_string(number)); }
 
@@ -61,7 +63,7 @@ public:
     // where the folder was removed. 0 where there is none left above.
     DWORD NextNumber() {
         static std::mutex mutex; // the lock of a removed folder excludes nobody
-        static DWORD given = 0;
+        static DWORD lastUsed = 0;
         const std::lock_guard lock(mutex);
         DWORD last = 0;
         char text[16] = {};
@@ -69,10 +71,10 @@ public:
         if (length > 0)
             std::from_chars(text, text + length, last);
         DWORD next = last >= FirstNumber && last < LastNumber ? last + 2 : FirstNumber;
-        next = std::max(next, given + 2);
+        next = std::max(next, lastUsed + 2);
         if (next > LastNumber)
             return 0;
-        given = next;
+        lastUsed = next;
         std::string written = std::to_string(next) + "\n";
         if (pwrite(file_.Number(), written.data(), written.size(), 0) < 0)
             return next; // not kept: the file that bears the number will be found to exist
@@ -95,7 +97,7 @@ std::string Written(const WindowRecord& record) {
          << "\nthread=" << record.thread << "\nowner=" << record.owner << "\nstyle=" << record.style
          << "\nclass=" << OneLine(Utf8FromAnsi(record.className))
          << "\ntitle=" << OneLine(Utf8FromAnsi(record.title)) << "\n";
-    return text.str().substr(0, LongestRecord);
+    return text.str().substr(0, MaxRecordSize);
 }
 
 bool WriteRecord(const Descriptor& file, const WindowRecord& record) {
@@ -149,7 +151,7 @@ std::optional<WindowRecord> ReadRecord(const std::string& path) {
     if (!file)
         return std::nullopt;
     bool held = flock(file.Number(), LOCK_SH | LOCK_NB) != 0;
-    char text[LongestRecord];
+    char text[MaxRecordSize];
     ssize_t length = read(file.Number(), text, sizeof(text));
     WindowRecord record =
         ParseRecord(std::string(text, static_cast<std::size_t>(std::max<ssize_t>(length, 0))));
@@ -166,11 +168,11 @@ std::optional<DWORD> NumberOfName(const std::string& name) {
     return number;
 }
 
-// Gives the record its number and its locked file; none where it cannot be made. Written before
-// the folder is let go, so that nobody meets an empty record.
+// Assigns the record its number and makes its locked file; none where it cannot be made. Written
+// before the folder is unlocked, so that nobody meets an empty record.
 Descriptor MakeRecordFile(WindowRecord& record) {
     FolderLock folder;
-    constexpr int Attempts = 1000; // the numbers have come round: the next ones may be taken
+    constexpr int Attempts = 1000; // the numbers have come round: the next ones may be in use
     for (int i = 0; folder.Held() && i < Attempts; ++i) {
         record.number = folder.NextNumber();
         if (record.number == 0)

@@ -18,13 +18,13 @@ namespace platform {
 struct WindowRecord {
     DWORD number = 0; // the window's handle; a newer window has a higher one
     DWORD process = 0, thread = 0;
-    std::uint64_t processStart = 0; // tells the process from a later one of the same number
+    std::uint64_t processStart = 0; // a later process of the same number has another
     DWORD owner = 0;                // number of the owning window, 0 for none
     DWORD style = 0;                // as it was made
     std::string className, title;   // Windows-1252
 };
 
-// The record of a window of this process; it goes with the window.
+// The record of a window of this process; removed with the window.
 class OwnedWindowRecord {
 public:
     // None for a window that is known in this process alone.

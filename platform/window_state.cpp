@@ -1,8 +1,8 @@
-// What a window is like: place, text, visibility, whether it can be used, and the values that
-// programs keep with it.
+// The state of a window: position, size, text, visibility, whether it can be used, and the values
+// that programs keep with it.
 
 #include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
@@ -32,7 +32,7 @@ LONG CaptionOf(DWORD style) {
 // Runs `work` on the window under the lock; 0 with the last error set where there is none.
 template <class Work>
 auto With(HWND handle, Work work) -> decltype(work(std::declval<Window&>())) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window)
         return {};
@@ -200,7 +200,7 @@ BOOL WINAPI SetForegroundWindow(HWND handle) {
 
 HWND WINAPI SetFocus(HWND handle) {
     auto queue = CurrentQueue();
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     if (handle && !RequireWindow(handle))
         return nullptr;
     return std::exchange(queue->focus, handle);

@@ -1,13 +1,14 @@
-// Opening, destroying and default handling of windows, and the one record of them all.
+// Opening, destroying and default handling of windows, and the one model of them all.
 
 #include "platform/controls.h"
 #include "platform/window_errors.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace platform {
 
@@ -18,11 +19,11 @@ constexpr std::uintptr_t FirstChild = 0x40000000;
 constexpr std::uintptr_t LastChild = 0x7FFFFFF0;
 constexpr ATOM FirstAtom = 0xC000;
 
-void AddSystemClasses(WindowSystem& system) {
-    system.classes["static"] = {"Static", StaticProcedure, 0};
-    system.classes["button"] = {"Button", ButtonProcedure, 0};
-    system.classes["msctls_progress32"] = {"msctls_progress32", ProgressProcedure, 0};
-    system.classes[DialogClass] = {DialogClass, DefDlgProcA, DLGWINDOWEXTRA};
+void AddSystemClasses(WindowModel& model) {
+    model.classes["static"] = {"Static", StaticProcedure, 0};
+    model.classes["button"] = {"Button", ButtonProcedure, 0};
+    model.classes["msctls_progress32"] = {"msctls_progress32", ProgressProcedure, 0};
+    model.classes[DialogClass] = {DialogClass, DefDlgProcA, DLGWINDOWEXTRA};
 }
 
 struct ThreadOfWindows {
@@ -34,17 +35,17 @@ struct ThreadOfWindows {
 };
 
 std::optional<WindowClass> FindClass(const std::string& name) {
-    auto found = Windows().classes.find(SmallLetters(name));
-    if (found != Windows().classes.end())
+    auto found = Model().classes.find(ToLowerAscii(name));
+    if (found != Model().classes.end())
         return found->second;
     SetLastError(NoSuchWindowClass);
     return std::nullopt;
 }
 
-void GiveNumber(Window& window, const WindowPlan& plan) {
+void AssignHandle(Window& window, const WindowPlan& plan) {
     if (plan.style & WS_CHILD) {
-        auto hold = LockWindows();
-        auto& last = Windows().lastChild;
+        auto lock = LockWindows();
+        auto& last = Model().lastChild;
         last = last >= FirstChild && last < LastChild ? last + 2 : FirstChild;
         window.handle = reinterpret_cast<HWND>(last);
         return;
@@ -70,9 +71,9 @@ std::shared_ptr<Window> AddWindow(const WindowPlan& plan, const WindowClass& win
     window->extra.resize(static_cast<std::size_t>(windowClass.extraBytes));
     window->needsPaint = true;
     window->painted = UnpaintedColours();
-    GiveNumber(*window, plan);
-    auto hold = LockWindows();
-    Windows().windows[window->handle] = window;
+    AssignHandle(*window, plan);
+    auto lock = LockWindows();
+    Model().windows[window->handle] = window;
     auto parent = window->IsChild() ? FindWindowByHandle(plan.parent) : nullptr;
     if (parent)
         parent->children.push_back(window->handle);
@@ -104,19 +105,14 @@ bool AcceptsCreation(HWND window, const WindowPlan& plan) {
     return CallWindowProcedure(window, WM_CREATE, 0, second) != -1;
 }
 
-// Windows owned by this one. Those of other threads go when their own thread is asked to.
-std::vector<HWND> OwnedWindows(HWND owner) {
+// Those of other threads are closed by a message to their own thread.
+void DestroyOwnedWindows(HWND owner) {
+    auto lock = LockWindows();
     std::vector<HWND> owned;
-    for (auto& [handle, window] : Windows().windows)
+    for (auto& [handle, window] : Model().windows)
         if (window->parent == owner && !window->IsChild())
             owned.push_back(handle);
-    return owned;
-}
-
-void DestroyOwnedWindows(HWND owner) {
-    auto hold = LockWindows();
-    auto owned = OwnedWindows(owner);
-    hold.unlock();
+    lock.unlock();
     for (HWND window : owned)
         if (!DestroyWindow(window))
             PostMessageA(window, WM_CLOSE, 0, 0);
@@ -136,10 +132,10 @@ std::vector<HWND> WithChildren(HWND handle) {
     return all;
 }
 
-// Takes a window out of the table, with all that could still reach it. Gives its record, which is
-// let go without the lock.
+// Removes a window from the table, with all that could still reach it. Gives its record, which is
+// destroyed without the lock.
 std::unique_ptr<OwnedWindowRecord> RemoveWindow(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     if (!window)
         return nullptr;
@@ -150,14 +146,14 @@ std::unique_ptr<OwnedWindowRecord> RemoveWindow(HWND handle) {
         queue.focus = nullptr;
     if (auto parent = FindWindowByHandle(window->parent); parent && window->IsChild())
         std::erase(parent->children, handle);
-    Windows().windows.erase(handle);
+    Model().windows.erase(handle);
     WakeAllThreads();
     return std::move(window->record);
 }
 
 bool BeginDestroying(HWND handle) {
     auto mine = CurrentQueue();
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window || window->dying)
         return false;
@@ -169,8 +165,8 @@ bool BeginDestroying(HWND handle) {
     return true;
 }
 
-void TakeOffScreen(HWND handle) {
-    auto hold = LockWindows();
+void RemoveFromScreen(HWND handle) {
+    auto lock = LockWindows();
     if (auto window = FindWindowByHandle(handle)) {
         window->style &= ~static_cast<DWORD>(WS_VISIBLE);
         EndPage(*window);
@@ -178,7 +174,7 @@ void TakeOffScreen(HWND handle) {
 }
 
 LRESULT StoreText(HWND handle, const char* text) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     if (!window)
         return FALSE;
@@ -186,7 +182,7 @@ LRESULT StoreText(HWND handle, const char* text) {
     window->needsPaint = true;
     if (window->IsChild())
         RefreshControl(*window);
-    hold.unlock();
+    lock.unlock();
     // On the window's own thread, like all that touches the record.
     if (window->record)
         window->record->SetTitle(text ? text : "");
@@ -194,7 +190,7 @@ LRESULT StoreText(HWND handle, const char* text) {
 }
 
 LRESULT CopyText(HWND handle, std::size_t capacity, char* buffer) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     if (!window || capacity == 0)
         return 0;
@@ -205,39 +201,39 @@ LRESULT CopyText(HWND handle, std::size_t capacity, char* buffer) {
 }
 
 LRESULT TextLength(HWND handle) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     return window ? static_cast<LRESULT>(window->text.size()) : 0;
 }
 
 } // namespace
 
-WindowSystem& Windows() {
+WindowModel& Model() {
     // Never destroyed: threads may still use it while the process ends.
-    static WindowSystem& system = *[] {
-        auto* made = new WindowSystem;
+    static WindowModel& system = *[] {
+        auto* made = new WindowModel;
         AddSystemClasses(*made);
         return made;
     }();
     return system;
 }
 
-WindowLock LockWindows() { return WindowLock(Windows().lock); }
+WindowLock LockWindows() { return WindowLock(Model().lock); }
 
 std::shared_ptr<ThreadQueue> CurrentQueue() {
     thread_local ThreadOfWindows thread;
     if (!thread.queue) {
         thread.queue = std::make_shared<ThreadQueue>();
         thread.queue->thread = GetCurrentThreadId();
-        auto hold = LockWindows();
-        Windows().queues.push_back(thread.queue);
+        auto lock = LockWindows();
+        Model().queues.push_back(thread.queue);
     }
     return thread.queue;
 }
 
 std::shared_ptr<Window> FindWindowByHandle(HWND window) {
-    auto found = Windows().windows.find(window);
-    return found == Windows().windows.end() ? nullptr : found->second;
+    auto found = Model().windows.find(window);
+    return found == Model().windows.end() ? nullptr : found->second;
 }
 
 std::shared_ptr<Window> RequireWindow(HWND handle) {
@@ -248,26 +244,26 @@ std::shared_ptr<Window> RequireWindow(HWND handle) {
 }
 
 void WakeAllThreads() {
-    for (auto& queue : Windows().queues)
+    for (auto& queue : Model().queues)
         queue->changed.notify_all();
 }
 
 LRESULT CallWindowProcedure(HWND handle, UINT message, WPARAM first, LPARAM second) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
     if (!window)
         return 0;
     WNDPROC procedure = window->procedure;
-    hold.unlock();
+    lock.unlock();
     return procedure(handle, message, first, second);
 }
 
 std::shared_ptr<Window> OpenWindow(const WindowPlan& plan) {
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     auto windowClass = FindClass(plan.className);
     if (!windowClass || ((plan.style & WS_CHILD) && !RequireWindow(plan.parent)))
         return nullptr;
-    hold.unlock();
+    lock.unlock();
     auto window = AddWindow(plan, *windowClass);
     bool accepted = AcceptsCreation(window->handle, plan);
     if (!IsWindow(window->handle))
@@ -279,7 +275,7 @@ std::shared_ptr<Window> OpenWindow(const WindowPlan& plan) {
     return window;
 }
 
-std::string SmallLetters(const std::string& text) {
+std::string ToLowerAscii(const std::string& text) {
     std::string small = text;
     for (char& character : small)
         if (character >= 'A' && character <= 'Z')
@@ -298,10 +294,10 @@ ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* windowClass) {
         return 0;
     }
     std::string name = windowClass->lpszClassName;
-    auto hold = LockWindows();
-    auto& classes = Windows().classes;
+    auto lock = LockWindows();
+    auto& classes = Model().classes;
     if (!classes
-             .emplace(SmallLetters(name),
+             .emplace(ToLowerAscii(name),
                       WindowClass{name, windowClass->lpfnWndProc, windowClass->cbWndExtra})
              .second) {
         SetLastError(ClassAlreadyExists);
@@ -331,11 +327,11 @@ HWND WINAPI CreateWindowExA(DWORD exStyle, LPCSTR className, LPCSTR title, DWORD
 BOOL WINAPI DestroyWindow(HWND handle) {
     if (!BeginDestroying(handle))
         return FALSE;
-    TakeOffScreen(handle);
+    RemoveFromScreen(handle);
     DestroyOwnedWindows(handle);
-    auto hold = LockWindows();
+    auto lock = LockWindows();
     std::vector<HWND> all = WithChildren(handle);
-    hold.unlock();
+    lock.unlock();
     SendToAll(all, WM_DESTROY);
     SendToAll(all, WM_NCDESTROY);
     std::reverse(all.begin(), all.end());

@@ -1,7 +1,7 @@
 // The conversions that callers ask for by Windows' names.
 //
-// The traps are in the lengths: -1 converts the terminator too, and a room that is too small gives
-// 0 and an error rather than a shortened text.
+// The traps are in the lengths: -1 converts the terminator too, and a buffer that is too small
+// gives 0 and an error rather than a shortened text.
 
 #include "platform/text.h"
 
@@ -30,11 +30,11 @@ std::basic_string_view<Char> Source(const Char* text, int length) {
 }
 
 template <class Char>
-int Deliver(const std::basic_string<Char>& converted, Char* destination, int room) {
+int CopyConverted(const std::basic_string<Char>& converted, Char* destination, int capacity) {
     const int length = static_cast<int>(converted.size());
-    if (room == 0)
+    if (capacity == 0)
         return length;
-    if (length > room)
+    if (length > capacity)
         return Fail(ERROR_INSUFFICIENT_BUFFER);
     std::copy(converted.begin(), converted.end(), destination);
     return length;
@@ -42,10 +42,10 @@ int Deliver(const std::basic_string<Char>& converted, Char* destination, int roo
 
 template <class Char, class Destination>
 bool ArgumentsMakeSense(UINT codePage, const Char* text, int length, Destination* destination,
-                        int room) {
+                        int capacity) {
     const bool knownPage = codePage == CP_ACP || codePage == Windows1252 || codePage == CP_UTF8;
-    return knownPage && text && length != 0 && length >= -1 && room >= 0 &&
-           (destination || room == 0);
+    return knownPage && text && length != 0 && length >= -1 && capacity >= 0 &&
+           (destination || capacity == 0);
 }
 
 // Windows-1252 with a default character of the caller's where there is none.
@@ -63,31 +63,31 @@ std::string NarrowWithDefault(std::u16string_view wide, char defaultChar, bool& 
 } // namespace
 
 int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int length, LPWSTR wide,
-                               int room) {
-    if (!ArgumentsMakeSense(codePage, text, length, wide, room))
+                               int capacity) {
+    if (!ArgumentsMakeSense(codePage, text, length, wide, capacity))
         return Fail(ERROR_INVALID_PARAMETER);
     const auto source = Source(text, length);
     if (codePage != CP_UTF8)
-        return Deliver(platform::Utf16FromAnsi(source), wide, room);
+        return CopyConverted(platform::Utf16FromAnsi(source), wide, capacity);
     if ((flags & MB_ERR_INVALID_CHARS) && !platform::IsUtf8(source))
         return Fail(ERROR_NO_UNICODE_TRANSLATION);
-    return Deliver(platform::Utf16FromUtf8(source), wide, room);
+    return CopyConverted(platform::Utf16FromUtf8(source), wide, capacity);
 }
 
-int WINAPI WideCharToMultiByte(UINT codePage, DWORD, LPCWSTR wide, int length, LPSTR text, int room,
-                               LPCSTR defaultChar, LPBOOL usedDefaultChar) {
+int WINAPI WideCharToMultiByte(UINT codePage, DWORD, LPCWSTR wide, int length, LPSTR text,
+                               int capacity, LPCSTR defaultChar, LPBOOL usedDefaultChar) {
     const bool utf8 = codePage == CP_UTF8;
-    if (!ArgumentsMakeSense(codePage, wide, length, text, room) ||
+    if (!ArgumentsMakeSense(codePage, wide, length, text, capacity) ||
         (utf8 && (defaultChar || usedDefaultChar)))
         return Fail(ERROR_INVALID_PARAMETER);
     const auto source = Source(wide, length);
     if (utf8)
-        return Deliver(platform::Utf8FromUtf16(source), text, room);
+        return CopyConverted(platform::Utf8FromUtf16(source), text, capacity);
     bool used = false;
     const auto narrow = NarrowWithDefault(source, defaultChar ? *defaultChar : '?', used);
     if (usedDefaultChar)
         *usedDefaultChar = used;
-    return Deliver(narrow, text, room);
+    return CopyConverted(narrow, text, capacity);
 }
 
 // As on Windows a null text comes before any other.

@@ -1,4 +1,4 @@
-// Text on a terminal.
+// Breaks text into lines of a terminal's width.
 #pragma once
 
 #include <cstddef>

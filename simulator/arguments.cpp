@@ -11,8 +11,8 @@ bool Arguments::Has(const std::string& name) const {
     return std::ranges::any_of(options, [&](const auto& option) { return option.first == name; });
 }
 
-std::string Arguments::Get(const std::string& name, const std::string& otherwise) const {
-    std::string value = otherwise;
+std::string Arguments::Get(const std::string& name, const std::string& fallback) const {
+    std::string value = fallback;
     for (const auto& option : options) {
         if (option.first == name)
             value = option.second;

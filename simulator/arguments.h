@@ -23,8 +23,8 @@ struct Arguments {
     std::vector<std::pair<std::string, std::string>> options;
 
     bool Has(const std::string& name) const;
-    // The last value given, or the other one.
-    std::string Get(const std::string& name, const std::string& otherwise = "") const;
+    // The value of the last such option, or the fallback where there is none.
+    std::string Get(const std::string& name, const std::string& fallback = "") const;
 };
 
 // Throws a UsageError for an option that is not in the table or lacks its value, and where the

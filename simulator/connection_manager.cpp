@@ -38,7 +38,7 @@ using namespace registration;
 using simulator::Descriptor;
 using simulator::Failure;
 
-constexpr std::size_t CarrySize = 0x10000;
+constexpr std::size_t RelayBufferSize = 0x10000;
 
 struct Versions {
     DWORD major = MajorVersion, minor = MinorVersion;
@@ -115,8 +115,8 @@ void HoldSerialPort() {
 }
 
 // Sends on what can be read now; false at the end of either side.
-bool CarryOnce(int from, int to) {
-    char bytes[CarrySize];
+bool RelayOnce(int from, int to) {
+    char bytes[RelayBufferSize];
     const ssize_t count = read(from, bytes, sizeof(bytes));
     for (ssize_t sent = 0; sent < count;) {
         const ssize_t part =
@@ -128,9 +128,9 @@ bool CarryOnce(int from, int to) {
     return count > 0 || (count < 0 && errno == EINTR);
 }
 
-// Between one program and the handheld, until either is gone. A program that reads no answers
-// blocks this thread, which is its own.
-void Carry(Descriptor client) {
+// Relays between one program and the handheld, until either is gone. A program that reads no
+// answers blocks this thread, which is its own.
+void Relay(Descriptor client) {
     const Descriptor handheld = simulator::ConnectTo(platform::HomePath("cradle.sock"));
     std::printf(handheld ? "client: connected\n" : "client: no handheld answers\n");
     bool open{handheld};
@@ -139,9 +139,9 @@ void Carry(Descriptor client) {
         if (poll(ends, 2, -1) < 0 && errno != EINTR)
             break;
         if (ends[0].revents != 0)
-            open = CarryOnce(client.Number(), handheld.Number());
+            open = RelayOnce(client.Number(), handheld.Number());
         if (open && ends[1].revents != 0)
-            open = CarryOnce(handheld.Number(), client.Number());
+            open = RelayOnce(handheld.Number(), client.Number());
     }
 }
 
@@ -151,7 +151,7 @@ void Serve(const Descriptor& listener) {
     for (;;) {
         Descriptor client(accept4(listener.Number(), nullptr, nullptr, SOCK_CLOEXEC));
         if (client)
-            std::thread(Carry, std::move(client)).detach();
+            std::thread(Relay, std::move(client)).detach();
         else if (errno != EINTR && errno != ECONNABORTED)
             std::this_thread::sleep_for(std::chrono::milliseconds(100)); // out of descriptors
     }

@@ -38,13 +38,13 @@ struct Row {
 std::string Narrow(std::u16string_view text) { return platform::Utf8FromUtf16(text); }
 
 // An answer whose result is 1 or 0.
-void Conclude(RapiAnswer& answer, std::uint32_t error) {
+void SetResult(RapiAnswer& answer, std::uint32_t error) {
     answer.error = error;
     answer.result = error == error::Success ? 1 : 0;
 }
 
 // An answer whose result is a handle, kept with the session, or -1.
-void ConcludeHandle(RapiAnswer& answer, RapiSession& session, const Outcome& outcome) {
+void SetHandleResult(RapiAnswer& answer, RapiSession& session, const Outcome& outcome) {
     answer.error = outcome.error;
     answer.result = outcome.error == error::Success ? outcome.value : NoHandle;
     if (outcome.error == error::Success)
@@ -59,7 +59,7 @@ RapiRequest CreateProcess(Context context, Reader& arguments) {
     const std::u16string program = arguments.Text();
     const std::u16string commandLine = arguments.Text();
     return {Narrow(program), [=](RapiAnswer& answer) {
-                Conclude(answer, context.device.programs.Start(program, commandLine));
+                SetResult(answer, context.device.programs.Start(program, commandLine));
             }};
 }
 
@@ -71,7 +71,7 @@ RapiRequest CreateFile(Context context, Reader& arguments) {
     const std::uint32_t attributes = arguments.Number();
     return {Narrow(path), [=](RapiAnswer& answer) {
                 context.device.programs.HandleOpening(path);
-                ConcludeHandle(
+                SetHandleResult(
                     answer, context.session,
                     context.device.files.Open(path, access, share, disposition, attributes));
             }};
@@ -83,7 +83,7 @@ RapiRequest ReadFile(Context context, Reader& arguments) {
     return {context.device.files.Describe(handle) + " " + std::to_string(count),
             [=](RapiAnswer& answer) {
                 Bytes data;
-                Conclude(answer, context.device.files.Read(handle, count, data));
+                SetResult(answer, context.device.files.Read(handle, count, data));
                 answer.outputs.Data(data.data(), data.size());
             }};
 }
@@ -94,7 +94,7 @@ RapiRequest WriteFile(Context context, Reader& arguments) {
     return {context.device.files.Describe(handle) + " " + std::to_string(data.size()),
             [=](RapiAnswer& answer) {
                 const Outcome outcome = context.device.files.Write(handle, data);
-                Conclude(answer, outcome.error);
+                SetResult(answer, outcome.error);
                 answer.outputs.Number(outcome.value);
             }};
 }
@@ -112,14 +112,14 @@ RapiRequest CloseHandle(Context context, Reader& arguments) {
     const std::uint32_t handle = arguments.Number();
     return {context.device.files.Describe(handle), [=](RapiAnswer& answer) {
                 context.session.handles.erase(handle);
-                Conclude(answer, context.device.files.Close(handle));
+                SetResult(answer, context.device.files.Close(handle));
             }};
 }
 
 RapiRequest DeleteFile(Context context, Reader& arguments) {
     const std::u16string path = arguments.Text();
     return {Narrow(path), [=](RapiAnswer& answer) {
-                Conclude(answer, context.device.files.Delete(path));
+                SetResult(answer, context.device.files.Delete(path));
                 if (answer.error == error::Success)
                     context.device.programs.HandleDeletion(path);
             }};
@@ -129,7 +129,7 @@ RapiRequest MoveFile(Context context, Reader& arguments) {
     const std::u16string from = arguments.Text();
     const std::u16string to = arguments.Text();
     return {Narrow(from) + " -> " + Narrow(to),
-            [=](RapiAnswer& answer) { Conclude(answer, context.device.files.Move(from, to)); }};
+            [=](RapiAnswer& answer) { SetResult(answer, context.device.files.Move(from, to)); }};
 }
 
 RapiRequest CopyFile(Context context, Reader& arguments) {
@@ -137,28 +137,29 @@ RapiRequest CopyFile(Context context, Reader& arguments) {
     const std::u16string to = arguments.Text();
     const bool failIfExists = arguments.Number() != 0;
     return {Narrow(from) + " -> " + Narrow(to), [=](RapiAnswer& answer) {
-                Conclude(answer, context.device.files.Copy(from, to, failIfExists));
+                SetResult(answer, context.device.files.Copy(from, to, failIfExists));
             }};
 }
 
 RapiRequest CreateDirectory(Context context, Reader& arguments) {
     const std::u16string path = arguments.Text();
     return {Narrow(path),
-            [=](RapiAnswer& answer) { Conclude(answer, context.device.files.MakeFolder(path)); }};
+            [=](RapiAnswer& answer) { SetResult(answer, context.device.files.MakeFolder(path)); }};
 }
 
 RapiRequest RemoveDirectory(Context context, Reader& arguments) {
     const std::u16string path = arguments.Text();
-    return {Narrow(path),
-            [=](RapiAnswer& answer) { Conclude(answer, context.device.files.RemoveFolder(path)); }};
+    return {Narrow(path), [=](RapiAnswer& answer) {
+                SetResult(answer, context.device.files.RemoveFolder(path));
+            }};
 }
 
 RapiRequest FindFirstFile(Context context, Reader& arguments) {
     const std::u16string pattern = arguments.Text();
     return {Narrow(pattern), [=](RapiAnswer& answer) {
                 FoundFile found;
-                ConcludeHandle(answer, context.session,
-                               context.device.files.FindFirst(pattern, found));
+                SetHandleResult(answer, context.session,
+                                context.device.files.FindFirst(pattern, found));
                 answer.outputs.Number(found.attributes).Text(found.name);
             }};
 }
@@ -167,7 +168,7 @@ RapiRequest FindNextFile(Context context, Reader& arguments) {
     const std::uint32_t handle = arguments.Number();
     return {context.device.files.Describe(handle), [=](RapiAnswer& answer) {
                 FoundFile found;
-                Conclude(answer, context.device.files.FindNext(handle, found));
+                SetResult(answer, context.device.files.FindNext(handle, found));
                 answer.outputs.Number(found.attributes).Text(found.name);
             }};
 }
@@ -246,7 +247,7 @@ RapiRequest GetSystemPowerStatus(Context context, Reader&) {
                 record[0] = external ? 1 : context.device.faults.batteryByte;
                 record[1] = external ? BatteryCharging : BatteryHigh;
                 record[2] = Percent;
-                Conclude(answer, error::Success);
+                SetResult(answer, error::Success);
                 answer.outputs.Data(record.data(), record.size());
             }};
 }

@@ -90,7 +90,7 @@ bool RapiServer::Serve(Connection& connection) {
     while (connection.unsent.empty() && received.size() >= FrameLengthSize) {
         const std::size_t length =
             rapi_wire::Reader({received.begin(), received.begin() + FrameLengthSize}).Number();
-        if (length > rapi_wire::MaximumFrame) {
+        if (length > rapi_wire::MaxFrameSize) {
             report_.PrintRefusal("RAPI: a frame of " + std::to_string(length) + " bytes");
             return false;
         }

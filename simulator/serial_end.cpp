@@ -114,7 +114,7 @@ void SerialEnd::ReadPaced(Clock::time_point begin) {
     }
     loop_.Unwatch(terminal_.master.Number());
     const auto end = begin + WireTime(arrived_.size());
-    arriving_ = loop_.At(end, [this, begin, end] {
+    deliveryTimer_ = loop_.At(end, [this, begin, end] {
         Deliver(begin, end);
         if (!paused_ && !IsUnplugged())
             ReadPaced(end);
@@ -144,7 +144,7 @@ void SerialEnd::Send(Bytes bytes, std::function<void(Clock::time_point)> sent) {
 void SerialEnd::StopReading() {
     if (!IsUnplugged())
         loop_.Unwatch(terminal_.master.Number());
-    loop_.Cancel(arriving_);
+    loop_.Cancel(deliveryTimer_);
 }
 
 void SerialEnd::DropArrived() {

@@ -78,7 +78,7 @@ private:
     Terminal terminal_;
     std::optional<Terminal> heldPort_; // what the link leads to while somebody else has the port
     Bytes arrived_;
-    EventLoop::Timer arriving_ = 0;
+    EventLoop::Timer deliveryTimer_ = 0;
     Clock::time_point sentUntil_; // when the wire to the PC is free again
     std::function<void(const Burst&)> receiver_;
     bool paused_ = false;

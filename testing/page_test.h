@@ -70,10 +70,10 @@ public:
         events.push_back("end " + std::to_string(page.id));
     }
     void UpdateControl(const PageView&, const ControlView&) override {}
-    void AskFile(const platform::FileQuestion& question) override {
+    void ShowFileDialog(const platform::FileRequest& question) override {
         events.push_back((question.save ? "save " : "open ") + question.proposal);
     }
-    void Complain(const std::string& sentence) override { events.push_back(sentence); }
+    void ShowError(const std::string& sentence) override { events.push_back(sentence); }
 
     std::optional<platform::PageAction> NextAction(const PageView& page) override {
         if (steps.empty() || steps.front().page != page.id)

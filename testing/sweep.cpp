@@ -92,7 +92,7 @@ Cut AnyCut(Start start, Link link, Random& random) {
         return cut;
     }
     cut.kind = random.OneOf(KindsWithPosition);
-    const Write write = writes[random.Below(writes.size())];
+    const Write& write = writes[random.Below(writes.size())];
     const bool atTheEdge = random.Below(3) == 0;
     cut.position = write.begin + (atTheEdge ? 0 : random.Below(write.end - write.begin));
     cut.position = std::min(cut.position, LastPosition(start));

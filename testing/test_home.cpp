@@ -65,7 +65,7 @@ std::filesystem::path TestHome::AddLanguageFolder(const ImageOptions& options) c
 }
 
 std::filesystem::path TestHome::MakeImage(const ImageOptions& options) const {
-    const auto path = Tree() / options.folder / options.file;
+    auto path = Tree() / options.folder / options.file;
     std::filesystem::create_directories(path.parent_path());
     RunHandheld({"make-image", path.string(), "--model", options.model, "--language",
                  options.language, "--version", options.version, "--size",

@@ -2,7 +2,7 @@
 
 #include "platform/desktop/desktop_display.h"
 
-#include "platform/desktop/file_question.h"
+#include "platform/desktop/file_dialogs.h"
 #include "platform/desktop/page_window.h"
 #include "platform/desktop/task_bar.h"
 #include "platform/display.h"
@@ -52,16 +52,16 @@ public:
     void ShowTaskBar(double part) override {
         Later([this, part] { taskBar_.Show(part); });
     }
-    void AskFile(const FileQuestion& question) override {
-        Later([this, question] { files_.Ask(question, WindowOf(question.owner)); });
+    void ShowFileDialog(const FileRequest& request) override {
+        Later([this, request] { fileDialogs_.Show(request, WindowOf(request.owner)); });
     }
-    void EndQuestion() override {
-        Later([this] { files_.End(); });
+    void CloseFileDialog() override {
+        Later([this] { fileDialogs_.Close(); });
     }
-    void Complain(const std::string& sentence) override {
-        Later([this, sentence] { files_.Complain(sentence); });
+    void ShowError(const std::string& sentence) override {
+        Later([this, sentence] { fileDialogs_.SetError(sentence); });
     }
-    std::optional<FileAnswer> NextAnswer() override { return files_.TakeAnswer(); }
+    std::optional<FileAnswer> NextAnswer() override { return fileDialogs_.NextAnswer(); }
 
 private:
     template <class Work>
@@ -81,9 +81,9 @@ private:
         });
     }
 
-    // On the toolkit's thread, but for the answer of a file question.
+    // On the toolkit's thread, but for the answer of a file dialog.
     std::map<HWND, std::unique_ptr<PageWindow>> windows_;
-    FileQuestions files_;
+    FileDialogs fileDialogs_;
     TaskBar taskBar_;
 };
 

@@ -46,8 +46,8 @@ void DoWithoutAbsentBus() {
 } // namespace
 
 bool DesktopIsWanted() {
-    if (IsSet("ROM_WIZARD_DISPLAY"))
-        return std::strcmp(std::getenv("ROM_WIZARD_DISPLAY"), "desktop") == 0;
+    if (const char* display = std::getenv("ROM_WIZARD_DISPLAY"); display && *display)
+        return std::strcmp(display, "desktop") == 0;
     return IsSet("WAYLAND_DISPLAY") || (IsSet("DISPLAY") && ReachesXServer());
 }
 

@@ -42,7 +42,7 @@ QFont PageFont(const PageView& page) {
     return {};
 }
 
-// What a page is called: its title or, without one, what it says first.
+// The name of a page: its title or, without one, its first text.
 QString NameOf(const PageView& page) {
     if (!page.title.empty())
         return Words(page.title);
@@ -59,14 +59,14 @@ Qt::WindowFlags FlagsOf(const PageView& page) {
            Qt::WindowCloseButtonHint;
 }
 
-// Takes a click anywhere on it, as on Windows, and not on its words alone.
+// Reacts to a click anywhere on it, as on Windows, and not on its words alone.
 template <class Button>
 class WholeButton : public Button {
 public:
     using Button::Button;
 
 protected:
-    bool hitButton(const QPoint& place) const override { return this->rect().contains(place); }
+    bool hitButton(const QPoint& point) const override { return this->rect().contains(point); }
 };
 
 } // namespace
@@ -95,13 +95,13 @@ protected:
             style()->drawPrimitive(QStyle::PE_FrameWindow, &frame, &painter, this);
         }
         for (const ShownPicture& picture : pictures_)
-            painter.drawPixmap(picture.place, picture.pixmap, picture.part);
+            painter.drawPixmap(picture.position, picture.pixmap, picture.part);
     }
 
 private:
     struct ShownPicture {
         QPixmap pixmap;
-        QPoint place;
+        QPoint position;
         QRect part;
     };
 
@@ -132,7 +132,7 @@ PageWindow::PageWindow(const PageView& page)
         ShowControl(control);
     }
     ShowPictures(page);
-    MakeRoom();
+    FitToScreen();
 }
 
 QWidget* PageWindow::MakeControl(const PageView& page, const ControlView& control) {
@@ -185,7 +185,7 @@ QWidget* PageWindow::MakeButton(const PageView& page, const ControlView& control
     return button;
 }
 
-void PageWindow::MakeRoom() {
+void PageWindow::FitToScreen() {
     const QSize wanted = surface_->size();
     const QSize screen = QGuiApplication::primaryScreen()->availableSize();
     if (wanted.width() <= screen.width() && wanted.height() <= screen.height()) {
@@ -248,17 +248,17 @@ void PageWindow::ShowControl(const ControlView& control) {
     const auto found = controls_.find(control.handle);
     if (found == controls_.end())
         return;
-    QWidget* widget = found->second;
+    QWidget& widget = *found->second;
     showing_ = true;
-    if (auto* label = dynamic_cast<TextLabel*>(widget)) {
+    if (auto* label = dynamic_cast<TextLabel*>(&widget)) {
         label->Show(control);
     } else {
-        widget->setVisible(control.visible);
-        Enable(widget, control.enabled);
+        widget.setVisible(control.visible);
+        Enable(&widget, control.enabled);
     }
-    if (auto* button = dynamic_cast<QAbstractButton*>(widget); button && button->isCheckable())
+    if (auto* button = dynamic_cast<QAbstractButton*>(&widget); button && button->isCheckable())
         button->setChecked(control.checked);
-    if (auto* bar = dynamic_cast<QProgressBar*>(widget)) {
+    if (auto* bar = dynamic_cast<QProgressBar*>(&widget)) {
         bar->setRange(static_cast<int>(control.lowest), static_cast<int>(control.highest));
         bar->setValue(static_cast<int>(control.position));
     }
@@ -283,7 +283,7 @@ void PageWindow::keyPressEvent(QKeyEvent* event) {
         else
             PostKey(VK_RETURN);
     } else {
-        QWidget::keyPressEvent(event);
+        event->ignore();
     }
 }
 

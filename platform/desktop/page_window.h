@@ -1,7 +1,7 @@
 // A page as a window of the desktop. On the toolkit's thread alone.
 #pragma once
 
-#include "platform/desktop/looks.h"
+#include "platform/desktop/conversions.h"
 #include "platform/display.h"
 
 #include <QDialog>
@@ -34,7 +34,7 @@ private:
 
     QWidget* MakeControl(const PageView& page, const ControlView& control);
     QWidget* MakeButton(const PageView& page, const ControlView& control);
-    void MakeRoom();
+    void FitToScreen();
     void FocusFirst();
     QWidget* FirstChoice() const;
     void Enable(QWidget* widget, bool enabled);

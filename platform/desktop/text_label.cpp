@@ -1,11 +1,11 @@
-// Static texts.
+// Static texts as labels of the toolkit.
 //
 // A page that colours a text names colours of the classic scheme. Where they are those that every
 // text has there, the desktop's own are meant; a dark desktop stays dark.
 
 #include "platform/desktop/text_label.h"
 
-#include "platform/desktop/looks.h"
+#include "platform/desktop/conversions.h"
 
 #include <QPainter>
 
@@ -29,7 +29,7 @@ Qt::Alignment AlignmentOf(const ControlView& control) {
 
 TextLabel::TextLabel(const ControlView& control, QWidget* page) : QLabel(page) {
     setTextFormat(Qt::PlainText);
-    setWordWrap(!control.centredDown); // a text that is centred down stands on one line
+    setWordWrap(!control.centredDown); // a text that is centred down has one line
     setAlignment(AlignmentOf(control));
     setMargin(0);
     setIndent(0);

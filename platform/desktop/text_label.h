@@ -8,8 +8,8 @@
 
 namespace platform::desktop {
 
-// Wraps like a dialog's static text, and stands behind its control's colours: those of the desktop
-// unless the page has given it others.
+// Wraps like a dialog's static text, in the colours of its control: those of the desktop unless the
+// page has set others.
 class TextLabel : public QLabel {
 public:
     TextLabel(const ControlView& control, QWidget* page);

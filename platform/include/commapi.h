@@ -2,7 +2,7 @@
 // winbase.h, commapi.h and ioapiset.h.
 //
 // Covered: 8 data bits, no parity, one stop bit, no flow control; reads that return at once or
-// wait for all their bytes; the event EV_RXCHAR (a host's tty tells no other, so the rest may be
+// wait for all their bytes; the event EV_RXCHAR (a host's tty reports no other, so the rest may be
 // asked for but never happens). Settings that the host would not carry out are refused with
 // ERROR_INVALID_PARAMETER rather than kept without effect.
 #pragma once
@@ -116,13 +116,13 @@ BOOL WINAPI SetCommTimeouts(HANDLE file, LPCOMMTIMEOUTS timeouts);
 BOOL WINAPI SetCommMask(HANDLE file, DWORD events);
 BOOL WINAPI GetCommMask(HANDLE file, LPDWORD events);
 
-// Tells and forgets the events of the mask that have happened since the last report, or waits for
+// Reports and forgets the events of the mask that have happened since the last report, or waits for
 // the first one. One wait at a time: a second one, or one with an empty mask, fails with
 // ERROR_INVALID_PARAMETER. On an overlapped handle `events` is written by the completion and must
 // live until then; a wait that fails leaves it alone.
 BOOL WINAPI WaitCommEvent(HANDLE file, LPDWORD events, LPOVERLAPPED overlapped);
 
-// Only the USB serial driver has requests of its own (usb_requests.cpp tells them): a port whose
+// Only the USB serial driver has requests of its own (usb_requests.cpp has them): a port whose
 // name is not COM and a number. On another handle, and for another code, it fails with
 // ERROR_INVALID_FUNCTION. `returned` may be null.
 BOOL WINAPI DeviceIoControl(HANDLE device, DWORD code, LPVOID input, DWORD inputSize, LPVOID output,
@@ -134,8 +134,8 @@ BOOL WINAPI GetOverlappedResult(HANDLE file, LPOVERLAPPED overlapped, LPDWORD tr
                                 BOOL wait);
 
 // Errors are always 0. Of the status, which may be null, cbInQue (arrived and not yet read) and
-// cbOutQue (taken and not yet on the wire) are told. Fails with ERROR_IO_DEVICE once the device has
-// gone.
+// cbOutQue (accepted and not yet on the wire) are filled in. Fails with ERROR_IO_DEVICE once the
+// device has gone.
 BOOL WINAPI ClearCommError(HANDLE file, LPDWORD errors, LPCOMSTAT status);
 
 // Completes with ERROR_OPERATION_ABORTED what the calling thread has outstanding on the port.

@@ -1,10 +1,12 @@
 // The dialogs that ask for a file: one file by name, on the display in use. Messages of the
 // calling thread are served meanwhile. Covered: owner, filters (shown), default extension,
-// proposed name, OFN_FILEMUSTEXIST, OFN_NOCHANGEDIR. The initial directory is not looked at: names
-// are taken from the current directory. A file that exists is not asked about when saving.
+// proposed name, OFN_FILEMUSTEXIST, OFN_NOCHANGEDIR. The initial directory is ignored: names
+// are relative to the current directory. A file that exists is not asked about when saving.
 #pragma once
 
 #include <windef.h>
+
+#include <cstddef>
 
 #define OFN_READONLY 0x1
 #define OFN_OVERWRITEPROMPT 0x2

@@ -4,20 +4,20 @@
 // integers little endian. A request is an Operation (32 bits) and its arguments; the reply is the
 // device's last error (32 bits), the call's result (32 bits) and its outputs. Texts are UTF-16
 // without terminator, texts and data alike as a 32-bit count of bytes and the bytes. One request
-// is answered before the next is sent. A frame is at most MaximumFrame long; a longer one, or one
+// is answered before the next is sent. A frame is at most MaxFrameSize long; a longer one, or one
 // whose inner counts do not fit, ends the connection.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace rapi_wire {
 
-constexpr std::uint32_t MaximumFrame = 0x100000;
+constexpr std::uint32_t MaxFrameSize = 0x100000;
 
 // Arguments -> outputs beside error and result. Handles are numbers of the device.
 enum class Operation : std::uint32_t {
@@ -38,7 +38,7 @@ enum class Operation : std::uint32_t {
     FindClose,       // handle -> result 1 or 0
     RegOpenKey,      // root, key text, access -> key handle; result: error code, 0 success
     RegCreateKey,    // root, key text -> key handle, disposition; result: error code
-    RegQueryValue,   // key handle, name text, room in bytes -> type, data; result: error code
+    RegQueryValue,   // key handle, name text, capacity in bytes -> type, data; result: error code
     RegSetValue,     // key handle, name text, type, data -> result: error code
     RegCloseKey,     // key handle -> result: error code
     RegDeleteKey,    // root, key text: with its values -> result: error code
@@ -86,7 +86,7 @@ public:
     explicit Reader(std::vector<std::uint8_t> frame) : bytes_(std::move(frame)) {}
 
     std::uint32_t Number() {
-        if (!Take(4))
+        if (!Advance(4))
             return 0;
         const std::uint8_t* at = bytes_.data() + position_ - 4;
         return std::uint32_t{at[0]} | std::uint32_t{at[1]} << 8 | std::uint32_t{at[2]} << 16 |
@@ -94,7 +94,7 @@ public:
     }
     std::vector<std::uint8_t> Data() {
         const std::uint32_t size = Number();
-        if (!Take(size))
+        if (!Advance(size))
             return {};
         auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(position_);
         return {end - static_cast<std::ptrdiff_t>(size), end};
@@ -109,7 +109,7 @@ public:
     bool Good() const { return good_; }
 
 private:
-    bool Take(std::size_t size) {
+    bool Advance(std::size_t size) {
         good_ = good_ && size <= bytes_.size() - position_;
         if (good_)
             position_ += size;

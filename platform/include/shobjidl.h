@@ -37,7 +37,7 @@ protected:
 
 struct ITaskbarList3 : IUnknown {
     virtual HRESULT WINAPI HrInit() = 0; // before anything else
-    // Of the window's program, done / total; it goes with the window.
+    // Of the window's program, done / total; removed with the window.
     virtual HRESULT WINAPI SetProgressValue(HWND window, ULONGLONG done, ULONGLONG total) = 0;
 
 protected:

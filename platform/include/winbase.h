@@ -10,12 +10,13 @@
 // - Searches: the pattern's last part may hold * and ?; "*.*" is everything. The list is taken at
 //   the first call, in the order of names, "." and ".." first but not for the root.
 // - Threads: CreateThread without CREATE_SUSPENDED. TerminateThread ends a thread where it next
-//   waits in this layer (see threads.h for why no sooner); its handle is signalled at once.
+//   waits in this layer (see thread_termination.h for why no sooner); its handle is signalled at
+//   once.
 // - Events without names. Waits for events, threads and processes, of one or of several at a time.
 // - Processes: CreateProcessA without environment block; the program is found by path alone.
 //   OpenProcess and TerminateProcess never meet a process other than the one that was opened.
 // - Sleep, GetTickCount and every timeout run at the layer's clock (platform/clock.h); the calls
-//   that tell the date tell the host's.
+//   that give the date give the host's.
 // - LocalAlloc for fixed memory.
 #pragma once
 
@@ -211,8 +212,8 @@ typedef DWORD EXECUTION_STATE;
 #define ES_SYSTEM_REQUIRED 0x00000001
 #define ES_CONTINUOUS 0x80000000
 // From ES_CONTINUOUS | ES_SYSTEM_REQUIRED on the machine does not sleep, until the calling thread
-// says ES_CONTINUOUS alone or ends. Gives the state before. A host that cannot be kept awake is no
-// failure.
+// passes ES_CONTINUOUS alone or ends. Gives the state before. A host that cannot be kept awake is
+// no failure.
 EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state);
 
 // Processes.

@@ -3,7 +3,6 @@
 // 32 bits, as on Windows.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #define WINAPI

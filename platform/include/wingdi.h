@@ -1,6 +1,6 @@
 // Drawing: device contexts, bitmaps from resources, fonts and brushes as real objects with their
 // real sizes. What a window was painted with is kept beside the window, for displays that have
-// pixels; a copy between contexts records the picture and its place. Any thread may call.
+// pixels; a copy between contexts records the picture and its position. Any thread may call.
 //
 // Covered: the calls below. Bitmaps are 1, 4, 8, 24 and 32 bits deep, not compressed, as device
 // independent bitmaps are published; to the program they look 32 bits deep, like the screen.
@@ -60,7 +60,7 @@ struct LOGBRUSH {
 
 struct DEVMODEA;
 
-// Context of the whole screen; the names are not looked at. DeleteDC releases it.
+// Context of the whole screen; the names are ignored. DeleteDC releases it.
 HDC WINAPI CreateDCA(LPCSTR driver, LPCSTR device, LPCSTR port, const DEVMODEA* mode);
 HDC WINAPI CreateCompatibleDC(HDC context); // memory context, with no bitmap of use yet
 BOOL WINAPI DeleteDC(HDC context);
@@ -70,7 +70,7 @@ BOOL WINAPI DeleteDC(HDC context);
 HGDIOBJ WINAPI SelectObject(HDC context, HGDIOBJ object);
 BOOL WINAPI DeleteObject(HGDIOBJ object); // stock objects: does nothing, gives TRUE
 // Fills `size` bytes at `buffer` with BITMAP, LOGFONTA or LOGBRUSH; with no buffer gives the size
-// needed. 0: no such object, or too little room.
+// needed. 0: no such object, or too small a buffer.
 int WINAPI GetObjectA(HANDLE object, int size, LPVOID buffer);
 HGDIOBJ WINAPI GetStockObject(int index); // those named above
 

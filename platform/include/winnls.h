@@ -1,8 +1,8 @@
 // Conversions between the ANSI code page, which is Windows-1252 on every host, and UTF-16.
 //
 // What is covered: the code pages CP_ACP (0) and 1252, and CP_UTF8. A source length of -1 is a
-// terminated text whose terminator is converted too; room 0 asks for the length. What has no place
-// in Windows-1252 becomes the default character, '?'; no best fit is looked for.
+// terminated text whose terminator is converted too; capacity 0 asks for the length. What
+// Windows-1252 does not have becomes the default character, '?', and never a similar one.
 #pragma once
 
 #include <windef.h>
@@ -14,6 +14,6 @@
 #define WC_NO_BEST_FIT_CHARS 0x00000400
 
 int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int length, LPWSTR wide,
-                               int room);
+                               int capacity);
 int WINAPI WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int length, LPSTR text,
-                               int room, LPCSTR defaultChar, LPBOOL usedDefaultChar);
+                               int capacity, LPCSTR defaultChar, LPBOOL usedDefaultChar);

@@ -7,8 +7,8 @@
 // case. Names of keys and values hold no control characters. Values are enumerated in the order in
 // which they were first written.
 //
-// A text without its terminator gets one behind it where the caller's buffer has room, and the size
-// does not count it.
+// A text without its terminator gets one behind it where the caller's buffer is large enough, and
+// the size does not count it.
 #pragma once
 
 #include <winbase.h>

@@ -1,5 +1,5 @@
 // Styles and standard ids of windows, dialogs and controls: the part of the Windows headers that a
-// resource script needs too, so nothing but numbers may stand here.
+// resource script needs too, so it holds nothing but numbers.
 #pragma once
 
 #define WS_OVERLAPPED 0x00000000

@@ -171,7 +171,7 @@ ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* windowClass);
 HWND WINAPI CreateWindowExA(DWORD exStyle, LPCSTR className, LPCSTR title, DWORD style, int x,
                             int y, int width, int height, HWND parent, HMENU menu,
                             HINSTANCE instance, LPVOID parameter);
-// On the window's own thread only, else ERROR_ACCESS_DENIED. Takes owned windows along.
+// On the window's own thread only, else ERROR_ACCESS_DENIED. Destroys owned windows too.
 BOOL WINAPI DestroyWindow(HWND window);
 LRESULT WINAPI DefWindowProcA(HWND window, UINT message, WPARAM first, LPARAM second);
 // Newest first, without regard to case, also windows of other processes; null matches any.
@@ -238,7 +238,7 @@ BOOL WINAPI CheckDlgButton(HWND dialog, int id, UINT check);
 BOOL WINAPI CheckRadioButton(HWND dialog, int firstId, int lastId, int checkedId);
 UINT WINAPI IsDlgButtonChecked(HWND dialog, int id);
 
-// Painting and looks.
+// Painting, and the system's colours and metrics.
 
 HDC WINAPI BeginPaint(HWND window, LPPAINTSTRUCT paint);
 BOOL WINAPI EndPaint(HWND window, const PAINTSTRUCT* paint);

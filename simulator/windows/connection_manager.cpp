@@ -59,7 +59,7 @@ Handle OpenSerialPort() {
     return port;
 }
 
-void CarryOneWay(const Socket& from, const Socket& to) {
+void RelayOneWay(const Socket& from, const Socket& to) {
     char bytes[0x10000];
     for (;;) {
         const int count = recv(from.Get(), bytes, sizeof(bytes), 0);
@@ -70,13 +70,13 @@ void CarryOneWay(const Socket& from, const Socket& to) {
     shutdown(to.Get(), SD_BOTH);
 }
 
-// Between one program and the handheld, until either is gone.
-void Carry(Socket client) {
+// Relays between one program and the handheld, until either is gone.
+void Relay(Socket client) {
     const Socket handheld = loopback::Connect(CradlePort());
     if (!handheld.IsOpen())
         return;
-    std::thread back([&] { CarryOneWay(handheld, client); });
-    CarryOneWay(client, handheld);
+    std::thread back([&] { RelayOneWay(handheld, client); });
+    RelayOneWay(client, handheld);
     back.join();
 }
 
@@ -85,7 +85,7 @@ void Serve(const Socket& listener) {
     for (;;) {
         Socket client(accept(listener.Get(), nullptr, nullptr));
         if (client.IsOpen())
-            std::thread(Carry, std::move(client)).detach();
+            std::thread(Relay, std::move(client)).detach();
         else
             Sleep(100); // out of sockets
     }

@@ -54,8 +54,8 @@ std::optional<Reader> Exchange(const loopback::Socket& socket, const Writer& req
     if (!socket.Send(frame.data(), frame.size()) || !socket.Receive(length, sizeof(length)))
         return std::nullopt;
     const std::uint32_t size = Reader({length, length + sizeof(length)}).Number();
-    std::vector<std::uint8_t> answer(std::min(size, rapi_wire::MaximumFrame));
-    if (size > rapi_wire::MaximumFrame || !socket.Receive(answer.data(), answer.size()))
+    std::vector<std::uint8_t> answer(std::min(size, rapi_wire::MaxFrameSize));
+    if (size > rapi_wire::MaxFrameSize || !socket.Receive(answer.data(), answer.size()))
         return std::nullopt;
     return Reader(std::move(answer));
 }

@@ -2,8 +2,8 @@
 // their pixels, and every way to its results. A picture of each page is left in the build folder.
 // needs the toolkit
 
+#include "platform/desktop/conversions.h"
 #include "platform/desktop/desktop_display.h"
-#include "platform/desktop/looks.h"
 #include "platform/desktop/text_label.h"
 #include "testing/child_process.h"
 #include "tests/pages/page_index.h"

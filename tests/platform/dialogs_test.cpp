@@ -274,12 +274,12 @@ TEST_F(Dialogs, texts_are_painted_in_the_colours_that_the_dialog_answers) {
             return reinterpret_cast<INT_PTR>(brush);
         }
         if (message == WM_APP) {
-            auto hold = platform::LockWindows();
+            auto lock = platform::LockWindows();
             platform::PageView view = ViewOf(*platform::FindWindowByHandle(dialog));
             EXPECT_EQ(view.controls[0].painted.textColour, RGB(255, 0, 0));
             EXPECT_EQ(view.controls[0].painted.background, RGB(1, 2, 3));
             EXPECT_EQ(view.controls[0].font.lfHeight, -11) << "the template's 8 points";
-            hold.unlock();
+            lock.unlock();
             EndDialog(dialog, 1);
         }
         return FALSE;

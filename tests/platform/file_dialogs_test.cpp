@@ -6,6 +6,8 @@
 
 #include <commdlg.h>
 
+#include <algorithm>
+
 using namespace window_support;
 
 namespace {
@@ -23,7 +25,7 @@ OPENFILENAMEA Dialog(char* buffer, DWORD capacity, DWORD flags) {
 }
 
 // Prints the result in brackets, its bytes above 7F as they are.
-int Ask(bool save, DWORD capacity = 260, DWORD flags = OFN_FILEMUSTEXIST | OFN_NOCHANGEDIR) {
+int RunDialog(bool save, DWORD capacity = 260, DWORD flags = OFN_FILEMUSTEXIST | OFN_NOCHANGEDIR) {
     std::string buffer(capacity, '\0');
     if (save)
         buffer.replace(0, 8, "PROPOSED");
@@ -67,23 +69,23 @@ constexpr char OpenQuestion[] = "== open ==\nROM image (*.nbf)\nAll files (*.*)\
 
 } // namespace
 
-TEST_F(FileDialogs, opening_takes_windows_and_host_paths_and_gives_the_full_one) {
+TEST_F(FileDialogs, opening_accepts_windows_and_host_paths_and_gives_the_full_one) {
     for (const std::string& line :
          {std::string("Été 1.nbf"), std::string("Été 1"), std::string("./ÉTÉ 1.NBF"),
           std::string("~/folder/Été 1.nbf"), "'" + (folder_ / "Été 1.nbf").string() + "'",
           std::string("..\\folder\\Été 1.nbf")}) {
-        PageProgram program([] { return Ask(false); });
+        PageProgram program([] { return RunDialog(false); });
         program.Send(line + "\n");
         EXPECT_EQ(program.Rest(), OpenQuestion + Result("\xC9t\xE9 1.nbf")) << line;
     }
-    PageProgram program([] { return Ask(false); });
+    PageProgram program([] { return RunDialog(false); });
     program.Send("plain\n");
     EXPECT_EQ(program.Rest(), OpenQuestion + Result("plain")) << "it exists as it was given";
 }
 
-TEST_F(FileDialogs, opening_asks_again_for_what_cannot_be_meant) {
+TEST_F(FileDialogs, opening_asks_again_after_an_unusable_path) {
     std::string folder = folder_.string();
-    PageProgram program([] { return Ask(false); });
+    PageProgram program([] { return RunDialog(false); });
     program.Send("missing\n" + folder + "\n../nowhere/file.nbf\nC:\\file.nbf\n日本.nbf\n\n");
     std::string asked = OpenQuestion;
     EXPECT_EQ(program.Rest(), asked + "there is no such file: " + folder + "/missing.nbf\n" +
@@ -97,8 +99,8 @@ TEST_F(FileDialogs, opening_asks_again_for_what_cannot_be_meant) {
 }
 
 TEST_F(FileDialogs, saving_adds_the_extension_and_refuses_a_path_longer_than_the_buffer) {
-    auto room = static_cast<DWORD>(Path("fits.nbf").size() + 1);
-    PageProgram program([room] { return Ask(true, room); });
+    auto capacity = static_cast<DWORD>(Path("fits.nbf").size() + 1);
+    PageProgram program([capacity] { return RunDialog(true, capacity); });
     program.Send("longer.nbf\n" + std::string(300, 'x') + "\n" + folder_.string() + "\nfits\n");
     std::string asked = "== save ==\nROM image (*.nbf)\nAll files (*.*)\nproposed: PROPOSED\n";
     EXPECT_EQ(program.Rest(), asked + "the name is too long\n" + asked + "the name is too long\n" +
@@ -112,7 +114,7 @@ TEST_F(FileDialogs, the_current_directory_changes_only_where_the_caller_lets_it)
     std::ofstream(elsewhere) << "image";
     for (DWORD flags : {DWORD{OFN_FILEMUSTEXIST}, DWORD{OFN_FILEMUSTEXIST | OFN_NOCHANGEDIR}}) {
         PageProgram program([flags, this] {
-            Ask(false, 260, flags);
+            RunDialog(false, 260, flags);
             return std::filesystem::current_path() == folder_;
         });
         program.Send(elsewhere + "\n");
@@ -122,12 +124,12 @@ TEST_F(FileDialogs, the_current_directory_changes_only_where_the_caller_lets_it)
 }
 
 TEST_F(FileDialogs, the_end_of_input_a_quit_message_and_the_end_of_the_owner_cancel) {
-    PageProgram ended([] { return Ask(false); });
+    PageProgram ended([] { return RunDialog(false); });
     ended.CloseInput();
     EXPECT_EQ(ended.Rest(), std::string(OpenQuestion) + "<cancelled 0 0>\n");
     PageProgram quit([] {
         PostQuitMessage(3);
-        Ask(false);
+        RunDialog(false);
         MSG message;
         return PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE) && message.message == WM_QUIT;
     });

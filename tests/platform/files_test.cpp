@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -51,7 +52,7 @@ std::string ReadSome(HANDLE file, DWORD count) {
     return text.substr(0, done);
 }
 
-TEST_F(Files, what_cannot_be_opened_tells_why) {
+TEST_F(Files, what_cannot_be_opened_has_its_own_error) {
     WriteText("there", "x");
     std::filesystem::create_directory("folder");
     mkfifo("pipe", 0600);
@@ -81,7 +82,7 @@ TEST_F(Files, what_cannot_be_opened_tells_why) {
     EXPECT_EQ(ReadText("there"), "x");
 }
 
-TEST_F(Files, creating_tells_whether_the_file_was_there_and_opening_tells_nothing) {
+TEST_F(Files, creating_reports_whether_the_file_was_there_and_opening_does_not) {
     SetLastError(77);
     CloseHandle(Open("new", GENERIC_WRITE, CREATE_ALWAYS));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS});
@@ -209,7 +210,7 @@ TEST_F(Files, a_refused_open_or_delete_leaves_the_content) {
     EXPECT_FALSE(std::filesystem::exists("data"));
 }
 
-TEST_F(Files, what_cannot_be_deleted_tells_why) {
+TEST_F(Files, what_cannot_be_deleted_has_its_own_error) {
     std::filesystem::create_directory("folder");
     EXPECT_FALSE(DeleteFileA("folder"));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
@@ -220,7 +221,7 @@ TEST_F(Files, what_cannot_be_deleted_tells_why) {
 }
 
 TEST_F(Files, a_drive_alone_is_the_disk_of_the_current_folder) {
-    std::filesystem::current_path("/proc"); // a file system without any room
+    std::filesystem::current_path("/proc"); // a file system without free space
     ULARGE_INTEGER freeToCaller{};
     ULARGE_INTEGER total{};
     freeToCaller.QuadPart = total.QuadPart = 1;
@@ -273,7 +274,7 @@ TEST_F(Files, searches_find_by_pattern_in_the_order_of_names) {
     EXPECT_TRUE(std::find(root.begin(), root.end(), "..\\") == root.end());
 }
 
-TEST_F(Files, a_search_tells_size_and_time) {
+TEST_F(Files, a_search_gives_size_and_time) {
     WriteText("data", "12345");
     WIN32_FIND_DATAA data;
     const timespec times[2] = {{0, 0}, {86400, 500}}; // 2 January 1970

@@ -1,9 +1,10 @@
 // Threads' message queues and timers.
 // label: threads
 
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 #include "tests/platform/window_support.h"
 
+#include <chrono>
 #include <future>
 #include <thread>
 
@@ -89,7 +90,7 @@ TEST_F(Messages, sending_to_a_thread_that_ends_gives_0_and_does_not_block) {
     std::thread sender([&] { EXPECT_EQ(SendMessageA(window, WhichThread, 0, 0), 0); });
     // Only when the message waits at the owner may the owner end.
     for (bool waits = false; !waits; std::this_thread::yield()) {
-        auto hold = platform::LockWindows();
+        auto lock = platform::LockWindows();
         waits = !platform::FindWindowByHandle(window)->queue->sent.empty();
     }
     end.set_value();
@@ -176,7 +177,7 @@ TEST_F(Messages, a_timer_set_by_another_thread_arrives_on_the_windows_thread) {
     EXPECT_EQ(fired.get_future().get(), other.id);
 }
 
-TEST_F(Messages, a_window_takes_those_that_it_owns_along) {
+TEST_F(Messages, a_window_destroys_those_that_it_owns) {
     HWND owner = Open();
     HWND owned = OpenPlainWindow("OWNED", "owned", owner);
     EXPECT_EQ(GetParent(owned), nullptr) << "only a popup has its owner for a parent";

@@ -1,7 +1,7 @@
 // A home folder of its own for a test program, set before anything of the layer reads it.
 //
 // Include it once, in the program's only source. A child that is forked must leave with _exit: its
-// copy of this object would take the folder away from under the test.
+// copy of this object would remove the folder under the test.
 #pragma once
 
 #include <cstdlib>

@@ -64,7 +64,7 @@ TEST_F(Paths, drives_separators_and_dots_are_understood) {
         EXPECT_EQ(HostPath(nowhere), "") << nowhere;
 }
 
-TEST_F(Paths, a_name_that_windows_cannot_say_is_found_again_by_what_it_says_instead) {
+TEST_F(Paths, a_name_that_windows_cannot_spell_is_found_again_by_its_replacement) {
     const std::string greek = Work("\xCE\xA9mega"); // "Ωmega"
     std::filesystem::create_directory(greek);
     EXPECT_EQ(HostPath("?mega"), greek);
@@ -97,11 +97,11 @@ TEST_F(Paths, a_name_that_fits_several_entries_opens_none_and_each_ones_path_lea
             WriteText(folder + "/x", "x");
         }
         for (const std::string& folder : {Work(one), Work(other)}) {
-            char told[MAX_PATH] = "";
+            char path[MAX_PATH] = "";
             std::filesystem::current_path(folder);
-            GetCurrentDirectoryA(sizeof(told), told);
+            GetCurrentDirectoryA(sizeof(path), path);
             std::filesystem::current_path(Work());
-            EXPECT_EQ(HostPath(told + "\\X"s), folder + "/x");
+            EXPECT_EQ(HostPath(path + "\\X"s), folder + "/x");
         }
         EXPECT_FALSE(std::filesystem::exists(HostPath(name))) << name;
         EXPECT_FALSE(std::filesystem::exists(HostPath(name + "\\x"s))) << name;
@@ -111,7 +111,7 @@ TEST_F(Paths, a_name_that_fits_several_entries_opens_none_and_each_ones_path_lea
     }
 }
 
-TEST_F(Paths, the_current_folder_is_told_with_its_drive) {
+TEST_F(Paths, the_current_folder_has_its_drive) {
     char folder[MAX_PATH] = "";
     const auto length = GetCurrentDirectoryA(sizeof(folder), folder);
     EXPECT_EQ(folder, platform::WindowsPath(Work()));
@@ -141,7 +141,7 @@ TEST_F(Paths, the_home_folder_is_private_and_stays_where_it_was) {
 TEST(HomeDeathTest, a_home_that_others_may_write_or_own_is_refused_before_anything_is_read_in_it) {
     struct {
         const char* command; // makes the home "h"
-        const char* told;    // with exit code 2; null: the home is used
+        const char* message; // with exit code 2; null: the home is used
     } const cases[] = {
         {"true", nullptr},
         {"mkdir -m 755 h h/windows", nullptr},
@@ -152,7 +152,7 @@ TEST(HomeDeathTest, a_home_that_others_may_write_or_own_is_refused_before_anythi
         {"mkdir -m 700 h; chown 1 h", "/h belongs to user 1, not to user 0 "},
     };
     std::filesystem::current_path(Work());
-    for (const auto& [command, told] : cases) {
+    for (const auto& [command, message] : cases) {
         if (std::strstr(command, "chown") && geteuid() != 0)
             continue;
         std::filesystem::remove_all("h");
@@ -160,8 +160,9 @@ TEST(HomeDeathTest, a_home_that_others_may_write_or_own_is_refused_before_anythi
             setenv("ROM_WIZARD_HOME", "h", 1);
             _exit(std::system(command) == 0 && !FindWindowA("none", nullptr) ? 0 : 9);
         };
-        EXPECT_EXIT(use(), testing::ExitedWithCode(told ? 2 : 0), told ? told : "") << command;
-        EXPECT_EQ(std::filesystem::exists("h/windows/.last"), !told) << command;
+        EXPECT_EXIT(use(), testing::ExitedWithCode(message ? 2 : 0), message ? message : "")
+            << command;
+        EXPECT_EQ(std::filesystem::exists("h/windows/.last"), !message) << command;
     }
 }
 

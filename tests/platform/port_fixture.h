@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -93,26 +92,26 @@ protected:
         ASSERT_TRUE(SetCommTimeouts(port, &limits));
     }
 
-    void SayAsDevice(std::string_view bytes) {
+    void WriteAsDevice(std::string_view bytes) {
         while (!bytes.empty()) {
             const ssize_t count = write(device, bytes.data(), bytes.size());
             ASSERT_GT(count, 0);
             bytes.remove_prefix(static_cast<std::size_t>(count));
         }
     }
-    std::string HearAsDevice(std::size_t size, std::size_t atATime = 4096) {
-        std::string heard;
+    std::string ReadAsDevice(std::size_t size, std::size_t atATime = 4096) {
+        std::string received;
         std::string chunk(atATime, '\0');
-        while (heard.size() < size) {
+        while (received.size() < size) {
             pollfd ready = {device, POLLIN, 0};
             if (poll(&ready, 1, static_cast<int>(Limit)) != 1)
                 break;
             const ssize_t count = read(device, chunk.data(), chunk.size());
             if (count <= 0)
                 break;
-            heard.append(chunk, 0, static_cast<std::size_t>(count));
+            received.append(chunk, 0, static_cast<std::size_t>(count));
         }
-        return heard;
+        return received;
     }
     // With reads that return at once.
     std::string ReadFromPort(std::size_t size) {

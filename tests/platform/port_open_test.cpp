@@ -5,8 +5,8 @@
 
 #include "platform/port_names.h"
 
+#include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 #include <spawn.h>
 #include <sys/file.h>
@@ -139,13 +139,13 @@ TEST_F(PortOpenTest, a_closed_port_has_heard_nothing) {
     tcgetattr(tty, &raw);
     cfmakeraw(&raw);
     tcsetattr(tty, TCSANOW, &raw);
-    SayAsDevice("old");
+    WriteAsDevice("old");
     int waiting = 0;
     ASSERT_TRUE(ComesTrue([&] { return ioctl(tty, FIONREAD, &waiting) == 0 && waiting == 3; }));
     Open();
     close(tty);
     ReadAtOnce();
-    SayAsDevice("new");
+    WriteAsDevice("new");
     EXPECT_EQ("new", ReadFromPort(3));
 }
 

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <atomic>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -17,11 +18,11 @@ TEST_F(PortTransferTest, every_value_passes_both_ways_unchanged) {
     Open();
     ReadAtOnce();
     const std::string all = Pattern(1024);
-    SayAsDevice(all);
+    WriteAsDevice(all);
     EXPECT_TRUE(all == ReadFromPort(all.size()));
     Call call;
     ASSERT_TRUE(Pends(WriteFile(port, all.data(), 1024, nullptr, &call.record)));
-    EXPECT_TRUE(all == HearAsDevice(all.size()));
+    EXPECT_TRUE(all == ReadAsDevice(all.size()));
     ASSERT_TRUE(call.Ends());
     EXPECT_EQ(DWORD{ERROR_SUCCESS}, call.Error());
     EXPECT_EQ(1024U, call.Count());
@@ -38,7 +39,7 @@ TEST_F(PortTransferTest, writes_arrive_whole_and_in_order_at_a_slow_reader) {
         next += lengths[i];
     }
     EXPECT_FALSE(calls[1].IsSignalled()); // more than any tty takes while nobody reads
-    EXPECT_TRUE(bytes == HearAsDevice(bytes.size(), 333));
+    EXPECT_TRUE(bytes == ReadAsDevice(bytes.size(), 333));
     for (std::size_t i = 0; i < lengths.size(); ++i) {
         ASSERT_TRUE(calls[i].Ends());
         EXPECT_EQ(DWORD{ERROR_SUCCESS}, calls[i].Error());
@@ -65,7 +66,7 @@ TEST_F(PortTransferTest, a_read_returns_at_once_with_what_has_arrived) {
     EXPECT_TRUE(ReadFile(port, bytes, sizeof(bytes), &count, &call.record));
     EXPECT_EQ(0U, count);
     EXPECT_TRUE(call.IsSignalled());
-    SayAsDevice("abc");
+    WriteAsDevice("abc");
     EXPECT_EQ("abc", ReadFromPort(3));
 }
 
@@ -77,10 +78,10 @@ TEST_F(PortTransferTest, a_read_without_limits_waits_for_all_its_bytes) {
     ASSERT_TRUE(Pends(ReadFile(port, first.data(), 6000, nullptr, &one.record)));
     ASSERT_TRUE(Pends(ReadFile(port, second, 3, nullptr, &other.record)));
     const std::string sent = Pattern(6003);
-    SayAsDevice(std::string_view(sent).substr(0, 6001));
+    WriteAsDevice(std::string_view(sent).substr(0, 6001));
     ASSERT_TRUE(one.Ends());
     EXPECT_FALSE(other.IsSignalled());
-    SayAsDevice(std::string_view(sent).substr(6001));
+    WriteAsDevice(std::string_view(sent).substr(6001));
     ASSERT_TRUE(other.Ends());
     EXPECT_TRUE(sent == first + std::string(second, 3));
     EXPECT_EQ(6000U, one.Count());
@@ -93,7 +94,7 @@ TEST_F(PortTransferTest, bytes_that_nobody_reads_hold_the_sender_back_and_none_i
     const std::string sent = Pattern(100000);
     std::atomic<bool> over = false;
     std::thread sender([&] {
-        SayAsDevice(sent);
+        WriteAsDevice(sent);
         over = true;
     });
     std::string got = ReadFromPort(1);
@@ -108,10 +109,10 @@ TEST_F(PortTransferTest, calls_on_a_plain_handle_return_when_they_are_done) {
     DWORD count = 0;
     ASSERT_TRUE(WriteFile(port, "hello", 5, &count, nullptr));
     EXPECT_EQ(5U, count);
-    EXPECT_EQ("hello", HearAsDevice(5));
+    EXPECT_EQ("hello", ReadAsDevice(5));
 
     ASSERT_TRUE(SetCommMask(port, EV_RXCHAR));
-    std::thread device_([this] { SayAsDevice("ab"); });
+    std::thread device_([this] { WriteAsDevice("ab"); });
     DWORD events = 0;
     EXPECT_TRUE(WaitCommEvent(port, &events, nullptr));
     EXPECT_EQ(DWORD{EV_RXCHAR}, events);
@@ -166,7 +167,7 @@ TEST_F(PortTransferTest, a_thread_that_is_terminated_takes_its_read_with_it) {
     ASSERT_TRUE(TerminateThread(thread, 0));
     ASSERT_TRUE(ComesTrue([&] { return read.left.load(); }));
     CloseHandle(thread);
-    SayAsDevice("mine");
+    WriteAsDevice("mine");
     char bytes[4] = {};
     DWORD count = 0;
     EXPECT_TRUE(ReadFile(port, bytes, 4, &count, nullptr));
@@ -175,7 +176,7 @@ TEST_F(PortTransferTest, a_thread_that_is_terminated_takes_its_read_with_it) {
 
 TEST_F(PortTransferTest, a_record_belongs_to_its_caller_again_once_its_event_is_signalled) {
     Open();
-    std::thread device_([this] { HearAsDevice(3000); });
+    std::thread device_([this] { ReadAsDevice(3000); });
     for (int round = 0; round < 3000; ++round) {
         auto call = std::make_unique<Call>();
         ASSERT_TRUE(Pends(WriteFile(port, "x", 1, nullptr, &call->record)));

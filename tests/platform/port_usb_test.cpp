@@ -33,13 +33,13 @@ protected:
     }
 };
 
-TEST_F(UsbPortTest, a_wait_tells_that_bytes_have_come_before_or_after_it_began) {
+TEST_F(UsbPortTest, a_wait_reports_bytes_that_come_before_or_after_it_began) {
     OpenUsb();
     ASSERT_TRUE(Request(SetMask, 0xB9));
     DWORD events = 0;
     Call early;
     ASSERT_TRUE(Pends(Wait(early, &events)));
-    SayAsDevice(std::string_view("\x05\0", 2));
+    WriteAsDevice(std::string_view("\x05\0", 2));
     ASSERT_TRUE(early.Ends());
     EXPECT_EQ(DWORD{ERROR_SUCCESS}, early.Error());
     EXPECT_EQ(DWORD{EV_RXCHAR}, events);
@@ -47,7 +47,7 @@ TEST_F(UsbPortTest, a_wait_tells_that_bytes_have_come_before_or_after_it_began) 
     ASSERT_TRUE(Request(ReadDone, events));
 
     ASSERT_TRUE(Request(SetMask, events)); // what the wait gave is the mask of the next
-    SayAsDevice(std::string_view("\x04\0", 2));
+    WriteAsDevice(std::string_view("\x04\0", 2));
     EXPECT_EQ(std::string("\x04\0", 2), ReadFromPort(2));
     events = 0;
     Call late;
@@ -55,10 +55,10 @@ TEST_F(UsbPortTest, a_wait_tells_that_bytes_have_come_before_or_after_it_began) 
     EXPECT_EQ(DWORD{EV_RXCHAR}, events);
 }
 
-TEST_F(UsbPortTest, a_device_that_leaves_the_bus_fails_every_request_once_all_it_said_is_read) {
+TEST_F(UsbPortTest, a_device_that_leaves_the_bus_fails_every_request_once_all_it_sent_is_read) {
     OpenUsb();
     ASSERT_TRUE(Request(SetMask, 0xB9));
-    SayAsDevice("ab");
+    WriteAsDevice("ab");
     DWORD events = 0;
     Call first;
     EXPECT_TRUE(Wait(first, &events) || first.Ends());

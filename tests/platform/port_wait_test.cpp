@@ -4,6 +4,7 @@
 #include "tests/platform/port_fixture.h"
 
 #include <atomic>
+#include <chrono>
 #include <ctime>
 #include <thread>
 
@@ -47,7 +48,7 @@ TEST_F(PortWaitTest, a_wait_ends_with_the_byte_that_comes) {
         Call call;
         ASSERT_TRUE(WaitPends(call));
         EXPECT_FALSE(call.IsSignalled());
-        SayAsDevice(std::string_view("\0", 1));
+        WriteAsDevice(std::string_view("\0", 1));
         DWORD count = 0;
         ASSERT_TRUE(GetOverlappedResult(port, &call.record, &count, TRUE));
         EXPECT_EQ(DWORD{EV_RXCHAR}, events);
@@ -70,19 +71,19 @@ TEST_F(PortWaitTest, a_new_mask_ends_a_wait_with_no_event) {
     EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
 }
 
-TEST_F(PortWaitTest, an_event_is_kept_until_a_wait_tells_it_or_a_mask_leaves_it_out) {
-    SayAsDevice("a");
+TEST_F(PortWaitTest, an_event_is_kept_until_a_wait_reports_it_or_a_mask_leaves_it_out) {
+    WriteAsDevice("a");
     EXPECT_EQ("a", ReadFromPort(1)); // so it has come, and the event with it
     ASSERT_TRUE(SetCommMask(port, EV_RXCHAR | EV_RING));
     Call call;
     EXPECT_TRUE(WaitCommEvent(port, &events, &call.record));
     EXPECT_EQ(DWORD{EV_RXCHAR}, events);
     EXPECT_TRUE(call.IsSignalled());
-    ASSERT_TRUE(WaitPends(call)) << "told once";
-    SayAsDevice("b");
+    ASSERT_TRUE(WaitPends(call)) << "reported once";
+    WriteAsDevice("b");
     ASSERT_TRUE(call.Ends());
 
-    SayAsDevice("c");
+    WriteAsDevice("c");
     EXPECT_EQ("bc", ReadFromPort(2));
     ASSERT_TRUE(SetCommMask(port, EV_CTS));
     ASSERT_TRUE(SetCommMask(port, EV_RXCHAR));
@@ -135,7 +136,7 @@ TEST_F(PortWaitTest, a_thread_cancels_its_own_calls_and_no_others) {
     const DWORD sent = write.Count(); // the line goes on where the cancelled write has stopped
     Call next;
     ASSERT_TRUE(Pends(WriteFile(port, "end", 3, nullptr, &next.record)));
-    EXPECT_EQ(Pattern(sent) + "end", HearAsDevice(sent + 3));
+    EXPECT_EQ(Pattern(sent) + "end", ReadAsDevice(sent + 3));
     EXPECT_TRUE(next.Ends());
 }
 
@@ -169,7 +170,7 @@ TEST_F(PortWaitTest, a_lost_device_fails_every_call_and_costs_no_time) {
 TEST_F(PortWaitTest, what_came_before_the_device_was_lost_can_still_be_read) {
     Call wait;
     ASSERT_TRUE(WaitPends(wait));
-    SayAsDevice("last");
+    WriteAsDevice("last");
     ASSERT_TRUE(wait.Ends());
     Call lost;
     ASSERT_TRUE(WaitPends(lost));
@@ -206,8 +207,8 @@ TEST_F(PortWaitTest, a_port_may_be_closed_under_its_users_at_any_moment) {
                 }
             }
         });
-        SayAsDevice("token");
-        HearAsDevice(static_cast<std::size_t>(round % 20));
+        WriteAsDevice("token");
+        ReadAsDevice(static_cast<std::size_t>(round % 20));
         EXPECT_TRUE(CloseHandle(port));
         closed = true;
         listener.join();

@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -116,7 +117,7 @@ TEST(Processes, a_program_starts_with_no_signal_blocked_or_ignored) {
     EXPECT_EQ(SignalsIn(ReadText(out), "SigIgn:") & Standard, 0u);
 }
 
-TEST(Processes, what_cannot_be_started_tells_why) {
+TEST(Processes, what_cannot_be_started_has_its_own_error) {
     WriteText(ownHome.Work() / "text", "no program");
     std::filesystem::current_path(ownHome.Work());
     EXPECT_EQ(Start("Z:\\none", ""), nullptr);

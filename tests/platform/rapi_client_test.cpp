@@ -12,12 +12,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstring>
 #include <filesystem>
 #include <functional>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <thread>
@@ -223,8 +223,8 @@ TEST_F(RapiTest, an_init_looks_anew_for_a_handheld_that_has_gone_while_nobody_as
 
 TEST_F(RapiTest, an_answer_that_makes_no_sense_ends_the_connection) {
     Bytes tooLong = Answer(0, 1).Data("1234", 4).Frame(); // good but for its length
-    tooLong.resize(4 + rapi_wire::MaximumFrame + 1);
-    const Bytes length = Writer().Number(rapi_wire::MaximumFrame + 1).Frame();
+    tooLong.resize(4 + rapi_wire::MaxFrameSize + 1);
+    const Bytes length = Writer().Number(rapi_wire::MaxFrameSize + 1).Frame();
     std::copy(length.begin() + 4, length.end(), tooLong.begin());
     Bytes stray = Answer(0, 1).Data("1234", 4).Frame(); // good but for a byte behind it
     stray.push_back(0);

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -132,7 +131,7 @@ TEST(RegistryFile, a_file_that_is_not_understood_is_left_as_it_is) {
     }
 }
 
-TEST(RegistryFile, a_pipe_in_the_place_of_a_file_holds_nobody) {
+TEST(RegistryFile, a_pipe_in_place_of_the_file_blocks_nobody) {
     std::filesystem::create_directories(ownHome.Home());
     std::filesystem::remove(File);
     ASSERT_EQ(mkfifo((ownHome.Home() / "registry.new").c_str(), 0600), 0);
@@ -145,7 +144,7 @@ TEST(RegistryFile, a_pipe_in_the_place_of_a_file_holds_nobody) {
 }
 
 // The file stays the same one, of the same size: first within one step of its time stamps, then
-// when they are old enough to tell that it was not touched.
+// when they are old enough to prove that it was not touched.
 TEST(RegistryFile, a_change_in_the_file_itself_is_seen_by_the_next_call) {
     const auto give = [](int number) {
         GiveFile("[HKEY_LOCAL_MACHINE\\Software]\n\"a\"=\"" + std::to_string(number) + "\"\n");
@@ -162,7 +161,7 @@ TEST(RegistryFile, a_change_in_the_file_itself_is_seen_by_the_next_call) {
     EXPECT_EQ(get(), 999);
 }
 
-TEST(RegistryFile, the_fault_of_a_file_is_told_by_its_line) {
+TEST(RegistryFile, the_fault_of_a_file_is_reported_with_its_line) {
     platform::RegistryTree tree;
     std::string error;
     EXPECT_FALSE(platform::ParseRegistry(FirstLine + "\n[HKEY_LOCAL_MACHINE]\n\"a\"=hex:00,\\\n"
@@ -171,7 +170,7 @@ TEST(RegistryFile, the_fault_of_a_file_is_told_by_its_line) {
     EXPECT_EQ(error, "line 6: a text has no closing quotation mark");
 }
 
-TEST(RegistryFile, a_write_that_finds_no_room_leaves_the_old_content) {
+TEST(RegistryFile, a_write_that_finds_no_space_leaves_the_old_content) {
     GiveFile(FirstLine + "[HKEY_LOCAL_MACHINE\\Software]\n\"a\"=\"old\"\n");
     const std::string old = ReadText(File);
     const pid_t writer = fork();

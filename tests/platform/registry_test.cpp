@@ -11,6 +11,7 @@
 
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <sys/wait.h>
@@ -160,7 +161,7 @@ TEST(Registry, short_buffers_get_more_data_and_the_size_that_is_needed) {
     RegCloseKey(key);
 }
 
-TEST(Registry, a_text_without_terminator_gets_one_only_where_there_is_room) {
+TEST(Registry, a_text_without_terminator_gets_one_only_where_it_fits) {
     const HKEY key = MakeKey("Software\\Unterminated");
     Set(key, "path", REG_SZ, "abc");
     BYTE data[4] = {9, 9, 9, 9};
@@ -187,7 +188,7 @@ TEST(Registry, a_key_with_sub_keys_is_not_deleted) {
     RegCloseKey(software);
 }
 
-TEST(Registry, a_deleted_key_is_told_to_those_who_hold_it_open) {
+TEST(Registry, a_key_deleted_meanwhile_fails_those_who_hold_it_open) {
     const HKEY key = MakeKey("Software\\Deleted");
     ASSERT_EQ(RegDeleteKeyA(HKEY_CURRENT_USER, "Software\\Deleted"), 0);
     EXPECT_EQ(Set(key, "x", REG_SZ, "y"), ERROR_KEY_DELETED);

@@ -5,6 +5,8 @@
 #include "platform/text.h"
 #include "tests/platform/window_support.h"
 
+#include <algorithm>
+
 using namespace window_support;
 using namespace platform;
 

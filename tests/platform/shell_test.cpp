@@ -18,22 +18,23 @@ protected:
         std::ofstream(Folder() / "Readme.doc") << "text";
         std::filesystem::remove_all(home_.Path() / "bin");
         std::filesystem::create_directory(home_.Path() / "bin");
-        std::filesystem::remove(Told());
+        std::filesystem::remove(Recorded());
         setenv("PATH", ((home_.Path() / "bin").string() + ":/usr/bin:/bin").c_str(), 1);
     }
 
     // A program that writes down its folder and arguments, in one step.
     void Install(const std::string& name) {
         auto path = home_.Path() / name;
-        std::ofstream(path) << "#!/bin/sh\nprintf '%s|' \"$PWD\" \"$@\" > " << Told().string()
-                            << ".new\nmv " << Told().string() << ".new " << Told().string() << "\n";
+        std::ofstream(path) << "#!/bin/sh\nprintf '%s|' \"$PWD\" \"$@\" > " << Recorded().string()
+                            << ".new\nmv " << Recorded().string() << ".new " << Recorded().string()
+                            << "\n";
         std::filesystem::permissions(path, std::filesystem::perms::owner_all);
     }
     // No command line of Windows could carry its name.
     std::filesystem::path Folder() const { return home_.Path() / "\" --manual \"日"; }
-    std::filesystem::path Told() const { return home_.Path() / "told"; }
+    std::filesystem::path Recorded() const { return home_.Path() / "recorded"; }
 
-    // Executes, waits for the program's end, and gives what it told.
+    // Executes, waits for the program's end, and gives what it has recorded.
     std::string Execute() {
         std::string folder = platform::WindowsPath(Folder().string());
         SHELLEXECUTEINFOA info = {};
@@ -48,8 +49,8 @@ protected:
         EXPECT_NE(info.hProcess, nullptr);
         EXPECT_EQ(WaitForSingleObject(info.hProcess, INFINITE), DWORD{WAIT_OBJECT_0});
         EXPECT_TRUE(CloseHandle(info.hProcess));
-        std::ifstream told(Told());
-        return {std::istreambuf_iterator<char>(told), {}};
+        std::ifstream recorded(Recorded());
+        return {std::istreambuf_iterator<char>(recorded), {}};
     }
 
     TemporaryHome home_;

@@ -106,7 +106,7 @@ protected:
 
 } // namespace
 
-TEST_F(TerminalDisplay, prints_a_page_and_each_change_and_takes_numbers) {
+TEST_F(TerminalDisplay, prints_a_page_and_each_change_and_accepts_numbers) {
     PageProgram program(ShowChoice);
     EXPECT_EQ(program.Until("[2] Annuler\n"), ChoicePage);
     program.Send("1\n");
@@ -130,7 +130,7 @@ TEST_F(TerminalDisplay, prints_a_page_and_each_change_and_takes_numbers) {
 TEST_F(TerminalDisplay, keeps_lines_typed_ahead_for_the_pages_they_are_meant_for) {
     PageProgram program([] {
         int first = ShowChoice();
-        Show(102, ProgressProcedure); // has no controls: takes no line
+        Show(102, ProgressProcedure); // has no controls: reads no line
         int second = ShowChoice();
         return first * 10 + second;
     });
@@ -177,7 +177,7 @@ TEST_F(TerminalDisplay, gives_the_line_to_the_newest_of_two_pages_on_two_threads
     EXPECT_EQ(program.Finish(), 0);
 }
 
-TEST_F(TerminalDisplay, shows_a_page_that_comes_back_and_takes_no_line_for_one_that_is_hidden) {
+TEST_F(TerminalDisplay, shows_a_page_that_comes_back_and_reads_no_line_for_one_that_is_hidden) {
     PageProgram program([] {
         return static_cast<int>(
             Show(158, [](HWND page, UINT message, WPARAM first, LPARAM) -> INT_PTR {
@@ -198,7 +198,7 @@ TEST_F(TerminalDisplay, shows_a_page_that_comes_back_and_takes_no_line_for_one_t
     EXPECT_EQ(program.Finish(), 2);
 }
 
-TEST_F(TerminalDisplay, takes_a_page_that_came_back_for_newer_than_one_opened_after_it) {
+TEST_F(TerminalDisplay, counts_a_page_that_came_back_as_newer_than_one_opened_after_it) {
     PageProgram program([] {
         static HWND back;
         return static_cast<int>(

@@ -5,7 +5,6 @@
 #include "tests/platform/own_home.h"
 
 #include "platform/clock.h"
-#include "platform/handles.h"
 
 #include <windows.h>
 
@@ -39,7 +38,7 @@ DWORD EndOf(HANDLE thread) {
     return code;
 }
 
-TEST(Events, a_manual_one_stays_set_and_an_automatic_one_is_taken_by_one_wait) {
+TEST(Events, a_manual_one_stays_set_and_one_wait_resets_an_automatic_one) {
     const HANDLE manual = NewEvent(TRUE, TRUE);
     const HANDLE automatic = NewEvent(FALSE, TRUE);
     for (int i = 0; i < 2; ++i)
@@ -58,7 +57,7 @@ TEST(Events, a_manual_one_stays_set_and_an_automatic_one_is_taken_by_one_wait) {
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
 }
 
-TEST(Events, a_wait_for_all_takes_none_before_it_can_take_all) {
+TEST(Events, a_wait_for_all_resets_none_before_all_are_set) {
     const HANDLE both[] = {NewEvent(FALSE, TRUE), NewEvent(FALSE, FALSE)};
     EXPECT_EQ(WaitForMultipleObjects(2, both, TRUE, 1), DWORD{WAIT_TIMEOUT});
     EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, 0), WAIT_OBJECT_0); // it was left

@@ -1,4 +1,4 @@
-// Time zones of the host as Windows tells them.
+// Time zones of the host as Windows describes them.
 
 #include "platform/time_zone.h"
 

@@ -1,5 +1,5 @@
 // What the tests of windows share: a home of their own, resources compiled from a script, a
-// display that writes down what it is told, and second processes that are real ones.
+// display that records its calls, and second processes that are real ones.
 #pragma once
 
 #include "platform/display.h"
@@ -12,7 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
 #include <condition_variable>
 #include <csignal>
 #include <cstdlib>
@@ -26,7 +26,7 @@
 
 namespace window_support {
 
-// ROM_WIZARD_HOME in a folder that goes with the process: the layer settles its home once.
+// ROM_WIZARD_HOME in a folder that is removed with the process: the layer chooses its home once.
 class TemporaryHome {
 public:
     std::filesystem::path Path() const { return Folder().path; }
@@ -67,7 +67,7 @@ inline void UseBytes(const std::vector<char>& bytes) {
     platform::UseResources(bytes.data(), bytes.data() + bytes.size());
 }
 
-// Writes down "show 100", "hide 100", "end 100" and "update 100 1001 text".
+// Records "show 100", "hide 100", "end 100" and "update 100 1001 text".
 class RecordingDisplay : public platform::Display {
 public:
     RecordingDisplay() { platform::UseDisplay(this); }
@@ -80,11 +80,11 @@ public:
                        const platform::ControlView& control) override {
         Add("update", page, " " + std::to_string(control.id) + " " + control.text);
     }
-    void AskFile(const platform::FileQuestion&) override {}
-    void Complain(const std::string&) override {}
+    void ShowFileDialog(const platform::FileRequest&) override {}
+    void ShowError(const std::string&) override {}
 
     std::vector<std::string> Events() {
-        std::lock_guard hold(lock_);
+        std::lock_guard lock(lock_);
         return events_;
     }
     // Pages shown, hidden and ended, in order.
@@ -94,15 +94,15 @@ public:
         return events;
     }
     void Await(const std::string& event) {
-        std::unique_lock hold(lock_);
-        changed_.wait(hold, [&] {
+        std::unique_lock lock(lock_);
+        changed_.wait(lock, [&] {
             return std::find(events_.begin(), events_.end(), event) != events_.end();
         });
     }
 
 private:
     void Add(const std::string& what, const platform::PageView& page, const std::string& more) {
-        std::lock_guard hold(lock_);
+        std::lock_guard lock(lock_);
         events_.push_back(what + " " + std::to_string(page.id) + more);
         changed_.notify_all();
     }
@@ -112,7 +112,7 @@ private:
     std::vector<std::string> events_;
 };
 
-// A second process that runs `body` and then stands still until it is ended. To be made before the
+// A second process that runs `body` and then waits until it is ended. To be made before the
 // test has threads or windows of its own.
 class OtherProcess {
 public:

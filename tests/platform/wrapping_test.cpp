@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <vector>
 
 namespace {
 

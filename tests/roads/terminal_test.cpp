@@ -35,7 +35,7 @@ protected:
     // Percentages overwrite one another on their line.
     static void ExpectToFit(WizardRun& wizard) {
         for (const std::string& line : wizard.Process().Lines()) {
-            const bool percentages = line.find("%") != std::string::npos;
+            const bool percentages = line.find('%') != std::string::npos;
             EXPECT_TRUE(percentages || ColumnsOf(line) <= 80) << line;
         }
     }

@@ -2,7 +2,7 @@
 // thread alone.
 #pragma once
 
-#include "platform/display.h"
+#include "platform/drawing.h"
 
 #include <QColor>
 #include <QFont>

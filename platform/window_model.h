@@ -2,7 +2,7 @@
 // winuser.h and by the displays.
 //
 // One lock guards all of it. It is never held while a window procedure runs, so that a procedure
-// may call anything; displays are told about changes while it is held, so that they see them in
+// may call anything; displays are called with changes while it is held, so that they see them in
 // order.
 #pragma once
 
@@ -12,7 +12,6 @@
 
 #include <winuser.h>
 
-#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -86,7 +85,7 @@ struct DialogState {
     int defaultId = 0; // 0: the dialog has no default button
     HFONT ownFont = nullptr;
     bool onScreen = false;     // the display shows it now
-    bool wasShown = false;     // and has not been told yet that it ended
+    bool wasShown = false;     // and has not been called with its end yet
     unsigned showOrder = 0;    // the newest page on screen has the highest
     unsigned leavingOrder = 0; // the newest one when LeavePage sent this page an Escape
 };
@@ -121,22 +120,22 @@ struct Window {
     bool IsChild() const { return style & WS_CHILD; }
 };
 
-// A file dialog that is up; it lies on the stack of the thread that asks.
-struct OpenQuestion;
+// A file dialog that is up; it is on the stack of the thread that opened it.
+struct ActiveFileDialog;
 
-struct WindowSystem {
+struct WindowModel {
     std::mutex lock;
     std::map<HWND, std::shared_ptr<Window>> windows;
-    std::map<std::string, WindowClass> classes; // by name in small letters
+    std::map<std::string, WindowClass> classes; // by name in lower case
     std::vector<std::shared_ptr<ThreadQueue>> queues;
-    std::vector<OpenQuestion*> questions;
+    std::vector<ActiveFileDialog*> fileDialogs;
     std::uintptr_t lastChild = 0;
     unsigned lastShowOrder = 0;
 };
 
 using WindowLock = std::unique_lock<std::mutex>;
 
-WindowSystem& Windows();
+WindowModel& Model();
 WindowLock LockWindows();
 
 // The calling thread's queue. Not under the lock.
@@ -154,13 +153,13 @@ void WakeAllThreads();
 // Calls the window's procedure. Not under the lock, on the window's thread.
 LRESULT CallWindowProcedure(HWND window, UINT message, WPARAM first, LPARAM second);
 
-// What the caller of FetchMessage gets; Stopped: `stop` has become true.
-enum class Fetched { Message, Quit, Stopped, Nothing };
+// What FetchMessage has found; Stopped: `stop` has become true.
+enum class FetchResult { Message, Quit, Stopped, Nothing };
 
 // The next message of the calling thread, served in the order of Windows: sent messages first,
-// then posted ones, quit, painting, timers. Blocks unless told not to. `stop`, which may be empty,
-// is asked under the lock. Not under the lock.
-Fetched FetchMessage(MSG& message, const std::function<bool()>& stop, bool wait = true);
+// then posted ones, quit, painting, timers. Blocks until there is one where `wait` is set. `stop`,
+// which may be empty, is called under the lock. Not under the lock.
+FetchResult FetchMessage(MSG& message, const std::function<bool()>& stop, bool wait = true);
 
 bool IsVisibleWithParents(const Window& window);
 RECT ScreenRect(const Window& window);
@@ -182,11 +181,11 @@ struct WindowPlan {
 // under the lock.
 std::shared_ptr<Window> OpenWindow(const WindowPlan& plan);
 
-// Takes what a thread leaves behind: its windows, and messages that wait for it. Not under the
+// Removes what a thread leaves behind: its windows, and messages that wait for it. Not under the
 // lock.
 void EndThreadQueue(const std::shared_ptr<ThreadQueue>& queue);
 
-// Tells the display of a page or control that has changed; see pages.cpp.
+// Shows a page or control that has changed on the display; see pages.cpp.
 void RefreshPage(Window& page);
 void RefreshControl(Window& control);
 void EndPage(Window& page);
@@ -201,6 +200,6 @@ bool FeedInput(const std::shared_ptr<ThreadQueue>& queue);
 // lock.
 void PaintControl(HWND control, UINT request);
 
-std::string SmallLetters(const std::string& text);
+std::string ToLowerAscii(const std::string& text);
 
 } // namespace platform

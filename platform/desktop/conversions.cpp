@@ -1,8 +1,9 @@
-// Fonts, units, colours and pictures.
+// Fonts, units, colours and pictures of the layer as the toolkit has them.
 
-#include "platform/desktop/looks.h"
+#include "platform/desktop/conversions.h"
 
 #include "platform/byte_reader.h"
+#include "platform/display.h"
 #include "platform/resources.h"
 
 #include <QApplication>
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace platform::desktop {
 
@@ -95,7 +97,7 @@ QPixmap PixmapOf(const Picture& picture) {
     return QPixmap::fromImage(QImage::fromData(file, "BMP"));
 }
 
-// The group names its images by number where an icon file has their places.
+// The group names its images by number where an icon file has their offsets.
 QIcon ProgramIcon() {
     constexpr std::uint32_t GroupHeader = 6, FileEntry = 16;
     const auto group = FirstResourceData(IconGroupResource);

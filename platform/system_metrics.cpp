@@ -1,8 +1,8 @@
-// What the system says of itself: metrics, colours, cursors and icons. The screen is that of a
+// Metrics, colours, cursors and icons of the system. The screen is that of a
 // classic desktop at 96 dots an inch, whatever the display; pages are laid out and centred by it.
 
 #include "platform/resources.h"
-#include "platform/window_system.h"
+#include "platform/window_model.h"
 
 #include <windows.h>
 
@@ -62,7 +62,7 @@ HCURSOR WINAPI LoadCursorA(HINSTANCE instance, LPCSTR name) {
 
 HCURSOR WINAPI SetCursor(HCURSOR cursor) {
     auto queue = platform::CurrentQueue();
-    auto hold = platform::LockWindows();
+    auto lock = platform::LockWindows();
     HCURSOR before = std::exchange(queue->cursor, cursor);
     if (before != cursor)
         platform::RefreshCursor(queue, cursor == ImageHandle(IDC_WAIT));

@@ -1,0 +1,38 @@
+// The desktop's own file dialogs.
+#pragma once
+
+#include "platform/display.h"
+
+#include <QFileDialog>
+#include <QPointer>
+
+#include <mutex>
+#include <optional>
+
+namespace platform::desktop {
+
+// One request at a time, as the wizard asks. On the toolkit's thread, but for NextAnswer.
+class FileDialogs {
+public:
+    // Over `page`, which may be null.
+    void Show(const FileRequest& request, QWidget* page);
+    // Nobody waits for an answer any more.
+    void Close();
+    // Shown with the next dialog.
+    void SetError(const std::string& sentence) { error_ = sentence; }
+
+    // Any thread.
+    std::optional<FileAnswer> NextAnswer();
+
+private:
+    void Store(FileAnswer answer);
+
+    QPointer<QFileDialog> dialog_;
+    std::string error_;
+    QString folder_; // where the user was last
+
+    std::mutex lock_;
+    std::optional<FileAnswer> answer_;
+};
+
+} // namespace platform::desktop
