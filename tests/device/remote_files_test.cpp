@@ -3,6 +3,7 @@
 #include "device/remote_files.h"
 #include "device/remote_registry.h"
 
+#include "device/file_copy.h"
 #include "device/wide_text.h"
 #include "testing/wizard_fixture.h"
 
@@ -28,6 +29,18 @@ TEST_F(RemoteFiles, pushed_file_arrives_whole_and_hidden_at_any_size) {
         EXPECT_TRUE(Push(content)) << size;
         EXPECT_EQ(content, OnDevice("Temp/pushed.bin")) << size;
         EXPECT_TRUE(Device().Attributes("Temp/pushed.bin") & Hidden) << size;
+    }
+}
+
+// 0 would end the copy before its first byte, and one beyond the buffer run over it.
+TEST_F(RemoteFiles, a_copy_is_whole_whatever_block_it_is_given) {
+    Connect();
+    WriteFileBytes(Folder() / "source.bin", std::string(20000, 'x'));
+    for (const DWORD block : {DWORD{0}, MaxCopyBlock + 1, DWORD{0xFFFFFFFF}}) {
+        EXPECT_TRUE(CopyToDevice(WindowsPathOf(Folder() / "source.bin").c_str(), block, [] {
+            return CeCreateFile(u"\\Temp\\copy.bin", GENERIC_WRITE, 0, CREATE_ALWAYS, Hidden);
+        }));
+        EXPECT_EQ(std::string(20000, 'x'), OnDevice("Temp/copy.bin")) << block;
     }
 }
 
