@@ -31,9 +31,8 @@ bool Identify(HWND owner) {
     if (identified)
         ChooseLanguageFolder();
     EndBusyPage();
-    if (!identified) {
+    if (!identified)
         EndRun(RemoteProgramErrorPage, {.uninitRapi = true});
-    }
     return identified;
 }
 
