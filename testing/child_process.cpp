@@ -75,7 +75,7 @@ std::vector<std::string> JoinedEnvironment(const Environment& added) {
             all.emplace_back(*entry);
     }
     for (const auto& [name, value] : added)
-        all.push_back(name + "=" + value);
+        all.emplace_back(name).append("=").append(value);
     return all;
 }
 

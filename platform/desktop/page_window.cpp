@@ -248,17 +248,17 @@ void PageWindow::ShowControl(const ControlView& control) {
     const auto found = controls_.find(control.handle);
     if (found == controls_.end())
         return;
-    QWidget& widget = *found->second;
+    QWidget* const widget = found->second;
     showing_ = true;
-    if (auto* label = dynamic_cast<TextLabel*>(&widget)) {
+    if (auto* label = dynamic_cast<TextLabel*>(widget)) {
         label->Show(control);
     } else {
-        widget.setVisible(control.visible);
-        Enable(&widget, control.enabled);
+        widget->setVisible(control.visible);
+        Enable(widget, control.enabled);
     }
-    if (auto* button = dynamic_cast<QAbstractButton*>(&widget); button && button->isCheckable())
+    if (auto* button = dynamic_cast<QAbstractButton*>(widget); button && button->isCheckable())
         button->setChecked(control.checked);
-    if (auto* bar = dynamic_cast<QProgressBar*>(&widget)) {
+    if (auto* bar = dynamic_cast<QProgressBar*>(widget)) {
         bar->setRange(static_cast<int>(control.lowest), static_cast<int>(control.highest));
         bar->setValue(static_cast<int>(control.position));
     }

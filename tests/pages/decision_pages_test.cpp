@@ -7,6 +7,7 @@
 #include "testing/page_test.h"
 #include "testing/registry_values.h"
 
+#include <cstdio>
 #include <cstring>
 #include <deque>
 
@@ -143,8 +144,9 @@ TEST_F(SaveSequence, the_proposed_name_is_the_version_without_its_point_whatever
     const std::pair<const char*, const char*> names[] = {
         {"1.14", "TOLKROM114"}, {"12345", "TOLKROM134"}, {"1", "TOLKROM1"}, {"", "TOLKROM"}};
     for (const auto& [version, name] : names) {
-        std::memset(State.Handheld.DeviceVersionText, 0, sizeof(State.Handheld.DeviceVersionText));
-        std::strcpy(State.Handheld.DeviceVersionText, version);
+        char(&text)[20] = State.Handheld.DeviceVersionText;
+        std::memset(text, 0, sizeof(text));
+        std::snprintf(text, sizeof(text), "%s", version);
         user_.events.clear();
         EXPECT_EQ(2, Save({""}, {{125, "2"}}));
         EXPECT_EQ(std::string("save ") + name, user_.events.at(1));

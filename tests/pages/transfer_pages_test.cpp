@@ -11,6 +11,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -30,14 +31,15 @@ protected:
     void WriteImage(const char* header) {
         const std::filesystem::path path = folder_ / "image.nbf";
         test_support::WriteFileBytes(path, header + std::string(64, '\0'));
-        std::strcpy(State.Paths.ImagePath, WindowsPathOf(path).c_str());
+        std::snprintf(State.Paths.ImagePath, sizeof(State.Paths.ImagePath), "%s",
+                      WindowsPathOf(path).c_str());
     }
 
     // A program on the PATH that writes down from where and with what it was started. Gives the
     // file of that record.
     std::filesystem::path AddProgram(const std::string& name) {
         const std::filesystem::path program = folder_ / name;
-        const std::filesystem::path record = program.string() + ".started";
+        std::filesystem::path record = program.string() + ".started";
         std::filesystem::create_directories(program.parent_path());
         std::ofstream(program) << "#!/bin/sh\n(pwd; echo \"$@\") > " << record.string()
                                << ".part\nmv " << record.string() << ".part " << record.string()
@@ -128,7 +130,8 @@ TEST_F(TransferPages, only_next_hands_the_pc_back_to_activesync) {
 TEST_F(TransferPages, the_readme_is_opened_in_the_folder_of_the_images_language) {
     const std::filesystem::path early = AddProgram("early/wordpad.exe");
     std::filesystem::create_directory(folder_ / "Japanese");
-    std::strcpy(State.Paths.AppDirectory, WindowsPathOf(folder_).c_str());
+    std::snprintf(State.Paths.AppDirectory, sizeof(State.Paths.AppDirectory), "%s",
+                  WindowsPathOf(folder_).c_str());
     const Step clear = {160, "1134"}, finish = {160, "1"}, leave = {160, "esc"};
     user_.steps = {leave};
     EXPECT_EQ(1, ShowPage(FinishPage()));

@@ -177,7 +177,7 @@ Bytes BootloaderWire(Bytes image) {
     image.resize(image.size() + 2 * Block, 0xFF);
     for (std::uint32_t offset = Block; offset < fileSize; offset += Block) {
         Append(wire, {offset, Block, 0});
-        const auto data = image.begin() + static_cast<std::ptrdiff_t>(offset + 0x20);
+        const auto data = image.begin() + static_cast<std::ptrdiff_t>(offset) + 0x20;
         wire.insert(wire.end(), data, data + Block);
     }
     return wire;
