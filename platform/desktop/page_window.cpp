@@ -246,9 +246,9 @@ void PageWindow::Enable(QWidget* widget, bool enabled) {
 
 void PageWindow::ShowControl(const ControlView& control) {
     const auto found = controls_.find(control.handle);
-    if (found == controls_.end())
+    QWidget* const widget = found == controls_.end() ? nullptr : found->second;
+    if (!widget)
         return;
-    QWidget* const widget = found->second;
     showing_ = true;
     if (auto* label = dynamic_cast<TextLabel*>(widget)) {
         label->Show(control);
