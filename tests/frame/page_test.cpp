@@ -1,5 +1,6 @@
 // What the frame does for all pages: ends them with the run, centres them on the screen, opens
-// pages that do not block, moves the progress bar. label: threads
+// pages that do not block, moves the progress bar.
+// label: threads
 
 #include "frame/run_end.h"
 

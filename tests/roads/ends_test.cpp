@@ -1,5 +1,6 @@
 // Every end of a run: each failure shows its page, with the record, the handheld and the exit code
-// as they must be, and no page comes after it. label: threads
+// as they must be, and no page comes after it.
+// label: threads
 
 #include "tests/roads/road.h"
 
