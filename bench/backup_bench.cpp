@@ -6,7 +6,7 @@
 
 #include "bench/costs.h"
 
-#include "platform/descriptor.h"
+#include "platform/base/descriptor.h"
 #include "testing/cradle.h"
 #include "testing/pc_side.h"
 

@@ -5,7 +5,7 @@
 
 #include "bench/upgrade_run.h"
 
-#include "platform/descriptor.h"
+#include "platform/base/descriptor.h"
 
 #include <algorithm>
 #include <chrono>

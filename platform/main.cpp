@@ -5,10 +5,10 @@
 // alive: it leaves by _exit, with everything written that was printed.
 
 #include "platform/desktop/desktop_program.h"
-#include "platform/display.h"
-#include "platform/handles.h"
-#include "platform/rapi_session.h"
-#include "platform/signals.h"
+#include "platform/kernel/handles.h"
+#include "platform/rapi/rapi_session.h"
+#include "platform/windows/display.h"
+#include "platform/windows/signals.h"
 
 #include <windows.h>
 

@@ -10,8 +10,8 @@
 #include "simulator/local_socket.h"
 #include "simulator/registration.h"
 
-#include "platform/home.h"
-#include "platform/paths.h"
+#include "platform/base/home.h"
+#include "platform/files/paths.h"
 
 #include <cerrno>
 #include <charconv>

@@ -2,7 +2,7 @@
 
 #include "simulator/device_files.h"
 
-#include "platform/text.h"
+#include "platform/base/text.h"
 
 #include <algorithm>
 #include <utility>

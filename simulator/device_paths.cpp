@@ -2,7 +2,7 @@
 
 #include "simulator/device_paths.h"
 
-#include "platform/text.h"
+#include "platform/base/text.h"
 
 #include <algorithm>
 

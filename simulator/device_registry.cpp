@@ -4,7 +4,7 @@
 
 #include "simulator/device_errors.h"
 
-#include "platform/text.h"
+#include "platform/base/text.h"
 
 #include <charconv>
 #include <cstdio>

@@ -5,7 +5,7 @@
 #include "simulator/device_files.h"
 #include "simulator/device_paths.h"
 
-#include "platform/text.h"
+#include "platform/base/text.h"
 
 #include <algorithm>
 #include <map>

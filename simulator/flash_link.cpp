@@ -2,7 +2,7 @@
 
 #include "simulator/flash_link.h"
 
-#include "platform/clock.h"
+#include "platform/base/clock.h"
 
 #include <algorithm>
 #include <chrono>

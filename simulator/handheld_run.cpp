@@ -16,8 +16,8 @@
 #include "simulator/report.h"
 #include "simulator/serial_end.h"
 
-#include "platform/clock.h"
-#include "platform/home.h"
+#include "platform/base/clock.h"
+#include "platform/base/home.h"
 
 #include <algorithm>
 #include <chrono>

@@ -5,7 +5,7 @@
 // file: a new content is written beside the old one and takes its name.
 #pragma once
 
-#include "platform/descriptor.h"
+#include "platform/base/descriptor.h"
 
 #include <cstdint>
 #include <filesystem>

@@ -8,7 +8,7 @@
 #include "simulator/images.h"
 #include "simulator/wire.h"
 
-#include "platform/text.h"
+#include "platform/base/text.h"
 
 #include <chrono>
 #include <cstdio>

@@ -8,7 +8,7 @@
 
 #include "simulator/device_errors.h"
 
-#include "platform/text.h"
+#include "platform/base/text.h"
 
 #include <algorithm>
 #include <iterator>

@@ -6,7 +6,7 @@
 #include "simulator/images.h"
 #include "simulator/wire.h"
 
-#include "platform/text.h"
+#include "platform/base/text.h"
 
 #include <zlib.h>
 

@@ -2,7 +2,7 @@
 
 #include "testing/device_model.h"
 
-#include "platform/text.h"
+#include "platform/base/text.h"
 #include "testing/test_home.h"
 
 #include <algorithm>

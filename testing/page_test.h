@@ -3,9 +3,9 @@
 #pragma once
 
 #include "frame/page.h"
-#include "platform/display.h"
-#include "platform/resources.h"
-#include "platform/text.h"
+#include "platform/base/text.h"
+#include "platform/windows/display.h"
+#include "platform/windows/resources.h"
 #include "testing/page_facts.h"
 #include "testing/test_home.h"
 #include "wizard/main_window.h"

@@ -2,9 +2,9 @@
 
 #include "platform/desktop/conversions.h"
 
-#include "platform/byte_reader.h"
-#include "platform/display.h"
-#include "platform/resources.h"
+#include "platform/base/byte_reader.h"
+#include "platform/windows/display.h"
+#include "platform/windows/resources.h"
 
 #include <QApplication>
 #include <QBuffer>

@@ -2,7 +2,7 @@
 // thread alone.
 #pragma once
 
-#include "platform/drawing.h"
+#include "platform/windows/drawing.h"
 
 #include <QColor>
 #include <QFont>

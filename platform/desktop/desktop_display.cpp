@@ -6,7 +6,7 @@
 #include "platform/desktop/file_dialogs.h"
 #include "platform/desktop/page_window.h"
 #include "platform/desktop/task_bar.h"
-#include "platform/display.h"
+#include "platform/windows/display.h"
 
 #include <QApplication>
 

@@ -3,7 +3,7 @@
 #include "platform/desktop/desktop_program.h"
 
 #include "platform/desktop/desktop_display.h"
-#include "platform/display.h"
+#include "platform/windows/display.h"
 
 #include <QApplication>
 

@@ -1,7 +1,7 @@
 // The desktop's own file dialogs.
 #pragma once
 
-#include "platform/display.h"
+#include "platform/windows/display.h"
 
 #include <QFileDialog>
 #include <QPointer>

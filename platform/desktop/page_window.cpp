@@ -8,7 +8,7 @@
 
 #include "platform/desktop/mnemonics.h"
 #include "platform/desktop/text_label.h"
-#include "platform/page_lines.h"
+#include "platform/windows/page_lines.h"
 
 #include <windows.h>
 

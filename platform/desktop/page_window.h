@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/desktop/conversions.h"
-#include "platform/display.h"
+#include "platform/windows/display.h"
 
 #include <QDialog>
 

@@ -1,7 +1,7 @@
 // A static text of a page.
 #pragma once
 
-#include "platform/display.h"
+#include "platform/windows/display.h"
 
 #include <QColor>
 #include <QLabel>

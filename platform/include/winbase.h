@@ -15,7 +15,8 @@
 // - Events without names. Waits for events, threads and processes, of one or of several at a time.
 // - Processes: CreateProcessA without environment block; the program is found by path alone.
 //   OpenProcess and TerminateProcess never meet a process other than the one that was opened.
-// - Sleep, GetTickCount and every timeout run at the layer's clock (platform/clock.h); the calls
+// - Sleep, GetTickCount and every timeout run at the layer's clock (platform/base/clock.h); the
+// calls
 //   that give the date give the host's.
 // - LocalAlloc for fixed memory.
 #pragma once

@@ -1,8 +1,8 @@
 // Each page of the index against the page on the screen: its controls, and the results of its
 // commands.
 
-#include "platform/drawing.h"
-#include "platform/terminal_display.h"
+#include "platform/terminal/terminal_display.h"
+#include "platform/windows/drawing.h"
 #include "tests/pages/page_index.h"
 
 #include <stdexcept>

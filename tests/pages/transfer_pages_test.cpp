@@ -4,7 +4,7 @@
 
 #include "pages/closing_pages.h"
 #include "pages/progress_pages.h"
-#include "platform/pages.h"
+#include "platform/windows/pages.h"
 #include "testing/comes_true.h"
 #include "testing/page_test.h"
 #include "testing/registry_values.h"

@@ -1,8 +1,8 @@
 // Dialogs: their loops, their ends, their controls.
 // label: threads
 
-#include "platform/drawing.h"
-#include "platform/pages.h"
+#include "platform/windows/drawing.h"
+#include "platform/windows/pages.h"
 #include "tests/platform/window_support.h"
 
 #include <commctrl.h>

@@ -2,7 +2,7 @@
 
 #include "tests/platform/own_home.h"
 
-#include "platform/handles.h"
+#include "platform/kernel/handles.h"
 
 #include <windows.h>
 

@@ -1,7 +1,7 @@
 // Threads' message queues and timers.
 // label: threads
 
-#include "platform/window_model.h"
+#include "platform/windows/window_model.h"
 #include "tests/platform/window_support.h"
 
 #include <chrono>

@@ -2,9 +2,9 @@
 
 #include "tests/platform/own_home.h"
 
-#include "platform/home.h"
-#include "platform/paths.h"
-#include "platform/text.h"
+#include "platform/base/home.h"
+#include "platform/base/text.h"
+#include "platform/files/paths.h"
 
 #include <windows.h>
 

@@ -3,7 +3,7 @@
 
 #include "tests/platform/port_fixture.h"
 
-#include "platform/port_names.h"
+#include "platform/ports/port_names.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -4,9 +4,9 @@
 #include "testing/comes_true.h"
 #include "tests/platform/own_home.h"
 
-#include "platform/command_line.h"
-#include "platform/handles.h"
-#include "platform/process_identity.h"
+#include "platform/kernel/handles.h"
+#include "platform/processes/command_line.h"
+#include "platform/processes/process_identity.h"
 
 #include <windows.h>
 

@@ -3,8 +3,8 @@
 
 #include "rapi/rapi.h"
 
-#include "platform/descriptor.h"
-#include "platform/handles.h"
+#include "platform/base/descriptor.h"
+#include "platform/kernel/handles.h"
 #include "testing/comes_true.h"
 #include "tests/platform/own_home.h"
 

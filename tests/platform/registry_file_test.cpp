@@ -4,7 +4,7 @@
 #include "testing/killed_child.h"
 #include "tests/platform/own_home.h"
 
-#include "platform/registry_text.h"
+#include "platform/registry/registry_text.h"
 
 #include <windows.h>
 

@@ -1,8 +1,8 @@
 // Resources as the distribution's compiler writes them, and what comes of a file that is cut off.
 
-#include "platform/dialog_template.h"
-#include "platform/drawing.h"
-#include "platform/text.h"
+#include "platform/base/text.h"
+#include "platform/windows/dialog_template.h"
+#include "platform/windows/drawing.h"
 #include "tests/platform/window_support.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 
 #include "tests/platform/window_support.h"
 
-#include "platform/paths.h"
+#include "platform/files/paths.h"
 
 #include <shellapi.h>
 

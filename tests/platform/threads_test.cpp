@@ -4,7 +4,7 @@
 #include "testing/comes_true.h"
 #include "tests/platform/own_home.h"
 
-#include "platform/clock.h"
+#include "platform/base/clock.h"
 
 #include <windows.h>
 

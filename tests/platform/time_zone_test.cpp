@@ -1,6 +1,6 @@
 // Time zones of the host as Windows describes them.
 
-#include "platform/time_zone.h"
+#include "platform/base/time_zone.h"
 
 #include <windows.h>
 

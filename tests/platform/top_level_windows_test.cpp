@@ -2,7 +2,7 @@
 
 #include "tests/platform/window_support.h"
 
-#include "platform/window_records.h"
+#include "platform/windows/window_records.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -2,8 +2,8 @@
 // display that records its calls, and second processes that are real ones.
 #pragma once
 
-#include "platform/display.h"
-#include "platform/resources.h"
+#include "platform/windows/display.h"
+#include "platform/windows/resources.h"
 
 #include <windows.h>
 

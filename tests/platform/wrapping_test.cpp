@@ -1,6 +1,6 @@
 // Lines on a narrow terminal.
 
-#include "platform/wrapping.h"
+#include "platform/terminal/wrapping.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The connection manager carries RAPI, holds the port, and leaves nothing behind that blocks.
 
-#include "platform/descriptor.h"
+#include "platform/base/descriptor.h"
 #include "testing/comes_true.h"
 #include "testing/cradle.h"
 #include "testing/image_file.h"

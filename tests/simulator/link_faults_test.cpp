@@ -1,6 +1,6 @@
 // Faults of the cable: a handheld that leaves the bus, a port in use, noise.
 
-#include "platform/descriptor.h"
+#include "platform/base/descriptor.h"
 #include "testing/cradle.h"
 #include "testing/pc_side.h"
 

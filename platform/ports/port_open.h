@@ -1,0 +1,18 @@
+// Opening a port for CreateFileA.
+#pragma once
+
+#include "platform/kernel/handles.h"
+
+#include <windef.h>
+
+#include <memory>
+#include <string>
+
+namespace platform {
+
+// Opens the port that CreateFileA was given as "\\.\name"; `name` comes without that prefix and the
+// other arguments as they were given. Null with the last error set where it cannot be opened.
+std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD share,
+                                 DWORD disposition, DWORD flags);
+
+} // namespace platform

@@ -1,0 +1,44 @@
+// What all displays share: the measure of a line, warnings, and the wake-up by input.
+
+#include "platform/windows/display.h"
+
+#include "platform/windows/window_model.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <string>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace platform {
+
+bool PageView::IsInteractive() const {
+    return std::any_of(controls.begin(), controls.end(), [](const ControlView& control) {
+        return control.visible && platform::IsInteractive(control.kind);
+    });
+}
+
+LONG LineHeight(const LOGFONTA& font) {
+    constexpr double CellOfEm = 14.0 / 11; // of Arial on Windows at the size of the pages
+    return font.lfHeight < 0 ? static_cast<LONG>(std::lround(-font.lfHeight * CellOfEm))
+                             : font.lfHeight;
+}
+
+void Display::Warn(const std::string& sentence) {
+    if (IsWritable(STDERR_FILENO))
+        std::fprintf(stderr, "%s\n", sentence.c_str());
+}
+
+bool IsWritable(int file) {
+    pollfd waiting = {file, POLLOUT, 0};
+    return poll(&waiting, 1, 0) == 1 && (waiting.revents & POLLOUT);
+}
+
+void InputArrived() {
+    auto lock = LockWindows();
+    WakeAllThreads();
+}
+
+} // namespace platform
