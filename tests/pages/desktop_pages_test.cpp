@@ -1,6 +1,6 @@
 // Every page as the desktop shows it: its words whole, nothing over anything else, pictures at
 // their pixels, and every way to its results. A picture of each page is left in the build folder.
-// needs the toolkit
+// label: desktop
 
 #include "platform/desktop/conversions.h"
 #include "platform/desktop/desktop_display.h"

@@ -1,7 +1,7 @@
 // A home folder of its own for a test program, set before anything of the layer reads it.
 //
-// Include it once, in the program's only source. A child that is forked must leave with _exit: its
-// copy of this object would remove the folder under the test.
+// A child that is forked must leave with _exit: its copy of this object would remove the folder
+// under the test.
 #pragma once
 
 #include <cstdlib>
@@ -12,8 +12,6 @@
 #include <string>
 
 #include <sys/stat.h>
-
-namespace {
 
 class OwnHome {
 public:
@@ -40,15 +38,13 @@ private:
     std::filesystem::path folder_;
 };
 
-const OwnHome ownHome;
+inline const OwnHome ownHome;
 
-[[maybe_unused]] void WriteText(const std::filesystem::path& path, const std::string& text) {
+inline void WriteText(const std::filesystem::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 
-[[maybe_unused]] std::string ReadText(const std::filesystem::path& path) {
+inline std::string ReadText(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
-
-} // namespace

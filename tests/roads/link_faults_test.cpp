@@ -1,6 +1,6 @@
 // A device that answers wrongly, late or not at all, at each step of each transfer: what the wizard
 // shows, what it keeps for the next run, and that the next run succeeds.
-// fills the machine
+// label: sweeps
 
 #include "testing/side_by_side.h"
 #include "testing/trial.h"

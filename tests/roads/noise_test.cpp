@@ -2,9 +2,8 @@
 // success unless the device has received every piece. Then the wizard runs again, without the
 // noise.
 //
-// By hand, with more seeds: ROM_WIZARD_NOISE=COUNT,FIRST build/release/tests/roads_noise_test
-// label: threads
-// fills the machine
+// By hand, with more seeds: ROM_WIZARD_NOISE=COUNT,FIRST build/release/tests/roads_sweeps_test
+// label: sweeps
 
 #include "testing/extent.h"
 #include "testing/side_by_side.h"

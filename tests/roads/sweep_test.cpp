@@ -1,9 +1,8 @@
 // Upgrades that are cut off anywhere, and finished by running the wizard again as its pages say.
 // After each cut the page and the record are checked, and after the last run the flash.
 //
-// By hand, over more cuts: ROM_WIZARD_SWEEP=COUNT,SEED build/release/tests/roads_sweep_test
-// label: threads
-// fills the machine
+// By hand, over more cuts: ROM_WIZARD_SWEEP=COUNT,SEED build/release/tests/roads_sweeps_test
+// label: sweeps
 
 #include "testing/extent.h"
 #include "testing/sweep.h"
