@@ -126,7 +126,7 @@ TEST_F(PortOpenTest, settings_that_would_have_no_effect_are_refused) {
     EXPECT_TRUE(refuses([](DCB& asked) { asked.ByteSize = 7; }));
     EXPECT_TRUE(refuses([](DCB& asked) { asked.fOutX = 1; }));
     EXPECT_TRUE(refuses([](DCB& asked) { asked.fNull = 1; }));
-    EXPECT_TRUE(refuses([](DCB& asked) { asked.fRtsControl = RTS_CONTROL_HANDSHAKE; }));
+    EXPECT_TRUE(refuses([](DCB& asked) { asked.fRtsControl = 2; })); // by handshake
     COMMTIMEOUTS limits = {};
     limits.ReadTotalTimeoutConstant = 100;
     EXPECT_FALSE(SetCommTimeouts(port, &limits));

@@ -104,76 +104,6 @@ TEST_F(PortTransferTest, bytes_that_nobody_reads_hold_the_sender_back_and_none_i
     EXPECT_TRUE(sent == got);
 }
 
-TEST_F(PortTransferTest, calls_on_a_plain_handle_return_when_they_are_done) {
-    Open(0);
-    DWORD count = 0;
-    ASSERT_TRUE(WriteFile(port, "hello", 5, &count, nullptr));
-    EXPECT_EQ(5U, count);
-    EXPECT_EQ("hello", ReadAsDevice(5));
-
-    ASSERT_TRUE(SetCommMask(port, EV_RXCHAR));
-    std::thread device_([this] { WriteAsDevice("ab"); });
-    DWORD events = 0;
-    EXPECT_TRUE(WaitCommEvent(port, &events, nullptr));
-    EXPECT_EQ(DWORD{EV_RXCHAR}, events);
-    char bytes[2] = {};
-    EXPECT_TRUE(ReadFile(port, bytes, 2, &count, nullptr));
-    EXPECT_EQ("ab", std::string(bytes, count));
-    device_.join();
-}
-
-TEST_F(PortTransferTest, closing_a_plain_handle_ends_a_call_on_another_thread) {
-    Open(0);
-    std::atomic<DWORD> error = 0;
-    std::atomic<bool> begun = false;
-    std::thread reader([&] {
-        char bytes[2] = {};
-        DWORD count = 0;
-        begun = true;
-        if (!ReadFile(port, bytes, 2, &count, nullptr))
-            error = GetLastError();
-    });
-    ASSERT_TRUE(ComesTrue([&] { return begun.load(); }));
-    EXPECT_TRUE(CloseHandle(port));
-    reader.join();
-    port = INVALID_HANDLE_VALUE;
-    // The second where the handle was closed before the call began.
-    EXPECT_TRUE(error == ERROR_OPERATION_ABORTED || error == ERROR_INVALID_HANDLE);
-}
-
-struct AbandonedRead {
-    HANDLE port;
-    std::atomic<bool> begun = false, left = false;
-};
-
-DWORD WINAPI ReadAndBeTerminated(LPVOID parameter) {
-    auto& read = *static_cast<AbandonedRead*>(parameter);
-    struct Leaving {
-        AbandonedRead& read;
-        ~Leaving() { read.left = true; }
-    } leaving{read};
-    char bytes[100];
-    DWORD count = 0;
-    read.begun = true;
-    ReadFile(read.port, bytes, sizeof(bytes), &count, nullptr);
-    return 0;
-}
-
-TEST_F(PortTransferTest, a_thread_that_is_terminated_takes_its_read_with_it) {
-    Open(0);
-    AbandonedRead read{port};
-    const HANDLE thread = CreateThread(nullptr, 0, ReadAndBeTerminated, &read, 0, nullptr);
-    ASSERT_TRUE(ComesTrue([&] { return read.begun.load(); }));
-    ASSERT_TRUE(TerminateThread(thread, 0));
-    ASSERT_TRUE(ComesTrue([&] { return read.left.load(); }));
-    CloseHandle(thread);
-    WriteAsDevice("mine");
-    char bytes[4] = {};
-    DWORD count = 0;
-    EXPECT_TRUE(ReadFile(port, bytes, 4, &count, nullptr));
-    EXPECT_EQ("mine", std::string(bytes, 4));
-}
-
 TEST_F(PortTransferTest, a_record_belongs_to_its_caller_again_once_its_event_is_signalled) {
     Open();
     std::thread device_([this] { ReadAsDevice(3000); });
@@ -185,7 +115,7 @@ TEST_F(PortTransferTest, a_record_belongs_to_its_caller_again_once_its_event_is_
     device_.join();
 }
 
-TEST_F(PortTransferTest, a_call_takes_a_record_where_the_handle_is_overlapped_and_only_there) {
+TEST_F(PortTransferTest, a_call_takes_a_record) {
     Open();
     char byte = 0;
     DWORD count = 0;

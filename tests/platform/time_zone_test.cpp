@@ -89,20 +89,4 @@ TEST(TimeZone, a_date_that_follows_no_rule_is_right_for_its_year) {
     EXPECT_EQ(Rule(info.StandardDate), "10.1.2/2:0");
 }
 
-TEST(TimeZone, system_time_is_utc_and_local_time_has_the_offset) {
-    setenv("TZ", "XXX-5:30", 1);
-    SYSTEMTIME utc;
-    SYSTEMTIME local;
-    do {
-        GetSystemTime(&utc);
-        GetLocalTime(&local);
-    } while (utc.wSecond != local.wSecond); // the second may turn between the two
-    EXPECT_EQ((local.wHour * 60 + local.wMinute - utc.wHour * 60 - utc.wMinute + 1440) % 1440, 330);
-    const std::time_t now = std::time(nullptr);
-    EXPECT_EQ(utc.wYear, std::gmtime(&now)->tm_year + 1900);
-    TIME_ZONE_INFORMATION info;
-    EXPECT_EQ(GetTimeZoneInformation(&info), DWORD{TIME_ZONE_ID_UNKNOWN});
-    EXPECT_EQ(info.Bias, -330);
-}
-
 } // namespace
