@@ -80,43 +80,6 @@ TEST_F(Files, what_cannot_be_opened_has_its_own_error) {
     EXPECT_EQ(ReadText("there"), "x");
 }
 
-TEST_F(Files, bytes_are_written_and_read_at_the_position) {
-    const HANDLE file = Open("data", GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS);
-    DWORD done = 0;
-    const auto seek = [file](LONG position, int origin) {
-        return _llseek(static_cast<HFILE>(reinterpret_cast<std::intptr_t>(file)), position, origin);
-    };
-    EXPECT_EQ(seek(32, FILE_BEGIN), 32);
-    EXPECT_TRUE(WriteFile(file, "payload", 7, &done, nullptr));
-    EXPECT_EQ(done, 7u);
-    EXPECT_EQ(GetFileSize(file, nullptr), 39u);
-    EXPECT_EQ(seek(32, FILE_BEGIN), 32);
-    EXPECT_EQ(ReadSome(file, 100), "payload");
-    EXPECT_EQ(ReadSome(file, 100), "");
-    EXPECT_EQ(seek(0, FILE_BEGIN), 0);
-    EXPECT_EQ(ReadSome(file, 2), std::string(2, '\0'));
-    EXPECT_EQ(seek(1, FILE_BEGIN + 1), -1);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-    EXPECT_TRUE(FlushFileBuffers(file));
-    CloseHandle(file);
-}
-
-TEST_F(Files, a_handle_does_only_what_it_was_opened_for) {
-    WriteText("data", "x");
-    char byte = 0;
-    DWORD done = 0;
-    const HANDLE reader = Open("data", GENERIC_READ, OPEN_EXISTING);
-    EXPECT_FALSE(WriteFile(reader, "y", 1, &done, nullptr));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    CloseHandle(reader);
-    EXPECT_FALSE(ReadFile(reader, &byte, 1, &done, nullptr));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-    const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    EXPECT_FALSE(ReadFile(event, &byte, 1, &done, nullptr));
-    EXPECT_EQ(GetFileSize(event, nullptr), INVALID_FILE_SIZE);
-    CloseHandle(event);
-}
-
 // Whether a second open, of another process, is let in.
 bool OtherProcessMayOpen(DWORD access, DWORD disposition, DWORD share) {
     const pid_t other = fork();
@@ -206,16 +169,6 @@ TEST_F(Files, searches_find_one_name_or_all_in_their_order) {
     EXPECT_EQ(Find("Z:\\proc\\self\\stat").front(), "stat");
     const auto root = Find("Z:\\*.*"); // a root has no folder above it
     EXPECT_TRUE(std::find(root.begin(), root.end(), "..\\") == root.end());
-}
-
-TEST_F(Files, a_search_gives_the_size) {
-    WriteText("data", "12345");
-    WIN32_FIND_DATAA data;
-    const HANDLE search = FindFirstFileA("data", &data);
-    EXPECT_EQ(data.nFileSizeLow, 5u);
-    EXPECT_EQ(data.dwFileAttributes, DWORD{FILE_ATTRIBUTE_ARCHIVE});
-    EXPECT_FALSE(CloseHandle(search)); // a search is closed by its own call
-    EXPECT_TRUE(FindClose(search));
 }
 
 TEST_F(Files, closing_twice_is_counted_and_closing_nothing_is_not) {

@@ -64,24 +64,6 @@ TEST_F(Paths, drives_separators_and_dots_are_understood) {
         EXPECT_EQ(HostPath(nowhere), "") << nowhere;
 }
 
-TEST_F(Paths, a_name_that_windows_cannot_spell_is_found_again_by_its_replacement) {
-    const std::string greek = Work("\xCE\xA9mega"); // "Ωmega"
-    std::filesystem::create_directory(greek);
-    EXPECT_EQ(HostPath("?mega"), greek);
-    const std::string separator = Work("a\\b");
-    std::filesystem::create_directories(Work("a/b"));
-    WriteText(separator, "x");
-    EXPECT_EQ(HostPath(platform::WindowsPath(separator)), separator);
-    const std::string latin = Work("Fran\xE7"
-                                   "ais"); // a name from a disk that is no UTF-8
-    WriteText(latin, "x");
-    EXPECT_EQ(HostPath("fran\xC7"
-                       "ais"),
-              latin);
-    WriteText(Work("Français"), "x");
-    EXPECT_EQ(HostPath(platform::WindowsPath(latin)), latin);
-}
-
 TEST_F(Paths, a_name_that_fits_several_entries_opens_none_and_each_ones_path_leads_to_it) {
     struct {
         const char *one, *other, *name;
@@ -119,17 +101,6 @@ TEST_F(Paths, the_current_folder_has_its_drive) {
     char tight[MAX_PATH] = "x";
     EXPECT_EQ(GetCurrentDirectoryA(length, tight), length + 1);
     EXPECT_STREQ(tight, "x");
-}
-
-TEST_F(Paths, the_home_folder_is_private_and_stays_where_it_was) {
-    const std::string path = platform::HomePath("ports/COM1");
-    EXPECT_EQ(path, (ownHome.Home() / "ports/COM1").string());
-    struct stat status {};
-    ASSERT_EQ(stat(ownHome.Home().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0700u);
-    EXPECT_TRUE(std::filesystem::is_directory(ownHome.Home() / "ports"));
-    std::filesystem::current_path("/");
-    EXPECT_EQ(platform::HomePath("ports/COM1"), path);
 }
 
 // By its name it runs first: the layer chooses its home once in a process.

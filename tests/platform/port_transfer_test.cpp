@@ -14,20 +14,6 @@ using namespace port_test;
 
 using PortTransferTest = PortTest;
 
-TEST_F(PortTransferTest, every_value_passes_both_ways_unchanged) {
-    Open();
-    ReadAtOnce();
-    const std::string all = Pattern(1024);
-    WriteAsDevice(all);
-    EXPECT_TRUE(all == ReadFromPort(all.size()));
-    Call call;
-    ASSERT_TRUE(Pends(WriteFile(port, all.data(), 1024, nullptr, &call.record)));
-    EXPECT_TRUE(all == ReadAsDevice(all.size()));
-    ASSERT_TRUE(call.Ends());
-    EXPECT_EQ(DWORD{ERROR_SUCCESS}, call.Error());
-    EXPECT_EQ(1024U, call.Count());
-}
-
 TEST_F(PortTransferTest, writes_arrive_whole_and_in_order_at_a_slow_reader) {
     Open();
     const std::string bytes = Pattern(12288 + 0x20000 + 1);
@@ -45,16 +31,6 @@ TEST_F(PortTransferTest, writes_arrive_whole_and_in_order_at_a_slow_reader) {
         EXPECT_EQ(DWORD{ERROR_SUCCESS}, calls[i].Error());
         EXPECT_EQ(lengths[i], calls[i].Count());
     }
-}
-
-TEST_F(PortTransferTest, a_write_without_bytes_completes) {
-    Open();
-    Call call;
-    DWORD count = 7;
-    EXPECT_TRUE(WriteFile(port, nullptr, 0, &count, &call.record) || Pends(FALSE));
-    EXPECT_TRUE(call.Ends());
-    EXPECT_EQ(DWORD{ERROR_SUCCESS}, call.Error());
-    EXPECT_EQ(0U, call.Count());
 }
 
 TEST_F(PortTransferTest, a_read_returns_at_once_with_what_has_arrived) {
@@ -102,33 +78,6 @@ TEST_F(PortTransferTest, bytes_that_nobody_reads_hold_the_sender_back_and_none_i
     got += ReadFromPort(sent.size() - got.size());
     sender.join();
     EXPECT_TRUE(sent == got);
-}
-
-TEST_F(PortTransferTest, a_record_belongs_to_its_caller_again_once_its_event_is_signalled) {
-    Open();
-    std::thread device_([this] { ReadAsDevice(3000); });
-    for (int round = 0; round < 3000; ++round) {
-        auto call = std::make_unique<Call>();
-        ASSERT_TRUE(Pends(WriteFile(port, "x", 1, nullptr, &call->record)));
-        ASSERT_TRUE(call->Ends());
-    }
-    device_.join();
-}
-
-TEST_F(PortTransferTest, a_call_takes_a_record) {
-    Open();
-    char byte = 0;
-    DWORD count = 0;
-    EXPECT_FALSE(ReadFile(port, &byte, 1, &count, nullptr));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-    DWORD returned = 0;
-    EXPECT_FALSE(DeviceIoControl(port, 0x1B0028, nullptr, 0, nullptr, 0, &returned, nullptr));
-    EXPECT_EQ(DWORD{ERROR_INVALID_FUNCTION}, GetLastError());
-    const HANDLE closed = port;
-    Close();
-    Call call;
-    EXPECT_FALSE(WriteFile(closed, "x", 1, nullptr, &call.record));
-    EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
 }
 
 } // namespace

@@ -81,31 +81,6 @@ TEST(Processes, a_program_inherits_no_descriptor_and_reads_nothing_of_ours) {
     close(Leaky);
 }
 
-// The set of signals in a line of a process's status, or all where the line is missing.
-std::uint64_t SignalsIn(const std::string& status, const std::string& line) {
-    const auto start = status.find(line);
-    return start == std::string::npos
-               ? ~std::uint64_t{0}
-               : std::stoull(status.substr(start + line.size()), nullptr, 16);
-}
-
-TEST(Processes, a_program_starts_with_no_signal_blocked_or_ignored) {
-    const auto out = (ownHome.Work() / "status").string();
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, &before);
-    const auto ignored = std::signal(SIGPIPE, SIG_IGN);
-    const DWORD copy = Start("Z:\\bin\\cp", "cp /proc/self/status " + out);
-    std::signal(SIGPIPE, ignored);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    EXPECT_TRUE(Ends(copy));
-    // The host's C library keeps two signals above these to itself.
-    constexpr std::uint64_t Standard = 0x7FFFFFFF;
-    EXPECT_EQ(SignalsIn(ReadText(out), "SigBlk:"), 0u);
-    EXPECT_EQ(SignalsIn(ReadText(out), "SigIgn:") & Standard, 0u);
-}
-
 TEST(Processes, what_cannot_be_started_has_its_own_error) {
     WriteText(ownHome.Work() / "text", "no program");
     std::filesystem::current_path(ownHome.Work());
@@ -136,17 +111,6 @@ TEST(Processes, a_process_that_others_started_is_opened_and_ended) {
     KillAndReap(child);
 }
 
-TEST(Processes, what_is_no_process_opens_nothing_and_ends_nothing) {
-    const pid_t gone = ForkSleeper();
-    KillAndReap(gone);
-    for (const DWORD id : {DWORD{0}, static_cast<DWORD>(gone), DWORD{0xFFFFFFFF}}) {
-        EXPECT_EQ(OpenProcess(AllAccess, FALSE, id), nullptr);
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-    }
-    EXPECT_FALSE(TerminateProcess(nullptr, 0));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-}
-
 TEST(Processes, a_number_that_was_read_for_another_process_opens_nothing) {
     const pid_t child = ForkSleeper();
     const auto id = static_cast<DWORD>(child);
@@ -162,39 +126,6 @@ TEST(Processes, a_number_that_was_read_for_another_process_opens_nothing) {
     CloseHandle(process);
     EXPECT_TRUE(StillRuns(child));
     KillAndReap(child);
-}
-
-// Makes a child under a number that has just become free; -1 where the host does not let us.
-pid_t ForkSleeperAs(pid_t wanted) {
-    for (int attempt = 0; attempt < 200; ++attempt) {
-        const int last = open("/proc/sys/kernel/ns_last_pid", O_WRONLY | O_CLOEXEC);
-        const std::string number = std::to_string(wanted - 1);
-        const bool set = last >= 0 && write(last, number.data(), number.size()) > 0;
-        close(last);
-        if (!set)
-            return -1;
-        const pid_t child = ForkSleeper();
-        if (child == wanted)
-            return child;
-        KillAndReap(child);
-    }
-    return -1;
-}
-
-TEST(Processes, a_number_given_to_somebody_else_is_never_ended) {
-    const pid_t child = ForkSleeper();
-    const HANDLE process = OpenProcess(AllAccess, FALSE, static_cast<DWORD>(child));
-    ASSERT_NE(process, nullptr);
-    KillAndReap(child);
-    const pid_t stranger = ForkSleeperAs(child);
-    if (stranger != child) {
-        CloseHandle(process);
-        GTEST_SKIP() << "this host does not let a process number be given out on purpose";
-    }
-    EXPECT_FALSE(TerminateProcess(process, 0));
-    EXPECT_TRUE(StillRuns(stranger));
-    EXPECT_EQ(WTERMSIG(KillAndReap(stranger)), SIGKILL);
-    CloseHandle(process);
 }
 
 TEST(CommandLine, arguments_are_split_as_windows_programs_split_them) {

@@ -59,12 +59,6 @@ protected:
 
 } // namespace
 
-TEST_F(Shell, starts_the_program_that_is_named_where_the_host_has_it) {
-    Install("bin/wordpad.exe");
-    Install("bin/xdg-open");
-    EXPECT_EQ(Execute(), Folder().string() + "|readme.doc|");
-}
-
 TEST_F(Shell, opens_the_document_where_the_host_has_no_such_program) {
     Install("bin/xdg-open");
     Install("wordpad.exe"); // in the current folder, which a PATH may name

@@ -49,21 +49,6 @@ TEST(Events, one_stays_set_until_it_is_reset) {
     EXPECT_EQ(GetLastError(), DWORD{ERROR_CALL_NOT_IMPLEMENTED});
 }
 
-TEST(Threads, a_thread_knows_the_id_that_its_starter_was_given) {
-    DWORD id = 0;
-    static std::atomic<DWORD> own;
-    const HANDLE thread = CreateThread(
-        nullptr, 0,
-        [](void*) -> DWORD {
-            own = GetCurrentThreadId();
-            return 0;
-        },
-        nullptr, 0, &id);
-    AwaitEnd(thread);
-    EXPECT_EQ(own, id);
-    EXPECT_NE(id, GetCurrentThreadId());
-}
-
 TEST(Threads, a_handle_may_be_closed_while_the_thread_runs) {
     static HANDLE go, done;
     go = NewEvent(TRUE, FALSE);

@@ -84,20 +84,6 @@ TEST(TopLevelWindows, of_a_process_that_was_killed_are_windows_no_more) {
     EXPECT_EQ(RecordCount(home), 0u);
 }
 
-TEST(TopLevelWindows, work_in_their_process_where_the_folder_cannot_be_written) {
-    TemporaryHome home;
-    auto folder = home.Path() / "windows";
-    std::filesystem::remove_all(folder);
-    std::ofstream(folder) << "no folder";
-    HWND window = OpenPlainWindow("SETUP", "SETUP");
-    ASSERT_NE(window, nullptr);
-    char title[10];
-    EXPECT_EQ(GetWindowTextA(window, title, sizeof(title)), 5);
-    EXPECT_TRUE(DestroyWindow(window));
-    EXPECT_FALSE(IsWindow(window));
-    std::filesystem::remove(folder);
-}
-
 TEST(TopLevelWindows, go_on_where_somebody_removes_the_folder_or_keeps_its_lock) {
     TemporaryHome home;
     auto folder = home.Path() / "windows";
