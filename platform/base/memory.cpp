@@ -5,12 +5,12 @@
 #include <cstdlib>
 
 HLOCAL WINAPI LocalAlloc(UINT flags, SIZE_T bytes) {
-    if (flags & ~UINT{LMEM_ZEROINIT}) {
+    if (flags != LMEM_FIXED) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
     const SIZE_T size = bytes == 0 ? 1 : bytes; // a block of no bytes has an address of its own too
-    void* memory = flags & LMEM_ZEROINIT ? std::calloc(1, size) : std::malloc(size);
+    void* memory = std::malloc(size);
     if (!memory)
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return memory;

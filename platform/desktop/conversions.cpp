@@ -39,26 +39,12 @@ void Put(QByteArray& bytes, std::span<const std::uint8_t> data) {
     bytes.append(reinterpret_cast<const char*>(data.data()), static_cast<qsizetype>(data.size()));
 }
 
-// Where the pixels start: behind the header and the palette.
-std::uint32_t PixelOffset(std::span<const std::uint8_t> bitmap) {
-    ByteReader reader(bitmap);
-    const std::uint32_t header = reader.Long();
-    reader.Skip(10); // size and planes
-    const unsigned depth = reader.Word();
-    reader.Skip(16); // compression, size of the pixels, resolution
-    std::uint32_t colours = reader.Long();
-    if (depth <= 8 && colours == 0)
-        colours = 1U << depth;
-    return BitmapFileHeader + header + 4 * colours;
-}
-
 } // namespace
 
 QFont FontOf(const LOGFONTA& description) {
     QFont font = QApplication::font();
     font.setFamilies({QString::fromLatin1(description.lfFaceName)});
     font.setWeight(description.lfWeight >= FW_BOLD ? QFont::Bold : QFont::Normal);
-    font.setItalic(description.lfItalic);
     font.setHintingPreference(QFont::PreferVerticalHinting); // widths stay those of the design
     const int em = static_cast<int>(std::abs(description.lfHeight));
     const auto cell = static_cast<double>(LineHeight(description));
@@ -92,7 +78,7 @@ QPixmap PixmapOf(const Picture& picture) {
     QByteArray file("BM");
     Put(file, static_cast<std::uint32_t>(BitmapFileHeader + picture.bitmap.size()), 4);
     Put(file, 0, 4);
-    Put(file, PixelOffset(picture.bitmap), 4);
+    Put(file, static_cast<std::uint32_t>(BitmapFileHeader + picture.pixels), 4);
     Put(file, picture.bitmap);
     return QPixmap::fromImage(QImage::fromData(file, "BMP"));
 }

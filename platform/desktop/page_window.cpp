@@ -78,10 +78,9 @@ public:
     void ShowPictures(const std::vector<PaintedPicture>& pictures) {
         pictures_.clear();
         for (const PaintedPicture& picture : pictures)
-            pictures_.push_back(
-                {PixmapOf(*picture.picture),
-                 {picture.x, picture.y},
-                 {picture.sourceX, picture.sourceY, picture.width, picture.height}});
+            pictures_.push_back({PixmapOf(*picture.picture),
+                                 {picture.x, picture.y},
+                                 {0, 0, picture.width, picture.height}});
         update();
     }
 

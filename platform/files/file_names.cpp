@@ -1,9 +1,8 @@
-// Calls that take a file or a folder by its name: deleting, the current directory, the free space
-// of a disk.
+// Names of files and folders: which a new file may have, the current directory, the free space of
+// a disk.
 
 #include "platform/files/file_names.h"
 
-#include "platform/base/descriptor.h"
 #include "platform/base/errors.h"
 #include "platform/files/paths.h"
 
@@ -14,32 +13,9 @@
 #include <filesystem>
 #include <string>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <unistd.h>
 
 namespace platform {
-namespace {
-
-BOOL Fail(DWORD error) {
-    SetLastError(error);
-    return FALSE;
-}
-
-DWORD NameError(const std::string& path) {
-    return errno == ENOENT ? MissingNameError(path) : ErrorFromErrno(errno);
-}
-
-// Whether a program that uses this layer holds the file open in a way that keeps others out. Where
-// the file cannot even be opened, the delete itself decides.
-bool IsHeldByOthers(const std::string& path) {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-    return file && flock(file.Number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-}
-
-} // namespace
 
 bool IsLegalNewName(std::string_view windowsPath) {
     const bool drive = windowsPath.size() > 1 && windowsPath[1] == ':';
@@ -55,24 +31,6 @@ bool IsLegalNewName(std::string_view windowsPath) {
 }
 
 } // namespace platform
-
-using platform::Fail;
-using platform::HostPath;
-using platform::NameError;
-
-BOOL WINAPI DeleteFileA(LPCSTR name) {
-    const std::string path = HostPath(name ? name : "");
-    struct stat status;
-    if (path.empty())
-        return Fail(ERROR_PATH_NOT_FOUND);
-    if (lstat(path.c_str(), &status) != 0)
-        return Fail(NameError(path));
-    if (S_ISDIR(status.st_mode))
-        return Fail(ERROR_ACCESS_DENIED);
-    if (S_ISREG(status.st_mode) && platform::IsHeldByOthers(path))
-        return Fail(ERROR_SHARING_VIOLATION);
-    return unlink(path.c_str()) == 0 ? TRUE : Fail(NameError(path));
-}
 
 // With too small a buffer: the size needed, terminator included, and nothing is written.
 DWORD WINAPI GetCurrentDirectoryA(DWORD size, LPSTR buffer) {
@@ -90,28 +48,19 @@ DWORD WINAPI GetCurrentDirectoryA(DWORD size, LPSTR buffer) {
     return length;
 }
 
-BOOL WINAPI SetCurrentDirectoryA(LPCSTR name) {
-    const std::string path = HostPath(name ? name : "");
-    if (path.empty())
-        return Fail(ERROR_PATH_NOT_FOUND);
-    if (chdir(path.c_str()) == 0)
-        return TRUE;
-    return Fail(errno == ENOTDIR ? DWORD{ERROR_DIRECTORY} : NameError(path));
-}
-
 BOOL WINAPI GetDiskFreeSpaceExA(LPCSTR directory, PULARGE_INTEGER freeToCaller,
                                 PULARGE_INTEGER total, PULARGE_INTEGER totalFree) {
-    const std::string path = HostPath(directory ? directory : ".");
+    const std::string path = platform::HostPath(directory ? directory : "");
     struct statvfs status;
-    if (path.empty() || statvfs(path.c_str(), &status) != 0)
-        return Fail(path.empty() || errno == ENOENT ? DWORD{ERROR_PATH_NOT_FOUND}
-                                                    : NameError(path));
-    const ULONGLONG unit = status.f_frsize;
-    if (freeToCaller)
-        freeToCaller->QuadPart = unit * status.f_bavail;
-    if (total)
-        total->QuadPart = unit * status.f_blocks;
-    if (totalFree)
-        totalFree->QuadPart = unit * status.f_bfree;
+    if (total || totalFree) {
+        SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+        return FALSE;
+    }
+    if (path.empty() || statvfs(path.c_str(), &status) != 0) {
+        const bool missing = path.empty() || errno == ENOENT;
+        SetLastError(missing ? DWORD{ERROR_PATH_NOT_FOUND} : platform::ErrorFromErrno(errno));
+        return FALSE;
+    }
+    freeToCaller->QuadPart = ULONGLONG{status.f_frsize} * status.f_bavail;
     return TRUE;
 }

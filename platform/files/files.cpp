@@ -1,4 +1,4 @@
-// Files: opening, reading, writing, positions.
+// Files: opening, reading, writing, the position.
 //
 // An existing file is emptied only after its lock has been taken: a name that somebody else holds
 // open must not lose its content to an open that is then refused. Only regular files are opened: a
@@ -10,13 +10,11 @@
 #include "platform/files/file_names.h"
 #include "platform/files/file_object.h"
 #include "platform/files/paths.h"
-#include "platform/kernel/waits.h"
 
 #include <winbase.h>
 
 #include <cerrno>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 
@@ -44,42 +42,27 @@ private:
     const DWORD access_;
 };
 
-off_t OffsetOf(const OVERLAPPED& overlapped) {
-    return static_cast<off_t>((ULONGLONG{overlapped.OffsetHigh} << 32) | overlapped.Offset);
-}
-
-// Repeats a call that moves a part of the bytes until all are moved, none is left or it fails.
-// Gives how many were moved; after a failure errno is set.
-using MoveBytes = std::function<ssize_t(DWORD moved)>;
-
-DWORD MoveAll(DWORD count, const MoveBytes& move, bool& failed) {
-    DWORD moved = 0;
-    failed = false;
-    while (moved < count && !failed) {
+// Repeats a call that moves a part of the bytes until all are moved, none is left or it fails,
+// which gives false and the last error. `moved` is how many were moved in either case.
+template <class Move>
+bool MoveAll(DWORD count, Move move, DWORD& moved) {
+    moved = 0;
+    while (moved < count) {
         const ssize_t part = move(moved);
         if (part == 0)
             break;
-        if (part > 0)
+        if (part > 0) {
             moved += static_cast<DWORD>(part);
-        else
-            failed = errno != EINTR;
+        } else if (errno != EINTR) {
+            SetErrorFromErrno();
+            return false;
+        }
     }
-    return moved;
-}
-
-// An overlapped call has ended by the time it returns: its record and its event show that.
-void CompleteOverlapped(OVERLAPPED* overlapped, DWORD done) {
-    if (!overlapped)
-        return;
-    overlapped->Internal = 0;
-    overlapped->InternalHigh = done;
-    const auto event = FindEvent(overlapped->hEvent);
-    if (event)
-        event->Set();
+    return true;
 }
 
 bool MayMove(DWORD access, DWORD needed, const DWORD* done, const OVERLAPPED* overlapped) {
-    if (!done && !overlapped)
+    if (!done || overlapped)
         SetLastError(ERROR_INVALID_PARAMETER);
     else if (!(access & needed))
         SetLastError(ERROR_ACCESS_DENIED);
@@ -89,106 +72,46 @@ bool MayMove(DWORD access, DWORD needed, const DWORD* done, const OVERLAPPED* ov
 }
 
 BOOL File::Read(void* buffer, DWORD count, DWORD* done, OVERLAPPED* overlapped) {
-    if (done)
-        *done = 0;
     if (!MayMove(access_, GENERIC_READ, done, overlapped))
         return FALSE;
     const auto move = [&](DWORD moved) {
-        BYTE* to = static_cast<BYTE*>(buffer) + moved;
-        return overlapped ? pread(Number(), to, count - moved, OffsetOf(*overlapped) + moved)
-                          : read(Number(), to, count - moved);
+        return read(Number(), static_cast<BYTE*>(buffer) + moved, count - moved);
     };
-    bool failed;
-    const DWORD moved = MoveAll(count, move, failed);
-    if (failed)
-        SetErrorFromErrno();
-    else if (overlapped && moved == 0 && count > 0)
-        SetLastError(ERROR_HANDLE_EOF);
-    else
-        CompleteOverlapped(overlapped, moved);
-    if (done)
-        *done = moved;
-    return !failed && !(overlapped && moved == 0 && count > 0);
+    return MoveAll(count, move, *done);
 }
 
 BOOL File::Write(const void* data, DWORD count, DWORD* done, OVERLAPPED* overlapped) {
-    if (done)
-        *done = 0;
     if (!MayMove(access_, GENERIC_WRITE, done, overlapped))
         return FALSE;
     const auto move = [&](DWORD moved) {
-        const BYTE* from = static_cast<const BYTE*>(data) + moved;
-        return overlapped ? pwrite(Number(), from, count - moved, OffsetOf(*overlapped) + moved)
-                          : write(Number(), from, count - moved);
+        return write(Number(), static_cast<const BYTE*>(data) + moved, count - moved);
     };
-    bool failed;
-    const DWORD moved = MoveAll(count, move, failed);
-    if (done)
-        *done = moved;
-    if (failed) {
-        SetErrorFromErrno();
-        return FALSE;
-    }
-    CompleteOverlapped(overlapped, moved);
-    return TRUE;
+    return MoveAll(count, move, *done);
 }
 
-// How CreateFileA was asked to open.
+// How CreateFileA was asked to open. A file is opened as it is, or made and emptied.
 struct OpenRequest {
     std::string path;
-    DWORD access, share, disposition;
+    DWORD access, share;
+    bool makes;
 
-    bool MayCreate() const {
-        return disposition == CREATE_NEW || disposition == CREATE_ALWAYS ||
-               disposition == OPEN_ALWAYS;
-    }
-    bool Empties() const {
-        return disposition == CREATE_ALWAYS || disposition == TRUNCATE_EXISTING;
-    }
     int Mode() const {
-        const bool writes = (access & GENERIC_WRITE) || Empties();
-        if (!writes)
+        if (!makes && !(access & GENERIC_WRITE))
             return O_RDONLY;
         return access & GENERIC_READ ? O_RDWR : O_WRONLY;
     }
 };
 
-bool IsValid(const OpenRequest& request) {
-    const bool known =
-        request.disposition >= CREATE_NEW && request.disposition <= TRUNCATE_EXISTING;
-    const bool mayEmpty =
-        request.disposition != TRUNCATE_EXISTING || (request.access & GENERIC_WRITE);
-    return known && mayEmpty;
-}
-
 // As open; EACCES for what is no regular file, which is not touched.
-Descriptor OpenRegular(const char* path, int flags) {
+Descriptor OpenRegular(const OpenRequest& request) {
     struct stat status;
-    if (stat(path, &status) == 0 && !S_ISREG(status.st_mode)) {
+    if (stat(request.path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
         errno = EACCES;
         return {};
     }
-    return Descriptor(open(path, flags));
-}
-
-// The descriptor, or none with errno. Whether the file was there before decides the last error of
-// the caller, so creating and opening are two steps; somebody else may come between them.
-Descriptor OpenDescriptor(const OpenRequest& request, bool& existed) {
-    constexpr int Attempts = 10;
-    const int flags = request.Mode() | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    const char* path = request.path.c_str();
-    for (int attempt = 0; attempt < Attempts; ++attempt) {
-        existed = request.disposition != CREATE_NEW;
-        Descriptor descriptor = existed ? OpenRegular(path, flags) : Descriptor();
-        const bool missing = !existed || (!descriptor && errno == ENOENT);
-        if (!missing || !request.MayCreate())
-            return descriptor;
-        existed = false;
-        descriptor = Descriptor(open(path, flags | O_CREAT | O_EXCL, NewFileMode));
-        if (descriptor || errno != EEXIST || request.disposition == CREATE_NEW)
-            return descriptor;
-    }
-    return {};
+    const int flags = request.Mode() | (request.makes ? O_CREAT : 0);
+    return Descriptor(
+        open(request.path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, NewFileMode));
 }
 
 // 0, or the error. Sharing as the host's whole-file locks can express it: whoever shares nothing,
@@ -214,22 +137,15 @@ DWORD PrepareFile(int descriptor, const OpenRequest& request) {
     fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
     if (const int refused = LockAgainstOthers(descriptor, request))
         return static_cast<DWORD>(refused);
-    if (request.Empties() && ftruncate(descriptor, 0) != 0)
+    if (request.makes && ftruncate(descriptor, 0) != 0)
         return ErrorFromErrno(errno);
     return 0;
 }
 
-DWORD OpenError(const OpenRequest& request) {
-    if (errno == ENOENT && request.MayCreate())
-        return ERROR_PATH_NOT_FOUND;
-    return errno == ENOENT ? MissingNameError(request.path) : ErrorFromErrno(errno);
-}
-
 std::shared_ptr<Object> OpenPath(const OpenRequest& request) {
-    bool existed;
-    Descriptor descriptor = OpenDescriptor(request, existed);
+    Descriptor descriptor = OpenRegular(request);
     if (!descriptor) {
-        SetLastError(OpenError(request));
+        SetLastError(errno == ENOENT ? MissingNameError(request.path) : ErrorFromErrno(errno));
         return nullptr;
     }
     auto file = std::make_shared<File>(std::move(descriptor), request.access);
@@ -237,36 +153,20 @@ std::shared_ptr<Object> OpenPath(const OpenRequest& request) {
         SetLastError(error);
         return nullptr;
     }
-    // Windows reports in this way, and for these two only, whether the file was there before.
-    if (request.disposition == CREATE_ALWAYS || request.disposition == OPEN_ALWAYS)
-        SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return file;
-}
-
-// The new position, or -1 with the last error set.
-LONGLONG Seek(const File& file, LONGLONG distance, DWORD method) {
-    constexpr int Origins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
-    if (method > FILE_END) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return -1;
-    }
-    const off_t position = lseek(file.Number(), distance, Origins[method]);
-    if (position < 0)
-        SetLastError(errno == EINVAL ? ERROR_NEGATIVE_SEEK : ErrorFromErrno(errno));
-    return position;
 }
 
 } // namespace
 
 std::shared_ptr<Object> OpenFile(std::string_view name, DWORD access, DWORD share,
                                  DWORD disposition) {
-    const OpenRequest request{HostPath(name), access, share, disposition};
+    const OpenRequest request{HostPath(name), access, share, disposition == CREATE_ALWAYS};
     DWORD error = ERROR_SUCCESS;
     if (request.path.empty())
         error = ERROR_PATH_NOT_FOUND;
-    else if (!IsValid(request))
-        error = ERROR_INVALID_PARAMETER;
-    else if (request.MayCreate() && !IsLegalNewName(name))
+    else if (!request.makes && disposition != OPEN_EXISTING)
+        error = ERROR_CALL_NOT_IMPLEMENTED;
+    else if (request.makes && !IsLegalNewName(name))
         error = ERROR_INVALID_NAME;
     if (error == ERROR_SUCCESS)
         return OpenPath(request);
@@ -307,29 +207,19 @@ DWORD WINAPI GetFileSize(HANDLE handle, LPDWORD high) {
     return static_cast<DWORD>(size);
 }
 
-// A size or a position whose low half is 0xFFFFFFFF looks like a failure: callers then ask the last
-// error, which means success only where it is cleared.
-DWORD WINAPI SetFilePointer(HANDLE handle, LONG distance, PLONG distanceHigh, DWORD method) {
-    const auto file = FindHandleOf<File>(handle);
-    if (!file)
-        return INVALID_SET_FILE_POINTER;
-    const LONGLONG whole =
-        distanceHigh ? (LONGLONG{*distanceHigh} << 32) | static_cast<DWORD>(distance) : distance;
-    const LONGLONG position = platform::Seek(*file, whole, method);
-    if (position < 0)
-        return INVALID_SET_FILE_POINTER;
-    if (distanceHigh)
-        *distanceHigh = static_cast<LONG>(position >> 32);
-    const auto low = static_cast<DWORD>(position);
-    if (low == INVALID_SET_FILE_POINTER)
-        SetLastError(NO_ERROR);
-    return low;
-}
-
 LONG WINAPI _llseek(HFILE handle, LONG offset, int origin) {
     const auto number = static_cast<std::uintptr_t>(handle);
-    return static_cast<LONG>(SetFilePointer(reinterpret_cast<HANDLE>(number), offset, nullptr,
-                                            static_cast<DWORD>(origin)));
+    const auto file = FindHandleOf<File>(reinterpret_cast<HANDLE>(number));
+    if (!file)
+        return -1;
+    if (origin != FILE_BEGIN || offset < 0) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return -1;
+    }
+    const off_t position = lseek(file->Number(), offset, SEEK_SET);
+    if (position < 0)
+        platform::SetErrorFromErrno();
+    return static_cast<LONG>(position);
 }
 
 BOOL WINAPI FlushFileBuffers(HANDLE handle) {

@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <ctime>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,43 +25,10 @@
 namespace platform {
 namespace {
 
-// The instant in units of 100 nanoseconds since 1601.
-FILETIME FileTime(const timespec& time) {
-    constexpr LONGLONG SecondsFrom1601To1970 = 11644473600;
-    const auto count = static_cast<ULONGLONG>((time.tv_sec + SecondsFrom1601To1970) * 10000000 +
-                                              time.tv_nsec / 100);
-    return {static_cast<DWORD>(count), static_cast<DWORD>(count >> 32)};
-}
+constexpr std::string_view Everything = "*.*";
 
-// Where a text fails behind a '*', only the latest '*' has to match one character more: that keeps
-// the time bounded for patterns with many of them.
 bool Matches(std::string_view pattern, std::string_view name) {
-    std::size_t at = 0;
-    std::size_t star = std::string_view::npos;
-    std::size_t behindStar = 0;
-    for (std::size_t i = 0; i < name.size();) {
-        if (at < pattern.size() && pattern[at] == '*') {
-            star = at++;
-            behindStar = i;
-        } else if (at < pattern.size() &&
-                   (pattern[at] == '?' || FoldAnsi(pattern[at]) == FoldAnsi(name[i]))) {
-            ++at;
-            ++i;
-        } else if (star != std::string_view::npos) {
-            at = star + 1;
-            i = ++behindStar;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of('*', at) == std::string_view::npos;
-}
-
-// "name.*" also matches a name without a dot, and so "*.*" every name.
-bool MatchesAsDosWould(std::string_view pattern, std::string_view name) {
-    if (pattern.ends_with(".*") && name.find('.') == std::string_view::npos)
-        pattern.remove_suffix(2);
-    return Matches(pattern, name);
+    return pattern == Everything || CompareAnsiNoCase(pattern, name) == 0;
 }
 
 class Search : public Object {
@@ -92,9 +58,6 @@ std::optional<WIN32_FIND_DATAA> Describe(const std::string& folder, const std::s
         return std::nullopt;
     name.copy(data.cFileName, name.size());
     data.dwFileAttributes = FILE_ATTRIBUTE_ARCHIVE;
-    data.ftCreationTime = FileTime(status.st_mtim); // the host keeps no better one
-    data.ftLastAccessTime = FileTime(status.st_atim);
-    data.ftLastWriteTime = FileTime(status.st_mtim);
     if (S_ISDIR(status.st_mode)) {
         data.dwFileAttributes = FILE_ATTRIBUTE_DIRECTORY;
         return data;
@@ -125,7 +88,7 @@ std::optional<std::vector<WIN32_FIND_DATAA>> List(const std::string& folder,
     while (const dirent* entry = readdir(directory.get())) {
         const std::string name = entry->d_name;
         const bool hidden = folder == "/" && (name == "." || name == "..");
-        if (hidden || !MatchesAsDosWould(pattern, AnsiName(name)))
+        if (hidden || !Matches(pattern, AnsiName(name)))
             continue;
         if (const auto data = Describe(folder, name))
             found.push_back(*data);
@@ -156,9 +119,12 @@ HANDLE WINAPI FindFirstFileA(LPCSTR text, LPWIN32_FIND_DATAA data) {
     const auto folder = platform::HostPath(split == 0 ? "." : pattern.substr(0, split));
     if (folder.empty())
         return platform::Fail(ERROR_PATH_NOT_FOUND);
-    if (split == pattern.size())
+    const auto name = pattern.substr(split);
+    if (name.empty())
         return platform::Fail(ERROR_FILE_NOT_FOUND);
-    auto found = platform::List(folder, pattern.substr(split));
+    if (name != platform::Everything && name.find_first_of("*?") != name.npos)
+        return platform::Fail(ERROR_CALL_NOT_IMPLEMENTED);
+    auto found = platform::List(folder, name);
     if (!found)
         return platform::Fail(errno == ENOENT ? DWORD{ERROR_PATH_NOT_FOUND}
                                               : platform::ErrorFromErrno(errno));

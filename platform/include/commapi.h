@@ -1,47 +1,31 @@
 // Serial ports, and what overlapped calls on a port need. Layouts and values as in Microsoft's
 // winbase.h, commapi.h and ioapiset.h.
 //
-// Covered: 8 data bits, no parity, one stop bit, no flow control; reads that return at once or
-// wait for all their bytes; the event EV_RXCHAR (a host's tty reports no other, so the rest may be
-// asked for but never happens). Settings that the host would not carry out are refused with
-// ERROR_INVALID_PARAMETER rather than kept without effect.
+// Covered: 8 data bits, no parity, one stop bit, no flow control, DTR and RTS raised; reads that
+// return at once or wait for all their bytes; the event EV_RXCHAR (a host's tty reports no other,
+// so the rest may be asked for but never happens). Settings that the host would not carry out are
+// refused with ERROR_INVALID_PARAMETER rather than kept without effect.
 #pragma once
 
 #include <winbase.h>
 
 #define NOPARITY 0
-#define ODDPARITY 1
-#define EVENPARITY 2
-#define MARKPARITY 3
-#define SPACEPARITY 4
 
 #define ONESTOPBIT 0
-#define ONE5STOPBITS 1
-#define TWOSTOPBITS 2
 
-#define DTR_CONTROL_DISABLE 0x0
 #define DTR_CONTROL_ENABLE 0x1
-#define DTR_CONTROL_HANDSHAKE 0x2
 
-#define RTS_CONTROL_DISABLE 0x0
 #define RTS_CONTROL_ENABLE 0x1
-#define RTS_CONTROL_HANDSHAKE 0x2
-#define RTS_CONTROL_TOGGLE 0x3
 
 #define EV_RXCHAR 0x1
-#define EV_RXFLAG 0x2
-#define EV_TXEMPTY 0x4
 #define EV_CTS 0x8
 #define EV_DSR 0x10
 #define EV_RLSD 0x20
-#define EV_BREAK 0x40
 #define EV_ERR 0x80
 #define EV_RING 0x100
 
 #define SETRTS 3
-#define CLRRTS 4
 #define SETDTR 5
-#define CLRDTR 6
 
 #ifndef MAXDWORD
 #define MAXDWORD 0xFFFFFFFF

@@ -1,25 +1,21 @@
 // The dialogs that ask for a file: one file by name, on the display in use. Messages of the
 // calling thread are served meanwhile. Covered: owner, filters (shown), default extension,
-// proposed name, OFN_FILEMUSTEXIST, OFN_NOCHANGEDIR. The initial directory is ignored: names
-// are relative to the current directory. A file that exists is not asked about when saving.
+// proposed name, OFN_FILEMUSTEXIST, and OFN_NOCHANGEDIR, without which no dialog comes up. The
+// initial directory is ignored: names are relative to the current directory. A file that exists is
+// not asked about when saving. Of the fields lpstrFile alone is written.
 #pragma once
 
 #include <windef.h>
 
 #include <cstddef>
 
-#define OFN_READONLY 0x1
-#define OFN_OVERWRITEPROMPT 0x2
-#define OFN_HIDEREADONLY 0x4
 #define OFN_NOCHANGEDIR 0x8
-#define OFN_PATHMUSTEXIST 0x800
 #define OFN_FILEMUSTEXIST 0x1000
-#define OFN_EXPLORER 0x80000
 
 typedef UINT_PTR(CALLBACK* LPOFNHOOKPROC)(HWND, UINT, WPARAM, LPARAM);
 
 struct OPENFILENAMEA {
-    DWORD lStructSize; // sizeof, OPENFILENAME_SIZE_VERSION_400A, or 76 as on 32-bit Windows
+    DWORD lStructSize; // OPENFILENAME_SIZE_VERSION_400A
     HWND hwndOwner;    // disabled while the dialog is up
     HINSTANCE hInstance;
     LPCSTR lpstrFilter; // pairs of name and pattern, an empty name ends them
@@ -33,9 +29,9 @@ struct OPENFILENAMEA {
     LPCSTR lpstrInitialDir;
     LPCSTR lpstrTitle;
     DWORD Flags;
-    WORD nFileOffset;    // out: where the name starts in lpstrFile
-    WORD nFileExtension; // out: where the extension starts, 0 when there is none
-    LPCSTR lpstrDefExt;  // without the dot; appended to a name that has no extension
+    WORD nFileOffset;
+    WORD nFileExtension;
+    LPCSTR lpstrDefExt; // without the dot; appended to a name that has no extension
     LPARAM lCustData;
     LPOFNHOOKPROC lpfnHook;
     LPCSTR lpTemplateName;

@@ -4,8 +4,6 @@
 #include <windef.h>
 
 #define SEE_MASK_NOCLOSEPROCESS 0x40
-#define SEE_MASK_NOASYNC 0x100
-#define SEE_MASK_FLAG_NO_UI 0x400
 
 struct SHELLEXECUTEINFOA {
     DWORD cbSize;

@@ -15,23 +15,11 @@
 
 #define CLR_INVALID 0xFFFFFFFF
 #define SRCCOPY 0x00CC0020
-#define TRANSPARENT 1
-#define OPAQUE 2
-
-#define WHITE_BRUSH 0
-#define LTGRAY_BRUSH 1
-#define BLACK_BRUSH 4
-#define NULL_BRUSH 5
-#define SYSTEM_FONT 13
-#define DEFAULT_GUI_FONT 17
 
 #define LF_FACESIZE 32
-#define FW_DONTCARE 0
 #define FW_NORMAL 400
 #define FW_BOLD 700
 #define FW_HEAVY 900
-#define DEFAULT_CHARSET 1
-#define DEFAULT_PITCH 0
 #define VARIABLE_PITCH 2
 #define FF_SWISS (2 << 4)
 
@@ -52,12 +40,6 @@ struct LOGFONTA {
     CHAR lfFaceName[LF_FACESIZE];
 };
 
-struct LOGBRUSH {
-    UINT lbStyle;
-    COLORREF lbColor;
-    ULONG_PTR lbHatch;
-};
-
 struct DEVMODEA;
 
 // Context of the whole screen; the names are ignored. DeleteDC releases it.
@@ -65,23 +47,19 @@ HDC WINAPI CreateDCA(LPCSTR driver, LPCSTR device, LPCSTR port, const DEVMODEA* 
 HDC WINAPI CreateCompatibleDC(HDC context); // memory context, without a bitmap yet
 BOOL WINAPI DeleteDC(HDC context);
 
-// The object that was selected before, or null. An object stays usable while it is selected, and
-// cannot be deleted then.
+// The bitmap that was selected before, or null, also for what is no bitmap. It stays usable while
+// it is selected, and cannot be deleted then.
 HGDIOBJ WINAPI SelectObject(HDC context, HGDIOBJ object);
-BOOL WINAPI DeleteObject(HGDIOBJ object); // stock objects: does nothing, gives TRUE
-// Fills `size` bytes at `buffer` with BITMAP, LOGFONTA or LOGBRUSH; with no buffer gives the size
-// needed. 0: no such object, or too small a buffer.
+BOOL WINAPI DeleteObject(HGDIOBJ object);
+// Fills `buffer` with BITMAP or LOGFONTA. 0: no such object, or a buffer of too few bytes.
 int WINAPI GetObjectA(HANDLE object, int size, LPVOID buffer);
-HGDIOBJ WINAPI GetStockObject(int index); // those named above
-
-// Copies from a memory context. Onto a window only SRCCOPY.
+// Copies from the corner of a memory context, with SRCCOPY alone.
 BOOL WINAPI BitBlt(HDC target, int x, int y, int width, int height, HDC source, int sourceX,
                    int sourceY, DWORD operation);
 
 HFONT WINAPI CreateFontIndirectA(const LOGFONTA* font);
 HBRUSH WINAPI CreateSolidBrush(COLORREF color);
 
-// Each gives the value before; CLR_INVALID or 0 for a context that is none.
+// Each gives the value before; CLR_INVALID for a context that is none.
 COLORREF WINAPI SetTextColor(HDC context, COLORREF color);
 COLORREF WINAPI SetBkColor(HDC context, COLORREF color);
-int WINAPI SetBkMode(HDC context, int mode);

@@ -17,7 +17,6 @@ typedef VOID(CALLBACK* TIMERPROC)(HWND, UINT, UINT_PTR, DWORD);
 
 #define MAKEINTRESOURCEA(id)                                                                       \
     (reinterpret_cast<LPSTR>(static_cast<ULONG_PTR>(static_cast<WORD>(id))))
-#define MAKEINTRESOURCE MAKEINTRESOURCEA
 #define IS_INTRESOURCE(name) ((reinterpret_cast<ULONG_PTR>(name) >> 16) == 0)
 #define MAKEWPARAM(low, high) (static_cast<WPARAM>(static_cast<DWORD>(MAKELONG(low, high))))
 #define MAKELPARAM(low, high) (static_cast<LPARAM>(static_cast<DWORD>(MAKELONG(low, high))))
@@ -26,26 +25,18 @@ typedef VOID(CALLBACK* TIMERPROC)(HWND, UINT, UINT_PTR, DWORD);
 #define WM_NULL 0x0000
 #define WM_CREATE 0x0001
 #define WM_DESTROY 0x0002
-#define WM_SIZE 0x0005
-#define WM_SETFOCUS 0x0007
 #define WM_SETTEXT 0x000C
 #define WM_GETTEXT 0x000D
-#define WM_GETTEXTLENGTH 0x000E
 #define WM_PAINT 0x000F
 #define WM_CLOSE 0x0010
 #define WM_QUIT 0x0012
 #define WM_SETCURSOR 0x0020
 #define WM_SETFONT 0x0030
 #define WM_GETFONT 0x0031
-#define WM_NCCREATE 0x0081
-#define WM_NCDESTROY 0x0082
 #define WM_KEYDOWN 0x0100
 #define WM_INITDIALOG 0x0110
 #define WM_COMMAND 0x0111
-#define WM_SYSCOMMAND 0x0112
 #define WM_TIMER 0x0113
-#define WM_CTLCOLORBTN 0x0135
-#define WM_CTLCOLORDLG 0x0136
 #define WM_CTLCOLORSTATIC 0x0138
 #define WM_MOUSEMOVE 0x0200
 #define WM_USER 0x0400
@@ -57,9 +48,6 @@ typedef VOID(CALLBACK* TIMERPROC)(HWND, UINT, UINT_PTR, DWORD);
 #define BN_CLICKED 0
 #define BST_UNCHECKED 0x0000
 #define BST_CHECKED 0x0001
-#define DM_GETDEFID (WM_USER + 0)
-#define DM_SETDEFID (WM_USER + 1)
-#define DC_HASDEFID 0x534B
 #define HTCLIENT 1
 #define VK_RETURN 0x0D
 #define VK_ESCAPE 0x1B
@@ -68,50 +56,24 @@ typedef VOID(CALLBACK* TIMERPROC)(HWND, UINT, UINT_PTR, DWORD);
 
 #define CS_VREDRAW 0x0001
 #define CS_HREDRAW 0x0002
-#define CW_USEDEFAULT (static_cast<int>(0x80000000))
 
 #define SW_HIDE 0
-#define SW_SHOWNORMAL 1
-#define SW_SHOWMINIMIZED 2
 #define SW_SHOWMAXIMIZED 3
-#define SW_MAXIMIZE 3
-#define SW_SHOWNOACTIVATE 4
 #define SW_SHOW 5
-#define SW_RESTORE 9
 #define SW_SHOWDEFAULT 10
 
-#define GW_HWNDFIRST 0
-#define GW_HWNDLAST 1
 #define GW_HWNDNEXT 2
-#define GW_HWNDPREV 3
-#define GW_OWNER 4
-#define GW_CHILD 5
 
-#define GWLP_WNDPROC (-4)
-#define GWLP_HINSTANCE (-6)
-#define GWLP_ID (-12)
-#define GWL_STYLE (-16)
-#define GWL_EXSTYLE (-20)
-#define GWLP_USERDATA (-21)
 #define DWLP_MSGRESULT 0
-#define DWLP_DLGPROC (DWLP_MSGRESULT + sizeof(LRESULT))
-#define DWLP_USER (DWLP_DLGPROC + sizeof(DLGPROC))
-#define DLGWINDOWEXTRA 30
+#define DWLP_USER (DWLP_MSGRESULT + sizeof(LRESULT) + sizeof(DLGPROC))
 
 #define SM_CXSCREEN 0
 #define SM_CYSCREEN 1
-#define SM_CYCAPTION 4
-#define SM_CXDLGFRAME 7
-#define SM_CYDLGFRAME 8
-#define SM_CXFRAME 32
-#define SM_CYFRAME 33
 
 #define COLOR_SCROLLBAR 0
 #define COLOR_WINDOW 5
 #define COLOR_WINDOWTEXT 8
 #define COLOR_BTNFACE 15
-#define COLOR_GRAYTEXT 17
-#define COLOR_BTNTEXT 18
 
 #define IDC_ARROW MAKEINTRESOURCEA(32512)
 #define IDC_WAIT MAKEINTRESOURCEA(32514)
@@ -121,7 +83,7 @@ struct MSG {
     UINT message;
     WPARAM wParam;
     LPARAM lParam;
-    DWORD time; // GetTickCount at the time of posting
+    DWORD time; // 0: nobody keeps it
     POINT pt;
 };
 typedef MSG* LPMSG;
@@ -137,17 +99,6 @@ struct WNDCLASSEXA {
     HBRUSH hbrBackground;
     LPCSTR lpszMenuName, lpszClassName;
     HICON hIconSm;
-};
-
-struct CREATESTRUCTA {
-    LPVOID lpCreateParams;
-    HINSTANCE hInstance;
-    HMENU hMenu;
-    HWND hwndParent;
-    int cy, cx, y, x;
-    LONG style;
-    LPCSTR lpszName, lpszClass;
-    DWORD dwExStyle;
 };
 
 struct PAINTSTRUCT {
@@ -166,8 +117,8 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE previous, LPSTR commandLine, in
 // where the handle is at fault.
 
 ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* windowClass);
-// WM_NCCREATE and WM_CREATE are sent inside. Null too when the window has gone by the end of it.
-// With WS_CHILD `menu` is the id of the control.
+// Top-level windows; controls come with their dialog. WM_CREATE is sent inside, without a record of
+// the creation. Null too when the window has gone by the end of it.
 HWND WINAPI CreateWindowExA(DWORD exStyle, LPCSTR className, LPCSTR title, DWORD style, int x,
                             int y, int width, int height, HWND parent, HMENU menu,
                             HINSTANCE instance, LPVOID parameter);
@@ -177,24 +128,20 @@ LRESULT WINAPI DefWindowProcA(HWND window, UINT message, WPARAM first, LPARAM se
 // Newest first, without regard to case, also windows of other processes; null matches any.
 HWND WINAPI FindWindowA(LPCSTR className, LPCSTR title);
 BOOL WINAPI IsWindow(HWND window);
-BOOL WINAPI IsWindowEnabled(HWND window);
 BOOL WINAPI IsWindowVisible(HWND window);         // parents included
 BOOL WINAPI ShowWindow(HWND window, int command); // gives whether it was visible
 BOOL WINAPI UpdateWindow(HWND window);            // WM_PAINT now, if the window needs painting
 BOOL WINAPI MoveWindow(HWND window, int x, int y, int width, int height, BOOL repaint);
 BOOL WINAPI EnableWindow(HWND window, BOOL enable); // gives whether it was disabled
-BOOL WINAPI SetForegroundWindow(HWND window);
-HWND WINAPI SetFocus(HWND window); // of the calling thread; gives the previous one
 BOOL WINAPI SetWindowTextA(HWND window, LPCSTR text);
 // Copies at most capacity - 1 characters; gives their number. 0 as well for an empty text.
 int WINAPI GetWindowTextA(HWND window, LPSTR buffer, int capacity);
-int WINAPI GetWindowTextLengthA(HWND window);
 BOOL WINAPI GetWindowRect(HWND window, LPRECT rect); // screen pixels, frame included
-BOOL WINAPI GetClientRect(HWND window, LPRECT rect); // from 0,0
 HWND WINAPI GetParent(HWND window);                  // the owner of a top-level popup
-// Top-level windows of all processes are ordered by age, the newest on top.
+// GW_HWNDNEXT: top-level windows of all processes are ordered by age, the newest on top.
 HWND WINAPI GetWindow(HWND window, UINT command);
 DWORD WINAPI GetWindowThreadProcessId(HWND window, LPDWORD process);
+// DWLP_USER and DWLP_MSGRESULT of a dialog, which are 0 until they are set.
 LONG_PTR WINAPI SetWindowLongPtrA(HWND window, int index, LONG_PTR value);
 LONG_PTR WINAPI GetWindowLongPtrA(HWND window, int index);
 
@@ -211,8 +158,8 @@ BOOL WINAPI PostMessageA(HWND window, UINT message, WPARAM first, LPARAM second)
 LRESULT WINAPI SendMessageA(HWND window, UINT message, WPARAM first, LPARAM second);
 VOID WINAPI PostQuitMessage(int exitCode); // to the calling thread
 
-// WM_TIMER, or a call of `callback`, on the window's thread every so many milliseconds, at least
-// 10; the same id again restarts it. Nothing of a killed timer arrives after KillTimer.
+// WM_TIMER on the window's thread every so many milliseconds, at least 10; `callback` is null. The
+// same id again restarts it. Nothing of a killed timer arrives after KillTimer.
 UINT_PTR WINAPI SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC callback);
 BOOL WINAPI KillTimer(HWND window, UINT_PTR id);
 
@@ -226,23 +173,19 @@ HWND WINAPI CreateDialogParamA(HINSTANCE instance, LPCSTR templateName, HWND own
                                DLGPROC procedure, LPARAM parameter);
 // From any thread. A dialog of CreateDialogParamA only leaves the screen.
 BOOL WINAPI EndDialog(HWND dialog, INT_PTR result);
-BOOL WINAPI IsDialogMessageA(HWND dialog, LPMSG message);
-LRESULT WINAPI DefDlgProcA(HWND dialog, UINT message, WPARAM first, LPARAM second);
 HWND WINAPI GetDlgItem(HWND dialog, int id);
 int WINAPI GetDlgCtrlID(HWND control);
 BOOL WINAPI SetDlgItemTextA(HWND dialog, int id, LPCSTR text);
 UINT WINAPI GetDlgItemTextA(HWND dialog, int id, LPSTR buffer, int capacity);
-BOOL WINAPI SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned);
+BOOL WINAPI SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned); // unsigned alone
 LRESULT WINAPI SendDlgItemMessageA(HWND dialog, int id, UINT message, WPARAM first, LPARAM second);
 BOOL WINAPI CheckDlgButton(HWND dialog, int id, UINT check);
-BOOL WINAPI CheckRadioButton(HWND dialog, int firstId, int lastId, int checkedId);
 UINT WINAPI IsDlgButtonChecked(HWND dialog, int id);
 
 // Painting, and the system's colours and metrics.
 
 HDC WINAPI BeginPaint(HWND window, LPPAINTSTRUCT paint);
 BOOL WINAPI EndPaint(HWND window, const PAINTSTRUCT* paint);
-BOOL WINAPI InvalidateRect(HWND window, const RECT* rect, BOOL erase); // always the whole window
 DWORD WINAPI GetSysColor(int index);
 int WINAPI GetSystemMetrics(int index);
 HCURSOR WINAPI SetCursor(HCURSOR cursor); // gives the previous one of this thread

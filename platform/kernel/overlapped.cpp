@@ -46,8 +46,7 @@ ULONG_PTR LoadStatus(const OVERLAPPED& record) {
 
 OverlappedCall::OverlappedCall(OVERLAPPED* record, std::shared_ptr<Event> event)
     : record_(record), event_(std::move(event)), thread_(GetCurrentThreadId()) {
-    if (event_)
-        event_->Reset();
+    event_->Reset();
     record_->InternalHigh = 0;
     std::atomic_ref(record_->Internal).store(StatusPending, std::memory_order_release);
 }
@@ -56,8 +55,7 @@ void OverlappedCall::Complete(DWORD error, DWORD count) {
     OVERLAPPED* record = std::exchange(record_, nullptr);
     record->InternalHigh = count;
     std::atomic_ref(record->Internal).store(StatusFor(error), std::memory_order_release);
-    if (event_)
-        event_->Set();
+    event_->Set();
 }
 
 bool IsPending(const OVERLAPPED& record) { return LoadStatus(record) == StatusPending; }

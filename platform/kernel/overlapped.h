@@ -13,8 +13,7 @@ namespace platform {
 // the numbers of the Windows kernel, InternalHigh the count of bytes.
 class OverlappedCall {
 public:
-    // Marks the record as pending and resets the event, which may be null. `record` stays valid
-    // until Complete.
+    // Marks the record as pending and resets the event. `record` stays valid until Complete.
     OverlappedCall(OVERLAPPED* record, std::shared_ptr<Event> event);
 
     // Once, from any thread. The caller may have freed the record by the time this returns.

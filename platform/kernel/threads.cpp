@@ -51,18 +51,15 @@ class Thread : public Waitable {
 public:
     bool IsSignalled() const override { return ended_; }
 
-    void End(DWORD exitCode) {
+    void End() {
         const std::lock_guard lock(WaitLock());
-        MarkEnded(exitCode);
+        ended_ = true;
+        WaitCondition().notify_all();
     }
 
-    // The exit code is set before the thread can learn of its end, and leave with one of its own.
-    void Terminate(DWORD exitCode) {
-        {
-            const std::lock_guard lock(WaitLock());
-            MarkEnded(exitCode);
-            terminated_ = true;
-        }
+    void Terminate() {
+        terminated_ = true;
+        End();
         sleep_.End();
     }
 
@@ -70,11 +67,6 @@ public:
     void SleepUntil(HostClock::time_point deadline) { sleep_.Until(deadline); }
 
     const std::atomic<bool>& Terminated() const { return terminated_; }
-
-    DWORD ExitCode() const {
-        const std::lock_guard lock(WaitLock());
-        return ended_ ? exitCode_ : STILL_ACTIVE;
-    }
 
     void PublishId(DWORD id) {
         const std::lock_guard lock(WaitLock());
@@ -89,16 +81,8 @@ public:
     }
 
 private:
-    // The first end counts: a terminated thread that leaves later keeps the code it was given.
-    void MarkEnded(DWORD exitCode) {
-        if (!std::exchange(ended_, true))
-            exitCode_ = exitCode;
-        WaitCondition().notify_all();
-    }
-
     EndableSleep sleep_;
     DWORD id_ = 0;
-    DWORD exitCode_ = 0;
     bool ended_ = false;
     std::atomic<bool> terminated_ = false;
 };
@@ -106,7 +90,6 @@ private:
 // What the running thread leaves behind when it ends, by return or by unwinding.
 struct RunningThread {
     std::shared_ptr<Thread> thread;
-    DWORD exitCode = 0;
 
     explicit RunningThread(std::shared_ptr<Thread> self);
     ~RunningThread();
@@ -123,7 +106,7 @@ RunningThread::RunningThread(std::shared_ptr<Thread> self) : thread(std::move(se
 RunningThread::~RunningThread() {
     running = nullptr;
     WatchTermination(nullptr);
-    thread->End(exitCode);
+    thread->End();
 }
 
 struct ThreadStart {
@@ -134,8 +117,8 @@ struct ThreadStart {
 
 void* RunThread(void* argument) {
     const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(argument));
-    RunningThread self(start->thread);
-    self.exitCode = start->routine(start->parameter);
+    const RunningThread self(start->thread);
+    start->routine(start->parameter);
     return nullptr;
 }
 
@@ -181,26 +164,12 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
     return platform::AddHandle(thread);
 }
 
-void WINAPI ExitThread(DWORD exitCode) {
-    if (platform::running)
-        platform::running->exitCode = exitCode;
-    pthread_exit(nullptr);
-}
-
-BOOL WINAPI TerminateThread(HANDLE handle, DWORD exitCode) {
+BOOL WINAPI TerminateThread(HANDLE handle, DWORD) {
     const auto thread = FindHandleOf<Thread>(handle);
     if (!thread)
         return FALSE;
-    thread->Terminate(exitCode);
+    thread->Terminate();
     platform::LeaveIfTerminated();
-    return TRUE;
-}
-
-BOOL WINAPI GetExitCodeThread(HANDLE handle, LPDWORD exitCode) {
-    const auto thread = FindHandleOf<Thread>(handle);
-    if (!thread)
-        return FALSE;
-    *exitCode = thread->ExitCode();
     return TRUE;
 }
 

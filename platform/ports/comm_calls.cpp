@@ -24,17 +24,10 @@ BOOL WINAPI EscapeCommFunction(HANDLE file, DWORD function) {
     const auto port = FindHandleOf<Port>(file);
     if (!port)
         return FALSE;
-    switch (function) {
-    case SETDTR:
-    case CLRDTR:
-        return port->SetLineSignal(TIOCM_DTR, function == SETDTR);
-    case SETRTS:
-    case CLRRTS:
-        return port->SetLineSignal(TIOCM_RTS, function == SETRTS);
-    default:
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    if (function == SETDTR || function == SETRTS)
+        return port->RaiseLine(function == SETDTR ? TIOCM_DTR : TIOCM_RTS);
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
 }
 
 BOOL WINAPI GetCommTimeouts(HANDLE file, LPCOMMTIMEOUTS timeouts) {
@@ -76,10 +69,9 @@ BOOL WINAPI ClearCommError(HANDLE file, LPDWORD errors, LPCOMSTAT status) {
     return TRUE;
 }
 
-// A file's calls are over before they return, so there is nothing to cancel.
 BOOL WINAPI CancelIo(HANDLE file) {
-    const auto stream = FindHandleOf<platform::StreamObject>(file);
-    if (const auto port = std::dynamic_pointer_cast<Port>(stream))
+    const auto port = FindHandleOf<Port>(file);
+    if (port)
         port->CancelOfThisThread();
-    return stream != nullptr;
+    return port != nullptr;
 }

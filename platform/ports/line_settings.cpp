@@ -42,8 +42,8 @@ const Speed* FindSpeed(DWORD baud) {
 
 bool HasFlowControl(const DCB& line) {
     return line.fOutxCtsFlow || line.fOutxDsrFlow || line.fDsrSensitivity || line.fOutX ||
-           line.fInX || line.fDtrControl > DTR_CONTROL_ENABLE ||
-           line.fRtsControl > RTS_CONTROL_ENABLE;
+           line.fInX || line.fDtrControl != DTR_CONTROL_ENABLE ||
+           line.fRtsControl != RTS_CONTROL_ENABLE;
 }
 
 bool ChangesBytes(const DCB& line) {
@@ -83,14 +83,12 @@ bool ApplyLine(int tty, const DCB& line) {
     settings.c_cc[VMIN] = 1; // so that "nothing yet" and a hang-up differ in a read
     settings.c_cc[VTIME] = 0;
     cfsetspeed(&settings, FindSpeed(line.BaudRate)->host);
-    return tcsetattr(tty, TCSANOW, &settings) == 0 &&
-           SetModemLine(tty, TIOCM_DTR, line.fDtrControl == DTR_CONTROL_ENABLE) &&
-           SetModemLine(tty, TIOCM_RTS, line.fRtsControl == RTS_CONTROL_ENABLE);
+    return tcsetattr(tty, TCSANOW, &settings) == 0 && RaiseLine(tty, TIOCM_DTR) &&
+           RaiseLine(tty, TIOCM_RTS);
 }
 
-bool SetModemLine(int tty, int line, bool raised) {
-    return ioctl(tty, raised ? TIOCMBIS : TIOCMBIC, &line) == 0 || errno == ENOTTY ||
-           errno == EINVAL;
+bool RaiseLine(int tty, int line) {
+    return ioctl(tty, TIOCMBIS, &line) == 0 || errno == ENOTTY || errno == EINVAL;
 }
 
 } // namespace platform

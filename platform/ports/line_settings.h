@@ -14,8 +14,8 @@ bool IsOffered(const DCB& line);
 // Sets the tty: raw, no flow control, modem status ignored, and the speed. False with errno set.
 bool ApplyLine(int tty, const DCB& line);
 
-// Raises or drops TIOCM_DTR or TIOCM_RTS. True too where the tty has no modem lines, as a
+// Raises TIOCM_DTR or TIOCM_RTS. True too where the tty has no modem lines, as a
 // pseudo-terminal has none. False with errno set.
-bool SetModemLine(int tty, int line, bool raised);
+bool RaiseLine(int tty, int line);
 
 } // namespace platform

@@ -45,21 +45,6 @@ bool IsOfferedLimit(const COMMTIMEOUTS& timeouts) {
 
 } // namespace
 
-// Cancels a call whose record is about to go: a thread may be ended in the middle of its wait.
-class Port::Outstanding {
-public:
-    Outstanding(Port& port, const OVERLAPPED& record) : port_(port), record_(record) {}
-    ~Outstanding() {
-        const std::lock_guard lock(port_.lock_);
-        port_.requests_.EndOfRecord(&record_, ERROR_OPERATION_ABORTED);
-        port_.UpdateWatch();
-    }
-
-private:
-    Port& port_;
-    const OVERLAPPED& record_;
-};
-
 Port::Port(Descriptor tty, PortAccess access)
     : access_(access), tty_(std::move(tty)), line_(DefaultLine()) {}
 
@@ -85,9 +70,13 @@ void Port::Close() {
 }
 
 template <class Check, class Begin>
-BOOL Port::PerformOverlapped(DWORD* done, OVERLAPPED* overlapped, Check check, Begin begin) {
-    auto event = FindEvent(overlapped->hEvent);
-    if (overlapped->hEvent && !event)
+BOOL Port::Perform(DWORD* done, OVERLAPPED* overlapped, Check check, Begin begin) {
+    if (done)
+        *done = 0;
+    if (!overlapped)
+        return Fail(ERROR_INVALID_PARAMETER);
+    auto event = FindHandleOf<Event>(overlapped->hEvent);
+    if (!event)
         return FALSE;
     const std::lock_guard lock(lock_);
     const DWORD error = closed_ ? ERROR_INVALID_HANDLE : check();
@@ -98,37 +87,6 @@ BOOL Port::PerformOverlapped(DWORD* done, OVERLAPPED* overlapped, Check check, B
         requests_.EndOfRecord(overlapped, ERROR_IO_DEVICE);
     UpdateWatch();
     return IsPending(*overlapped) ? Fail(ERROR_IO_PENDING) : FinishCall(*overlapped, done);
-}
-
-template <class Check, class Begin>
-BOOL Port::PerformAndWait(DWORD* done, Check check, Begin begin) {
-    OVERLAPPED record = {};
-    const auto event = Event::Create(true, false);
-    {
-        const std::lock_guard lock(lock_);
-        const DWORD error = closed_ ? ERROR_INVALID_HANDLE : check();
-        if (error != ERROR_SUCCESS)
-            return Fail(error);
-        begin(OverlappedCall(&record, event));
-        if (lost_)
-            requests_.EndOfRecord(&record, ERROR_IO_DEVICE);
-        UpdateWatch();
-    }
-    {
-        const Outstanding call(*this, record);
-        WaitForObjects({event}, false, HostClock::time_point::max());
-    }
-    return FinishCall(record, done);
-}
-
-template <class Check, class Begin>
-BOOL Port::Perform(DWORD* done, OVERLAPPED* overlapped, Check check, Begin begin) {
-    if (done)
-        *done = 0;
-    if (access_.overlapped != (overlapped != nullptr))
-        return Fail(ERROR_INVALID_PARAMETER);
-    return overlapped ? PerformOverlapped(done, overlapped, check, begin)
-                      : PerformAndWait(done, check, begin);
 }
 
 BOOL Port::Read(void* buffer, DWORD count, DWORD* done, OVERLAPPED* overlapped) {
@@ -217,11 +175,11 @@ BOOL Port::GetTimeouts(COMMTIMEOUTS* timeouts) {
     return TRUE;
 }
 
-BOOL Port::SetLineSignal(int line, bool raised) {
+BOOL Port::RaiseLine(int line) {
     const std::lock_guard lock(lock_);
     if (closed_)
         return Fail(ERROR_INVALID_HANDLE);
-    return SetModemLine(tty_.Number(), line, raised) || Fail(ERROR_IO_DEVICE);
+    return platform::RaiseLine(tty_.Number(), line) || Fail(ERROR_IO_DEVICE);
 }
 
 // What a caller has handed over waits here first, and then in the tty.

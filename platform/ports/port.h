@@ -16,8 +16,7 @@ namespace platform {
 struct PortAccess {
     bool read;
     bool write;
-    bool overlapped; // else every call returns when it is done
-    bool usb;        // the driver has requests of its own (usb_requests.cpp)
+    bool usb; // the driver has requests of its own (usb_requests.cpp)
 };
 
 // Any thread may call anything at any time; the calls are those of commapi.h and winbase.h without
@@ -44,7 +43,7 @@ public:
     BOOL GetLine(DCB* line);
     BOOL SetTimeouts(const COMMTIMEOUTS& timeouts);
     BOOL GetTimeouts(COMMTIMEOUTS* timeouts);
-    BOOL SetLineSignal(int line, bool raised); // TIOCM_DTR or TIOCM_RTS
+    BOOL RaiseLine(int line); // TIOCM_DTR or TIOCM_RTS
     BOOL GetQueues(COMSTAT* status);
     void CancelOfThisThread();
     bool HasUsbRequests() const { return access_.usb; }
@@ -53,15 +52,9 @@ public:
     bool IsPresent();
 
 private:
-    class Outstanding;
-
     void OnReady(std::uint32_t events) override;
     template <class Check, class Begin>
     BOOL Perform(DWORD* done, OVERLAPPED* overlapped, Check check, Begin begin);
-    template <class Check, class Begin>
-    BOOL PerformOverlapped(DWORD* done, OVERLAPPED* overlapped, Check check, Begin begin);
-    template <class Check, class Begin>
-    BOOL PerformAndWait(DWORD* done, Check check, Begin begin);
 
     // These run under the lock.
     bool ReadOnce();

@@ -88,9 +88,9 @@ std::string TtyOfPort(const std::string& name) {
     return lstat(link.c_str(), &status) == 0 ? link : TtyOfHost(canonical);
 }
 
-std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD, DWORD disposition,
+std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD disposition,
                                  DWORD flags) {
-    if (disposition != OPEN_EXISTING) {
+    if (disposition != OPEN_EXISTING || !(flags & FILE_FLAG_OVERLAPPED)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
@@ -105,7 +105,7 @@ std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD, D
             throw std::system_error(errno, std::generic_category());
         return StartPort(std::move(tty),
                          {(access & GENERIC_READ) != 0, (access & GENERIC_WRITE) != 0,
-                          (flags & FILE_FLAG_OVERLAPPED) != 0, ComNumber(UpperCase(name)) == 0});
+                          ComNumber(UpperCase(name)) == 0});
     } catch (const std::system_error& error) {
         SetLastError(ErrorOfOpening(error.code().value()));
         return nullptr;

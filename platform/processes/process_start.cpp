@@ -8,12 +8,15 @@
 #include "platform/base/errors.h"
 #include "platform/base/text.h"
 #include "platform/files/paths.h"
+#include "platform/kernel/signals_blocked.h"
 #include "platform/processes/command_line.h"
 
 #include <winbase.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <thread>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -35,18 +38,17 @@ public:
         posix_spawnattr_init(&attributes);
         if (!start.directory.empty())
             posix_spawn_file_actions_addchdir_np(&actions, start.directory.c_str());
-        if (start.ownConsole)
-            for (int descriptor = 0; descriptor < FirstOwnDescriptor; ++descriptor)
-                posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_RDWR, 0);
+        for (int descriptor = 0; descriptor < FirstOwnDescriptor; ++descriptor)
+            posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_RDWR, 0);
         posix_spawn_file_actions_addclosefrom_np(&actions, FirstOwnDescriptor);
         sigset_t signals;
         sigemptyset(&signals);
         posix_spawnattr_setsigmask(&attributes, &signals);
         sigfillset(&signals);
         posix_spawnattr_setsigdefault(&attributes, &signals);
-        const int session = start.ownConsole ? POSIX_SPAWN_SETSID : 0;
-        posix_spawnattr_setflags(&attributes, static_cast<short>(POSIX_SPAWN_SETSIGMASK |
-                                                                 POSIX_SPAWN_SETSIGDEF | session));
+        posix_spawnattr_setflags(&attributes,
+                                 static_cast<short>(POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF |
+                                                    POSIX_SPAWN_SETSID));
     }
     ~SpawnSettings() {
         posix_spawn_file_actions_destroy(&actions);
@@ -68,21 +70,13 @@ std::vector<char*> ArgumentPointers(std::vector<std::string>& arguments) {
     return pointers;
 }
 
-// What CreateProcessA was given, as the host needs it; an empty path where the program has none.
-ProgramStart StartFrom(LPCSTR application, LPCSTR commandLine, LPCSTR directory, DWORD flags) {
-    ProgramStart start;
-    start.arguments = SplitCommandLine(commandLine ? commandLine : "");
-    const std::string program =
-        application || start.arguments.empty() ? "" : start.arguments.front();
-    start.path = HostPath(application ? application : program);
-    std::transform(start.arguments.begin(), start.arguments.end(), start.arguments.begin(),
-                   Utf8FromAnsi);
-    if (start.arguments.empty())
-        start.arguments.push_back(start.path);
-    if (directory)
-        start.directory = HostPath(directory);
-    start.ownConsole = flags & (CREATE_NEW_CONSOLE | DETACHED_PROCESS);
-    return start;
+// Reaps the child, whose number stays its own until then.
+void ReapAtEnd(pid_t id) {
+    const SignalsBlocked blocked;
+    std::thread([id] {
+        while (waitpid(id, nullptr, 0) < 0 && errno == EINTR) {
+        }
+    }).detach();
 }
 
 } // namespace
@@ -105,9 +99,8 @@ std::shared_ptr<Process> StartProgram(const ProgramStart& start) {
         waitpid(id, nullptr, 0);
         return nullptr;
     }
-    auto process = std::make_shared<Process>(id, std::move(descriptor), true);
-    process->PrepareWait();
-    return process;
+    ReapAtEnd(id);
+    return std::make_shared<Process>(id, std::move(descriptor));
 }
 
 } // namespace platform
@@ -116,13 +109,19 @@ BOOL WINAPI CreateProcessA(LPCSTR application, LPSTR commandLine, LPSECURITY_ATT
                            LPSECURITY_ATTRIBUTES, BOOL, DWORD flags, LPVOID environment,
                            LPCSTR directory, LPSTARTUPINFOA startup,
                            LPPROCESS_INFORMATION information) {
-    if (!startup || !information || environment) {
+    if (!application || !startup || !information || environment || directory ||
+        flags != CREATE_NEW_CONSOLE) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
-    const auto start = platform::StartFrom(application, commandLine, directory, flags);
-    if (start.path.empty() || (directory && start.directory.empty())) {
-        SetLastError(directory ? ERROR_DIRECTORY : ERROR_PATH_NOT_FOUND);
+    platform::ProgramStart start{platform::HostPath(application), {}, {}};
+    start.arguments = platform::SplitCommandLine(commandLine ? commandLine : "");
+    std::transform(start.arguments.begin(), start.arguments.end(), start.arguments.begin(),
+                   platform::Utf8FromAnsi);
+    if (start.arguments.empty())
+        start.arguments.push_back(start.path);
+    if (start.path.empty()) {
+        SetLastError(ERROR_PATH_NOT_FOUND);
         return FALSE;
     }
     const auto process = platform::StartProgram(start);

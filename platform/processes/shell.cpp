@@ -74,7 +74,7 @@ std::vector<std::string> CommandFor(const std::string& program, const char* para
 }
 
 bool Start(const std::vector<std::string>& command, SHELLEXECUTEINFOA& info) {
-    platform::ProgramStart start{command.front(), command, {}, true};
+    platform::ProgramStart start{command.front(), command, {}};
     if (info.lpDirectory && *info.lpDirectory) {
         start.directory = platform::HostPath(info.lpDirectory);
         if (start.directory.empty())

@@ -122,14 +122,6 @@ RegistryChange DeleteKey(RegistryTree& tree, const RegistryPath& path) {
     return {ERROR_SUCCESS, tree.Delete(path)};
 }
 
-RegistryChange DeleteValue(RegistryTree& tree, const OpenKey& key, std::u16string_view name) {
-    RegistryKey* target = tree.Find(key.path);
-    if (!target)
-        return {key.IsRoot() ? ERROR_FILE_NOT_FOUND : ERROR_KEY_DELETED};
-    const bool deleted = target->values.Delete(name);
-    return {deleted ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND, deleted};
-}
-
 LSTATUS CheckAccess(const std::shared_ptr<OpenKey>& key, REGSAM needed) {
     if (!key)
         return ERROR_INVALID_HANDLE;
@@ -245,14 +237,6 @@ LSTATUS WINAPI RegDeleteKeyA(HKEY parent, LPCSTR subKey) {
     if (const LSTATUS status = PathBelow(*key, subKey, path); status != ERROR_SUCCESS)
         return status;
     return ChangeRegistry([&path](RegistryTree& tree) { return DeleteKey(tree, path); });
-}
-
-LSTATUS WINAPI RegDeleteValueA(HKEY handle, LPCSTR name) {
-    const auto key = FindKey(handle);
-    if (const LSTATUS status = CheckAccess(key, KEY_SET_VALUE); status != ERROR_SUCCESS)
-        return status;
-    const auto text = NameFrom(name);
-    return ChangeRegistry([&](RegistryTree& tree) { return DeleteValue(tree, *key, text); });
 }
 
 // The roots are never closed.

@@ -226,7 +226,6 @@ LSTATUS ChangeRegistry(const std::function<RegistryChange(RegistryTree&)>& chang
     const RegistryChange made = change(tree);
     if (!made.changed)
         return made.status;
-    tree.top.Compact();
     return StoreRegistry(tree);
 }
 

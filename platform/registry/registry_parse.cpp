@@ -163,35 +163,23 @@ public:
             throw BadLine("this is neither a key nor a value nor a comment");
     }
 
-    void End() {
-        tree_.comments = std::move(comments_);
-        tree_.top.Compact();
-    }
+    void End() { tree_.comments = std::move(comments_); }
 
 private:
     void Section(std::string_view line) {
         std::string_view comment;
         const std::size_t end = ClosingBracket(line, comment);
-        const bool deletes = line.size() > 1 && line[1] == '-';
-        const std::size_t start = deletes ? 2 : 1;
         RegistryPath path;
-        if (end <= start ||
-            !SplitRegistryPath(Utf16FromUtf8(line.substr(start, end - start)), path) ||
-            path.empty())
+        if (line[1] == '-')
+            throw BadLine("keys are not deleted here");
+        if (!SplitRegistryPath(Utf16FromUtf8(line.substr(1, end - 1)), path) || path.empty())
             throw BadLine("this can be no key");
         path[0] = RootName(path[0]);
         if (!comment.empty())
             comments_.emplace_back(comment);
-        key_ = deletes ? nullptr : MakeKey(path);
-        if (deletes)
-            tree_.Delete(path);
-    }
-
-    RegistryKey* MakeKey(const RegistryPath& path) {
         bool made;
-        RegistryKey& key = tree_.Make(path, made);
-        AttachComments(key.comments);
-        return &key;
+        key_ = &tree_.Make(path, made);
+        AttachComments(key_->comments);
     }
 
     void Value(std::string_view line) {
@@ -205,12 +193,7 @@ private:
             throw BadLine("the name of a value cannot be read");
         if (!key_)
             throw BadLine("a value stands outside of every key");
-        line = Trimmed(line);
-        if (line == "-") {
-            key_->values.Delete(value.name);
-            return;
-        }
-        const auto comment = ParseData(line, value);
+        const auto comment = ParseData(Trimmed(line), value);
         if (!comment.empty())
             comments_.emplace_back(comment);
         Store(std::move(value));
@@ -266,28 +249,18 @@ std::string ReadWholeLine(std::string_view& file, std::size_t& number) {
     return line;
 }
 
-// The file in UTF-8 without a byte order mark.
-std::string Decode(std::string_view file) {
-    constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
-    constexpr std::string_view Utf16Mark = "\xFF\xFE";
-    if (file.starts_with(Utf16Mark))
-        return Utf8FromUtf16(Utf16FromBytes(file.substr(Utf16Mark.size())));
-    if (file.starts_with(Utf8Mark))
-        file.remove_prefix(Utf8Mark.size());
-    return std::string(file);
-}
-
 } // namespace
 
 bool ParseRegistry(std::string_view file, RegistryTree& tree, std::string& error) {
-    const std::string decoded = Decode(file);
-    std::string_view rest = decoded;
+    constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF"; // as editors write it
+    if (file.starts_with(Utf8Mark))
+        file.remove_prefix(Utf8Mark.size());
     std::size_t number = 0;
     Parser parser(tree);
     try {
-        while (!rest.empty()) {
+        while (!file.empty()) {
             const std::size_t first = number + 1;
-            const std::string line = ReadWholeLine(rest, number);
+            const std::string line = ReadWholeLine(file, number);
             const std::size_t last = std::exchange(number, first);
             parser.Line(line);
             number = last;

@@ -27,13 +27,6 @@ bool IsKeyName(std::u16string_view name) {
 
 } // namespace
 
-void RegistryKey::Compact() {
-    values.Compact();
-    subKeys.Compact();
-    for (const auto& key : subKeys.All())
-        key->Compact();
-}
-
 const RegistryKey* RegistryTree::Find(const RegistryPath& path) const {
     const RegistryKey* key = &top;
     for (const auto& name : path)

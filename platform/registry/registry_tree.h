@@ -38,24 +38,19 @@ public:
         return *entry;
     }
 
-    // It is found no more, and gone with the next Compact. False where there is none.
+    // False where there is none.
     bool Delete(std::u16string_view name) {
         const auto found = byName_.find(FoldName(name));
         if (found == byName_.end())
             return false;
-        found->second->deleted = true;
+        std::erase_if(entries_, [&](const auto& entry) { return entry.get() == found->second; });
         byName_.erase(found);
         return true;
     }
 
-    // Closes the gaps that deleted entries leave: all at once, since each costs a pass over all.
-    void Compact() {
-        std::erase_if(entries_, [](const auto& entry) { return entry->deleted; });
-    }
-
     std::size_t Size() const { return byName_.size(); }
 
-    // In order. With the deleted ones until they are compacted.
+    // In order.
     const std::vector<std::unique_ptr<Entry>>& All() const { return entries_; }
 
 private:
@@ -68,7 +63,6 @@ struct RegistryValue {
     DWORD type = 0;
     std::string data; // bytes as stored; of the text types they are UTF-16 in little endian
     RegistryComments comments;
-    bool deleted = false;
 };
 
 struct RegistryKey {
@@ -76,9 +70,6 @@ struct RegistryKey {
     RegistryEntries<RegistryValue> values;
     RegistryEntries<RegistryKey> subKeys;
     RegistryComments comments;
-    bool deleted = false;
-
-    void Compact(); // with all below it
 };
 
 // Names from a root to a key. The roots are the sub-keys of the tree's nameless top.
@@ -92,7 +83,7 @@ struct RegistryTree {
     const RegistryKey* Find(const RegistryPath& path) const;
     // Makes what is missing; `made` is whether the key itself was.
     RegistryKey& Make(const RegistryPath& path, bool& made);
-    // With all below it; its parent is compacted later. False where there is none.
+    // With all below it. False where there is none.
     bool Delete(const RegistryPath& path);
 };
 

@@ -1,8 +1,8 @@
 // Static texts, buttons and progress bars: their messages, and what a click does.
 //
-// Check boxes and radio buttons of the automatic kind change their own state before their parent
-// hears of the click; a radio button clears the others of its group, which reaches from one control
-// with WS_GROUP to the next.
+// Check boxes and radio buttons change their own state before their parent hears of the click; a
+// radio button clears the others of its group, which reaches from one control with WS_GROUP to the
+// next.
 
 #include "platform/windows/controls.h"
 
@@ -26,17 +26,11 @@ struct ClassKind {
 };
 
 // The first row that fits is the control's kind.
-constexpr std::array<ClassKind, 12> Kinds = {{
+constexpr std::array<ClassKind, 6> Kinds = {{
     {"Button", BS_TYPEMASK, BS_PUSHBUTTON, ControlKind::PushButton},
     {"Button", BS_TYPEMASK, BS_DEFPUSHBUTTON, ControlKind::PushButton},
-    {"Button", BS_TYPEMASK, BS_CHECKBOX, ControlKind::CheckBox},
     {"Button", BS_TYPEMASK, BS_AUTOCHECKBOX, ControlKind::CheckBox},
-    {"Button", BS_TYPEMASK, BS_RADIOBUTTON, ControlKind::RadioButton},
     {"Button", BS_TYPEMASK, BS_AUTORADIOBUTTON, ControlKind::RadioButton},
-    {"Button", BS_TYPEMASK, BS_GROUPBOX, ControlKind::GroupBox},
-    {"Static", SS_TYPEMASK, SS_BITMAP, ControlKind::Picture},
-    {"Static", SS_TYPEMASK, SS_ICON, ControlKind::Picture},
-    {"Static", SS_TYPEMASK, SS_ETCHEDHORZ, ControlKind::Picture},
     {"Static", 0, 0, ControlKind::Text},
     {PROGRESS_CLASSA, 0, 0, ControlKind::Progress},
 }};
@@ -47,28 +41,6 @@ LRESULT With(HWND handle, Work work) {
     auto lock = LockWindows();
     auto control = FindWindowByHandle(handle);
     return control ? static_cast<LRESULT>(work(*control)) : 0;
-}
-
-LRESULT StoreFont(HWND handle, WPARAM font) {
-    return With(handle, [&](Window& control) {
-        control.font = reinterpret_cast<HFONT>(font);
-        control.needsPaint = true;
-        RefreshControl(control);
-        return 0;
-    });
-}
-
-// What all controls have in common.
-LRESULT ControlProcedure(HWND handle, UINT message, WPARAM first, LPARAM second) {
-    switch (message) {
-    case WM_SETFONT:
-        return StoreFont(handle, first);
-    case WM_GETFONT:
-        return With(handle,
-                    [](Window& control) { return reinterpret_cast<LRESULT>(control.font); });
-    default:
-        return DefWindowProcA(handle, message, first, second);
-    }
 }
 
 void SetCheck(Window& control, UINT check) {
@@ -103,19 +75,14 @@ std::vector<std::shared_ptr<Window>> RestOfGroup(const Window& control) {
 }
 
 void ChangeByClick(Window& control) {
-    switch (control.style & BS_TYPEMASK) {
-    case BS_AUTOCHECKBOX:
+    if (KindOf(control) == ControlKind::CheckBox)
         SetCheck(control, control.check ? BST_UNCHECKED : BST_CHECKED);
-        break;
-    case BS_AUTORADIOBUTTON:
-        for (auto& other : RestOfGroup(control))
-            if (KindOf(*other) == ControlKind::RadioButton)
-                SetCheck(*other, BST_UNCHECKED);
-        SetCheck(control, BST_CHECKED);
-        break;
-    default:
-        break;
-    }
+    if (KindOf(control) != ControlKind::RadioButton)
+        return;
+    for (auto& other : RestOfGroup(control))
+        if (KindOf(*other) == ControlKind::RadioButton)
+            SetCheck(*other, BST_UNCHECKED);
+    SetCheck(control, BST_CHECKED);
 }
 
 LRESULT Click(HWND handle) {
@@ -129,13 +96,6 @@ LRESULT Click(HWND handle) {
     lock.unlock();
     SendMessageA(parent, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(handle));
     return 0;
-}
-
-// Check boxes, radio buttons and group boxes take their colours like texts.
-UINT ColourRequest(HWND handle) {
-    return static_cast<UINT>(With(handle, [](Window& control) {
-        return KindOf(control) == ControlKind::PushButton ? WM_CTLCOLORBTN : WM_CTLCOLORSTATIC;
-    }));
 }
 
 LRESULT SetRange(HWND handle, LONG lowest, LONG highest) {
@@ -161,8 +121,8 @@ LRESULT SetPosition(HWND handle, LONG position) {
 
 LRESULT CALLBACK StaticProcedure(HWND control, UINT message, WPARAM first, LPARAM second) {
     if (message != WM_PAINT)
-        return ControlProcedure(control, message, first, second);
-    PaintControl(control, WM_CTLCOLORSTATIC);
+        return DefWindowProcA(control, message, first, second);
+    PaintText(control);
     return 0;
 }
 
@@ -177,18 +137,13 @@ LRESULT CALLBACK ButtonProcedure(HWND handle, UINT message, WPARAM first, LPARAM
         });
     case BM_CLICK:
         return Click(handle);
-    case WM_PAINT:
-        PaintControl(handle, ColourRequest(handle));
-        return 0;
     default:
-        return ControlProcedure(handle, message, first, second);
+        return DefWindowProcA(handle, message, first, second);
     }
 }
 
 LRESULT CALLBACK ProgressProcedure(HWND handle, UINT message, WPARAM first, LPARAM second) {
     switch (message) {
-    case PBM_SETRANGE:
-        return SetRange(handle, LOWORD(second), HIWORD(second));
     case PBM_SETRANGE32:
         return SetRange(handle, static_cast<LONG>(first), static_cast<LONG>(second));
     case PBM_SETPOS:
@@ -196,7 +151,7 @@ LRESULT CALLBACK ProgressProcedure(HWND handle, UINT message, WPARAM first, LPAR
     case PBM_GETPOS:
         return With(handle, [](Window& bar) { return bar.progress.position; });
     default:
-        return ControlProcedure(handle, message, first, second);
+        return DefWindowProcA(handle, message, first, second);
     }
 }
 

@@ -16,10 +16,8 @@ enum class ControlKind {
     PushButton,
     CheckBox,
     RadioButton,
-    GroupBox,
     Progress,
-    Picture,
-    Other
+    Other // nothing that is covered
 };
 
 ControlKind KindOf(const Window& control);

@@ -1,11 +1,9 @@
 // Controls of a dialog by their ids.
 
-#include "platform/windows/window_errors.h"
 #include "platform/windows/window_model.h"
 
 #include <windows.h>
 
-#include <algorithm>
 #include <string>
 
 using namespace platform;
@@ -18,12 +16,14 @@ HWND WINAPI GetDlgItem(HWND dialog, int id) {
     for (HWND handle : window->children)
         if (auto control = FindWindowByHandle(handle); control && control->id == id)
             return handle;
-    SetLastError(NoSuchControl);
+    SetLastError(ERROR_CONTROL_ID_NOT_FOUND);
     return nullptr;
 }
 
-int WINAPI GetDlgCtrlID(HWND control) {
-    return static_cast<int>(GetWindowLongPtrA(control, GWLP_ID));
+int WINAPI GetDlgCtrlID(HWND handle) {
+    auto lock = LockWindows();
+    auto control = RequireWindow(handle);
+    return control ? control->id : 0;
 }
 
 LRESULT WINAPI SendDlgItemMessageA(HWND dialog, int id, UINT message, WPARAM first, LPARAM second) {
@@ -44,8 +44,11 @@ UINT WINAPI GetDlgItemTextA(HWND dialog, int id, LPSTR buffer, int capacity) {
 }
 
 BOOL WINAPI SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned) {
-    std::string text = isSigned ? std::to_string(static_cast<int>(value)) : std::to_string(value);
-    return SetDlgItemTextA(dialog, id, text.c_str());
+    if (isSigned) {
+        SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+        return FALSE;
+    }
+    return SetDlgItemTextA(dialog, id, std::to_string(value).c_str());
 }
 
 BOOL WINAPI CheckDlgButton(HWND dialog, int id, UINT check) {
@@ -53,16 +56,6 @@ BOOL WINAPI CheckDlgButton(HWND dialog, int id, UINT check) {
     if (!control)
         return FALSE;
     SendMessageA(control, BM_SETCHECK, check, 0);
-    return TRUE;
-}
-
-// The range may be given either way round.
-BOOL WINAPI CheckRadioButton(HWND dialog, int firstId, int lastId, int checkedId) {
-    auto [lowest, highest] = std::minmax(firstId, lastId);
-    if (!GetDlgItem(dialog, checkedId))
-        return FALSE;
-    for (int id = lowest; id <= highest; ++id)
-        SendDlgItemMessageA(dialog, id, BM_SETCHECK, id == checkedId, 0);
     return TRUE;
 }
 

@@ -1,6 +1,5 @@
-// Reading dialog templates: the published DLGTEMPLATE and DLGTEMPLATEEX, each control aligned to 4
-// bytes. The extended one is known by 1 and 0xFFFF at its start; it holds the styles the other
-// way round, ids of 32 bits, and more words for the font.
+// Reading dialog templates of the published kind DLGTEMPLATEEX, which is known by 1 and 0xFFFF at
+// its start; each control is aligned to 4 bytes.
 
 #include "platform/windows/dialog_template.h"
 
@@ -15,8 +14,7 @@ namespace {
 
 constexpr int BaseWidth = 6;
 constexpr int BaseHeight = 14;
-constexpr int NormalWeight = 400;
-constexpr BYTE DefaultCharSet = 1;
+constexpr std::uint32_t ExtendedTemplate = 0xFFFF0001;
 
 // A menu, class, title: nothing, 0xFFFF and a number, or a text.
 struct Name {
@@ -41,16 +39,8 @@ std::string ClassName(const Name& name) {
     switch (name.number) {
     case 0x80:
         return "button";
-    case 0x81:
-        return "edit";
     case 0x82:
         return "static";
-    case 0x83:
-        return "listbox";
-    case 0x84:
-        return "scrollbar";
-    case 0x85:
-        return "combobox";
     default:
         return name.text;
     }
@@ -64,69 +54,45 @@ void ReadBounds(ByteReader& reader, Template& bounds) {
     bounds.height = reader.SignedWord();
 }
 
-void ReadFont(ByteReader& reader, DialogTemplate& dialog, bool extended) {
+void ReadFont(ByteReader& reader, DialogTemplate& dialog) {
     if (!(dialog.style & DS_SETFONT))
         return;
     dialog.pointSize = reader.Word();
-    if (extended) {
-        dialog.weight = reader.Word();
-        dialog.italic = reader.Byte() != 0;
-        dialog.charSet = reader.Byte();
-    }
+    dialog.weight = reader.Word();
+    reader.Word(); // italic, character set
     dialog.typeface = AnsiFromUtf16(reader.Text());
 }
 
-ControlTemplate ReadControl(ByteReader& reader, bool extended) {
+ControlTemplate ReadControl(ByteReader& reader) {
     ControlTemplate control = {};
     reader.AlignTo4();
-    if (extended) {
-        reader.Long(); // help id
-        control.exStyle = reader.Long();
-        control.style = reader.Long();
-    } else {
-        control.style = reader.Long();
-        control.exStyle = reader.Long();
-    }
+    reader.Skip(8); // help id, extended style
+    control.style = reader.Long();
     ReadBounds(reader, control);
-    std::uint32_t id = extended ? reader.Long() : reader.Word();
-    control.id = id == 0xFFFF ? -1 : static_cast<int>(id);
+    control.id = static_cast<std::int16_t>(reader.Long());
     control.className = ClassName(ReadName(reader));
     control.text = ReadName(reader).text;
-    unsigned creationData = reader.Word(); // in the plain kind its own two bytes are counted in
-    reader.Skip(!extended && creationData >= 2 ? creationData - 2 : creationData);
+    reader.Skip(reader.Word()); // what the control is created with
     return control;
-}
-
-// Styles of both kinds; true for the extended one.
-bool ReadStyles(ByteReader& reader, DialogTemplate& dialog) {
-    std::uint32_t first = reader.Long();
-    if (first != 0xFFFF0001) {
-        dialog.style = first;
-        dialog.exStyle = reader.Long();
-        return false;
-    }
-    reader.Long(); // help id
-    dialog.exStyle = reader.Long();
-    dialog.style = reader.Long();
-    return true;
 }
 
 } // namespace
 
 std::optional<DialogTemplate> ReadDialogTemplate(std::span<const std::uint8_t> bytes) {
     DialogTemplate dialog = {};
-    dialog.weight = NormalWeight;
-    dialog.charSet = DefaultCharSet;
     ByteReader reader(bytes);
-    bool extended = ReadStyles(reader, dialog);
+    if (reader.Long() != ExtendedTemplate)
+        return std::nullopt;
+    reader.Skip(8); // help id, extended style
+    dialog.style = reader.Long();
     unsigned count = reader.Word();
     ReadBounds(reader, dialog);
     ReadName(reader); // menu
     ReadName(reader); // class: always the standard one
     dialog.title = ReadName(reader).text;
-    ReadFont(reader, dialog, extended);
+    ReadFont(reader, dialog);
     for (unsigned i = 0; i < count && !reader.Failed(); ++i)
-        dialog.controls.push_back(ReadControl(reader, extended));
+        dialog.controls.push_back(ReadControl(reader));
     if (reader.Failed())
         return std::nullopt;
     return dialog;

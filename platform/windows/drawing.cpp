@@ -22,49 +22,26 @@ namespace platform {
 namespace {
 
 constexpr std::uintptr_t FirstHandle = 0x01000000;
-constexpr std::uintptr_t FirstStockHandle = 0x00FF0000;
-constexpr int StockBitmap = 100; // what a memory context holds at first; it has no published index
 constexpr WORD ScreenDepth = 32;
 
-struct Brush {
-    COLORREF colour;
-};
+struct Brush {};
 
 struct Context {
-    HGDIOBJ bitmap, brush, font;
+    HGDIOBJ bitmap;
     PaintResult result;
 };
 
 using DrawingObject = std::variant<std::shared_ptr<const Picture>, Brush, LOGFONTA, Context>;
 
-LOGFONTA StockFont() {
-    LOGFONTA font = {};
-    font.lfHeight = -11;
-    font.lfWeight = FW_NORMAL;
-    std::strcpy(font.lfFaceName, "Arial");
-    return font;
-}
-
-HGDIOBJ StockHandle(int index) {
-    return reinterpret_cast<HGDIOBJ>(FirstStockHandle + static_cast<std::uintptr_t>(index));
-}
+// What a memory context holds at first.
+const HGDIOBJ StockBitmap = reinterpret_cast<HGDIOBJ>(FirstHandle);
 
 struct DrawingObjects {
     std::mutex lock;
     std::map<HGDIOBJ, DrawingObject> objects;
     std::uintptr_t next = FirstHandle;
-    std::size_t stock;
 
-    DrawingObjects() {
-        objects[StockHandle(WHITE_BRUSH)] = Brush{0xFFFFFF};
-        objects[StockHandle(LTGRAY_BRUSH)] = Brush{0xC0C0C0};
-        objects[StockHandle(BLACK_BRUSH)] = Brush{0};
-        objects[StockHandle(NULL_BRUSH)] = Brush{CLR_INVALID};
-        objects[StockHandle(SYSTEM_FONT)] = StockFont();
-        objects[StockHandle(DEFAULT_GUI_FONT)] = StockFont();
-        objects[StockHandle(StockBitmap)] = std::make_shared<const Picture>();
-        stock = objects.size();
-    }
+    DrawingObjects() { objects[StockBitmap] = std::make_shared<const Picture>(); }
 
     HGDIOBJ Add(DrawingObject object) {
         next += 4;
@@ -82,8 +59,7 @@ struct DrawingObjects {
     bool IsSelected(HGDIOBJ handle) {
         for (auto& [name, object] : objects) {
             auto* context = std::get_if<Context>(&object);
-            if (context &&
-                (context->bitmap == handle || context->brush == handle || context->font == handle))
+            if (context && context->bitmap == handle)
                 return true;
         }
         return false;
@@ -97,21 +73,15 @@ DrawingObjects& Drawing() {
 }
 
 HDC AddContext() {
-    Context context = {};
-    context.bitmap = StockHandle(StockBitmap);
-    context.brush = StockHandle(WHITE_BRUSH);
-    context.font = StockHandle(SYSTEM_FONT);
-    context.result = UnpaintedColours();
     std::lock_guard lock(Drawing().lock);
-    return static_cast<HDC>(Drawing().Add(std::move(context)));
+    return static_cast<HDC>(Drawing().Add(Context{StockBitmap, UnpaintedColours()}));
 }
 
-// Sets a value of a context and gives the old one; `none` for a context that is none.
-template <class Value, class Slot>
-Value Exchange(HDC handle, Value none, Slot slot) {
+// Sets a colour of a context and gives the old one.
+COLORREF Exchange(HDC handle, COLORREF PaintResult::*which, COLORREF colour) {
     std::lock_guard lock(Drawing().lock);
     auto* context = Drawing().Find<Context>(handle);
-    return context ? slot(context->result) : none;
+    return context ? std::exchange(context->result.*which, colour) : CLR_INVALID;
 }
 
 bool HeaderFits(LONG width, LONG height, unsigned depth, std::uint32_t compression) {
@@ -141,7 +111,8 @@ std::shared_ptr<const Picture> ReadPicture(std::span<const std::uint8_t> bytes) 
     if (bytes.size() < headerSize || colours > bytes.size() / 4 ||
         bytes.size() - headerSize < colours * 4 + rows * rowBytes)
         return nullptr;
-    return std::make_shared<const Picture>(Picture{width, static_cast<LONG>(rows), bytes});
+    return std::make_shared<const Picture>(
+        Picture{width, static_cast<LONG>(rows), bytes, headerSize + colours * 4});
 }
 
 BITMAP DescribePicture(const Picture& picture) {
@@ -156,9 +127,7 @@ BITMAP DescribePicture(const Picture& picture) {
 
 template <class Description>
 int CopyDescription(const Description& description, int size, void* buffer) {
-    if (!buffer)
-        return sizeof(description);
-    if (size < static_cast<int>(sizeof(description)))
+    if (!buffer || size < static_cast<int>(sizeof(description)))
         return 0;
     std::memcpy(buffer, &description, sizeof(description));
     return sizeof(description);
@@ -167,7 +136,7 @@ int CopyDescription(const Description& description, int size, void* buffer) {
 } // namespace
 
 PaintResult UnpaintedColours() {
-    return {{}, GetSysColor(COLOR_WINDOWTEXT), GetSysColor(COLOR_BTNFACE), true};
+    return {{}, GetSysColor(COLOR_WINDOWTEXT), GetSysColor(COLOR_BTNFACE)};
 }
 
 HDC OpenPaintContext() { return AddContext(); }
@@ -182,14 +151,6 @@ PaintResult ClosePaintContext(HDC handle) {
     return result;
 }
 
-bool BrushColour(HBRUSH handle, COLORREF* colour) {
-    std::lock_guard lock(Drawing().lock);
-    auto* brush = Drawing().Find<Brush>(handle);
-    if (brush)
-        *colour = brush->colour;
-    return brush && brush->colour != CLR_INVALID;
-}
-
 bool FontDescription(HFONT handle, LOGFONTA* description) {
     std::lock_guard lock(Drawing().lock);
     auto* font = Drawing().Find<LOGFONTA>(handle);
@@ -200,7 +161,7 @@ bool FontDescription(HFONT handle, LOGFONTA* description) {
 
 int DrawingObjectCount() {
     std::lock_guard lock(Drawing().lock);
-    return static_cast<int>(Drawing().objects.size() - Drawing().stock);
+    return static_cast<int>(Drawing().objects.size()) - 1; // the stock bitmap
 }
 
 } // namespace platform
@@ -222,22 +183,13 @@ BOOL WINAPI DeleteDC(HDC handle) {
 HGDIOBJ WINAPI SelectObject(HDC handle, HGDIOBJ object) {
     std::lock_guard lock(Drawing().lock);
     auto* context = Drawing().Find<Context>(handle);
-    if (!context)
-        return nullptr;
-    if (Drawing().Find<std::shared_ptr<const Picture>>(object))
-        return std::exchange(context->bitmap, object);
-    if (Drawing().Find<Brush>(object))
-        return std::exchange(context->brush, object);
-    if (Drawing().Find<LOGFONTA>(object))
-        return std::exchange(context->font, object);
-    return nullptr;
+    const bool fits = context && Drawing().Find<std::shared_ptr<const Picture>>(object);
+    return fits ? std::exchange(context->bitmap, object) : nullptr;
 }
 
 BOOL WINAPI DeleteObject(HGDIOBJ object) {
     std::lock_guard lock(Drawing().lock);
-    if (reinterpret_cast<std::uintptr_t>(object) < FirstHandle)
-        return Drawing().objects.contains(object);
-    if (Drawing().IsSelected(object) || Drawing().Find<Context>(object))
+    if (object == StockBitmap || Drawing().IsSelected(object) || Drawing().Find<Context>(object))
         return FALSE;
     return Drawing().objects.erase(object) ? TRUE : FALSE;
 }
@@ -248,14 +200,7 @@ int WINAPI GetObjectA(HANDLE object, int size, LPVOID buffer) {
         return CopyDescription(DescribePicture(**picture), size, buffer);
     if (auto* font = Drawing().Find<LOGFONTA>(object))
         return CopyDescription(*font, size, buffer);
-    if (auto* brush = Drawing().Find<Brush>(object))
-        return CopyDescription(LOGBRUSH{0, brush->colour, 0}, size, buffer);
     return 0;
-}
-
-HGDIOBJ WINAPI GetStockObject(int index) {
-    std::lock_guard lock(Drawing().lock);
-    return Drawing().objects.contains(StockHandle(index)) ? StockHandle(index) : nullptr;
 }
 
 BOOL WINAPI BitBlt(HDC target, int x, int y, int width, int height, HDC source, int sourceX,
@@ -263,12 +208,12 @@ BOOL WINAPI BitBlt(HDC target, int x, int y, int width, int height, HDC source, 
     std::lock_guard lock(Drawing().lock);
     auto* to = Drawing().Find<Context>(target);
     auto* from = Drawing().Find<Context>(source);
-    if (!to || !from || operation != SRCCOPY)
+    if (!to || !from || sourceX != 0 || sourceY != 0 || operation != SRCCOPY)
         return FALSE;
     auto* picture = Drawing().Find<std::shared_ptr<const Picture>>(from->bitmap);
     if (!picture)
         return FALSE;
-    to->result.pictures.push_back({*picture, x, y, width, height, sourceX, sourceY});
+    to->result.pictures.push_back({*picture, x, y, width, height});
     return TRUE;
 }
 
@@ -279,27 +224,17 @@ HFONT WINAPI CreateFontIndirectA(const LOGFONTA* font) {
     return static_cast<HFONT>(Drawing().Add(*font));
 }
 
-HBRUSH WINAPI CreateSolidBrush(COLORREF colour) {
+HBRUSH WINAPI CreateSolidBrush(COLORREF) {
     std::lock_guard lock(Drawing().lock);
-    return static_cast<HBRUSH>(Drawing().Add(Brush{colour}));
+    return static_cast<HBRUSH>(Drawing().Add(Brush()));
 }
 
 COLORREF WINAPI SetTextColor(HDC context, COLORREF colour) {
-    return Exchange<COLORREF>(context, CLR_INVALID, [&](PaintResult& result) {
-        return std::exchange(result.textColour, colour);
-    });
+    return Exchange(context, &PaintResult::textColour, colour);
 }
 
 COLORREF WINAPI SetBkColor(HDC context, COLORREF colour) {
-    return Exchange<COLORREF>(context, CLR_INVALID, [&](PaintResult& result) {
-        return std::exchange(result.background, colour);
-    });
-}
-
-int WINAPI SetBkMode(HDC context, int mode) {
-    return Exchange<int>(context, 0, [&](PaintResult& result) {
-        return std::exchange(result.opaque, mode == OPAQUE) ? OPAQUE : TRANSPARENT;
-    });
+    return Exchange(context, &PaintResult::background, colour);
 }
 
 HBITMAP WINAPI LoadBitmapA(HINSTANCE, LPCSTR name) {

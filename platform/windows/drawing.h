@@ -15,20 +15,19 @@ namespace platform {
 struct Picture {
     LONG width = 1, height = 1;
     std::span<const std::uint8_t> bitmap;
+    std::size_t pixels = 0; // where they start in it, behind the header and the palette
 };
 
-// A copy of (part of) a picture onto a window's client area.
+// A copy of the upper left part of a picture onto a window's client area.
 struct PaintedPicture {
     std::shared_ptr<const Picture> picture;
     int x, y, width, height;
-    int sourceX, sourceY;
 };
 
 // The settings of a context, and what was painted through it.
 struct PaintResult {
     std::vector<PaintedPicture> pictures;
     COLORREF textColour, background;
-    bool opaque;
 };
 
 // Of what has not been painted yet, or with no colours of its own.
@@ -38,7 +37,6 @@ PaintResult UnpaintedColours();
 HDC OpenPaintContext();
 PaintResult ClosePaintContext(HDC context);
 
-bool BrushColour(HBRUSH brush, COLORREF* colour);
 bool FontDescription(HFONT font, LOGFONTA* description);
 
 // Objects and contexts that the program has made and not released yet.

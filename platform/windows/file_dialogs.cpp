@@ -28,12 +28,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr DWORD SizeOn32Bits = 76;
-
 bool IsUsable(const OPENFILENAMEA* dialog) {
-    return dialog && dialog->lpstrFile && dialog->nMaxFile > 0 &&
-           (dialog->lStructSize == sizeof(OPENFILENAMEA) || dialog->lStructSize == SizeOn32Bits ||
-            dialog->lStructSize == OPENFILENAME_SIZE_VERSION_400A);
+    return dialog && dialog->lStructSize == OPENFILENAME_SIZE_VERSION_400A && dialog->lpstrFile &&
+           dialog->nMaxFile > 0 && (dialog->Flags & OFN_NOCHANGEDIR);
 }
 
 std::vector<std::string> FilterNames(const char* filter) {
@@ -129,28 +126,6 @@ CheckedPath CheckAnswer(const std::string& answer, const OPENFILENAMEA& dialog, 
     return CheckForCaller(host, dialog);
 }
 
-void CopyTitle(const std::string& name, OPENFILENAMEA& dialog) {
-    if (!dialog.lpstrFileTitle || dialog.nMaxFileTitle == 0)
-        return;
-    std::size_t length = std::min<std::size_t>(name.size(), dialog.nMaxFileTitle - 1);
-    std::memcpy(dialog.lpstrFileTitle, name.data(), length);
-    dialog.lpstrFileTitle[length] = '\0';
-}
-
-void StorePath(const CheckedPath& checked, OPENFILENAMEA& dialog) {
-    const std::string& path = checked.windows;
-    std::memcpy(dialog.lpstrFile, path.c_str(), path.size() + 1);
-    std::size_t name = path.find_last_of('\\') + 1;
-    std::size_t dot = path.find_last_of('.');
-    dialog.nFileOffset = static_cast<WORD>(name);
-    dialog.nFileExtension =
-        dot == std::string::npos || dot < name ? WORD{0} : static_cast<WORD>(dot + 1);
-    CopyTitle(path.substr(name), dialog);
-    std::error_code ignored; // where the folder cannot be entered, the program stays where it is
-    if (!(dialog.Flags & OFN_NOCHANGEDIR))
-        fs::current_path(checked.host.parent_path(), ignored);
-}
-
 // A file dialog that is up: registered with the display's input from construction to the end.
 class FileDialog {
 public:
@@ -209,7 +184,7 @@ bool RunUntilUsable(OPENFILENAMEA& dialog, bool save) {
     while (auto answer = fileDialog.WaitForAnswer()) {
         CheckedPath checked = CheckAnswer(*answer, dialog, save);
         if (checked.error.empty()) {
-            StorePath(checked, dialog);
+            std::memcpy(dialog.lpstrFile, checked.windows.c_str(), checked.windows.size() + 1);
             return true;
         }
         fileDialog.ShowAgain(checked.error);

@@ -5,7 +5,6 @@
 // finishes what still waits for it with 0.
 
 #include "platform/kernel/thread_termination.h"
-#include "platform/windows/window_errors.h"
 #include "platform/windows/window_model.h"
 
 #include <windows.h>
@@ -51,7 +50,6 @@ MSG NewMessage(HWND window, UINT message, WPARAM first, LPARAM second) {
     posted.message = message;
     posted.wParam = first;
     posted.lParam = second;
-    posted.time = GetTickCount();
     return posted;
 }
 
@@ -90,8 +88,7 @@ bool PopTimer(ThreadQueue& queue, MSG& message) {
     if (first == queue.timers.end() || first->due > HostClock::now())
         return false;
     first->due = HostDeadline(first->milliseconds);
-    message =
-        NewMessage(first->window, WM_TIMER, first->id, reinterpret_cast<LPARAM>(first->callback));
+    message = NewMessage(first->window, WM_TIMER, first->id, 0);
     return true;
 }
 
@@ -204,7 +201,7 @@ VOID WINAPI PostQuitMessage(int exitCode) {
 
 BOOL WINAPI GetMessageA(LPMSG message, HWND window, UINT lowest, UINT highest) {
     if (!message || window || lowest || highest) {
-        SetLastError(InvalidParameter);
+        SetLastError(ERROR_INVALID_PARAMETER);
         return -1;
     }
     return FetchMessage(*message, {}) == FetchResult::Message ? TRUE : FALSE;
@@ -212,7 +209,7 @@ BOOL WINAPI GetMessageA(LPMSG message, HWND window, UINT lowest, UINT highest) {
 
 BOOL WINAPI PeekMessageA(LPMSG message, HWND window, UINT lowest, UINT highest, UINT remove) {
     if (!message || window || lowest || highest || !(remove & PM_REMOVE)) {
-        SetLastError(InvalidParameter);
+        SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
     return FetchMessage(*message, {}, false) != FetchResult::Nothing ? TRUE : FALSE;
@@ -223,10 +220,5 @@ BOOL WINAPI TranslateMessage(const MSG*) { return FALSE; }
 LRESULT WINAPI DispatchMessageA(const MSG* message) {
     if (!message || !message->hwnd)
         return 0;
-    if (message->message == WM_TIMER && message->lParam) {
-        reinterpret_cast<TIMERPROC>(message->lParam)(message->hwnd, WM_TIMER, message->wParam,
-                                                     GetTickCount());
-        return 0;
-    }
     return CallWindowProcedure(message->hwnd, message->message, message->wParam, message->lParam);
 }

@@ -14,8 +14,7 @@ namespace platform {
 namespace {
 
 bool IsText(const ControlView& control) {
-    return control.visible &&
-           (control.kind == ControlKind::Text || control.kind == ControlKind::GroupBox);
+    return control.visible && control.kind == ControlKind::Text;
 }
 
 bool ComesBefore(const ControlView* one, const ControlView* other) {

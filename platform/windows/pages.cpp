@@ -71,7 +71,7 @@ std::string TextThatShows(const Window& control, const LOGFONTA& font) {
 ControlView ViewOfControl(const Window& control, const DialogState& dialog) {
     ControlView view = {};
     view.handle = control.handle;
-    view.id = static_cast<int>(control.id);
+    view.id = control.id;
     view.kind = KindOf(control);
     view.rect = control.rect;
     view.visible = control.style & WS_VISIBLE;
@@ -127,7 +127,6 @@ MSG MessageOf(const PageAction& action, HWND page) {
         message.message = WM_KEYDOWN;
         message.wParam = action.kind == PageAction::Enter ? VK_RETURN : VK_ESCAPE;
     }
-    message.time = GetTickCount();
     return message;
 }
 

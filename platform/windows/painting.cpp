@@ -1,5 +1,5 @@
 // Painting: what a window's procedure draws between BeginPaint and EndPaint is kept with the
-// window, and so are the colours that a parent gives to a control that paints itself.
+// window, and so are the colours that a dialog gives to a text.
 
 #include "platform/windows/pages.h"
 
@@ -9,7 +9,7 @@
 
 namespace platform {
 
-void PaintControl(HWND handle, UINT request) {
+void PaintText(HWND handle) {
     auto lock = LockWindows();
     auto control = FindWindowByHandle(handle);
     if (!control)
@@ -17,12 +17,9 @@ void PaintControl(HWND handle, UINT request) {
     HWND parent = control->parent;
     lock.unlock();
     HDC context = OpenPaintContext();
-    LRESULT brush = SendMessageA(parent, request, reinterpret_cast<WPARAM>(context),
-                                 reinterpret_cast<LPARAM>(handle));
+    SendMessageA(parent, WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(context),
+                 reinterpret_cast<LPARAM>(handle));
     PaintResult painted = ClosePaintContext(context);
-    COLORREF fill = 0;
-    if (!painted.opaque && BrushColour(reinterpret_cast<HBRUSH>(brush), &fill))
-        painted.background = fill;
     lock.lock();
     control->painted = std::move(painted);
     RefreshControl(*control);
@@ -55,16 +52,6 @@ BOOL WINAPI EndPaint(HWND handle, const PAINTSTRUCT* paint) {
     window->painted = std::move(painted);
     if (window->dialog && window->dialog->onScreen)
         ActiveDisplay().UpdatePictures(ViewOf(*window));
-    return TRUE;
-}
-
-BOOL WINAPI InvalidateRect(HWND handle, const RECT*, BOOL) {
-    auto lock = LockWindows();
-    auto window = RequireWindow(handle);
-    if (!window)
-        return FALSE;
-    window->needsPaint = true;
-    window->queue->changed.notify_all();
     return TRUE;
 }
 

@@ -7,7 +7,6 @@
 
 #include "platform/base/byte_reader.h"
 #include "platform/base/text.h"
-#include "platform/windows/window_errors.h"
 
 #include <windows.h>
 
@@ -124,7 +123,7 @@ std::optional<std::span<const std::uint8_t>> FindNamedResource(std::uint16_t typ
         data = FindResourceData(type,
                                 static_cast<std::uint16_t>(reinterpret_cast<std::uintptr_t>(name)));
     if (!data)
-        SetLastError(NoSuchResource);
+        SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
     return data;
 }
 
@@ -138,6 +137,6 @@ int WINAPI LoadStringA(HINSTANCE, UINT id, LPSTR buffer, int capacity) {
     std::memcpy(buffer, text.data(), length);
     buffer[length] = '\0';
     if (text.empty())
-        SetLastError(platform::NoSuchResource);
+        SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
     return static_cast<int>(length);
 }

@@ -6,19 +6,11 @@
 
 #include <windows.h>
 
-#include <array>
 #include <utility>
 
 namespace {
 
 constexpr std::uintptr_t FirstImageHandle = 0x02000000;
-
-// The colours of the classic scheme by their published index, as 0x00BBGGRR.
-constexpr std::array<COLORREF, 21> SystemColours = {
-    0xC8D0D4, 0xA56E3A, 0x6A240A, 0x808080, 0xC8D0D4, 0xFFFFFF, 0x000000,
-    0x000000, 0x000000, 0xFFFFFF, 0xC8D0D4, 0xC8D0D4, 0x808080, 0x6A240A,
-    0xFFFFFF, 0xC8D0D4, 0x808080, 0x808080, 0x000000, 0xC8D0D4, 0xFFFFFF,
-};
 
 HICON ImageHandle(LPCSTR name) {
     return reinterpret_cast<HICON>(FirstImageHandle + reinterpret_cast<std::uintptr_t>(name));
@@ -27,8 +19,8 @@ HICON ImageHandle(LPCSTR name) {
 } // namespace
 
 DWORD WINAPI GetSysColor(int index) {
-    auto position = static_cast<std::size_t>(index);
-    return index >= 0 && position < SystemColours.size() ? SystemColours[position] : 0;
+    const bool grey = index == COLOR_SCROLLBAR || index == COLOR_BTNFACE;
+    return grey ? RGB(0xD4, 0xD0, 0xC8) : RGB(0, 0, 0);
 }
 
 int WINAPI GetSystemMetrics(int index) {
@@ -37,14 +29,6 @@ int WINAPI GetSystemMetrics(int index) {
         return 1024;
     case SM_CYSCREEN:
         return 768;
-    case SM_CYCAPTION:
-        return platform::CaptionHeight;
-    case SM_CXDLGFRAME:
-    case SM_CYDLGFRAME:
-        return platform::DialogFrame;
-    case SM_CXFRAME:
-    case SM_CYFRAME:
-        return platform::SizingFrame;
     default:
         return 0;
     }

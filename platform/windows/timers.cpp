@@ -23,13 +23,17 @@ std::vector<Timer>::iterator FindTimer(ThreadQueue& queue, HWND window, UINT_PTR
 } // namespace
 
 UINT_PTR WINAPI SetTimer(HWND handle, UINT_PTR id, UINT milliseconds, TIMERPROC callback) {
+    if (callback) {
+        SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+        return 0;
+    }
     auto lock = LockWindows();
     auto window = RequireWindow(handle);
     if (!window)
         return 0;
     ThreadQueue& queue = *window->queue;
     DWORD period = std::clamp(static_cast<DWORD>(milliseconds), MinTimer, DWORD{0x7FFFFFFF});
-    Timer timer = {handle, id, callback, period, HostDeadline(period)};
+    Timer timer = {handle, id, period, HostDeadline(period)};
     auto old = FindTimer(queue, handle, id);
     if (old != queue.timers.end())
         *old = timer;

@@ -3,7 +3,6 @@
 
 #include "platform/base/text.h"
 #include "platform/processes/process_identity.h"
-#include "platform/windows/window_errors.h"
 #include "platform/windows/window_model.h"
 
 #include <windows.h>
@@ -24,65 +23,8 @@ bool Matches(const WindowRecord& record, LPCSTR className, LPCSTR title) {
 std::optional<WindowRecord> RequireRecord(HWND window) {
     auto record = FindWindowRecord(window);
     if (!record)
-        SetLastError(NoSuchWindow);
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
     return record;
-}
-
-// The neighbour of a window in a list: next, previous, first, last. Null at an end.
-template <class List, class Iterator>
-HWND Neighbour(const List& list, Iterator position, UINT command) {
-    switch (command) {
-    case GW_HWNDFIRST:
-        return list.front();
-    case GW_HWNDLAST:
-        return list.back();
-    case GW_HWNDNEXT:
-        return position + 1 == list.end() ? nullptr : *(position + 1);
-    case GW_HWNDPREV:
-        return position == list.begin() ? nullptr : *(position - 1);
-    default:
-        return nullptr;
-    }
-}
-
-HWND NeighbourIn(const std::vector<HWND>& list, HWND window, UINT command) {
-    auto position = std::find(list.begin(), list.end(), window);
-    if (position != list.end())
-        return Neighbour(list, position, command);
-    SetLastError(NoSuchWindow);
-    return nullptr;
-}
-
-std::vector<HWND> AllTopLevelWindows() {
-    std::vector<HWND> all;
-    for (const WindowRecord& record : ReadWindowRecords())
-        all.push_back(WindowOfNumber(record.number));
-    return all;
-}
-
-// Siblings of a child of this process; none for any other window.
-std::vector<HWND> Siblings(HWND handle) {
-    auto lock = LockWindows();
-    auto window = FindWindowByHandle(handle);
-    auto parent = window && window->IsChild() ? FindWindowByHandle(window->parent) : nullptr;
-    return parent ? parent->children : std::vector<HWND>();
-}
-
-HWND FirstChildOf(HWND handle) {
-    auto lock = LockWindows();
-    auto window = FindWindowByHandle(handle);
-    return window && !window->children.empty() ? window->children.front() : nullptr;
-}
-
-// The parent of a window that has one of these styles, or its owner where it is a top-level one.
-HWND ParentOrOwner(HWND handle, bool (*has)(DWORD style)) {
-    {
-        auto lock = LockWindows();
-        if (auto window = FindWindowByHandle(handle))
-            return has(window->style) ? window->parent : nullptr;
-    }
-    auto record = RequireRecord(handle);
-    return record && record->owner && has(record->style) ? WindowOfNumber(record->owner) : nullptr;
 }
 
 bool IsOurs(HWND handle) {
@@ -108,17 +50,28 @@ BOOL WINAPI IsWindow(HWND window) {
 }
 
 // The owner of a popup alone; that of another top-level window does not count as its parent.
-HWND WINAPI GetParent(HWND window) {
-    return ParentOrOwner(window, [](DWORD style) { return (style & (WS_CHILD | WS_POPUP)) != 0; });
+HWND WINAPI GetParent(HWND handle) {
+    {
+        auto lock = LockWindows();
+        if (auto window = FindWindowByHandle(handle))
+            return window->style & (WS_CHILD | WS_POPUP) ? window->parent : nullptr;
+    }
+    auto record = RequireRecord(handle);
+    return record && (record->style & WS_POPUP) ? WindowOfNumber(record->owner) : nullptr;
 }
 
 HWND WINAPI GetWindow(HWND window, UINT command) {
-    if (command == GW_OWNER)
-        return ParentOrOwner(window, [](DWORD style) { return (style & WS_CHILD) == 0; });
-    if (command == GW_CHILD)
-        return FirstChildOf(window);
-    auto siblings = Siblings(window);
-    return NeighbourIn(siblings.empty() ? AllTopLevelWindows() : siblings, window, command);
+    if (command != GW_HWNDNEXT) {
+        SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+        return nullptr;
+    }
+    const auto all = ReadWindowRecords();
+    const auto found = std::ranges::find(all, NumberOfWindow(window), &WindowRecord::number);
+    if (found == all.end())
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    else if (found + 1 != all.end())
+        return WindowOfNumber((found + 1)->number);
+    return nullptr;
 }
 
 DWORD WINAPI GetWindowThreadProcessId(HWND handle, LPDWORD process) {

@@ -47,7 +47,6 @@ struct SentMessage {
 struct Timer {
     HWND window;
     UINT_PTR id;
-    TIMERPROC callback;
     DWORD milliseconds;
     HostClock::time_point due;
 };
@@ -61,14 +60,12 @@ struct ThreadQueue {
     std::deque<MSG> posted;
     std::vector<Timer> timers;
     std::optional<int> quit; // exit code of a quit message that waits
-    HWND focus = nullptr;
     HCURSOR cursor = nullptr;
 };
 
 struct WindowClass {
     std::string name;
     WNDPROC procedure;
-    int extraBytes;
 };
 
 // What a dialog has beyond a window.
@@ -79,6 +76,9 @@ struct DialogState {
     ~DialogState(); // releases ownFont
 
     int templateId = 0;
+    DLGPROC procedure = nullptr;
+    LONG_PTR messageResult = 0; // DWLP_MSGRESULT
+    LONG_PTR user = 0;          // DWLP_USER
     bool modal = false;
     bool ended = false;
     INT_PTR result = 0;
@@ -100,14 +100,11 @@ struct Window {
     WNDPROC procedure = nullptr;
     std::shared_ptr<ThreadQueue> queue; // of the thread that opened it
     std::string text;                   // Windows-1252
-    DWORD style = 0, exStyle = 0;       // with WS_VISIBLE and WS_DISABLED as they are now
-    RECT rect = {}; // frame included; of a child from the client area of its parent
-    LONG_PTR id = 0;
-    HINSTANCE instance = nullptr;
+    DWORD style = 0;                    // with WS_VISIBLE and WS_DISABLED as they are now
+    RECT rect = {};        // frame included; of a child from the client area of its parent
+    int id = 0;            // of a control, -1 for none of its own
     HWND parent = nullptr; // of a child; the owner of a top-level window
     std::vector<HWND> children;
-    std::vector<std::uint8_t> extra; // bytes of SetWindowLongPtrA from index 0 on
-    LONG_PTR userData = 0;
     HFONT font = nullptr;
     bool needsPaint = false;
     bool dying = false; // inside DestroyWindow
@@ -169,16 +166,13 @@ SIZE OuterSize(LONG clientWidth, LONG clientHeight, DWORD style);
 
 struct WindowPlan {
     std::string className, text;
-    DWORD style, exStyle;
+    DWORD style;
     RECT rect;
     HWND parent;
-    LONG_PTR id;
-    HINSTANCE instance;
-    LPVOID parameter;
+    int id;
 };
 
-// Opens a window and sends it WM_NCCREATE and WM_CREATE; null when it refused or has gone. Not
-// under the lock.
+// Opens a window and sends it WM_CREATE; null when it refused or has gone. Not under the lock.
 std::shared_ptr<Window> OpenWindow(const WindowPlan& plan);
 
 // Removes what a thread leaves behind: its windows, and messages that wait for it. Not under the
@@ -196,9 +190,11 @@ void RefreshCursor(const std::shared_ptr<ThreadQueue>& queue, bool waiting);
 // belongs to this thread. True where there is now something to serve.
 bool FeedInput(const std::shared_ptr<ThreadQueue>& queue);
 
-// Sends the colour request of a control that paints itself and keeps the answer. Not under the
-// lock.
-void PaintControl(HWND control, UINT request);
+// Asks the dialog for the colours of a text and keeps the answer. Not under the lock.
+void PaintText(HWND control);
+
+// The procedure of all dialogs.
+LRESULT CALLBACK DialogProcedure(HWND dialog, UINT message, WPARAM first, LPARAM second);
 
 std::string ToLowerAscii(const std::string& text);
 

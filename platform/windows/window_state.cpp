@@ -1,12 +1,10 @@
 // The state of a window: position, size, text, visibility, whether it can be used, and the values
 // that programs keep with it.
 
-#include "platform/windows/window_errors.h"
 #include "platform/windows/window_model.h"
 
 #include <windows.h>
 
-#include <cstring>
 #include <utility>
 
 namespace platform {
@@ -46,53 +44,14 @@ void Refresh(Window& window) {
         RefreshPage(window);
 }
 
-// Bytes of a window at a published index of 0 or more; null where they lie outside.
-void* ExtraBytes(Window& window, int index, std::size_t size) {
-    if (index < 0 || static_cast<std::size_t>(index) + size > window.extra.size())
-        return nullptr;
-    return window.extra.data() + index;
-}
-
-LONG_PTR NamedValue(const Window& window, int index) {
-    switch (index) {
-    case GWLP_USERDATA:
-        return window.userData;
-    case GWLP_WNDPROC:
-        return reinterpret_cast<LONG_PTR>(window.procedure);
-    case GWLP_HINSTANCE:
-        return reinterpret_cast<LONG_PTR>(window.instance);
-    case GWLP_ID:
-        return window.id;
-    case GWL_STYLE:
-        return static_cast<LONG>(window.style);
-    case GWL_EXSTYLE:
-        return static_cast<LONG>(window.exStyle);
-    default:
-        return 0;
-    }
-}
-
-bool SetNamedValue(Window& window, int index, LONG_PTR value) {
-    switch (index) {
-    case GWLP_USERDATA:
-        window.userData = value;
-        return true;
-    case GWLP_WNDPROC:
-        window.procedure = reinterpret_cast<WNDPROC>(value);
-        return true;
-    case GWLP_ID:
-        window.id = value;
-        return true;
-    case GWL_STYLE:
-        window.style = static_cast<DWORD>(value);
-        Refresh(window);
-        return true;
-    case GWL_EXSTYLE:
-        window.exStyle = static_cast<DWORD>(value);
-        return true;
-    default:
-        return false;
-    }
+// One of the values that a program keeps with its dialog; null for what is none.
+LONG_PTR* KeptValue(Window& window, int index) {
+    if (window.dialog && index == DWLP_MSGRESULT)
+        return &window.dialog->messageResult;
+    if (window.dialog && index == static_cast<int>(DWLP_USER))
+        return &window.dialog->user;
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return nullptr;
 }
 
 } // namespace
@@ -171,10 +130,6 @@ BOOL WINAPI EnableWindow(HWND handle, BOOL enable) {
     });
 }
 
-BOOL WINAPI IsWindowEnabled(HWND handle) {
-    return With(handle, [](Window& window) { return (window.style & WS_DISABLED) ? FALSE : TRUE; });
-}
-
 BOOL WINAPI IsWindowVisible(HWND handle) {
     return With(handle, [](Window& window) { return IsVisibleWithParents(window) ? TRUE : FALSE; });
 }
@@ -186,57 +141,20 @@ BOOL WINAPI GetWindowRect(HWND handle, LPRECT rect) {
     });
 }
 
-BOOL WINAPI GetClientRect(HWND handle, LPRECT rect) {
-    return With(handle, [&](Window& window) {
-        *rect = ClientRect(window);
-        return TRUE;
-    });
-}
-
-// The order of windows is that of their age; the display shows what came last anyway.
-BOOL WINAPI SetForegroundWindow(HWND handle) {
-    return With(handle, [](Window&) { return TRUE; });
-}
-
-HWND WINAPI SetFocus(HWND handle) {
-    auto queue = CurrentQueue();
-    auto lock = LockWindows();
-    if (handle && !RequireWindow(handle))
-        return nullptr;
-    return std::exchange(queue->focus, handle);
-}
-
 BOOL WINAPI SetWindowTextA(HWND handle, LPCSTR text) {
     return SendMessageA(handle, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text)) ? TRUE : FALSE;
 }
 
-int WINAPI GetWindowTextLengthA(HWND handle) {
-    return static_cast<int>(SendMessageA(handle, WM_GETTEXTLENGTH, 0, 0));
-}
-
 LONG_PTR WINAPI GetWindowLongPtrA(HWND handle, int index) {
     return With(handle, [&](Window& window) {
-        if (index < 0)
-            return NamedValue(window, index);
-        LONG_PTR value = 0;
-        if (void* bytes = ExtraBytes(window, index, sizeof(value)))
-            std::memcpy(&value, bytes, sizeof(value));
-        else
-            SetLastError(InvalidParameter);
-        return value;
+        LONG_PTR* kept = KeptValue(window, index);
+        return kept ? *kept : 0;
     });
 }
 
 LONG_PTR WINAPI SetWindowLongPtrA(HWND handle, int index, LONG_PTR value) {
     return With(handle, [&](Window& window) {
-        LONG_PTR old = index < 0 ? NamedValue(window, index) : 0;
-        void* bytes = ExtraBytes(window, index, sizeof(value));
-        if (bytes) {
-            std::memcpy(&old, bytes, sizeof(old));
-            std::memcpy(bytes, &value, sizeof(value));
-        } else if (index >= 0 || !SetNamedValue(window, index, value)) {
-            SetLastError(InvalidParameter);
-        }
-        return old;
+        LONG_PTR* kept = KeptValue(window, index);
+        return kept ? std::exchange(*kept, value) : 0;
     });
 }

@@ -1,9 +1,9 @@
 // Opening, destroying and default handling of windows, and the one model of them all.
 
 #include "platform/windows/controls.h"
-#include "platform/windows/window_errors.h"
 #include "platform/windows/window_model.h"
 
+#include <commctrl.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -20,10 +20,10 @@ constexpr std::uintptr_t LastChild = 0x7FFFFFF0;
 constexpr ATOM FirstAtom = 0xC000;
 
 void AddSystemClasses(WindowModel& model) {
-    model.classes["static"] = {"Static", StaticProcedure, 0};
-    model.classes["button"] = {"Button", ButtonProcedure, 0};
-    model.classes["msctls_progress32"] = {"msctls_progress32", ProgressProcedure, 0};
-    model.classes[DialogClass] = {DialogClass, DefDlgProcA, DLGWINDOWEXTRA};
+    model.classes["static"] = {"Static", StaticProcedure};
+    model.classes["button"] = {"Button", ButtonProcedure};
+    model.classes[PROGRESS_CLASSA] = {PROGRESS_CLASSA, ProgressProcedure};
+    model.classes[DialogClass] = {DialogClass, DialogProcedure};
 }
 
 struct ThreadOfWindows {
@@ -38,7 +38,7 @@ std::optional<WindowClass> FindClass(const std::string& name) {
     auto found = Model().classes.find(ToLowerAscii(name));
     if (found != Model().classes.end())
         return found->second;
-    SetLastError(NoSuchWindowClass);
+    SetLastError(ERROR_CANNOT_FIND_WND_CLASS);
     return std::nullopt;
 }
 
@@ -63,12 +63,9 @@ std::shared_ptr<Window> AddWindow(const WindowPlan& plan, const WindowClass& win
     window->queue = CurrentQueue();
     window->text = plan.text;
     window->style = plan.style;
-    window->exStyle = plan.exStyle;
     window->rect = plan.rect;
     window->id = plan.id;
-    window->instance = plan.instance;
     window->parent = plan.parent;
-    window->extra.resize(static_cast<std::size_t>(windowClass.extraBytes));
     window->needsPaint = true;
     window->painted = UnpaintedColours();
     AssignHandle(*window, plan);
@@ -80,32 +77,6 @@ std::shared_ptr<Window> AddWindow(const WindowPlan& plan, const WindowClass& win
     return window;
 }
 
-CREATESTRUCTA Describe(const WindowPlan& plan) {
-    CREATESTRUCTA create = {};
-    create.lpCreateParams = plan.parameter;
-    create.hInstance = plan.instance;
-    create.hMenu = reinterpret_cast<HMENU>(plan.id);
-    create.hwndParent = plan.parent;
-    create.x = plan.rect.left;
-    create.y = plan.rect.top;
-    create.cx = plan.rect.right - plan.rect.left;
-    create.cy = plan.rect.bottom - plan.rect.top;
-    create.style = static_cast<LONG>(plan.style);
-    create.dwExStyle = plan.exStyle;
-    create.lpszName = plan.text.c_str();
-    create.lpszClass = plan.className.c_str();
-    return create;
-}
-
-bool AcceptsCreation(HWND window, const WindowPlan& plan) {
-    CREATESTRUCTA create = Describe(plan);
-    auto second = reinterpret_cast<LPARAM>(&create);
-    if (!CallWindowProcedure(window, WM_NCCREATE, 0, second))
-        return false;
-    return CallWindowProcedure(window, WM_CREATE, 0, second) != -1;
-}
-
-// Those of other threads are closed by a message to their own thread.
 void DestroyOwnedWindows(HWND owner) {
     auto lock = LockWindows();
     std::vector<HWND> owned;
@@ -114,8 +85,7 @@ void DestroyOwnedWindows(HWND owner) {
             owned.push_back(handle);
     lock.unlock();
     for (HWND window : owned)
-        if (!DestroyWindow(window))
-            PostMessageA(window, WM_CLOSE, 0, 0);
+        DestroyWindow(window);
 }
 
 void SendToAll(const std::vector<HWND>& windows, UINT message) {
@@ -142,8 +112,6 @@ std::unique_ptr<OwnedWindowRecord> RemoveWindow(HWND handle) {
     ThreadQueue& queue = *window->queue;
     std::erase_if(queue.posted, [&](const MSG& message) { return message.hwnd == handle; });
     std::erase_if(queue.timers, [&](const Timer& timer) { return timer.window == handle; });
-    if (queue.focus == handle)
-        queue.focus = nullptr;
     if (auto parent = FindWindowByHandle(window->parent); parent && window->IsChild())
         std::erase(parent->children, handle);
     Model().windows.erase(handle);
@@ -158,7 +126,7 @@ bool BeginDestroying(HWND handle) {
     if (!window || window->dying)
         return false;
     if (window->queue != mine) {
-        SetLastError(AccessDenied);
+        SetLastError(ERROR_ACCESS_DENIED);
         return false;
     }
     window->dying = true;
@@ -200,10 +168,20 @@ LRESULT CopyText(HWND handle, std::size_t capacity, char* buffer) {
     return static_cast<LRESULT>(length);
 }
 
-LRESULT TextLength(HWND handle) {
+LRESULT StoreFont(HWND handle, HFONT font) {
+    auto lock = LockWindows();
+    if (auto window = FindWindowByHandle(handle)) {
+        window->font = font;
+        window->needsPaint = true;
+        RefreshControl(*window);
+    }
+    return 0;
+}
+
+HFONT FontOf(HWND handle) {
     auto lock = LockWindows();
     auto window = FindWindowByHandle(handle);
-    return window ? static_cast<LRESULT>(window->text.size()) : 0;
+    return window ? window->font : nullptr;
 }
 
 } // namespace
@@ -239,7 +217,7 @@ std::shared_ptr<Window> FindWindowByHandle(HWND window) {
 std::shared_ptr<Window> RequireWindow(HWND handle) {
     auto window = FindWindowByHandle(handle);
     if (!window)
-        SetLastError(NoSuchWindow);
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
     return window;
 }
 
@@ -265,7 +243,7 @@ std::shared_ptr<Window> OpenWindow(const WindowPlan& plan) {
         return nullptr;
     lock.unlock();
     auto window = AddWindow(plan, *windowClass);
-    bool accepted = AcceptsCreation(window->handle, plan);
+    bool accepted = CallWindowProcedure(window->handle, WM_CREATE, 0, 0) != -1;
     if (!IsWindow(window->handle))
         return nullptr;
     if (!accepted) {
@@ -289,38 +267,28 @@ using namespace platform;
 
 ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* windowClass) {
     if (!windowClass || windowClass->cbSize != sizeof(WNDCLASSEXA) || !windowClass->lpfnWndProc ||
-        IS_INTRESOURCE(windowClass->lpszClassName) || windowClass->cbWndExtra < 0) {
-        SetLastError(InvalidParameter);
+        IS_INTRESOURCE(windowClass->lpszClassName) || windowClass->cbWndExtra != 0) {
+        SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
     std::string name = windowClass->lpszClassName;
     auto lock = LockWindows();
     auto& classes = Model().classes;
-    if (!classes
-             .emplace(ToLowerAscii(name),
-                      WindowClass{name, windowClass->lpfnWndProc, windowClass->cbWndExtra})
-             .second) {
-        SetLastError(ClassAlreadyExists);
+    if (!classes.emplace(ToLowerAscii(name), WindowClass{name, windowClass->lpfnWndProc}).second) {
+        SetLastError(ERROR_CLASS_ALREADY_EXISTS);
         return 0;
     }
     return static_cast<ATOM>(FirstAtom + classes.size());
 }
 
-HWND WINAPI CreateWindowExA(DWORD exStyle, LPCSTR className, LPCSTR title, DWORD style, int x,
-                            int y, int width, int height, HWND parent, HMENU menu,
-                            HINSTANCE instance, LPVOID parameter) {
-    if (IS_INTRESOURCE(className)) {
-        SetLastError(NoSuchWindowClass);
+HWND WINAPI CreateWindowExA(DWORD, LPCSTR className, LPCSTR title, DWORD style, int x, int y,
+                            int width, int height, HWND parent, HMENU, HINSTANCE,
+                            LPVOID parameter) {
+    if ((style & WS_CHILD) || parameter) {
+        SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
         return nullptr;
     }
-    int left = x == CW_USEDEFAULT ? 0 : x;
-    int top = y == CW_USEDEFAULT ? 0 : y;
-    WindowPlan plan = {
-        className, title ? title : "", style, exStyle, {}, parent, reinterpret_cast<LONG_PTR>(menu),
-        instance,  parameter};
-    plan.rect = {left, top, left + (width == CW_USEDEFAULT ? 0 : width),
-                 top + (height == CW_USEDEFAULT ? 0 : height)};
-    auto window = OpenWindow(plan);
+    auto window = OpenWindow({className, title, style, {x, y, x + width, y + height}, parent, 0});
     return window ? window->handle : nullptr;
 }
 
@@ -333,7 +301,6 @@ BOOL WINAPI DestroyWindow(HWND handle) {
     std::vector<HWND> all = WithChildren(handle);
     lock.unlock();
     SendToAll(all, WM_DESTROY);
-    SendToAll(all, WM_NCDESTROY);
     std::reverse(all.begin(), all.end());
     for (HWND window : all)
         RemoveWindow(window);
@@ -342,8 +309,6 @@ BOOL WINAPI DestroyWindow(HWND handle) {
 
 LRESULT WINAPI DefWindowProcA(HWND window, UINT message, WPARAM first, LPARAM second) {
     switch (message) {
-    case WM_NCCREATE:
-        return TRUE;
     case WM_CLOSE:
         DestroyWindow(window);
         return 0;
@@ -351,12 +316,10 @@ LRESULT WINAPI DefWindowProcA(HWND window, UINT message, WPARAM first, LPARAM se
         return StoreText(window, reinterpret_cast<const char*>(second));
     case WM_GETTEXT:
         return CopyText(window, first, reinterpret_cast<char*>(second));
-    case WM_GETTEXTLENGTH:
-        return TextLength(window);
-    case WM_CTLCOLORSTATIC:
-    case WM_CTLCOLORBTN:
-    case WM_CTLCOLORDLG:
-        return reinterpret_cast<LRESULT>(GetStockObject(LTGRAY_BRUSH));
+    case WM_SETFONT:
+        return StoreFont(window, reinterpret_cast<HFONT>(first));
+    case WM_GETFONT:
+        return reinterpret_cast<LRESULT>(FontOf(window));
     default:
         return 0;
     }

@@ -1,4 +1,4 @@
-// Dialogs: their loops, their ends, their controls.
+// Dialogs: their loops and their ends.
 // label: threads
 
 #include "platform/windows/drawing.h"
@@ -19,12 +19,6 @@ STYLE WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME
 FONT 8, "Arial"
 BEGIN
   LTEXT "text", 1001, 10, 10, 100, 8
-  AUTORADIOBUTTON "USB", 1150, 10, 20, 60, 10, WS_TABSTOP | WS_GROUP
-  AUTORADIOBUTTON "Serial", 1151, 10, 30, 60, 10
-  AUTOCHECKBOX "", 1134, 10, 40, 10, 10, WS_TABSTOP | WS_GROUP
-  CONTROL "", 1020, "msctls_progress32", 0, 10, 50, 100, 10
-  DEFPUSHBUTTON "Next", 7, 10, 80, 50, 14
-  PUSHBUTTON "Cancel", 2, 70, 80, 50, 14
 END
 101 DIALOGEX 0, 0, 200, 35
 STYLE WS_POPUP | WS_VISIBLE | DS_MODALFRAME
@@ -47,11 +41,8 @@ END
 
 // What the dialog does, by message; the rest is left to the system.
 std::function<INT_PTR(HWND, UINT, WPARAM, LPARAM)> behaviour;
-std::vector<int> commands;
 
 INT_PTR CALLBACK Procedure(HWND dialog, UINT message, WPARAM first, LPARAM second) {
-    if (message == WM_COMMAND)
-        commands.push_back(LOWORD(first));
     return behaviour ? behaviour(dialog, message, first, second) : FALSE;
 }
 
@@ -64,7 +55,6 @@ protected:
     Dialogs() : bytes_(CompileScript(home_.Path(), Script)) {
         UseBytes(bytes_);
         behaviour = nullptr;
-        commands.clear();
     }
     ~Dialogs() override { EXPECT_EQ(platform::DrawingObjectCount(), 0); }
 
@@ -148,24 +138,6 @@ TEST_F(Dialogs, a_worker_shows_its_page_over_one_it_took_off_the_screen) {
     EXPECT_EQ(display_.Pages(), (Events{"show 100", "hide 100", "show 103", "end 103", "end 100"}));
 }
 
-TEST_F(Dialogs, closing_the_threads_main_window_ends_the_page_that_is_up) {
-    std::atomic<HWND> main =
-        OpenPlainWindow("MAIN", "MAIN", nullptr, [](HWND window, UINT message, WPARAM a, LPARAM b) {
-            if (message == WM_DESTROY)
-                PostQuitMessage(0);
-            return DefWindowProcA(window, message, a, b);
-        });
-    std::thread worker([&] {
-        display_.Await("show 100");
-        SendMessageA(main, WM_CLOSE, 0, 0);
-    });
-    EXPECT_EQ(Show(100), 0);
-    worker.join();
-    EXPECT_FALSE(IsWindow(main));
-    MSG message;
-    EXPECT_EQ(GetMessageA(&message, nullptr, 0, 0), FALSE);
-}
-
 TEST_F(Dialogs, a_dialog_that_ends_or_goes_before_it_is_shown_never_comes_on_screen) {
     behaviour = [](HWND dialog, UINT message, WPARAM, LPARAM) -> INT_PTR {
         return message == WM_INITDIALOG ? EndDialog(dialog, 3) : FALSE;
@@ -178,141 +150,4 @@ TEST_F(Dialogs, a_dialog_that_ends_or_goes_before_it_is_shown_never_comes_on_scr
     EXPECT_EQ(Show(102), -1) << "a control of an unknown class";
     EXPECT_EQ(Show(104), -1) << "no such template";
     EXPECT_EQ(display_.Pages(), Events{});
-}
-
-TEST_F(Dialogs, a_modeless_dialog_leaves_the_screen_when_ended_and_goes_with_its_owner) {
-    HWND owner = OpenPlainWindow("OWNER", "owner");
-    HWND page = CreateDialogParamA(nullptr, MAKEINTRESOURCEA(101), owner, Procedure, 0);
-    ASSERT_NE(page, nullptr);
-    EXPECT_TRUE(IsWindowVisible(page));
-    EXPECT_TRUE(EndDialog(page, 2));
-    EXPECT_TRUE(IsWindow(page));
-    EXPECT_FALSE(IsWindowVisible(page));
-    DestroyWindow(owner);
-    EXPECT_FALSE(IsWindow(page));
-    EXPECT_EQ(display_.Pages(), (Events{"show 101", "end 101"}));
-}
-
-TEST_F(Dialogs, keys_and_clicks_become_commands_and_disabled_buttons_give_none) {
-    behaviour = [](HWND dialog, UINT message, WPARAM first, LPARAM) -> INT_PTR {
-        if (message == WM_INITDIALOG) {
-            PostMessageA(dialog, WM_KEYDOWN, VK_RETURN, 0);
-            PostMessageA(dialog, WM_KEYDOWN, VK_ESCAPE, 0);
-            PostMessageA(dialog, WM_CLOSE, 0, 0);
-            PostMessageA(GetDlgItem(dialog, 7), BM_CLICK, 0, 0);
-            PostMessageA(dialog, WM_APP, 0, 0);
-        }
-        if (message == WM_APP && first == 0) {
-            EnableWindow(GetDlgItem(dialog, 7), FALSE);
-            EnableWindow(GetDlgItem(dialog, 2), FALSE);
-            PostMessageA(GetDlgItem(dialog, 7), BM_CLICK, 0, 0);
-            PostMessageA(dialog, WM_KEYDOWN, VK_RETURN, 0);
-            PostMessageA(dialog, WM_KEYDOWN, VK_ESCAPE, 0);
-            PostMessageA(dialog, WM_CLOSE, 0, 0);
-            PostMessageA(dialog, WM_APP, 1, 0);
-        }
-        if (message == WM_APP && first == 1)
-            EndDialog(dialog, 1);
-        return FALSE;
-    };
-    EXPECT_EQ(Show(100), 1);
-    EXPECT_EQ(commands, (std::vector<int>{7, IDCANCEL, 7, IDCANCEL}));
-}
-
-TEST_F(Dialogs, buttons_change_their_own_state_when_they_are_clicked) {
-    behaviour = [](HWND dialog, UINT message, WPARAM, LPARAM) -> INT_PTR {
-        if (message != WM_INITDIALOG)
-            return FALSE;
-        auto click = [&](int id) { SendDlgItemMessageA(dialog, id, BM_CLICK, 0, 0); };
-        click(1150);
-        EXPECT_EQ(IsDlgButtonChecked(dialog, 1150), UINT{BST_CHECKED});
-        click(1134);
-        click(1151);
-        EXPECT_EQ(IsDlgButtonChecked(dialog, 1150), UINT{BST_UNCHECKED});
-        EXPECT_EQ(IsDlgButtonChecked(dialog, 1151), UINT{BST_CHECKED});
-        EXPECT_EQ(IsDlgButtonChecked(dialog, 1134), UINT{BST_CHECKED}) << "of another group";
-        click(1134);
-        EXPECT_EQ(IsDlgButtonChecked(dialog, 1134), UINT{BST_UNCHECKED});
-        CheckRadioButton(dialog, 1150, 1151, 1150);
-        EXPECT_EQ(IsDlgButtonChecked(dialog, 1151), UINT{BST_UNCHECKED});
-        CheckDlgButton(dialog, 1134, BST_CHECKED);
-        EXPECT_EQ(IsDlgButtonChecked(dialog, 1134), UINT{BST_CHECKED});
-        return EndDialog(dialog, 1);
-    };
-    EXPECT_EQ(Show(100), 1);
-    EXPECT_EQ(commands, (std::vector<int>{1150, 1134, 1151, 1134}));
-}
-
-TEST_F(Dialogs, a_progress_bar_keeps_its_position_within_32_bits) {
-    behaviour = [](HWND dialog, UINT message, WPARAM, LPARAM) -> INT_PTR {
-        if (message != WM_INITDIALOG)
-            return FALSE;
-        auto bar = [&](UINT what, WPARAM first, LPARAM second) {
-            return SendDlgItemMessageA(dialog, 1020, what, first, second);
-        };
-        bar(PBM_SETRANGE32, 0, 0x2000000);
-        EXPECT_EQ(bar(PBM_SETPOS, 0x1F40000, 0), 0);
-        EXPECT_EQ(bar(PBM_SETPOS, 0x7F000000, 0), 0x1F40000);
-        EXPECT_EQ(bar(PBM_GETPOS, 0, 0), 0x2000000) << "not above the range";
-        SetDlgItemInt(dialog, 1001, 4000000000u, FALSE);
-        char text[20];
-        EXPECT_EQ(GetDlgItemTextA(dialog, 1001, text, sizeof(text)), 10u);
-        EXPECT_STREQ(text, "4000000000");
-        return EndDialog(dialog, 1);
-    };
-    EXPECT_EQ(Show(100), 1);
-}
-
-TEST_F(Dialogs, texts_are_painted_in_the_colours_that_the_dialog_answers) {
-    static HBRUSH brush;
-    brush = CreateSolidBrush(RGB(1, 2, 3));
-    behaviour = [](HWND dialog, UINT message, WPARAM first, LPARAM second) -> INT_PTR {
-        if (message == WM_CTLCOLORSTATIC && GetDlgCtrlID(reinterpret_cast<HWND>(second)) == 1001) {
-            SetTextColor(reinterpret_cast<HDC>(first), RGB(255, 0, 0));
-            SetBkMode(reinterpret_cast<HDC>(first), TRANSPARENT);
-            PostMessageA(dialog, WM_APP, 0, 0);
-            return reinterpret_cast<INT_PTR>(brush);
-        }
-        if (message == WM_APP) {
-            auto lock = platform::LockWindows();
-            platform::PageView view = ViewOf(*platform::FindWindowByHandle(dialog));
-            EXPECT_EQ(view.controls[0].painted.textColour, RGB(255, 0, 0));
-            EXPECT_EQ(view.controls[0].painted.background, RGB(1, 2, 3));
-            EXPECT_EQ(view.controls[0].font.lfHeight, -11) << "the template's 8 points";
-            lock.unlock();
-            EndDialog(dialog, 1);
-        }
-        return FALSE;
-    };
-    EXPECT_EQ(Show(100), 1);
-    DeleteObject(brush);
-}
-
-TEST_F(Dialogs, a_dialog_measures_6_by_14_pixels_in_4_by_8_units_and_a_frame) {
-    behaviour = [](HWND dialog, UINT message, WPARAM, LPARAM) -> INT_PTR {
-        if (message != WM_INITDIALOG)
-            return FALSE;
-        RECT client, outer;
-        GetClientRect(dialog, &client);
-        EXPECT_EQ(client.right, 300);
-        EXPECT_EQ(client.bottom, 175);
-        GetWindowRect(dialog, &outer);
-        EXPECT_EQ(outer.right - outer.left, 300 + 2 * GetSystemMetrics(SM_CXDLGFRAME));
-        EXPECT_EQ(outer.bottom - outer.top,
-                  175 + 2 * GetSystemMetrics(SM_CYDLGFRAME) + GetSystemMetrics(SM_CYCAPTION));
-        MoveWindow(dialog, 100, 50, outer.right - outer.left, outer.bottom - outer.top, FALSE);
-        RECT button;
-        GetWindowRect(GetDlgItem(dialog, 7), &button);
-        EXPECT_EQ(button.left, 100 + 3 + 15);
-        EXPECT_EQ(button.top, 50 + 3 + 19 + 140);
-        LOGFONTA font = {};
-        auto handle = reinterpret_cast<HFONT>(SendMessageA(dialog, WM_GETFONT, 0, 0));
-        EXPECT_EQ(GetObjectA(handle, sizeof(font), &font), int{sizeof(font)});
-        EXPECT_STREQ(font.lfFaceName, "Arial");
-        SetWindowLongPtrA(dialog, DWLP_USER, 0x123456789);
-        EXPECT_EQ(GetWindowLongPtrA(dialog, DWLP_USER), 0x123456789);
-        SetWindowLongPtrA(dialog, DWLP_MSGRESULT, 42);
-        return EndDialog(dialog, 1);
-    };
-    EXPECT_EQ(Show(100), 1);
 }

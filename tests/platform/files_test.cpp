@@ -72,95 +72,12 @@ TEST_F(Files, what_cannot_be_opened_has_its_own_error) {
         {"pipe", GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
         {"zero", GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
         {"zero", GENERIC_WRITE, CREATE_ALWAYS, ERROR_ACCESS_DENIED},
-        {"THERE", GENERIC_WRITE, CREATE_NEW, ERROR_FILE_EXISTS},
         {"wh?t", GENERIC_WRITE, CREATE_ALWAYS, ERROR_INVALID_NAME},
-        {"there", GENERIC_READ, TRUNCATE_EXISTING, ERROR_INVALID_PARAMETER},
-        {"there", GENERIC_READ, 6, ERROR_INVALID_PARAMETER},
+        {"there", GENERIC_WRITE, 4, ERROR_CALL_NOT_IMPLEMENTED},
     };
     for (const auto& [name, access, disposition, error] : cases)
         EXPECT_EQ(OpenError(name, access, disposition), error) << name << " " << disposition;
     EXPECT_EQ(ReadText("there"), "x");
-}
-
-TEST_F(Files, creating_reports_whether_the_file_was_there_and_opening_does_not) {
-    SetLastError(77);
-    CloseHandle(Open("new", GENERIC_WRITE, CREATE_ALWAYS));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS});
-    WriteText("new", "old content");
-    CloseHandle(Open("NEW", GENERIC_WRITE, CREATE_ALWAYS));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
-    EXPECT_EQ(ReadText("new"), "");
-    SetLastError(77);
-    CloseHandle(Open("new", GENERIC_READ, OPEN_EXISTING));
-    EXPECT_EQ(GetLastError(), 77u);
-}
-
-TEST_F(Files, bytes_are_written_and_read_at_the_position) {
-    const HANDLE file = Open("data", GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
-    DWORD done = 0;
-    EXPECT_EQ(_llseek(static_cast<HFILE>(reinterpret_cast<std::intptr_t>(file)), 32, FILE_BEGIN),
-              32);
-    EXPECT_TRUE(WriteFile(file, "payload", 7, &done, nullptr));
-    EXPECT_EQ(done, 7u);
-    EXPECT_EQ(GetFileSize(file, nullptr), 39u);
-    EXPECT_EQ(SetFilePointer(file, -7, nullptr, FILE_END), 32u);
-    EXPECT_EQ(ReadSome(file, 100), "payload");
-    EXPECT_EQ(ReadSome(file, 100), "");
-    EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_BEGIN), 0u);
-    EXPECT_EQ(ReadSome(file, 2), std::string(2, '\0'));
-    EXPECT_EQ(SetFilePointer(file, 1, nullptr, FILE_CURRENT), 3u);
-    EXPECT_EQ(SetFilePointer(file, -4, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_NEGATIVE_SEEK});
-    EXPECT_TRUE(FlushFileBuffers(file));
-    CloseHandle(file);
-}
-
-TEST_F(Files, sizes_and_positions_beyond_32_bits_have_two_halves) {
-    const HANDLE file = Open("sparse", GENERIC_WRITE, CREATE_NEW);
-    LONG high = 1;
-    DWORD done = 0;
-    EXPECT_EQ(SetFilePointer(file, 4, &high, FILE_BEGIN), 4u);
-    EXPECT_TRUE(WriteFile(file, "x", 1, &done, nullptr));
-    DWORD sizeHigh = 0;
-    EXPECT_EQ(GetFileSize(file, &sizeHigh), 5u);
-    EXPECT_EQ(sizeHigh, 1u);
-    CloseHandle(file);
-}
-
-TEST_F(Files, an_overlapped_call_on_a_file_uses_its_own_position_and_sets_its_event) {
-    WriteText("data", "0123456789");
-    const HANDLE file = Open("data", GENERIC_READ, OPEN_EXISTING);
-    OVERLAPPED overlapped{};
-    overlapped.Offset = 8;
-    overlapped.hEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    char buffer[5] = "";
-    DWORD done = 0;
-    EXPECT_TRUE(ReadFile(file, buffer, 4, &done, &overlapped));
-    EXPECT_STREQ(buffer, "89");
-    EXPECT_EQ(overlapped.InternalHigh, 2u);
-    EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, 0), WAIT_OBJECT_0);
-    overlapped.Offset = 10;
-    EXPECT_FALSE(ReadFile(file, buffer, 4, &done, &overlapped));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_HANDLE_EOF});
-    CloseHandle(overlapped.hEvent);
-    CloseHandle(file);
-}
-
-TEST_F(Files, a_handle_does_only_what_it_was_opened_for) {
-    WriteText("data", "x");
-    char byte = 0;
-    DWORD done = 9;
-    const HANDLE reader = Open("data", GENERIC_READ, OPEN_EXISTING);
-    EXPECT_FALSE(WriteFile(reader, "y", 1, &done, nullptr));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_EQ(done, 0u);
-    CloseHandle(reader);
-    EXPECT_FALSE(ReadFile(reader, &byte, 1, &done, nullptr));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-    const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    EXPECT_FALSE(ReadFile(event, &byte, 1, &done, nullptr));
-    EXPECT_EQ(GetFileSize(event, nullptr), INVALID_FILE_SIZE);
-    CloseHandle(event);
 }
 
 // Whether a second open, of another process, is let in.
@@ -198,39 +115,20 @@ TEST_F(Files, share_modes_hold_between_processes) {
     }
 }
 
-TEST_F(Files, a_refused_open_or_delete_leaves_the_content) {
+TEST_F(Files, a_refused_open_leaves_the_content) {
     WriteText("data", "content");
     const HANDLE file = Open("data", GENERIC_READ, OPEN_EXISTING, FILE_SHARE_READ);
     EXPECT_FALSE(OtherProcessMayOpen(GENERIC_WRITE, CREATE_ALWAYS, 0));
-    EXPECT_FALSE(DeleteFileA("data"));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_EQ(ReadSome(file, 100), "content");
     CloseHandle(file);
-    EXPECT_TRUE(DeleteFileA("DATA"));
-    EXPECT_FALSE(std::filesystem::exists("data"));
-}
-
-TEST_F(Files, what_cannot_be_deleted_has_its_own_error) {
-    std::filesystem::create_directory("folder");
-    EXPECT_FALSE(DeleteFileA("folder"));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_FALSE(DeleteFileA("none"));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_FALSE(DeleteFileA("none\\none"));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
 }
 
 TEST_F(Files, a_drive_alone_is_the_disk_of_the_current_folder) {
     std::filesystem::current_path("/proc"); // a file system without free space
     ULARGE_INTEGER freeToCaller{};
-    ULARGE_INTEGER total{};
-    freeToCaller.QuadPart = total.QuadPart = 1;
-    EXPECT_TRUE(GetDiskFreeSpaceExA("Z:", &freeToCaller, &total, nullptr));
+    freeToCaller.QuadPart = 1;
+    EXPECT_TRUE(GetDiskFreeSpaceExA("Z:", &freeToCaller, nullptr, nullptr));
     EXPECT_EQ(freeToCaller.QuadPart, 0u);
-    EXPECT_TRUE(GetDiskFreeSpaceExA("Z:\\", nullptr, &total, nullptr));
-    struct statvfs root;
-    statvfs("/", &root);
-    EXPECT_EQ(total.QuadPart, ULONGLONG{root.f_frsize} * root.f_blocks);
     EXPECT_FALSE(GetDiskFreeSpaceExA("C:", &freeToCaller, nullptr, nullptr));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
 }
@@ -250,7 +148,7 @@ std::vector<std::string> Find(const char* pattern) {
     return found;
 }
 
-TEST_F(Files, searches_find_by_pattern_in_the_order_of_names) {
+TEST_F(Files, searches_find_one_name_or_all_in_their_order) {
     std::filesystem::create_directories("tree/folder.d");
     for (const char* name : {"b.NBF", "a.nbf", "noext", "C.txt", "\xC3\xA9t\xC3\xA9.nbf"})
         WriteText(ownHome.Work() / "tree" / name, "x");
@@ -260,38 +158,22 @@ TEST_F(Files, searches_find_by_pattern_in_the_order_of_names) {
     using Names = std::vector<std::string>;
     EXPECT_EQ(Find("tree\\*.*"), (Names{".\\", "..\\", "a.nbf", "b.NBF", "C.txt", "folder.d\\",
                                         "link", "noext", "\xE9t\xE9.nbf"}));
-    EXPECT_EQ(Find("tree\\*"), Find("tree/*.*"));
-    EXPECT_EQ(Find("Z:TREE\\*.nbf"), (Names{"a.nbf", "b.NBF", "\xE9t\xE9.nbf"}));
-    EXPECT_EQ(Find("tree\\?.?*f"), (Names{"a.nbf", "b.NBF"}));
-    EXPECT_EQ(Find("tree\\\xC9T*"), Names{"\xE9t\xE9.nbf"});
+    EXPECT_EQ(Find("Z:TREE/*.*"), Find("tree\\*.*"));
+    EXPECT_EQ(Find("tree\\\xC9T\xC9.NBF"), Names{"\xE9t\xE9.nbf"});
     EXPECT_EQ(Find("tree\\NOEXT"), Names{"noext"});
     EXPECT_EQ(Find("tree"), Names{"tree\\"});
-    EXPECT_EQ(Find("tree\\*.bin"), Names{"error 2"});
+    EXPECT_EQ(Find("tree\\none"), Names{"error 2"});
+    EXPECT_EQ(Find("tree\\*.nbf"), Names{"error 120"}) << "refused, not ignored";
     EXPECT_EQ(Find("tree\\"), Names{"error 2"});
     EXPECT_EQ(Find("none\\*.*"), Names{"error 3"});
-    EXPECT_EQ(Find("Z:\\proc\\self\\stat*").front(), "stat");
+    EXPECT_EQ(Find("Z:\\proc\\self\\stat").front(), "stat");
     const auto root = Find("Z:\\*.*"); // a root has no folder above it
     EXPECT_TRUE(std::find(root.begin(), root.end(), "..\\") == root.end());
 }
 
-TEST_F(Files, a_search_gives_size_and_time) {
-    WriteText("data", "12345");
-    WIN32_FIND_DATAA data;
-    const timespec times[2] = {{0, 0}, {86400, 500}}; // 2 January 1970
-    utimensat(AT_FDCWD, "data", times, 0);
-    const HANDLE search = FindFirstFileA("data", &data);
-    EXPECT_EQ(data.nFileSizeLow, 5u);
-    EXPECT_EQ(data.dwFileAttributes, DWORD{FILE_ATTRIBUTE_ARCHIVE});
-    const auto time =
-        ULONGLONG{data.ftLastWriteTime.dwHighDateTime} << 32 | data.ftLastWriteTime.dwLowDateTime;
-    EXPECT_EQ(time, 116444736000000000u + 864000000000u + 5u);
-    EXPECT_FALSE(CloseHandle(search)); // a search is closed by its own call
-    EXPECT_TRUE(FindClose(search));
-}
-
 TEST_F(Files, closing_twice_is_counted_and_closing_nothing_is_not) {
     const int before = platform::BadCloseCount();
-    const HANDLE file = Open("data", GENERIC_WRITE, CREATE_NEW);
+    const HANDLE file = Open("data", GENERIC_WRITE, CREATE_ALWAYS);
     EXPECT_TRUE(CloseHandle(file));
     const HANDLE other = Open("data", GENERIC_READ, OPEN_EXISTING);
     EXPECT_FALSE(CloseHandle(file)); // and not the other one

@@ -3,9 +3,6 @@
 
 #include "tests/platform/port_fixture.h"
 
-#include "platform/ports/port_names.h"
-
-#include <cstdlib>
 #include <cstring>
 
 #include <spawn.h>
@@ -33,10 +30,6 @@ bool AnotherProcessGetsIt(const std::filesystem::path& tty) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-std::ptrdiff_t OpenDescriptors() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-}
-
 TEST_F(PortOpenTest, a_port_has_one_holder_in_all_processes_until_it_is_closed) {
     const std::filesystem::path tty = home / "ports/COM1";
     Open();
@@ -54,15 +47,6 @@ TEST_F(PortOpenTest, a_port_has_one_holder_in_all_processes_until_it_is_closed) 
     Open();
 }
 
-TEST_F(PortOpenTest, a_holder_that_is_killed_leaves_no_exclusive_mode_on_a_pseudo_terminal) {
-    Open();
-    const int tty = open(ptsname(device), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    int exclusive = 1;
-    ASSERT_EQ(0, ioctl(tty, TIOCGEXCL, &exclusive));
-    EXPECT_EQ(0, exclusive);
-    close(tty);
-}
-
 TEST_F(PortOpenTest, what_is_no_tty_is_not_found) {
     std::filesystem::create_symlink(home / "gone", home / "ports/COM8");
     std::filesystem::create_symlink("/dev/null", home / "ports/COM9");
@@ -72,19 +56,6 @@ TEST_F(PortOpenTest, what_is_no_tty_is_not_found) {
         EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs(name)) << name;
         EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError()) << name;
     }
-}
-
-TEST_F(PortOpenTest, a_name_finds_its_link_first_and_then_the_serial_port_of_the_host) {
-    const std::string link = (home / "ports/COM1").string();
-    EXPECT_EQ(link, platform::TtyOfPort("COM1"));
-    EXPECT_EQ(link, platform::TtyOfPort("com1"));
-    EXPECT_EQ("/dev/ttyS1", platform::TtyOfPort("COM2"));
-    EXPECT_EQ("/dev/ttyS255", platform::TtyOfPort("COM256"));
-    EXPECT_EQ("", platform::TtyOfPort("COM02"));
-    EXPECT_EQ("", platform::TtyOfPort("../ports/COM1"));
-    std::filesystem::remove(link);
-    std::filesystem::create_symlink(home / "gone", link);
-    EXPECT_EQ(link, platform::TtyOfPort("COM1")) << "a dead link is not the host's own port";
 }
 
 TEST_F(PortOpenTest, line_settings_come_back_and_let_every_byte_pass) {
@@ -113,26 +84,6 @@ TEST_F(PortOpenTest, line_settings_come_back_and_let_every_byte_pass) {
               settings.c_cflag & (CSIZE | CLOCAL | PARENB | CSTOPB | CRTSCTS));
 }
 
-TEST_F(PortOpenTest, settings_that_would_have_no_effect_are_refused) {
-    Open();
-    DCB line = {};
-    ASSERT_TRUE(GetCommState(port, &line));
-    const auto refuses = [&](auto change) {
-        DCB asked = line;
-        change(asked);
-        return !SetCommState(port, &asked) && GetLastError() == ERROR_INVALID_PARAMETER;
-    };
-    EXPECT_TRUE(refuses([](DCB& asked) { asked.BaudRate = 12345; }));
-    EXPECT_TRUE(refuses([](DCB& asked) { asked.ByteSize = 7; }));
-    EXPECT_TRUE(refuses([](DCB& asked) { asked.fOutX = 1; }));
-    EXPECT_TRUE(refuses([](DCB& asked) { asked.fNull = 1; }));
-    EXPECT_TRUE(refuses([](DCB& asked) { asked.fRtsControl = RTS_CONTROL_HANDSHAKE; }));
-    COMMTIMEOUTS limits = {};
-    limits.ReadTotalTimeoutConstant = 100;
-    EXPECT_FALSE(SetCommTimeouts(port, &limits));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-}
-
 TEST_F(PortOpenTest, a_closed_port_has_heard_nothing) {
     const int tty = open(ptsname(device), O_RDWR | O_NOCTTY | O_CLOEXEC);
     termios raw = {};
@@ -147,20 +98,6 @@ TEST_F(PortOpenTest, a_closed_port_has_heard_nothing) {
     ReadAtOnce();
     WriteAsDevice("new");
     EXPECT_EQ("new", ReadFromPort(3));
-}
-
-TEST_F(PortOpenTest, thousands_of_opens_leave_no_descriptor_behind) {
-    Open();
-    Close();
-    const auto before = OpenDescriptors();
-    for (int round = 0; round < 3000; ++round) {
-        Open();
-        char byte = 0;
-        Call call;
-        EXPECT_TRUE(Pends(ReadFile(port, &byte, 1, nullptr, &call.record)));
-        Close();
-    }
-    EXPECT_EQ(before, OpenDescriptors());
 }
 
 } // namespace

@@ -14,20 +14,6 @@ using namespace port_test;
 
 using PortTransferTest = PortTest;
 
-TEST_F(PortTransferTest, every_value_passes_both_ways_unchanged) {
-    Open();
-    ReadAtOnce();
-    const std::string all = Pattern(1024);
-    WriteAsDevice(all);
-    EXPECT_TRUE(all == ReadFromPort(all.size()));
-    Call call;
-    ASSERT_TRUE(Pends(WriteFile(port, all.data(), 1024, nullptr, &call.record)));
-    EXPECT_TRUE(all == ReadAsDevice(all.size()));
-    ASSERT_TRUE(call.Ends());
-    EXPECT_EQ(DWORD{ERROR_SUCCESS}, call.Error());
-    EXPECT_EQ(1024U, call.Count());
-}
-
 TEST_F(PortTransferTest, writes_arrive_whole_and_in_order_at_a_slow_reader) {
     Open();
     const std::string bytes = Pattern(12288 + 0x20000 + 1);
@@ -45,16 +31,6 @@ TEST_F(PortTransferTest, writes_arrive_whole_and_in_order_at_a_slow_reader) {
         EXPECT_EQ(DWORD{ERROR_SUCCESS}, calls[i].Error());
         EXPECT_EQ(lengths[i], calls[i].Count());
     }
-}
-
-TEST_F(PortTransferTest, a_write_without_bytes_completes) {
-    Open();
-    Call call;
-    DWORD count = 7;
-    EXPECT_TRUE(WriteFile(port, nullptr, 0, &count, &call.record) || Pends(FALSE));
-    EXPECT_TRUE(call.Ends());
-    EXPECT_EQ(DWORD{ERROR_SUCCESS}, call.Error());
-    EXPECT_EQ(0U, call.Count());
 }
 
 TEST_F(PortTransferTest, a_read_returns_at_once_with_what_has_arrived) {
@@ -102,103 +78,6 @@ TEST_F(PortTransferTest, bytes_that_nobody_reads_hold_the_sender_back_and_none_i
     got += ReadFromPort(sent.size() - got.size());
     sender.join();
     EXPECT_TRUE(sent == got);
-}
-
-TEST_F(PortTransferTest, calls_on_a_plain_handle_return_when_they_are_done) {
-    Open(0);
-    DWORD count = 0;
-    ASSERT_TRUE(WriteFile(port, "hello", 5, &count, nullptr));
-    EXPECT_EQ(5U, count);
-    EXPECT_EQ("hello", ReadAsDevice(5));
-
-    ASSERT_TRUE(SetCommMask(port, EV_RXCHAR));
-    std::thread device_([this] { WriteAsDevice("ab"); });
-    DWORD events = 0;
-    EXPECT_TRUE(WaitCommEvent(port, &events, nullptr));
-    EXPECT_EQ(DWORD{EV_RXCHAR}, events);
-    char bytes[2] = {};
-    EXPECT_TRUE(ReadFile(port, bytes, 2, &count, nullptr));
-    EXPECT_EQ("ab", std::string(bytes, count));
-    device_.join();
-}
-
-TEST_F(PortTransferTest, closing_a_plain_handle_ends_a_call_on_another_thread) {
-    Open(0);
-    std::atomic<DWORD> error = 0;
-    std::atomic<bool> begun = false;
-    std::thread reader([&] {
-        char bytes[2] = {};
-        DWORD count = 0;
-        begun = true;
-        if (!ReadFile(port, bytes, 2, &count, nullptr))
-            error = GetLastError();
-    });
-    ASSERT_TRUE(ComesTrue([&] { return begun.load(); }));
-    EXPECT_TRUE(CloseHandle(port));
-    reader.join();
-    port = INVALID_HANDLE_VALUE;
-    // The second where the handle was closed before the call began.
-    EXPECT_TRUE(error == ERROR_OPERATION_ABORTED || error == ERROR_INVALID_HANDLE);
-}
-
-struct AbandonedRead {
-    HANDLE port;
-    std::atomic<bool> begun = false, left = false;
-};
-
-DWORD WINAPI ReadAndBeTerminated(LPVOID parameter) {
-    auto& read = *static_cast<AbandonedRead*>(parameter);
-    struct Leaving {
-        AbandonedRead& read;
-        ~Leaving() { read.left = true; }
-    } leaving{read};
-    char bytes[100];
-    DWORD count = 0;
-    read.begun = true;
-    ReadFile(read.port, bytes, sizeof(bytes), &count, nullptr);
-    return 0;
-}
-
-TEST_F(PortTransferTest, a_thread_that_is_terminated_takes_its_read_with_it) {
-    Open(0);
-    AbandonedRead read{port};
-    const HANDLE thread = CreateThread(nullptr, 0, ReadAndBeTerminated, &read, 0, nullptr);
-    ASSERT_TRUE(ComesTrue([&] { return read.begun.load(); }));
-    ASSERT_TRUE(TerminateThread(thread, 0));
-    ASSERT_TRUE(ComesTrue([&] { return read.left.load(); }));
-    CloseHandle(thread);
-    WriteAsDevice("mine");
-    char bytes[4] = {};
-    DWORD count = 0;
-    EXPECT_TRUE(ReadFile(port, bytes, 4, &count, nullptr));
-    EXPECT_EQ("mine", std::string(bytes, 4));
-}
-
-TEST_F(PortTransferTest, a_record_belongs_to_its_caller_again_once_its_event_is_signalled) {
-    Open();
-    std::thread device_([this] { ReadAsDevice(3000); });
-    for (int round = 0; round < 3000; ++round) {
-        auto call = std::make_unique<Call>();
-        ASSERT_TRUE(Pends(WriteFile(port, "x", 1, nullptr, &call->record)));
-        ASSERT_TRUE(call->Ends());
-    }
-    device_.join();
-}
-
-TEST_F(PortTransferTest, a_call_takes_a_record_where_the_handle_is_overlapped_and_only_there) {
-    Open();
-    char byte = 0;
-    DWORD count = 0;
-    EXPECT_FALSE(ReadFile(port, &byte, 1, &count, nullptr));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-    DWORD returned = 0;
-    EXPECT_FALSE(DeviceIoControl(port, 0x1B0028, nullptr, 0, nullptr, 0, &returned, nullptr));
-    EXPECT_EQ(DWORD{ERROR_INVALID_FUNCTION}, GetLastError());
-    const HANDLE closed = port;
-    Close();
-    Call call;
-    EXPECT_FALSE(WriteFile(closed, "x", 1, nullptr, &call.record));
-    EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
 }
 
 } // namespace

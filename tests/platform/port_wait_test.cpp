@@ -43,19 +43,6 @@ double ProcessSeconds() {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-TEST_F(PortWaitTest, a_wait_ends_with_the_byte_that_comes) {
-    for (int round = 0; round < 100; ++round) {
-        Call call;
-        ASSERT_TRUE(WaitPends(call));
-        EXPECT_FALSE(call.IsSignalled());
-        WriteAsDevice(std::string_view("\0", 1));
-        DWORD count = 0;
-        ASSERT_TRUE(GetOverlappedResult(port, &call.record, &count, TRUE));
-        EXPECT_EQ(DWORD{EV_RXCHAR}, events);
-        EXPECT_EQ(std::string(1, '\0'), ReadFromPort(1));
-    }
-}
-
 TEST_F(PortWaitTest, a_new_mask_ends_a_wait_with_no_event) {
     Call call;
     ASSERT_TRUE(WaitPends(call));
@@ -167,19 +154,6 @@ TEST_F(PortWaitTest, a_lost_device_fails_every_call_and_costs_no_time) {
     Open();
 }
 
-TEST_F(PortWaitTest, what_came_before_the_device_was_lost_can_still_be_read) {
-    Call wait;
-    ASSERT_TRUE(WaitPends(wait));
-    WriteAsDevice("last");
-    ASSERT_TRUE(wait.Ends());
-    Call lost;
-    ASSERT_TRUE(WaitPends(lost));
-    Unplug();
-    ASSERT_TRUE(lost.Ends());
-    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, lost.Error());
-    EXPECT_EQ("last", ReadFromPort(4));
-}
-
 // One side reads and waits as a receive loop does, the other writes, and the port is closed under
 // both at any moment.
 TEST_F(PortWaitTest, a_port_may_be_closed_under_its_users_at_any_moment) {
@@ -217,6 +191,64 @@ TEST_F(PortWaitTest, a_port_may_be_closed_under_its_users_at_any_moment) {
         ReadAtOnce();
         ASSERT_TRUE(SetCommMask(port, EV_RXCHAR));
     }
+}
+
+// The requests of the USB serial driver.
+constexpr DWORD SetMask = 0x1B0028;
+constexpr DWORD WaitForEvent = 0x1B002C;
+constexpr DWORD ReadDone = 0x1B0030;
+constexpr char Name[] = "\\\\.\\WCEUSBSH001";
+
+class UsbPortTest : public PortTest {
+protected:
+    UsbPortTest() { std::filesystem::copy_symlink(home / "ports/COM1", Link()); }
+
+    std::filesystem::path Link() const { return home / "ports/WCEUSBSH001"; }
+    void OpenUsb() {
+        port = OpenAs(Name);
+        ASSERT_NE(INVALID_HANDLE_VALUE, port);
+        ReadAtOnce();
+    }
+    bool Request(DWORD code, DWORD mask) {
+        DWORD returned = 7;
+        return DeviceIoControl(port, code, &mask, sizeof(mask), nullptr, 0, &returned, nullptr) &&
+               returned == 0;
+    }
+    bool Wait(Call& call, DWORD* events) {
+        return DeviceIoControl(port, WaitForEvent, nullptr, 0, events, sizeof(*events), nullptr,
+                               &call.record);
+    }
+};
+
+TEST_F(UsbPortTest, a_device_that_leaves_the_bus_fails_every_request_once_all_it_sent_is_read) {
+    OpenUsb();
+    ASSERT_TRUE(Request(SetMask, 0xB9));
+    WriteAsDevice("ab");
+    DWORD events = 0;
+    Call first;
+    EXPECT_TRUE(Wait(first, &events) || first.Ends());
+    Unplug();
+    EXPECT_EQ("ab", ReadFromPort(2));
+    Call lost;
+    EXPECT_TRUE(!Pends(Wait(lost, &events)) || lost.Ends());
+    EXPECT_TRUE(ComesTrue([&] { return !Request(ReadDone, EV_RXCHAR); }));
+    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
+    EXPECT_FALSE(Request(SetMask, 0xB9));
+    Call again;
+    EXPECT_FALSE(Wait(again, &events));
+    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
+    DWORD count = 0;
+    Call write;
+    EXPECT_FALSE(WriteFile(port, "x", 1, &count, &write.record));
+    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
+
+    Close();
+    EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs(Name));
+    PlugIn(); // it comes back as another tty
+    std::filesystem::remove(Link());
+    std::filesystem::copy_symlink(home / "ports/COM1", Link());
+    OpenUsb();
+    EXPECT_TRUE(Request(SetMask, 0xB9));
 }
 
 } // namespace

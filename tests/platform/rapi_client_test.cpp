@@ -161,19 +161,6 @@ protected:
 
 std::optional<Bytes> AnswerOne(Operation, Reader&) { return Answer(0, 1).Frame(); }
 
-TEST_F(RapiTest, a_handheld_that_is_there_is_found_before_the_init_returns) {
-    const Cradle cradle(Socket(), AnswerOne);
-    ASSERT_EQ(0, CeRapiInitEx(&init));
-    EXPECT_TRUE(IsSignalled(init));
-    EXPECT_TRUE(CeDeleteFile(u"\\a"));
-
-    RapiInitRecord again = {sizeof(again), 0, 0};
-    EXPECT_EQ(0, CeRapiInitEx(&again));
-    EXPECT_EQ(init.event, again.event);
-    EXPECT_TRUE(CeDeleteFile(u"\\a")) << "a second init keeps the connection";
-    EXPECT_EQ(0, cradle.connections);
-}
-
 TEST_F(RapiTest, a_handheld_that_comes_late_signals_the_event) {
     ASSERT_EQ(0, CeRapiInitEx(&init));
     EXPECT_FALSE(IsSignalled(init));
@@ -270,100 +257,6 @@ TEST_F(RapiTest, the_last_error_is_left_alone_but_by_a_program_that_has_started)
     CeRapiUninit();
     EXPECT_FALSE(CeCreateProcess(u"\\a.exe", u"", nullptr, nullptr));
     EXPECT_EQ(4711U, GetLastError());
-}
-
-TEST_F(RapiTest, a_request_and_its_answer_have_the_bytes_of_the_wire) {
-    const Cradle cradle(Socket(), [&](Operation operation, Reader& request) {
-        EXPECT_EQ(Operation::CreateFile, operation);
-        EXPECT_EQ(u"\\T\u00e9", request.Text());
-        for (std::uint32_t expected : {0xC0000000U, 1U, 2U, 0x80U})
-            EXPECT_EQ(expected, request.Number());
-        EXPECT_TRUE(request.Good());
-        request.Number();
-        EXPECT_FALSE(request.Good()) << "nothing follows";
-        return Bytes{8, 0, 0, 0, 0, 0, 0, 0, 0x78, 0x56, 0x34, 0x12};
-    });
-    ASSERT_EQ(0, CeRapiInitEx(&init));
-    EXPECT_EQ(0x12345678U, CeCreateFile(u"\\T\u00e9", 0xC0000000, 1, 2, 0x80));
-}
-
-TEST_F(RapiTest, outputs_come_back_where_the_caller_wants_them) {
-    const std::u16string longName(300, u'n');
-    const Cradle cradle(Socket(), [&](Operation operation, Reader& request) {
-        switch (operation) {
-        case Operation::FindFirstFile:
-            return Answer(0, 9).Number(16).Text(u"Temp").Frame();
-        case Operation::FindNextFile:
-            return Answer(0, 1).Number(32).Text(longName).Frame();
-        case Operation::RegOpenKey:
-            return Answer(0, 2).Number(0).Frame();
-        case Operation::RegCreateKey:
-            return Answer(0, 0).Number(77).Number(1).Frame();
-        case Operation::RegQueryValue:
-            request.Number();
-            request.Text();
-            EXPECT_EQ(8U, request.Number());
-            return Answer(0, 0).Number(4).Data("\x0B\0\0\0", 4).Frame();
-        case Operation::GetSystemPowerStatus:
-            return Answer(0, 1).Data("\1bcdefghijklmnopqrstuvw", 24).Frame();
-        default:
-            return Answer(0, 0x80004001).Frame();
-        }
-    });
-    ASSERT_EQ(0, CeRapiInitEx(&init));
-    CeFindData found = {};
-    EXPECT_EQ(9U, CeFindFirstFile(u"\\*", &found));
-    EXPECT_EQ(16U, found.attributes);
-    EXPECT_EQ(std::u16string(u"Temp"), found.name);
-    EXPECT_TRUE(CeFindNextFile(9, &found));
-    EXPECT_EQ(longName.substr(0, 259), found.name);
-    CeKey key = 5;
-    EXPECT_EQ(2, CeRegOpenKeyEx(CeLocalMachine, u"a", 0, &key));
-    EXPECT_EQ(5U, key);
-    EXPECT_EQ(0, CeRegCreateKeyEx(CeLocalMachine, u"a", &key, nullptr));
-    EXPECT_EQ(77U, key);
-    std::array<std::uint8_t, 8> value = {};
-    std::uint32_t size = 8;
-    EXPECT_EQ(0, CeRegQueryValueEx(key, u"v", value.data(), &size));
-    EXPECT_EQ(4U, size);
-    EXPECT_EQ(11, value[0]);
-    CePowerStatus power = {};
-    EXPECT_TRUE(CeGetSystemPowerStatusEx(&power, TRUE));
-    EXPECT_EQ(1, power.acLine);
-    EXPECT_EQ(0x00777675U, power.backupFullLifeTime);
-    EXPECT_EQ(static_cast<std::int32_t>(0x80004001), CeRapiInvoke(u"a.dll", u"F", 3, "abc"));
-}
-
-TEST_F(RapiTest, blocks_larger_than_a_frame_go_in_pieces_and_a_quarter_megabyte_in_one) {
-    Bytes file(0x280000 + 5);
-    for (std::size_t at = 0; at < file.size(); ++at)
-        file[at] = static_cast<std::uint8_t>(at * 7 + at / 251);
-    std::size_t position = 0;
-    Bytes written;
-    const Cradle cradle(Socket(), [&](Operation operation, Reader& request) {
-        request.Number();
-        if (operation == Operation::WriteFile) {
-            const Bytes data = request.Data();
-            written.insert(written.end(), data.begin(), data.end());
-            return Answer(0, 1).Number(static_cast<std::uint32_t>(data.size())).Frame();
-        }
-        const std::size_t count = std::min<std::size_t>(request.Number(), file.size() - position);
-        position += count;
-        return Answer(0, 1).Data(file.data() + position - count, count).Frame();
-    });
-    ASSERT_EQ(0, CeRapiInitEx(&init));
-    Bytes read(0x300000);
-    std::uint32_t done = 0;
-    ASSERT_TRUE(CeReadFile(1, read.data(), 0x40000, &done));
-    EXPECT_EQ(0x40000U, done);
-    EXPECT_EQ(1, cradle.requests);
-    ASSERT_TRUE(CeReadFile(1, read.data() + done, 0x300000 - done, &done));
-    ASSERT_EQ(file.size() - 0x40000, done); // the end of the file
-    read.resize(file.size());
-    EXPECT_TRUE(file == read);
-    ASSERT_TRUE(CeWriteFile(1, file.data(), static_cast<std::uint32_t>(file.size()), &done));
-    EXPECT_EQ(file.size(), done);
-    EXPECT_TRUE(file == written);
 }
 
 TEST_F(RapiTest, calls_from_several_threads_get_their_own_answers) {

@@ -142,18 +142,6 @@ TEST_F(TerminalDisplay, keeps_lines_typed_ahead_for_the_pages_they_are_meant_for
     EXPECT_NE(printed.find("-- 102 --\n== 158 == Choix\n"), std::string::npos);
 }
 
-TEST_F(TerminalDisplay, leaves_a_page_at_the_end_of_input_by_escape_or_else_by_its_first_button) {
-    PageProgram program([] {
-        bool left = ShowChoice() == IDCANCEL && Show(165, QuitProcedure) == 1175;
-        return left ? 0 : 1;
-    });
-    program.Send("1134"); // a last line without an end is a line too
-    program.CloseInput();
-    EXPECT_EQ(program.Until("-- 158 --\n").find("[x] [1134]") == std::string::npos, false);
-    EXPECT_EQ(program.Rest(), "== 165 ==\nErreur\n[1175] Quitter\n-- 165 --\n");
-    EXPECT_EQ(program.Finish(), 0);
-}
-
 TEST_F(TerminalDisplay, prints_the_percentage_once_for_each_change) {
     PageProgram program([] { return static_cast<int>(Show(102, ProgressProcedure)); });
     EXPECT_EQ(program.Rest(), "== 102 ==\nMise à niveau\n0%\n36%\n37%\n100%\n-- 102 --\n");
@@ -177,55 +165,6 @@ TEST_F(TerminalDisplay, gives_the_line_to_the_newest_of_two_pages_on_two_threads
     EXPECT_EQ(program.Finish(), 0);
 }
 
-TEST_F(TerminalDisplay, shows_a_page_that_comes_back_and_reads_no_line_for_one_that_is_hidden) {
-    PageProgram program([] {
-        return static_cast<int>(
-            Show(158, [](HWND page, UINT message, WPARAM first, LPARAM) -> INT_PTR {
-                if (message == WM_COMMAND && LOWORD(first) == 1150) {
-                    ShowWindow(page, SW_HIDE);
-                    Show(165, QuitProcedure);
-                    ShowWindow(page, SW_SHOW);
-                }
-                if (message == WM_COMMAND && LOWORD(first) == 2)
-                    EndDialog(page, 2);
-                return FALSE;
-            }));
-    });
-    program.Send("1150\n1175\n2\n");
-    std::string printed = program.Rest();
-    EXPECT_NE(printed.find("-- 165 --\n== 158 == Choix\n"), std::string::npos) << printed;
-    EXPECT_EQ(printed.substr(printed.size() - 10), "-- 158 --\n");
-    EXPECT_EQ(program.Finish(), 2);
-}
-
-TEST_F(TerminalDisplay, counts_a_page_that_came_back_as_newer_than_one_opened_after_it) {
-    PageProgram program([] {
-        static HWND back;
-        return static_cast<int>(
-            Show(158, [](HWND page, UINT message, WPARAM first, LPARAM) -> INT_PTR {
-                back = page;
-                if (message == WM_COMMAND && LOWORD(first) == 1150)
-                    Show(165, [](HWND inner, UINT inside, WPARAM a, LPARAM b) -> INT_PTR {
-                        if (inside == WM_COMMAND && LOWORD(a) == IDCANCEL) {
-                            ShowWindow(back, SW_HIDE);
-                            ShowWindow(back, SW_SHOW);
-                        }
-                        return QuitProcedure(inner, inside, a, b);
-                    });
-                if (message == WM_COMMAND && LOWORD(first) == 2)
-                    EndDialog(page, 2);
-                return FALSE;
-            }));
-    });
-    program.Send("1150\nesc\n2\n1175\n");
-    program.Until("== 165 ==");
-    program.Until("== 158 ==");
-    program.CloseInput();
-    std::string printed = program.Rest();
-    EXPECT_EQ(printed.substr(printed.find("-- ")), "-- 158 --\n-- 165 --\n");
-    EXPECT_EQ(program.Finish(), 2);
-}
-
 TEST_F(TerminalDisplay, prints_no_control_characters_that_a_text_may_hold) {
     PageProgram program([] {
         return static_cast<int>(Show(165, [](HWND page, UINT message, WPARAM, LPARAM) -> INT_PTR {
@@ -238,14 +177,4 @@ TEST_F(TerminalDisplay, prints_no_control_characters_that_a_text_may_hold) {
     });
     program.CloseInput();
     EXPECT_EQ(program.Rest(), "== 165 ==\na[2Jb c\n[1175] Quitter\n-- 165 --\n");
-}
-
-TEST_F(TerminalDisplay, is_the_only_one_that_can_be_named) {
-    PageProgram program([] {
-        dup2(STDOUT_FILENO, STDERR_FILENO);
-        setenv("ROM_WIZARD_DISPLAY", "hologram", 1);
-        return ShowChoice();
-    });
-    EXPECT_EQ(program.Rest(), "ROM_WIZARD_DISPLAY: the display 'hologram' is not built in\n");
-    EXPECT_EQ(program.Finish(), 2);
 }

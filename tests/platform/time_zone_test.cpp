@@ -69,40 +69,4 @@ TEST(TimeZone, biases_rules_and_season_are_those_of_windows) {
     }
 }
 
-// The last Sunday of October 2024 is the fourth, that of 2023 the fifth.
-TEST(TimeZone, the_last_sunday_is_known_from_the_fourth) {
-    setenv("TZ", "AAA0BBB,M3.4.0,M10.4.0", 1);
-    TIME_ZONE_INFORMATION info;
-    platform::TimeZoneInformationAt(Winter, info);
-    EXPECT_EQ(Rule(info.StandardDate), "10.4.0/2:0");
-    setenv("TZ", "AAA0BBB,M3.4.0,M10.5.0", 1);
-    platform::TimeZoneInformationAt(Winter, info);
-    EXPECT_EQ(Rule(info.StandardDate), "10.5.0/2:0");
-}
-
-// No rule by weekday holds here: the dates are those of the year that is asked for.
-TEST(TimeZone, a_date_that_follows_no_rule_is_right_for_its_year) {
-    setenv("TZ", "AAA0BBB,J91/1,J274/2", 1); // 1 April and 1 October, both a Monday and a Tuesday
-    TIME_ZONE_INFORMATION info;
-    platform::TimeZoneInformationAt(Summer, info);
-    EXPECT_EQ(Rule(info.DaylightDate), "4.1.1/1:0");
-    EXPECT_EQ(Rule(info.StandardDate), "10.1.2/2:0");
-}
-
-TEST(TimeZone, system_time_is_utc_and_local_time_has_the_offset) {
-    setenv("TZ", "XXX-5:30", 1);
-    SYSTEMTIME utc;
-    SYSTEMTIME local;
-    do {
-        GetSystemTime(&utc);
-        GetLocalTime(&local);
-    } while (utc.wSecond != local.wSecond); // the second may turn between the two
-    EXPECT_EQ((local.wHour * 60 + local.wMinute - utc.wHour * 60 - utc.wMinute + 1440) % 1440, 330);
-    const std::time_t now = std::time(nullptr);
-    EXPECT_EQ(utc.wYear, std::gmtime(&now)->tm_year + 1900);
-    TIME_ZONE_INFORMATION info;
-    EXPECT_EQ(GetTimeZoneInformation(&info), DWORD{TIME_ZONE_ID_UNKNOWN});
-    EXPECT_EQ(info.Bias, -330);
-}
-
 } // namespace

@@ -55,7 +55,7 @@ inline std::vector<char> CompileScript(const std::filesystem::path& folder,
     std::ofstream(source) << script;
     std::string command = "x86_64-w64-mingw32-windres -c 65001 -O res --preprocessor=gcc "
                           "--preprocessor-arg=-E --preprocessor-arg=-xc "
-                          "--preprocessor-arg=-DRC_INVOKED -I " SOURCE_FOLDER
+                          "--preprocessor-arg=-DRC_INVOKED -I " SOURCE_FOLDER " -I " SOURCE_FOLDER
                           "/platform/include -o " +
                           result.string() + " " + source.string();
     EXPECT_EQ(std::system(command.c_str()), 0) << command;
