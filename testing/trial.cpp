@@ -20,10 +20,6 @@ using namespace pages;
 constexpr std::ptrdiff_t HeaderSize = 0x20;
 constexpr std::ptrdiff_t FirstBlock = 0x40000; // never sent
 
-// Limits shrink less than the sleeps that only wait for the world outside: a host under load must
-// not be taken for a handheld that has fallen silent.
-const Environment Clock = {{"ROM_WIZARD_CLOCK", "5,1000"}};
-
 // What a user answers on each page on the way to the end; nothing where there is nothing to answer.
 struct PageAnswer {
     int page;
@@ -88,7 +84,8 @@ void PreparedHomes::Prepare(Start start, Link link, const std::string& silentAt)
     CopyIfThere(trial.Home().Device(), FolderOf(start, link) / "device");
 }
 
-Trial::Trial(const PreparedHomes& homes, Start start, Link link) : homes_(homes), link_(link) {
+Trial::Trial(const PreparedHomes& homes, Start start, Link link, const char* clock)
+    : homes_(homes), link_(link), clock_(clock) {
     fs::remove(home_.Tree());
     fs::create_directory_symlink(homes.Tree(), home_.Tree());
     const fs::path folder = homes.FolderOf(start, link);
@@ -115,7 +112,8 @@ void Trial::StartHandheld(const std::vector<std::string>& faults, bool navigator
             cradle_->RestartHandheld(options);
         else
             cradle_ = std::make_unique<Cradle>(
-                home_, CradleOptions{.run = options, .withManager = false, .create = false});
+                home_, CradleOptions{
+                           .run = options, .withManager = false, .create = false, .clock = clock_});
         const std::vector<std::string> lines = cradle_->Handheld().Lines();
         mode = *std::ranges::find_if(lines, isMode); // printed ahead of "ready"
     }
@@ -127,7 +125,7 @@ void Trial::StartHandheld(const std::vector<std::string>& faults, bool navigator
 int Trial::Run(const Interruption& interruption, bool navigatorKey) {
     past_ = Transcript();
     StartHandheld(interruption.faults, navigatorKey);
-    wizard_ = std::make_unique<WizardRun>(home_, Clock);
+    wizard_ = std::make_unique<WizardRun>(home_, Environment{{"ROM_WIZARD_CLOCK", clock_}});
     if (interruption.victim != Interruption::Victim::Nobody) {
         AnswerPages(true);
         cradle_->Handheld().ExpectLine("fault: ");
