@@ -74,8 +74,7 @@ void Cradle::StartManager(const std::vector<std::string>& options) {
     manager_.reset();
     std::vector<std::string> command = {ProgramFolder() + "/connection-manager"};
     command.insert(command.end(), options.begin(), options.end());
-    manager_ =
-        std::make_unique<ChildProcess>(command, ProcessOptions{.environment = environment_});
+    manager_ = std::make_unique<ChildProcess>(command, ProcessOptions{.environment = environment_});
     manager_->ExpectLine([](const std::string& line) { return line == "ready"; }, "\"ready\"");
 }
 

@@ -17,7 +17,7 @@ struct CradleOptions {
     std::vector<std::string> run{};     // options of `handheld run`: faults, --baud, --battery
     std::vector<std::string> manager{}; // options of the connection manager
     bool withManager = true;
-    bool create = true; // false: its folder has been laid out already
+    bool create = true;       // false: its folder has been laid out already
     std::string clock = "20"; // ROM_WIZARD_CLOCK of the handheld
 };
 

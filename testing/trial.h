@@ -82,7 +82,6 @@ public:
 private:
     void StartHandheld(const std::vector<std::string>& faults, bool navigatorKey);
     void Kill(Interruption::Victim victim);
-    int AnswerPages(bool toTheTransfer);
     void Check(int page);
     void ExpectWholeFlash();
     [[noreturn]] void Fail(const std::string& what);
