@@ -41,7 +41,8 @@ std::u16string StoredValue::Text() const {
     return text;
 }
 
-Cradle::Cradle(const TestHome& home, const CradleOptions& options) : home_(home) {
+Cradle::Cradle(const TestHome& home, const CradleOptions& options)
+    : home_(home), environment_(home.Variables({{"ROM_WIZARD_CLOCK", options.clock}})) {
     if (options.create)
         home.RunHandheld({"create", home.Device().string(), "--model", options.model, "--version",
                           options.version, "--language", options.language, "--flash",
@@ -65,7 +66,7 @@ void Cradle::RestartHandheld(const std::vector<std::string>& runOptions) {
                                         home_.Device().string()};
     command.insert(command.end(), runOptions.begin(), runOptions.end());
     handheld_ =
-        std::make_unique<ChildProcess>(command, ProcessOptions{.environment = home_.Variables()});
+        std::make_unique<ChildProcess>(command, ProcessOptions{.environment = environment_});
     handheld_->ExpectLine([](const std::string& line) { return line == "ready"; }, "\"ready\"");
 }
 
@@ -73,8 +74,7 @@ void Cradle::StartManager(const std::vector<std::string>& options) {
     manager_.reset();
     std::vector<std::string> command = {ProgramFolder() + "/connection-manager"};
     command.insert(command.end(), options.begin(), options.end());
-    manager_ =
-        std::make_unique<ChildProcess>(command, ProcessOptions{.environment = home_.Variables()});
+    manager_ = std::make_unique<ChildProcess>(command, ProcessOptions{.environment = environment_});
     manager_->ExpectLine([](const std::string& line) { return line == "ready"; }, "\"ready\"");
 }
 

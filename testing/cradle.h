@@ -17,7 +17,8 @@ struct CradleOptions {
     std::vector<std::string> run{};     // options of `handheld run`: faults, --baud, --battery
     std::vector<std::string> manager{}; // options of the connection manager
     bool withManager = true;
-    bool create = true; // false: its folder has been laid out already
+    bool create = true;       // false: its folder has been laid out already
+    std::string clock = "20"; // ROM_WIZARD_CLOCK of the handheld
 };
 
 struct StoredValue {
@@ -70,6 +71,7 @@ private:
     RegistryContent Registry() const;
 
     const TestHome& home_;
+    const Environment environment_;
     std::unique_ptr<ChildProcess> handheld_;
     std::unique_ptr<ChildProcess> manager_;
 };

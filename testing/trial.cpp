@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <csignal>
 #include <future>
-#include <iterator>
 #include <stdexcept>
 
 namespace test_support {
@@ -20,29 +19,7 @@ using namespace pages;
 constexpr std::ptrdiff_t HeaderSize = 0x20;
 constexpr std::ptrdiff_t FirstBlock = 0x40000; // never sent
 
-// Limits shrink less than the sleeps that only wait for the world outside: a host under load must
-// not be taken for a handheld that has fallen silent.
-const Environment Clock = {{"ROM_WIZARD_CLOCK", "5,1000"}};
-
-// What a user answers on each page on the way to the end; nothing where there is nothing to answer.
-struct PageAnswer {
-    int page;
-    std::vector<std::string> lines;
-};
-
-const PageAnswer Answers[] = {
-    {UpgradeNoticePage, {"1181"}},
-    {WelcomePage, {"1"}},
-    {HostChecklistPage, {"1"}},
-    {DeviceChecklistPage, {"1"}},
-    {BusyPage, {}},
-    {ActionChoicePage, {"1035"}},
-    {VersionConfirmPage, {"1"}},
-    {BackupChoicePage, {"1"}},
-    {UpgradeReadyPage, {"1"}},
-    {PreparePage, {}},
-    {ProgressPage, {}},
-};
+const char* PortOf(Link link) { return link == Link::Serial ? Serial : Usb; }
 
 void CopyIfThere(const fs::path& from, const fs::path& to) {
     if (fs::exists(from))
@@ -88,7 +65,8 @@ void PreparedHomes::Prepare(Start start, Link link, const std::string& silentAt)
     CopyIfThere(trial.Home().Device(), FolderOf(start, link) / "device");
 }
 
-Trial::Trial(const PreparedHomes& homes, Start start, Link link) : homes_(homes), link_(link) {
+Trial::Trial(const PreparedHomes& homes, Start start, Link link, const char* clock)
+    : homes_(homes), link_(link), clock_(clock) {
     fs::remove(home_.Tree());
     fs::create_directory_symlink(homes.Tree(), home_.Tree());
     const fs::path folder = homes.FolderOf(start, link);
@@ -115,7 +93,8 @@ void Trial::StartHandheld(const std::vector<std::string>& faults, bool navigator
             cradle_->RestartHandheld(options);
         else
             cradle_ = std::make_unique<Cradle>(
-                home_, CradleOptions{.run = options, .withManager = false, .create = false});
+                home_, CradleOptions{
+                           .run = options, .withManager = false, .create = false, .clock = clock_});
         const std::vector<std::string> lines = cradle_->Handheld().Lines();
         mode = *std::ranges::find_if(lines, isMode); // printed ahead of "ready"
     }
@@ -127,15 +106,15 @@ void Trial::StartHandheld(const std::vector<std::string>& faults, bool navigator
 int Trial::Run(const Interruption& interruption, bool navigatorKey) {
     past_ = Transcript();
     StartHandheld(interruption.faults, navigatorKey);
-    wizard_ = std::make_unique<WizardRun>(home_, Clock);
+    wizard_ = std::make_unique<WizardRun>(home_, Environment{{"ROM_WIZARD_CLOCK", clock_}});
     if (interruption.victim != Interruption::Victim::Nobody) {
-        AnswerPages(true);
+        wizard_->AnswerUpgrade(PortOf(link_), ProgressPage);
         cradle_->Handheld().ExpectLine("fault: ");
         Kill(interruption.victim);
         if (interruption.victim == Interruption::Victim::Wizard)
             return Killed;
     }
-    const int page = AnswerPages(false);
+    const int page = wizard_->AnswerUpgrade(PortOf(link_));
     wizard_->Send(page == UpgradeDonePage ? "esc" : "2");
     if (const int code = wizard_->Wait())
         Fail("the wizard ended with " + std::to_string(code));
@@ -148,23 +127,6 @@ void Trial::Kill(Interruption::Victim victim) {
     ChildProcess& process = handheldKilled_ ? cradle_->Handheld() : wizard_->Process();
     process.Signal(SIGKILL);
     process.Wait();
-}
-
-// Answers pages up to the transfer, or up to the last page.
-int Trial::AnswerPages(bool toTheTransfer) {
-    for (;;) {
-        const int page = wizard_->NextPage();
-        if (page == ConnectionTypePage) {
-            wizard_->Send(link_ == Link::Serial ? Serial : Usb);
-            wizard_->Send("1");
-            continue;
-        }
-        const auto answer = std::ranges::find(Answers, page, &PageAnswer::page);
-        if (answer == std::end(Answers) || (toTheTransfer && page == ProgressPage))
-            return page;
-        for (const std::string& line : answer->lines)
-            wizard_->Send(line);
-    }
 }
 
 void Trial::Check(int page) {

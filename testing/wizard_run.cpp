@@ -3,9 +3,12 @@
 #include "testing/wizard_run.h"
 
 #include <cstdlib>
+#include <map>
 #include <stdexcept>
 
 namespace test_support {
+
+using namespace pages;
 
 namespace {
 
@@ -52,6 +55,31 @@ void WizardRun::Answer(int page, const std::string& line) {
     Send(line);
 }
 
+int WizardRun::AnswerUpgrade(const char* link, int last) {
+    const std::map<int, std::vector<std::string>> answers = {
+        {UpgradeNoticePage, {"1181"}},
+        {WelcomePage, {"1"}},
+        {HostChecklistPage, {"1"}},
+        {DeviceChecklistPage, {"1"}},
+        {BusyPage, {}},
+        {ConnectionTypePage, {link, "1"}},
+        {ActionChoicePage, {"1035"}},
+        {VersionConfirmPage, {"1"}},
+        {BackupChoicePage, {"1"}},
+        {UpgradeReadyPage, {"1"}},
+        {PreparePage, {}},
+        {ProgressPage, {}},
+    };
+    for (;;) {
+        const int page = NextPage();
+        const auto answer = answers.find(page);
+        if (answer == answers.end() || page == last)
+            return page;
+        for (const std::string& line : answer->second)
+            Send(line);
+    }
+}
+
 std::string WizardRun::PageText(int page) {
     std::string text;
     for (const std::string& line : process_.Lines()) {
@@ -67,6 +95,17 @@ std::vector<int> WizardRun::Pages() {
     for (const std::string& line : process_.Lines()) {
         if (const int page = NumberIn(line))
             pages.push_back(page);
+    }
+    return pages;
+}
+
+std::vector<int> WizardRun::StandingPages() {
+    std::vector<int> pages;
+    for (const std::string& line : process_.Lines()) {
+        if (const int page = NumberIn(line))
+            pages.push_back(page);
+        else if (line.starts_with("-- "))
+            std::erase(pages, std::atoi(line.c_str() + 3));
     }
     return pages;
 }

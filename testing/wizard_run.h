@@ -71,6 +71,9 @@ public:
     void Send(const std::string& line) { process_.Send(line); }
     // ExpectPage, and then Send.
     void Answer(int page, const std::string& line);
+    // Answers the pages of an upgrade over that link without a backup, up to one that is not on
+    // this way or to the one that is named: its number.
+    int AnswerUpgrade(const char* link, int last = 0);
     // Waits for a line with this text.
     std::string ExpectLine(const std::string& text) { return process_.ExpectLine(text); }
 
@@ -78,6 +81,8 @@ public:
     std::string PageText(int page);
     // All pages that have opened so far, in order.
     std::vector<int> Pages();
+    // Those of them that have not ended yet.
+    std::vector<int> StandingPages();
 
     // Closes its input and waits for its end: the exit code. Throws where a run that has come to
     // its end left a handle open, or closed one twice.

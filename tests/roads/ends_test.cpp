@@ -14,40 +14,136 @@ namespace {
 using namespace road;
 namespace fs = std::filesystem;
 
-// The run ends with this page, and the connection to the handheld is given up before it.
-void ExpectQuitWithoutConnection(WizardRun& wizard, Cradle& cradle, int page) {
-    wizard.ExpectPage(page);
-    cradle.Handheld().ExpectLine("RAPI connection ended");
-    wizard.Send("2");
-    EXPECT_EQ(0, wizard.Wait());
-}
-
-void GoToIdentification(WizardRun& wizard) {
-    PassIntroduction(wizard);
-    ChooseSerial(wizard);
-    wizard.ExpectPage(BusyPage);
-}
-
-void GoToVerification(WizardRun& wizard) {
-    GoToIdentification(wizard);
-    wizard.ExpectPage(BusyPage);
-}
-
-void CorruptByte(const fs::path& image, std::streamoff offset) {
-    std::fstream file(image, std::ios::in | std::ios::out | std::ios::binary);
+void ReplaceByte(const TestHome& home, std::streamoff offset) {
+    std::fstream file(home.Tree() / "English/TOLKROM.nbf",
+                      std::ios::in | std::ios::out | std::ios::binary);
     file.seekg(offset);
     const char old = static_cast<char>(file.get());
     file.seekp(offset);
     file.put(static_cast<char>(old + 1));
 }
 
-TEST(End, an_old_activesync_ends_the_run_before_any_other_page) {
-    auto&& [home, image, cradle] = PcWithHandheld({.manager = {"--major", "3", "--minor", "1"}});
-    WizardRun wizard(home);
-    wizard.Answer(ActiveSyncVersionPage, "esc"); // does nothing here
-    wizard.Send("1175");
-    EXPECT_EQ(0, wizard.Wait());
-    EXPECT_EQ(std::vector<int>{ActiveSyncVersionPage}, wizard.Pages());
+// An upgrade that comes to the page of a failure.
+struct Failure {
+    const char* name;
+    int page;
+    // What is wrong: with the image, with the handheld or ActiveSync, with the files of the PC, in
+    // the shell that starts the wizard.
+    ImageOptions image{};
+    CradleOptions cradle{};
+    void (*spoil)(const TestHome&, Cradle&) = [](const TestHome&, Cradle&) {};
+    const char* before = ":";
+    // While the page stands: whether RAPI has been given up, and which page is up behind it.
+    bool rapiEnded = false;
+    std::vector<int> behind{};
+    std::vector<const char*> leave = {"2"};
+    const char* clock = "20";
+    bool record = false; // is left for the next run
+};
+
+const Failure Failures[] = {
+    {.name = "ActiveSync is old",
+     .page = ActiveSyncVersionPage,
+     .cradle = {.manager = {"--major", "3", "--minor", "1"}},
+     .leave = {"esc", "1175"}}, // the first does nothing here
+    {.name = "no handheld answers",
+     .page = ConnectionErrorPage,
+     .spoil = [](const TestHome&, Cradle& cradle) { cradle.TakeOut(); }},
+    {.name = "the identification does not start",
+     .page = RemoteProgramErrorPage,
+     .cradle = {.run = {"--refuse-program", "Morvikor.exe"}},
+     .rapiEnded = true},
+    {.name = "the flash size is not asked for",
+     .page = RemoteProgramErrorPage,
+     .cradle = {.run = {"--refuse-program", "Tesselor.exe"}},
+     .rapiEnded = true},
+    {.name = "the flash size never comes, for a minute of the clock",
+     .page = RemoteProgramErrorPage,
+     .cradle = {.run = {"--no-type-file"}},
+     .clock = "200"},
+    {.name = "the flasher does not start",
+     .page = RemoteProgramErrorPage,
+     .cradle = {.run = {"--refuse-program", "Harbel_Link.exe"}},
+     .rapiEnded = true,
+     .behind = {PreparePage}},
+    {.name = "no image",
+     .page = ImageMissingPage,
+     .spoil = [](const TestHome& home,
+                 Cradle&) { fs::remove(home.Tree() / "English/TOLKROM.nbf"); }},
+    {.name = "no folder of the language",
+     .page = ImageMissingPage,
+     .spoil = [](const TestHome& home, Cradle&) { fs::remove_all(home.Tree() / "English"); }},
+    {.name = "the working directory is too long for Windows",
+     .page = ImageMissingPage,
+     .before = "deep=$(printf '%0200d/%060d' 0 0); mkdir -p $deep; cd $deep"},
+    {.name = "the image is shorter than a header",
+     .page = ImageOpenErrorPage,
+     .spoil = [](const TestHome& home,
+                 Cradle&) { fs::resize_file(home.Tree() / "English/TOLKROM.nbf", 22); }},
+    {.name = "the image does not open",
+     .page = ImageOpenErrorPage,
+     .spoil =
+         [](const TestHome& home, Cradle&) {
+             fs::remove(home.Tree() / "English/TOLKROM.nbf");
+             fs::create_symlink("nowhere", home.Tree() / "English/TOLKROM.nbf");
+         }},
+    // Otherwise the transfer would find it, with the handheld changed and waiting for its image.
+    {.name = "the image is too short to be sent",
+     .page = ImageOpenErrorPage,
+     .image = {.size = 0x8001F},
+     .rapiEnded = true},
+    {.name = "a byte of the header differs",
+     .page = ChecksumErrorPage,
+     .spoil = [](const TestHome& home, Cradle&) { ReplaceByte(home, 3); }},
+    {.name = "the first byte behind the header differs",
+     .page = ChecksumErrorPage,
+     .spoil = [](const TestHome& home, Cradle&) { ReplaceByte(home, 0x20); }},
+    {.name = "the last byte differs",
+     .page = ChecksumErrorPage,
+     .spoil = [](const TestHome& home, Cradle&) { ReplaceByte(home, 0x10001F); }},
+    {.name = "no module list",
+     .page = ModuleDataErrorPage,
+     .spoil = [](const TestHome& home, Cradle&) { fs::remove(home.Tree() / "English/module.dat"); },
+     .behind = {BusyPage}},
+    {.name = "the image is of another model",
+     .page = IncompatibleImagePage,
+     .image = {.model = "TOLKP2000"}},
+    {.name = "the image is of another language",
+     .page = IncompatibleImagePage,
+     .image = {.language = "FRE"}},
+    {.name = "the image is larger than the flash", // 3 MiB in 2
+     .page = ImageTooLargePage,
+     .image = {.size = 0x300000}},
+    {.name = "the port is not there", // ActiveSync has been ended by then
+     .page = PortErrorPage,
+     .spoil = [](const TestHome& home, Cradle&) { home.RemovePorts(); },
+     .rapiEnded = true,
+     .record = true},
+};
+
+TEST(End, each_failure_comes_to_its_page_and_to_no_other) {
+    for (const Failure& one : Failures) {
+        SCOPED_TRACE(one.name);
+        TestHome home;
+        home.AddLanguageFolder(one.image);
+        Cradle cradle(home, one.cradle);
+        one.spoil(home, cradle);
+        WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", one.clock}}, one.before);
+        EXPECT_EQ(one.page, wizard.AnswerUpgrade(Serial));
+        if (one.rapiEnded)
+            cradle.Handheld().ExpectLine("RAPI connection ended");
+        else
+            EXPECT_FALSE(cradle.Handheld().Has("RAPI connection ended"));
+        std::vector<int> standing = one.behind;
+        standing.push_back(one.page);
+        EXPECT_EQ(standing, wizard.StandingPages());
+        for (const char* line : one.leave)
+            wizard.Send(line);
+        EXPECT_EQ(0, wizard.Wait());
+        EXPECT_EQ(one.page, wizard.Pages().back());
+        EXPECT_EQ(one.record, HasProgressRecord(home));
+        EXPECT_EQ(one.record, cradle.Handheld().Has("mode flasher"));
+    }
 }
 
 TEST(End, cancel_on_any_introduction_page_ends_the_run) {
@@ -64,31 +160,18 @@ TEST(End, cancel_on_any_introduction_page_ends_the_run) {
     EXPECT_FALSE(cradle.Handheld().Has("CreateProcess"));
 }
 
-TEST(End, no_handheld_and_no_record_is_error_101) {
-    auto&& [home, image, cradle] = PcWithHandheld();
-    cradle.Handheld().Signal(SIGKILL);
-    cradle.Handheld().Wait();
-    WizardRun wizard(home);
-    PassIntroduction(wizard);
-    wizard.ExpectPage(BusyPage);
-    ExpectQuit(wizard, ConnectionErrorPage);
-}
-
 constexpr char OldRecord[] =
     "[HKEY_CURRENT_USER\\Software\\FlashUtility]\n\"Flash\"=dword:00000001\n";
 
-TEST(End, leaving_the_choice_of_the_link_keeps_an_old_record) {
+TEST(End, an_old_record_is_kept_until_the_user_has_chosen_the_link) {
     auto&& [home, image, cradle] = PcWithHandheld();
     AppendToRegistry(home, OldRecord);
-    WizardRun wizard(home);
-    wizard.ExpectPage(BusyPage); // no introduction
-    ExpectQuit(wizard, ConnectionTypePage);
-    EXPECT_TRUE(HasProgressRecord(home));
-}
-
-TEST(End, passing_the_choice_of_the_link_forgets_an_old_record) {
-    auto&& [home, image, cradle] = PcWithHandheld();
-    AppendToRegistry(home, OldRecord);
+    {
+        WizardRun wizard(home);
+        wizard.ExpectPage(BusyPage); // no introduction
+        ExpectQuit(wizard, ConnectionTypePage);
+        EXPECT_TRUE(HasProgressRecord(home));
+    }
     WizardRun wizard(home);
     ChooseSerial(wizard);
     wizard.ExpectPages({BusyPage, BusyPage});
@@ -96,89 +179,23 @@ TEST(End, passing_the_choice_of_the_link_forgets_an_old_record) {
     EXPECT_FALSE(HasProgressRecord(home));
 }
 
-TEST(End, a_program_that_does_not_run_on_the_handheld_is_error_106) {
-    for (const char* program : {"Morvikor.exe", "Tesselor.exe"}) {
-        auto&& [home, image, cradle] = PcWithHandheld({.run = {"--refuse-program", program}});
-        WizardRun wizard(home);
-        GoToIdentification(wizard);
-        if (std::string(program) == "Tesselor.exe")
-            wizard.ExpectPage(BusyPage);
-        ExpectQuitWithoutConnection(wizard, cradle, RemoteProgramErrorPage);
-        EXPECT_FALSE(HasProgressRecord(home));
-    }
-}
-
-TEST(End, a_flash_size_that_never_comes_is_error_106_after_a_minute_of_the_clock) {
-    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--no-type-file"}});
-    WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", "200"}});
-    GoToVerification(wizard);
-    ExpectQuit(wizard, RemoteProgramErrorPage);
-}
-
-TEST(End, a_flasher_that_does_not_start_is_error_106_without_a_record) {
-    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--refuse-program", "Harbel_Link.exe"}});
-    WizardRun wizard(home);
-    ChooseUpgrade(wizard);
-    ConfirmUpgrade(wizard);
-    wizard.ExpectPage(PreparePage);
-    ExpectQuitWithoutConnection(wizard, cradle, RemoteProgramErrorPage);
-    EXPECT_FALSE(HasProgressRecord(home));
-    EXPECT_EQ("1.10", cradle.StatusOf("version").substr(0, 4));
-}
-
-TEST(End, a_missing_image_or_folder_is_error_103) {
-    for (const char* missing : {"image", "folder", "working directory"}) {
-        TestHome home;
-        const fs::path image = home.AddLanguageFolder();
-        const fs::path deep = home.Tree() / std::string(200, 'd') / std::string(60, 'd');
-        fs::create_directories(deep); // too long for Windows
-        std::string before = ":";
-        if (missing == std::string("image"))
-            fs::remove(image);
-        else if (missing == std::string("folder"))
-            fs::remove_all(image.parent_path());
-        else
-            before = "cd '" + deep.string() + "'";
-        Cradle cradle(home);
-        WizardRun wizard(home, {}, before);
-        GoToIdentification(wizard);
-        ExpectQuit(wizard, ImageMissingPage);
-    }
-}
-
-TEST(End, an_image_that_cannot_be_opened_or_is_shorter_than_a_header_is_error_104) {
-    for (const bool exists : {true, false}) {
-        TestHome home;
-        const fs::path image = home.AddLanguageFolder();
-        fs::remove(image);
-        if (exists)
-            std::ofstream(image) << "TOLKP1000-ENG-2.00-12-";
-        else
-            fs::create_symlink("nowhere", image);
-        Cradle cradle(home);
-        WizardRun wizard(home);
-        GoToIdentification(wizard);
-        ExpectQuit(wizard, ImageOpenErrorPage);
-    }
-}
-
+// As the first page after the identification shows.
 TEST(End, a_power_report_that_fails_ends_the_run_with_no_page) {
     auto&& [home, image, cradle] =
         PcWithHandheld({.run = {"--drop-rapi-at", "GetSystemPowerStatus"}});
     WizardRun wizard(home);
-    GoToIdentification(wizard);
-    wizard.ExpectEnd(BusyPage);
+    PassIntroduction(wizard);
+    ChooseSerial(wizard);
+    wizard.ExpectPage(BusyPage);
     EXPECT_EQ(0, wizard.Wait());
     EXPECT_EQ(BusyPage, wizard.Pages().back());
 }
 
 TEST(End, a_handheld_on_its_battery_waits_for_the_adapter) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home, {.run = {"--battery", "--battery-byte", "255"}}); // only 1 is an adapter
+    auto&& [home, image, cradle] =
+        PcWithHandheld({.run = {"--battery", "--battery-byte", "255"}}); // only 1 is an adapter
     WizardRun wizard(home);
-    GoToIdentification(wizard);
-    wizard.ExpectPage(PowerWarningPage);
+    EXPECT_EQ(PowerWarningPage, wizard.AnswerUpgrade(Serial));
     wizard.ExpectLine("[-] "); // the watch has seen that there is no adapter
     home.RunHandheld({"power", home.Device().string(), "on"});
     wizard.ExpectLine("[1] "); // and that there is one
@@ -187,93 +204,34 @@ TEST(End, a_handheld_on_its_battery_waits_for_the_adapter) {
     ExpectQuit(wizard, ActionChoicePage);
 }
 
-TEST(End, one_changed_byte_is_error_102) {
-    for (const std::streamoff offset :
-         {std::streamoff{3}, std::streamoff{0x20}, std::streamoff{0x10001F}}) {
-        TestHome home;
-        CorruptByte(home.AddLanguageFolder(), offset);
-        Cradle cradle(home);
-        WizardRun wizard(home);
-        GoToVerification(wizard);
-        ExpectQuit(wizard, ChecksumErrorPage);
-        EXPECT_FALSE(HasProgressRecord(home));
-    }
-}
-
-TEST(End, a_missing_module_list_is_error_108_which_enter_passes) {
-    TestHome home;
-    home.AddLanguageFolder();
-    fs::remove(home.Tree() / "English/module.dat");
-    Cradle cradle(home);
-    {
-        WizardRun wizard(home);
-        GoToVerification(wizard);
-        ExpectQuit(wizard, ModuleDataErrorPage);
-    }
-    WizardRun wizard(home);
-    GoToVerification(wizard);
-    wizard.Answer(ModuleDataErrorPage, "");
-    ExpectQuit(wizard, ActionChoicePage);
-}
-
-TEST(End, an_image_for_another_handheld_is_error_100) {
-    struct Case {
-        const char *model, *language;
-    };
-    for (const Case& one : {Case{"TOLKP2000", "ENG"}, Case{"TOLKP1000", "FRE"}}) {
-        TestHome home;
-        home.AddLanguageFolder({.model = one.model, .language = one.language});
-        Cradle cradle(home);
-        WizardRun wizard(home);
-        ChooseUpgrade(wizard);
-        ExpectQuit(wizard, IncompatibleImagePage);
-        EXPECT_FALSE(cradle.Handheld().Has("Harbel_Link"));
-    }
-}
-
-TEST(End, an_image_larger_than_the_flash_ends_an_upgrade_but_not_a_restore) {
-    TestHome home;
-    home.AddLanguageFolder({.size = 0x300000}); // 3 MiB on a flash of 2
-    const fs::path small = home.MakeImage({.folder = "saved", .size = 0x100020});
+// An upgrade of such images ends: it has no other one to choose.
+TEST(End, a_restore_asks_again_for_a_file_that_is_too_large_and_ends_at_one_too_short) {
+    auto&& [home, image, cradle] = PcWithHandheld();
     const fs::path large = home.MakeImage({.folder = "large", .size = 0x300000});
-    Cradle cradle(home);
-    {
-        WizardRun wizard(home);
-        ChooseUpgrade(wizard);
-        ExpectQuit(wizard, ImageTooLargePage);
-    }
+    const fs::path tooShort = home.MakeImage({.folder = "short", .size = 0x8001F});
     WizardRun wizard(home);
     GoToActionChoice(wizard);
     ChooseRestore(wizard, large.string());
     wizard.Answer(ImageTooLargePage, "2");
-    wizard.Answer(ActionChoicePage, "1036");
-    wizard.ExpectLine("== open ==");
-    wizard.Send(small.string());
-    wizard.ExpectPage(BusyPage);
-    ExpectQuit(wizard, VersionConfirmPage);
+    wizard.ExpectPage(ActionChoicePage);
+    ChooseRestore(wizard, tooShort.string());
+    wizard.ExpectPage(ImageOpenErrorPage);
+    cradle.Handheld().ExpectLine("RAPI connection ended");
+    wizard.Send("2");
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_FALSE(cradle.Handheld().Has("RegSetValue"));
 }
 
-// Otherwise the transfer would find it, with the handheld changed and waiting for its image.
-TEST(End, an_image_too_short_to_be_sent_is_error_104_before_the_handheld_is_touched) {
-    for (const bool restore : {false, true}) {
-        TestHome home;
-        const fs::path good = home.AddLanguageFolder();
-        const fs::path image = home.MakeImage({.folder = "saved", .size = 0x8001F});
-        if (!restore)
-            fs::rename(image, good);
-        Cradle cradle(home);
-        WizardRun wizard(home);
-        GoToActionChoice(wizard);
-        wizard.Send(restore ? "1036" : "1035");
-        if (restore) {
-            wizard.ExpectLine("== open ==");
-            wizard.Send(image.string());
-            wizard.ExpectPage(BusyPage);
-        }
-        ExpectQuitWithoutConnection(wizard, cradle, ImageOpenErrorPage);
-        EXPECT_FALSE(cradle.Handheld().Has("RegSetValue"));
-        EXPECT_FALSE(HasProgressRecord(home));
-    }
+TEST(End, enter_passes_a_missing_module_list) {
+    auto&& [home, image, cradle] = PcWithHandheld();
+    fs::remove(home.Tree() / "English/module.dat");
+    WizardRun wizard(home);
+    EXPECT_EQ(ModuleDataErrorPage, wizard.AnswerUpgrade(Serial));
+    wizard.Send("");
+    wizard.ExpectPage(ActionChoicePage);
+    wizard.Send(""); // which here is none of the two actions
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_EQ(ActionChoicePage, wizard.Pages().back());
 }
 
 TEST(End, cancelling_the_file_dialog_leads_back_to_the_default_image) {
@@ -306,29 +264,6 @@ TEST(End, leaving_any_decision_page_changes_nothing_on_the_handheld) {
     }
     EXPECT_FALSE(cradle.Handheld().Has("Harbel_Link"));
     EXPECT_FALSE(HasProgressRecord(home));
-}
-
-TEST(End, the_enter_key_on_the_choice_of_the_action_ends_the_run) {
-    auto&& [home, image, cradle] = PcWithHandheld();
-    WizardRun wizard(home);
-    GoToActionChoice(wizard);
-    wizard.Send("");
-    EXPECT_EQ(0, wizard.Wait());
-    EXPECT_EQ(ActionChoicePage, wizard.Pages().back());
-}
-
-TEST(End, a_port_that_is_not_there_is_error_105_and_can_be_resumed) {
-    auto&& [home, image, cradle] = PcWithHandheld();
-    WizardRun wizard(home);
-    GoToActionChoice(wizard);
-    fs::remove(home.Home() / "ports/COM1");
-    fs::create_symlink(home.Home() / "nowhere", home.Home() / "ports/COM1");
-    wizard.Send("1035");
-    ConfirmUpgrade(wizard);
-    wizard.ExpectPage(PreparePage);
-    wizard.ExpectEnd(PreparePage);
-    ExpectQuit(wizard, PortErrorPage);
-    EXPECT_TRUE(HasProgressRecord(home));
 }
 
 } // namespace
