@@ -1,6 +1,7 @@
 // The simulated bootloader keeps to its dialogue and refuses every other one.
 
 #include "testing/cradle.h"
+#include "testing/little_endian.h"
 #include "testing/pc_side.h"
 
 #include <gtest/gtest.h>
@@ -13,21 +14,10 @@ constexpr std::uint32_t BlockSize = 0x40000;
 
 class BootloaderTest : public testing::Test {
 protected:
-    void Start(const std::vector<std::string>& options = {}) {
-        std::vector<std::string> run = options;
-        run.push_back("--bootloader");
-        cradle_.emplace(home_, CradleOptions{.run = run, .withManager = false});
+    void Start() {
+        cradle_.emplace(home_, CradleOptions{.run = {"--bootloader"}, .withManager = false});
         end_.emplace(home_, "COM1");
         ASSERT_EQ(cradle_->StatusOf("mode"), "bootloader, shows its picture");
-    }
-
-    static ByteList Numbers(std::initializer_list<std::uint32_t> numbers) {
-        ByteList bytes;
-        for (const std::uint32_t number : numbers) {
-            for (int shift = 0; shift < 32; shift += 8)
-                bytes.push_back(static_cast<std::uint8_t>(number >> shift));
-        }
-        return bytes;
     }
 
     void Greet() {
@@ -35,13 +25,8 @@ protected:
         end_->ReadUntil("download\r\n");
         end_->Write("B000FF\n");
         ASSERT_EQ(end_->Read(1), ByteList{1});
-        end_->Write(Numbers({0x40000, 0xF40000}));
+        end_->Write(LittleEndian({0x40000, 0xF40000}));
         ASSERT_EQ(end_->Read(1), ByteList{2});
-    }
-
-    void SendBlock(std::uint32_t offset, const ByteList& block) {
-        end_->Write(Numbers({offset, BlockSize, 0}));
-        end_->Write(block);
     }
 
     void ExpectRefusal(const std::string& text) {
@@ -53,36 +38,6 @@ protected:
     std::optional<Cradle> cradle_;
     std::optional<LinkEnd> end_;
 };
-
-TEST_F(BootloaderTest, a_whole_image_in_file_order_makes_it_the_new_version) {
-    const auto image = home_.AddLanguageFolder({.size = 0x200020}); // as large as the flash
-    const ByteList content = ReadFileBytes(image);
-    Start();
-    Greet();
-    for (std::uint32_t offset = 0x40000; offset < 0x200000; offset += BlockSize) {
-        const auto begin = content.begin() + offset + 32;
-        SendBlock(offset, {begin, begin + BlockSize});
-        ASSERT_EQ(end_->Read(1), ByteList{2}) << offset; // also behind the last one
-    }
-    SendBlock(0x200000, ByteList(BlockSize, 0xFF));
-    cradle_->Handheld().ExpectLine("bootloader: closing block at 0x200000");
-    EXPECT_FALSE(end_->HasBytes());
-    EXPECT_TRUE(cradle_->FlashEquals(image));
-    EXPECT_EQ(cradle_->Refused(), "");
-    cradle_->Reset();
-    EXPECT_EQ(cradle_->StatusOf("version"), "2.00.00");
-    EXPECT_EQ(cradle_->StatusOf("mode"), "normal");
-}
-
-TEST_F(BootloaderTest, a_dialogue_that_breaks_off_leaves_the_bootloader_until_it_is_done) {
-    Start();
-    Greet();
-    SendBlock(0x40000, ByteList(BlockSize, 7));
-    ASSERT_EQ(end_->Read(1), ByteList{2});
-    cradle_->Reset();
-    EXPECT_EQ(cradle_->StatusOf("mode"), "bootloader, shows its picture");
-    Greet(); // from the beginning
-}
 
 TEST_F(BootloaderTest, what_does_not_fit_the_dialogue_is_refused) {
     Start();
@@ -100,11 +55,12 @@ TEST_F(BootloaderTest, what_does_not_fit_the_dialogue_is_refused) {
     end_->ReadUntil("download\r\n");
     end_->Write("B000FF\n");
     end_->Read(1);
-    end_->Write(Numbers({0x40000, 0xF80000}));
+    end_->Write(LittleEndian({0x40000, 0xF80000}));
     ExpectRefusal("image record 0x40000, 0xF80000");
 
-    const ByteList records[] = {Numbers({0, BlockSize, 0}), Numbers({0x80000, BlockSize, 0}),
-                                Numbers({0x40000, 0x20000, 0}), Numbers({0x40000, BlockSize, 1})};
+    const ByteList records[] = {
+        LittleEndian({0, BlockSize, 0}), LittleEndian({0x80000, BlockSize, 0}),
+        LittleEndian({0x40000, 0x20000, 0}), LittleEndian({0x40000, BlockSize, 1})};
     for (const ByteList& record : records) {
         cradle_->Reset(true);
         Greet();
