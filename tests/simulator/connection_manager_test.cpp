@@ -41,21 +41,6 @@ protected:
     const TestHome& home_ = HomeOfTests();
 };
 
-TEST_F(ConnectionManagerTest, it_registers_itself_and_is_found_by_its_windows) {
-    Cradle cradle(home_, {.manager = {"--major", "4", "--minor", "2"}});
-    EXPECT_NE(RegistryText().find("\"MajorVersion\"=dword:00000004"), std::string::npos);
-    EXPECT_NE(RegistryText().find("\"MinorVersion\"=dword:00000002"), std::string::npos);
-    EXPECT_NE(RegistryText().find("\"SerialPort\"=\"COM1\""), std::string::npos);
-    EXPECT_NE(RegistryText().find("connection-manager\""), std::string::npos);
-    for (const char* title : {"DccMan", "WCES Manager Thunk Window"}) {
-        const HWND window = FindWindowA(nullptr, title);
-        ASSERT_NE(window, nullptr) << title;
-        DWORD process = 0;
-        GetWindowThreadProcessId(window, &process);
-        EXPECT_EQ(process, static_cast<DWORD>(cradle.Manager().Id())) << title;
-    }
-}
-
 TEST_F(ConnectionManagerTest,
        its_process_number_is_written_when_all_is_there_and_only_its_user_can_connect) {
     const auto numberFile = home_.Home() / "connection-manager.pid";

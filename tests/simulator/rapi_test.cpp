@@ -117,20 +117,6 @@ TEST_F(RapiTest, names_keep_their_case_and_attributes_through_a_restart) {
     EXPECT_EQ(Error(Operation::RemoveDirectory, Writer().Text(u"\\Temp")), 145u);
 }
 
-TEST_F(RapiTest, a_clock_record_that_is_not_whole_is_refused) {
-    Start();
-    rapi_->Push(u"\\Windows\\Clepsa.dll", Agent("Clepsa.dll"));
-    const ByteList record(187);
-    EXPECT_NE(
-        rapi_
-            ->Call(
-                Operation::Invoke,
-                Writer().Text(u"Clepsa.dll").Text(u"ClepsaSet").Data(record.data(), record.size()))
-            .result,
-        0u);
-    EXPECT_EQ(cradle_->StatusOf("clock"), "never set");
-}
-
 TEST_F(RapiTest, a_program_that_is_not_whole_does_not_run) {
     Start();
     EXPECT_EQ(rapi_->StartProgram(u"\\Temp\\Tesselor.exe"), 2u);
@@ -172,26 +158,6 @@ TEST_F(RapiTest, a_malformed_frame_ends_its_connection_and_no_other) {
     rapi_.emplace(home_);
     EXPECT_EQ(Delete(u"\\Temp\\y"), 2u);
     EXPECT_THROW(Delete(u"\\Temp\\x"), std::runtime_error);
-}
-
-TEST_F(RapiTest, a_client_that_does_not_read_or_stops_in_a_frame_holds_up_no_other) {
-    Start();
-    const ByteList content(0x80000, 0x5A); // more than a socket buffers
-    rapi_->Push(u"\\Temp\\large", content);
-    RapiClient mute(home_);
-    std::uint32_t handle = 0;
-    ASSERT_EQ(mute.CreateFile(u"\\Temp\\large", ReadAccess, 1, Existing, 0, &handle), 0u);
-    mute.SendRaw(Writer()
-                     .Number(static_cast<std::uint32_t>(Operation::ReadFile))
-                     .Number(handle)
-                     .Number(0x80000)
-                     .Frame());
-    mute.SendRaw({4, 0, 0}); // of a greeting
-    cradle_->Handheld().ExpectLine("RAPI ReadFile \\Temp\\large");
-    EXPECT_EQ(rapi_->Call(Operation::Hello).result, 1u);
-    mute.SendRaw({0, static_cast<std::uint8_t>(Operation::Hello), 0, 0, 0});
-    EXPECT_TRUE(mute.Call(Operation::Hello).outputs.Data() == content);
-    EXPECT_EQ(mute.Call(Operation::Hello).result, 1u);
 }
 
 } // namespace
