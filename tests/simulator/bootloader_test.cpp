@@ -20,18 +20,20 @@ protected:
         ASSERT_EQ(cradle_->StatusOf("mode"), "bootloader, shows its picture");
     }
 
-    void Greet() {
-        end_->Write("l\r");
-        end_->ReadUntil("download\r\n");
-        end_->Write("B000FF\n");
-        ASSERT_EQ(end_->Read(1), ByteList{1});
-        end_->Write(LittleEndian({0x40000, 0xF40000}));
-        ASSERT_EQ(end_->Read(1), ByteList{2});
-    }
-
-    void ExpectRefusal(const std::string& text) {
-        cradle_->Handheld().ExpectLine("refused: bootloader: " + text);
-        EXPECT_FALSE(end_->HasBytes());
+    // The first steps of the dialogue.
+    void Greet(int steps = 3) {
+        if (steps > 0) {
+            end_->Write("l\r");
+            end_->ReadUntil("download\r\n");
+        }
+        if (steps > 1) {
+            end_->Write("B000FF\n");
+            ASSERT_EQ(end_->Read(1), ByteList{1});
+        }
+        if (steps > 2) {
+            end_->Write(LittleEndian({0x40000, 0xF40000}));
+            ASSERT_EQ(end_->Read(1), ByteList{2});
+        }
     }
 
     TestHome home_;
@@ -40,32 +42,26 @@ protected:
 };
 
 TEST_F(BootloaderTest, what_does_not_fit_the_dialogue_is_refused) {
+    const struct {
+        int steps; // before it
+        ByteList bytes;
+        const char* refusal;
+    } rows[] = {
+        {0, {'x', '\r'}, "unexpected: 0x78 0xD"},
+        {1, {'B', '0', '0', '0', 'F', 'E', '\n'}, "unexpected: 0x42"},
+        {2, LittleEndian({0x40000, 0xF80000}), "image record 0x40000, 0xF80000"},
+        {3, LittleEndian({0, BlockSize, 0}), "block record"},
+        {3, LittleEndian({0x80000, BlockSize, 0}), "block record"},
+        {3, LittleEndian({0x40000, 0x20000, 0}), "block record"},
+        {3, LittleEndian({0x40000, BlockSize, 1}), "block record"},
+    };
     Start();
-    end_->Write("x\r");
-    ExpectRefusal("unexpected: 0x78 0xD");
-
-    cradle_->Reset(true);
-    end_->Write("l\r");
-    end_->ReadUntil("download\r\n");
-    end_->Write("B000FE\n");
-    ExpectRefusal("unexpected: 0x42");
-
-    cradle_->Reset(true);
-    end_->Write("l\r");
-    end_->ReadUntil("download\r\n");
-    end_->Write("B000FF\n");
-    end_->Read(1);
-    end_->Write(LittleEndian({0x40000, 0xF80000}));
-    ExpectRefusal("image record 0x40000, 0xF80000");
-
-    const ByteList records[] = {
-        LittleEndian({0, BlockSize, 0}), LittleEndian({0x80000, BlockSize, 0}),
-        LittleEndian({0x40000, 0x20000, 0}), LittleEndian({0x40000, BlockSize, 1})};
-    for (const ByteList& record : records) {
+    for (const auto& [steps, bytes, refusal] : rows) {
+        Greet(steps);
+        end_->Write(bytes);
+        cradle_->Handheld().ExpectLine(std::string("refused: bootloader: ") + refusal);
+        EXPECT_FALSE(end_->HasBytes());
         cradle_->Reset(true);
-        Greet();
-        end_->Write(record);
-        ExpectRefusal("block record");
     }
 }
 
