@@ -38,6 +38,8 @@ TEST_F(DeviceClock, gets_the_zone_unchanged_and_the_time_in_utc) {
     GetSystemTime(&before);
     SetDeviceClock();
     GetSystemTime(&after);
+    Device().Handheld().ExpectLine("RAPI Invoke");
+    Device().Handheld().ExpectLine("RAPI connection ended");
     const std::string record = Record();
     TIME_ZONE_INFORMATION zone{};
     ASSERT_EQ(188U, record.size());

@@ -75,6 +75,8 @@ TEST_F(Identity, flash_size_is_unknown_without_a_probe_or_an_answer) {
     Connect();
     std::filesystem::remove(Folder() / "Tesselor.exe");
     EXPECT_FALSE(ReadFlashSize());
+    Device().Handheld().ExpectLine("RAPI CreateProcess");
+    Device().Handheld().ExpectLine("RAPI connection ended");
     Connect({.run = {"--no-type-file"}});
     const DWORD start = GetTickCount();
     EXPECT_FALSE(ReadFlashSize());

@@ -35,8 +35,6 @@ protected:
         return true;
     }
 
-    std::string RegistryText() const { return ReadBytes(home_.Home() / "registry.reg"); }
-
     // As another program of the same PC.
     const TestHome& home_ = HomeOfTests();
 };
@@ -44,7 +42,8 @@ protected:
 TEST_F(ConnectionManagerTest,
        its_process_number_is_written_when_all_is_there_and_only_its_user_can_connect) {
     const auto numberFile = home_.Home() / "connection-manager.pid";
-    std::filesystem::remove(home_.Home() / "registry.reg");
+    const auto registry = home_.Home() / "registry.reg";
+    std::filesystem::remove(registry);
     std::filesystem::create_directory(home_.Home() / "windows");
     // Nobody opens a window as long as this lock is held.
     platform::Descriptor windowsLock(
@@ -56,7 +55,7 @@ TEST_F(ConnectionManagerTest,
                          {.environment = home_.Variables()});
     umask(mask);
     EXPECT_TRUE(ComesTrue(
-        [&] { return RegistryText().find("connection-manager\"") != std::string::npos; }));
+        [&] { return ReadBytes(registry).find("connection-manager\"") != std::string::npos; }));
     EXPECT_EQ("", ReadBytes(numberFile));
     windowsLock = platform::Descriptor();
     manager.ExpectLine("ready");

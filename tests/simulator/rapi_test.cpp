@@ -21,14 +21,6 @@ enum : std::uint32_t { New = 1, Always = 2, Existing = 3 };
 
 class RapiTest : public testing::Test {
 protected:
-    void Start(const std::vector<std::string>& run = {}) {
-        rapi_.reset();
-        cradle_.reset();
-        std::filesystem::remove_all(home_.Device());
-        cradle_.emplace(home_, CradleOptions{.run = run, .withManager = false});
-        rapi_.emplace(home_);
-    }
-
     std::uint32_t Error(Operation operation, const Writer& arguments) {
         return rapi_->Call(operation, arguments).error;
     }
@@ -37,18 +29,16 @@ protected:
     }
 
     ByteList Agent(const std::string& name) {
-        if (!std::filesystem::exists(home_.Tree() / "English"))
-            home_.RunHandheld({"make-agents", (home_.Tree() / "English").string()});
+        home_.RunHandheld({"make-agents", (home_.Tree() / "English").string()});
         return ReadFileBytes(home_.Tree() / "English" / name);
     }
 
     TestHome home_;
-    std::optional<Cradle> cradle_;
-    std::optional<RapiClient> rapi_;
+    Cradle cradle_{home_, {.withManager = false}};
+    std::optional<RapiClient> rapi_{std::in_place, home_};
 };
 
 TEST_F(RapiTest, dispositions_and_paths_give_the_errors_of_the_device) {
-    Start();
     struct Case {
         const char16_t* path;
         std::uint32_t access, disposition, error;
@@ -72,14 +62,13 @@ TEST_F(RapiTest, dispositions_and_paths_give_the_errors_of_the_device) {
         EXPECT_EQ(rapi_->CreateFile(one.path, one.access, 0, one.disposition, 0x80), one.error)
             << std::string(one.path, one.path + std::char_traits<char16_t>::length(one.path)) << " "
             << one.disposition;
-    EXPECT_TRUE(std::filesystem::exists(cradle_->File("Temp/a.txt")));
+    EXPECT_TRUE(std::filesystem::exists(cradle_.File("Temp/a.txt")));
     EXPECT_EQ(Delete(u"\\Windows\\Morvikor.exe"), 5u);
     EXPECT_EQ(Delete(u"\\Temp\\b.txt"), 2u);
     EXPECT_EQ(Delete(u"\\TEMP\\A.txt"), 0u);
 }
 
 TEST_F(RapiTest, share_modes_count_and_an_open_file_stays) {
-    Start();
     rapi_->Push(u"\\Temp\\a", {1, 2, 3});
     std::uint32_t handle = 0;
     ASSERT_EQ(rapi_->CreateFile(u"\\Temp\\a", ReadAccess, 1, Existing, 0, &handle), 0u);
@@ -92,19 +81,18 @@ TEST_F(RapiTest, share_modes_count_and_an_open_file_stays) {
     EXPECT_EQ(rapi_->Call(Operation::GetFileSize, Writer().Number(handle)).result, 3u);
     // A connection that ends closes what it had open.
     rapi_.emplace(home_);
-    cradle_->Handheld().ExpectLine("RAPI GetFileSize");
+    cradle_.Handheld().ExpectLine("RAPI GetFileSize");
     EXPECT_TRUE(ComesTrue([&] { return Delete(u"\\Temp\\a") != 32; }));
     EXPECT_EQ(Error(Operation::ReadFile, Writer().Number(handle).Number(1)), 6u);
 }
 
 TEST_F(RapiTest, names_keep_their_case_and_attributes_through_a_restart) {
-    Start();
     rapi_->Push(u"\\Temp\\Été.lnk", {'x'}); // pushed files are hidden
     EXPECT_EQ(Error(Operation::MoveFile, Writer().Text(u"\\temp\\éTÉ.LNK").Text(u"\\Temp\\B.txt")),
               0u);
-    cradle_->RestartHandheld();
+    cradle_.RestartHandheld();
     rapi_.emplace(home_);
-    EXPECT_EQ(cradle_->Attributes("Temp/B.txt"), 0x22u);
+    EXPECT_EQ(cradle_.Attributes("Temp/B.txt"), 0x22u);
     const struct {
         const char16_t* pattern;
         std::uint32_t error;
@@ -118,7 +106,6 @@ TEST_F(RapiTest, names_keep_their_case_and_attributes_through_a_restart) {
 }
 
 TEST_F(RapiTest, a_program_that_is_not_whole_does_not_run) {
-    Start();
     EXPECT_EQ(rapi_->StartProgram(u"\\Temp\\Tesselor.exe"), 2u);
     ByteList part = Agent("Tesselor.exe");
     part.pop_back();
@@ -126,7 +113,7 @@ TEST_F(RapiTest, a_program_that_is_not_whole_does_not_run) {
     EXPECT_EQ(rapi_->StartProgram(u"\\Temp\\Tesselor.exe"), 193u);
     rapi_->Push(u"\\Temp\\Tesselor.exe", Agent("sarvel.exe"));
     EXPECT_EQ(rapi_->StartProgram(u"\\Temp\\Tesselor.exe"), 193u);
-    EXPECT_FALSE(std::filesystem::exists(cradle_->File("Temp/type.dat")));
+    EXPECT_FALSE(std::filesystem::exists(cradle_.File("Temp/type.dat")));
 
     // The flasher starts and finds out by itself that it cannot work.
     rapi_->Push(u"\\Temp\\Harbel_Link.exe", Agent("Harbel_Link.exe"));
@@ -137,11 +124,10 @@ TEST_F(RapiTest, a_program_that_is_not_whole_does_not_run) {
         EXPECT_EQ(rapi_->StartProgram(u"\\Temp\\Harbel_Link.exe", commandLine), 0u);
         EXPECT_EQ(rapi_->Call(Operation::Hello).result, 1u);
     }
-    EXPECT_EQ(cradle_->StatusOf("mode"), "normal");
+    EXPECT_EQ(cradle_.StatusOf("mode"), "normal");
 }
 
 TEST_F(RapiTest, a_malformed_frame_ends_its_connection_and_no_other) {
-    Start();
     const ByteList frames[] = {
         {0xFF, 0xFF, 0xFF, 0x7F},                                // longer than allowed
         {4, 0, 0, 0, 99, 0, 0, 0},                               // no such operation
@@ -154,7 +140,7 @@ TEST_F(RapiTest, a_malformed_frame_ends_its_connection_and_no_other) {
         EXPECT_TRUE(other.Ended());
         EXPECT_EQ(rapi_->Call(Operation::Hello).result, 1u);
     }
-    cradle_->RestartHandheld({"--drop-rapi-at", "DeleteFile \\Temp\\x"});
+    cradle_.RestartHandheld({"--drop-rapi-at", "DeleteFile \\Temp\\x"});
     rapi_.emplace(home_);
     EXPECT_EQ(Delete(u"\\Temp\\y"), 2u);
     EXPECT_THROW(Delete(u"\\Temp\\x"), std::runtime_error);
