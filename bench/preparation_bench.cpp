@@ -1,9 +1,8 @@
-// The preparation of a handheld, in round trips to it: how many it makes beside how many it needs,
-// and how long one takes beside a bare call.
+// The preparation of a handheld, in round trips to it: how many it makes, and how long one takes
+// beside a bare call. That none is made in vain is judged by tests/preparation.
 //
 // Both layouts by turns on one handheld, so that each finds what the other has left; then the whole
-// preparation up to the start of the flasher. The needed calls are those of the maker's tables,
-// for what is on the handheld at that moment.
+// preparation up to the start of the flasher.
 
 #include "bench/median.h"
 
@@ -14,7 +13,6 @@
 #include "rapi/rapi.h"
 #include "state/state.h"
 #include "testing/cradle.h"
-#include "testing/device_facts.h"
 
 #include <chrono>
 #include <cstdio>
@@ -25,11 +23,7 @@
 namespace {
 
 using namespace test_support;
-using namespace device_model;
 using Clock = std::chrono::steady_clock;
-
-constexpr VersionFacts Early = {"1.40", false, 0xAE000000};
-constexpr VersionFacts Late = {"2.00", true, 0xB2000000};
 
 double MicrosecondsSince(Clock::time_point begin) {
     return std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
@@ -49,15 +43,13 @@ std::size_t CallsUpTo(Cradle& cradle, std::size_t from, const std::string& end) 
 }
 
 struct Trips {
-    std::size_t made, needed;
+    std::size_t made;
     double microseconds; // each
 };
 
-Trips MeasureChange(const TestHome& home, Cradle& cradle, const VersionFacts& version) {
-    Content content = Read(home.Device());
+Trips MeasureChange(Cradle& cradle, const char* version) {
     Trips trips{};
-    trips.needed = Apply(StepsFor("ENG", version), "", content).size();
-    State.Image.ImageVersion = VersionNumber(version.text);
+    State.Image.ImageVersion = VersionNumber(version);
     const std::size_t before = cradle.Handheld().Lines().size();
     const auto begin = Clock::now();
     ChangeDevice();
@@ -75,39 +67,28 @@ double TimeBareCall(std::size_t count) {
     return MicrosecondsSince(begin) / static_cast<double>(count);
 }
 
-void PrintChanges(const TestHome& home, Cradle& cradle, int rounds) {
+void PrintChanges(Cradle& cradle, int rounds) {
     std::vector<double> ratios, times;
     for (int round = 0; round < rounds; ++round) {
-        for (const VersionFacts* version : {&Early, &Late}) {
-            const Trips trips = MeasureChange(home, cradle, *version);
+        for (const char* version : {"1.40", "2.00"}) {
+            const Trips trips = MeasureChange(cradle, version);
             const double bare = TimeBareCall(trips.made);
             ratios.push_back(trips.microseconds / bare);
             times.push_back(trips.microseconds);
             if (round == rounds - 1)
-                std::printf("changes of the %s layout: %zu round trips, %zu needed\n",
-                            version->late ? "late" : "early", trips.made, trips.needed);
+                std::printf("changes for an image of version %s: %zu round trips\n", version,
+                            trips.made);
         }
     }
     std::printf("a round trip: %.0f us, %.2f of a bare call's, medians of %zu turns\n",
                 bench::Median(times), bench::Median(ratios), times.size());
 }
 
-// Opening, a write for each block of 4096 bytes, one of no bytes, closing.
-std::size_t PushCalls(const std::filesystem::path& file) {
-    constexpr std::size_t Block = 4096;
-    return 1 + (std::filesystem::file_size(file) + Block - 1) / Block + 1 + 1;
-}
-
-void PrintPreparation(const TestHome& home, Cradle& cradle) {
-    constexpr std::size_t Deletions = 2;
-    Content content = Read(home.Device());
-    std::size_t needed = Deletions + Apply(StepsFor("ENG", Late), "", content).size();
-    for (const char* file : {"English/Harbel_Link.exe", "English/harbel_line.nb"})
-        needed += PushCalls(home.Tree() / file);
+void PrintPreparation(Cradle& cradle) {
     const std::size_t before = cradle.Handheld().Lines().size();
     PrepareDevice();
-    std::printf("up to the start of the flasher: %zu round trips, %zu needed\n",
-                CallsUpTo(cradle, before, "CreateProcess"), needed);
+    std::printf("up to the start of the flasher: %zu round trips\n",
+                CallsUpTo(cradle, before, "CreateProcess"));
     TearDownTransfer();
 }
 
@@ -139,7 +120,7 @@ int main(int count, char**) {
     home.AddLanguageFolder();
     Cradle cradle(home);
     Connect(home);
-    PrintChanges(home, cradle, smoke ? 2 : 20);
-    PrintPreparation(home, cradle);
+    PrintChanges(cradle, smoke ? 2 : 20);
+    PrintPreparation(cradle);
     return 0;
 }

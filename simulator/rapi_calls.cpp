@@ -37,6 +37,46 @@ struct Row {
 
 std::string Narrow(std::u16string_view text) { return platform::Utf8FromUtf16(text); }
 
+// In quotation marks, so that blanks at its ends can be seen; a control character as its number.
+std::string Quoted(std::u16string_view text) {
+    std::string quoted = "\"";
+    for (const char16_t unit : text) {
+        if (unit < u' ')
+            quoted += "\\" + std::to_string(unit);
+        else
+            quoted += Narrow({&unit, 1});
+    }
+    return quoted + "\"";
+}
+
+// The content of a small text file; nothing for other data.
+std::string QuotedContent(const Bytes& data) {
+    constexpr std::size_t Longest = 100;
+    const auto isPrintable = [](std::uint8_t byte) { return byte >= ' ' && byte < 0x7F; };
+    if (data.empty() || data.size() > Longest || !std::ranges::all_of(data, isPrintable))
+        return "";
+    return Quoted(std::u16string(data.begin(), data.end()));
+}
+
+// A text with one terminator, or a number, as such; all else byte by byte.
+std::string Describe(const RegistryValue& value) {
+    constexpr std::uint32_t TextType = 1, NumberType = 4;
+    const Bytes& data = value.data;
+    if (value.type == NumberType && data.size() == 4)
+        return Hex(Reader(data).Number());
+    if (value.type == TextType && data.size() >= 2 && data.size() % 2 == 0) {
+        std::u16string text;
+        for (std::size_t at = 0; at < data.size(); at += 2)
+            text += static_cast<char16_t>(data[at] | data[at + 1] << 8);
+        if (text.find(u'\0') == text.size() - 1)
+            return Quoted(text.substr(0, text.size() - 1));
+    }
+    std::string bytes = "type " + std::to_string(value.type) + ":";
+    for (const std::uint8_t byte : data)
+        bytes += " " + Hex(byte);
+    return bytes;
+}
+
 // An answer whose result is 1 or 0.
 void SetResult(RapiAnswer& answer, std::uint32_t error) {
     answer.error = error;
@@ -58,9 +98,11 @@ RapiRequest Hello(Context, Reader&) {
 RapiRequest CreateProcess(Context context, Reader& arguments) {
     const std::u16string program = arguments.Text();
     const std::u16string commandLine = arguments.Text();
-    return {Narrow(program), [=](RapiAnswer& answer) {
+    return {Narrow(program),
+            [=](RapiAnswer& answer) {
                 SetResult(answer, context.device.programs.Start(program, commandLine));
-            }};
+            },
+            Quoted(commandLine)};
 }
 
 RapiRequest CreateFile(Context context, Reader& arguments) {
@@ -69,12 +111,15 @@ RapiRequest CreateFile(Context context, Reader& arguments) {
     const std::uint32_t share = arguments.Number();
     const std::uint32_t disposition = arguments.Number();
     const std::uint32_t attributes = arguments.Number();
-    return {Narrow(path), [=](RapiAnswer& answer) {
+    return {Narrow(path),
+            [=](RapiAnswer& answer) {
                 context.device.programs.HandleOpening(path);
                 SetHandleResult(
                     answer, context.session,
                     context.device.files.Open(path, access, share, disposition, attributes));
-            }};
+            },
+            "access " + Hex(access) + ", share " + std::to_string(share) + ", disposition " +
+                std::to_string(disposition) + ", attributes " + Hex(attributes)};
 }
 
 RapiRequest ReadFile(Context context, Reader& arguments) {
@@ -96,7 +141,8 @@ RapiRequest WriteFile(Context context, Reader& arguments) {
                 const Outcome outcome = context.device.files.Write(handle, data);
                 SetResult(answer, outcome.error);
                 answer.outputs.Number(outcome.value);
-            }};
+            },
+            QuotedContent(data)};
 }
 
 RapiRequest GetFileSize(Context context, Reader& arguments) {
@@ -136,9 +182,11 @@ RapiRequest CopyFile(Context context, Reader& arguments) {
     const std::u16string from = arguments.Text();
     const std::u16string to = arguments.Text();
     const bool failIfExists = arguments.Number() != 0;
-    return {Narrow(from) + " -> " + Narrow(to), [=](RapiAnswer& answer) {
+    return {Narrow(from) + " -> " + Narrow(to),
+            [=](RapiAnswer& answer) {
                 SetResult(answer, context.device.files.Copy(from, to, failIfExists));
-            }};
+            },
+            failIfExists ? "if there is none" : "over one that is there"};
 }
 
 RapiRequest CreateDirectory(Context context, Reader& arguments) {
@@ -176,14 +224,16 @@ RapiRequest FindNextFile(Context context, Reader& arguments) {
 RapiRequest RegOpenKey(Context context, Reader& arguments) {
     const std::uint32_t root = arguments.Number();
     const std::u16string path = arguments.Text();
-    arguments.Number(); // the wanted access; every key may be read and written
-    return {Narrow(path), [=](RapiAnswer& answer) {
+    const std::uint32_t access = arguments.Number(); // every key may be read and written
+    return {Narrow(path),
+            [=](RapiAnswer& answer) {
                 std::uint32_t key = 0;
                 answer.result = context.device.registry.Open(root, path, key);
                 if (answer.result == error::Success)
                     context.session.keys.insert(key);
                 answer.outputs.Number(key);
-            }};
+            },
+            "access " + std::to_string(access)};
 }
 
 RapiRequest RegCreateKey(Context context, Reader& arguments) {
@@ -204,11 +254,13 @@ RapiRequest RegQueryValue(Context context, Reader& arguments) {
     const std::uint32_t key = arguments.Number();
     const std::u16string name = arguments.Text();
     const std::uint32_t capacity = arguments.Number();
-    return {context.device.registry.Describe(key) + " " + Narrow(name), [=](RapiAnswer& answer) {
+    return {context.device.registry.Describe(key) + " " + Narrow(name),
+            [=](RapiAnswer& answer) {
                 RegistryValue value;
                 answer.result = context.device.registry.Query(key, name, capacity, value);
                 answer.outputs.Number(value.type).Data(value.data.data(), value.data.size());
-            }};
+            },
+            std::to_string(capacity) + " bytes at most"};
 }
 
 RapiRequest RegSetValue(Context context, Reader& arguments) {
@@ -218,7 +270,8 @@ RapiRequest RegSetValue(Context context, Reader& arguments) {
     value.type = arguments.Number();
     value.data = arguments.Data();
     return {context.device.registry.Describe(key) + " " + Narrow(value.name),
-            [=](RapiAnswer& answer) { answer.result = context.device.registry.Set(key, value); }};
+            [=](RapiAnswer& answer) { answer.result = context.device.registry.Set(key, value); },
+            Describe(value)};
 }
 
 RapiRequest RegCloseKey(Context context, Reader& arguments) {

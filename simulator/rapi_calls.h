@@ -43,6 +43,7 @@ struct RapiAnswer {
 struct RapiRequest {
     std::string line; // for people: "CreateFile \Temp\type.dat"
     std::function<void(RapiAnswer&)> execute;
+    std::string details{};     // the arguments that the line does not have
     std::uint32_t failure = 0; // the result of a call of this kind that is refused
 };
 

@@ -120,7 +120,8 @@ bool RapiServer::AnswerRequest(Connection& connection, Bytes requested) {
         return false;
     RapiAnswer answer;
     // First, so that the lines of what the call does come below it.
-    report_.Print("RAPI " + request->line);
+    const std::string gap = request->details.empty() ? "" : "  ";
+    report_.Print("RAPI " + request->line + gap + request->details);
     if (!device_.faults.refusedCall.empty() && request->line == device_.faults.refusedCall) {
         answer.error = error::AccessDenied;
         answer.result = request->failure;

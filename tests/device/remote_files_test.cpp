@@ -1,7 +1,6 @@
-// Files and registry values that the wizard puts onto the handheld, compared there.
+// Files that the wizard puts onto the handheld, compared there.
 
 #include "device/remote_files.h"
-#include "device/remote_registry.h"
 
 #include "device/file_copy.h"
 #include "device/wide_text.h"
@@ -98,33 +97,6 @@ TEST_F(RemoteFiles, text_that_does_not_fit_is_refused_whole) {
     EXPECT_EQ(std::u16string(259, u'w'), wide);
     EXPECT_FALSE(WidenText(std::string(260, 'w').c_str(), wide));
     EXPECT_EQ(u'\0', wide[0]);
-}
-
-TEST_F(RemoteFiles, value_creates_its_key_and_replaces_an_old_one) {
-    Connect();
-    const std::uint32_t number = 0xAE000000;
-    EXPECT_TRUE(SetDeviceValue(CeLocalMachine, u"\\Made\\On\\The Way", u"Number", 4, &number, 4));
-    EXPECT_TRUE(SetDeviceValue(CeLocalMachine, u"Made\\On\\The Way", u"Text", 1, u"ab", 6));
-    auto stored = Device().RegistryValue("Made\\On\\The Way", "Number");
-    ASSERT_TRUE(stored);
-    EXPECT_EQ(4U, stored->type);
-    EXPECT_EQ(number, stored->Number());
-    stored = Device().RegistryValue("Made\\On\\The Way", "Text");
-    ASSERT_TRUE(stored);
-    EXPECT_EQ((test_support::StoredValue{1, {'a', 0, 'b', 0, 0, 0}}), *stored);
-    EXPECT_TRUE(SetDeviceValue(CeLocalMachine, u"Made\\On\\The Way", u"Text", 4, &number, 4));
-    EXPECT_EQ(4U, Device().RegistryValue("Made\\On\\The Way", "Text")->type);
-}
-
-TEST_F(RemoteFiles, value_is_refused_with_its_key_closed_at_every_call) {
-    for (const char* call : {"RegOpenKey Software\\New", "RegCreateKey Software\\New",
-                             "RegSetValue Software\\New Text"}) {
-        Connect({.run = {"--refuse-call", call}});
-        const bool opened = std::string(call).starts_with("RegOpenKey");
-        EXPECT_EQ(opened, SetDeviceValue(CeLocalMachine, u"Software\\New", u"Text", 1, u"ab", 6));
-        EXPECT_EQ(opened, Device().RegistryValue("Software\\New", "Text").has_value()) << call;
-        ExpectNoOpenHandles();
-    }
 }
 
 } // namespace

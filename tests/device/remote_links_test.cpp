@@ -24,18 +24,6 @@ protected:
     }
 };
 
-TEST_F(RemoteLinks, text_arrives_as_it_is_and_replaces_an_older_one) {
-    Connect();
-    AddFiles({"Temp/a longer content/x", "Temp/Unó.lnk"});
-    EXPECT_TRUE(WriteDeviceLink(u"\\Temp\\", "Un\xF3.lnk", "25#\"\\Windows\\Tavi2.exe\""));
-    EXPECT_EQ("25#\"\\Windows\\Tavi2.exe\"", OnDevice("Temp/Unó.lnk"));
-    EXPECT_TRUE(WriteDeviceFile("\\Temp\\empty.lnk", ""));
-    EXPECT_EQ("", OnDevice("Temp/empty.lnk"));
-    EXPECT_EQ(0x20U, Device().Attributes("Temp/empty.lnk"));
-    EXPECT_TRUE(DeleteDeviceLink(u"\\Temp\\", "Un\xF3.lnk"));
-    EXPECT_FALSE(IsOnDevice("Temp/Unó.lnk"));
-}
-
 TEST_F(RemoteLinks, a_folder_a_read_only_file_a_missing_folder_or_a_long_name_is_refused) {
     Connect();
     AddFiles({"Temp/folder.lnk/inside"});
@@ -95,21 +83,6 @@ TEST_F(RemoteLinks, links_are_copied_past_one_that_is_there_already) {
     EXPECT_EQ("Temp/from/b.lnk", OnDevice("Temp/to/b.lnk"));
     EXPECT_FALSE(IsOnDevice("Temp/to/c.txt") || IsOnDevice("Temp/to/d.lnk"));
     CopyDeviceLinks("\\Temp\\nowhere", "\\Temp\\to");
-}
-
-TEST_F(RemoteLinks, a_connection_that_drops_ends_each_operation) {
-    for (const char* call : {"WriteFile \\Temp\\x.lnk", "FindNextFile", "CopyFile"}) {
-        Connect({.run = {"--drop-rapi-at", call}});
-        AddFiles({"Temp/from/a.lnk", "Temp/from/b.lnk", "Temp/to/c.lnk"});
-        CopyDeviceLinks("\\Temp\\from", "\\Temp\\to");
-        const bool dropped = !WriteDeviceLink(u"\\Temp\\", "x.lnk", "text");
-        EXPECT_TRUE(dropped) << call;
-        EXPECT_FALSE(RemoveDeviceFolder("\\Temp\\from")) << call;
-        EXPECT_TRUE(IsOnDevice("Temp/from/b.lnk")) << call;
-        EXPECT_EQ(std::string(call) != "CopyFile", IsOnDevice("Temp/to/a.lnk")) << call;
-        CeRapiUninit();
-    }
-    Connect(); // what the loops of above left open went with their connections
 }
 
 } // namespace

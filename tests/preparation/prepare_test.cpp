@@ -68,13 +68,6 @@ TEST_F(Preparation, of_a_late_image_sets_up_the_disk_and_hands_over_to_usb) {
     EXPECT_EQ("flasher", Device().StatusOf("mode"));
 }
 
-TEST_F(Preparation, menu_setting_becomes_one_zero_byte_of_no_type) {
-    Connect("2.00", {.run = {"--refuse-program", "Harbel_Link.exe"}});
-    PrepareDevice();
-    EXPECT_EQ((test_support::StoredValue{0, {0}}),
-              Device().RegistryValue("ControlPanel\\Menus", "CoolMenu"));
-}
-
 TEST_F(Preparation, menu_setting_that_is_missing_or_too_long_to_read_is_left_alone) {
     for (const std::size_t size : {0UL, 101UL}) {
         Connect("2.00", {.run = {"--refuse-program", "Harbel_Link.exe"}});

@@ -1,6 +1,7 @@
 // The simulated bootloader keeps to its dialogue and refuses every other one.
 
 #include "testing/cradle.h"
+#include "testing/little_endian.h"
 #include "testing/pc_side.h"
 
 #include <gtest/gtest.h>
@@ -13,40 +14,26 @@ constexpr std::uint32_t BlockSize = 0x40000;
 
 class BootloaderTest : public testing::Test {
 protected:
-    void Start(const std::vector<std::string>& options = {}) {
-        std::vector<std::string> run = options;
-        run.push_back("--bootloader");
-        cradle_.emplace(home_, CradleOptions{.run = run, .withManager = false});
+    void Start() {
+        cradle_.emplace(home_, CradleOptions{.run = {"--bootloader"}, .withManager = false});
         end_.emplace(home_, "COM1");
         ASSERT_EQ(cradle_->StatusOf("mode"), "bootloader, shows its picture");
     }
 
-    static ByteList Numbers(std::initializer_list<std::uint32_t> numbers) {
-        ByteList bytes;
-        for (const std::uint32_t number : numbers) {
-            for (int shift = 0; shift < 32; shift += 8)
-                bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+    // The first steps of the dialogue.
+    void Greet(int steps = 3) {
+        if (steps > 0) {
+            end_->Write("l\r");
+            end_->ReadUntil("download\r\n");
         }
-        return bytes;
-    }
-
-    void Greet() {
-        end_->Write("l\r");
-        end_->ReadUntil("download\r\n");
-        end_->Write("B000FF\n");
-        ASSERT_EQ(end_->Read(1), ByteList{1});
-        end_->Write(Numbers({0x40000, 0xF40000}));
-        ASSERT_EQ(end_->Read(1), ByteList{2});
-    }
-
-    void SendBlock(std::uint32_t offset, const ByteList& block) {
-        end_->Write(Numbers({offset, BlockSize, 0}));
-        end_->Write(block);
-    }
-
-    void ExpectRefusal(const std::string& text) {
-        cradle_->Handheld().ExpectLine("refused: bootloader: " + text);
-        EXPECT_FALSE(end_->HasBytes());
+        if (steps > 1) {
+            end_->Write("B000FF\n");
+            ASSERT_EQ(end_->Read(1), ByteList{1});
+        }
+        if (steps > 2) {
+            end_->Write(LittleEndian({0x40000, 0xF40000}));
+            ASSERT_EQ(end_->Read(1), ByteList{2});
+        }
     }
 
     TestHome home_;
@@ -54,62 +41,27 @@ protected:
     std::optional<LinkEnd> end_;
 };
 
-TEST_F(BootloaderTest, a_whole_image_in_file_order_makes_it_the_new_version) {
-    const auto image = home_.AddLanguageFolder({.size = 0x200020}); // as large as the flash
-    const ByteList content = ReadFileBytes(image);
-    Start();
-    Greet();
-    for (std::uint32_t offset = 0x40000; offset < 0x200000; offset += BlockSize) {
-        const auto begin = content.begin() + offset + 32;
-        SendBlock(offset, {begin, begin + BlockSize});
-        ASSERT_EQ(end_->Read(1), ByteList{2}) << offset; // also behind the last one
-    }
-    SendBlock(0x200000, ByteList(BlockSize, 0xFF));
-    cradle_->Handheld().ExpectLine("bootloader: closing block at 0x200000");
-    EXPECT_FALSE(end_->HasBytes());
-    EXPECT_TRUE(cradle_->FlashEquals(image));
-    EXPECT_EQ(cradle_->Refused(), "");
-    cradle_->Reset();
-    EXPECT_EQ(cradle_->StatusOf("version"), "2.00.00");
-    EXPECT_EQ(cradle_->StatusOf("mode"), "normal");
-}
-
-TEST_F(BootloaderTest, a_dialogue_that_breaks_off_leaves_the_bootloader_until_it_is_done) {
-    Start();
-    Greet();
-    SendBlock(0x40000, ByteList(BlockSize, 7));
-    ASSERT_EQ(end_->Read(1), ByteList{2});
-    cradle_->Reset();
-    EXPECT_EQ(cradle_->StatusOf("mode"), "bootloader, shows its picture");
-    Greet(); // from the beginning
-}
-
 TEST_F(BootloaderTest, what_does_not_fit_the_dialogue_is_refused) {
+    const struct {
+        int steps; // before it
+        ByteList bytes;
+        const char* refusal;
+    } rows[] = {
+        {0, {'x', '\r'}, "unexpected: 0x78 0xD"},
+        {1, {'B', '0', '0', '0', 'F', 'E', '\n'}, "unexpected: 0x42"},
+        {2, LittleEndian({0x40000, 0xF80000}), "image record 0x40000, 0xF80000"},
+        {3, LittleEndian({0, BlockSize, 0}), "block record"},
+        {3, LittleEndian({0x80000, BlockSize, 0}), "block record"},
+        {3, LittleEndian({0x40000, 0x20000, 0}), "block record"},
+        {3, LittleEndian({0x40000, BlockSize, 1}), "block record"},
+    };
     Start();
-    end_->Write("x\r");
-    ExpectRefusal("unexpected: 0x78 0xD");
-
-    cradle_->Reset(true);
-    end_->Write("l\r");
-    end_->ReadUntil("download\r\n");
-    end_->Write("B000FE\n");
-    ExpectRefusal("unexpected: 0x42");
-
-    cradle_->Reset(true);
-    end_->Write("l\r");
-    end_->ReadUntil("download\r\n");
-    end_->Write("B000FF\n");
-    end_->Read(1);
-    end_->Write(Numbers({0x40000, 0xF80000}));
-    ExpectRefusal("image record 0x40000, 0xF80000");
-
-    const ByteList records[] = {Numbers({0, BlockSize, 0}), Numbers({0x80000, BlockSize, 0}),
-                                Numbers({0x40000, 0x20000, 0}), Numbers({0x40000, BlockSize, 1})};
-    for (const ByteList& record : records) {
+    for (const auto& [steps, bytes, refusal] : rows) {
+        Greet(steps);
+        end_->Write(bytes);
+        cradle_->Handheld().ExpectLine(std::string("refused: bootloader: ") + refusal);
+        EXPECT_FALSE(end_->HasBytes());
         cradle_->Reset(true);
-        Greet();
-        end_->Write(record);
-        ExpectRefusal("block record");
     }
 }
 

@@ -3,7 +3,6 @@
 #include "platform/base/descriptor.h"
 #include "testing/comes_true.h"
 #include "testing/cradle.h"
-#include "testing/image_file.h"
 #include "testing/pc_side.h"
 
 #include <windows.h>
@@ -25,14 +24,6 @@ namespace {
 
 class ConnectionManagerTest : public testing::Test {
 protected:
-    // This process acts as another program of the same PC. It finds the home once, so all tests
-    // in it have the same one.
-    static void SetUpTestSuite() {
-        suiteHome_ = std::make_unique<TestHome>();
-        setenv("ROM_WIZARD_HOME", suiteHome_->Home().c_str(), 1);
-    }
-    static void TearDownTestSuite() { suiteHome_.reset(); }
-
     void SetUp() override { std::filesystem::remove_all(home_.Device()); }
 
     bool PortIsFree() const {
@@ -44,33 +35,15 @@ protected:
         return true;
     }
 
-    std::string RegistryText() const { return ReadBytes(home_.Home() / "registry.reg"); }
-
-    static std::unique_ptr<TestHome> suiteHome_;
-    const TestHome& home_ = *suiteHome_;
+    // As another program of the same PC.
+    const TestHome& home_ = HomeOfTests();
 };
-
-std::unique_ptr<TestHome> ConnectionManagerTest::suiteHome_;
-
-TEST_F(ConnectionManagerTest, it_registers_itself_and_is_found_by_its_windows) {
-    Cradle cradle(home_, {.manager = {"--major", "4", "--minor", "2"}});
-    EXPECT_NE(RegistryText().find("\"MajorVersion\"=dword:00000004"), std::string::npos);
-    EXPECT_NE(RegistryText().find("\"MinorVersion\"=dword:00000002"), std::string::npos);
-    EXPECT_NE(RegistryText().find("\"SerialPort\"=\"COM1\""), std::string::npos);
-    EXPECT_NE(RegistryText().find("connection-manager\""), std::string::npos);
-    for (const char* title : {"DccMan", "WCES Manager Thunk Window"}) {
-        const HWND window = FindWindowA(nullptr, title);
-        ASSERT_NE(window, nullptr) << title;
-        DWORD process = 0;
-        GetWindowThreadProcessId(window, &process);
-        EXPECT_EQ(process, static_cast<DWORD>(cradle.Manager().Id())) << title;
-    }
-}
 
 TEST_F(ConnectionManagerTest,
        its_process_number_is_written_when_all_is_there_and_only_its_user_can_connect) {
     const auto numberFile = home_.Home() / "connection-manager.pid";
-    std::filesystem::remove(home_.Home() / "registry.reg");
+    const auto registry = home_.Home() / "registry.reg";
+    std::filesystem::remove(registry);
     std::filesystem::create_directory(home_.Home() / "windows");
     // Nobody opens a window as long as this lock is held.
     platform::Descriptor windowsLock(
@@ -82,7 +55,7 @@ TEST_F(ConnectionManagerTest,
                          {.environment = home_.Variables()});
     umask(mask);
     EXPECT_TRUE(ComesTrue(
-        [&] { return RegistryText().find("connection-manager\"") != std::string::npos; }));
+        [&] { return ReadBytes(registry).find("connection-manager\"") != std::string::npos; }));
     EXPECT_EQ("", ReadBytes(numberFile));
     windowsLock = platform::Descriptor();
     manager.ExpectLine("ready");
@@ -91,25 +64,6 @@ TEST_F(ConnectionManagerTest,
         EXPECT_EQ(0600,
                   static_cast<int>(std::filesystem::status(home_.Home() / socket).permissions()))
             << socket;
-}
-
-TEST_F(ConnectionManagerTest, several_programs_reach_the_handheld_at_a_time) {
-    Cradle cradle(home_);
-    RapiClient one(home_, "rapi.sock"), two(home_, "rapi.sock");
-    EXPECT_EQ(two.Call(Operation::Hello).result, 1u);
-    const ByteList content(0x40000, 0x5A);
-    EXPECT_EQ(one.Push(u"\\Temp\\large", content), 0u);
-    EXPECT_TRUE(two.ReadFile(u"\\Temp\\large") == content);
-}
-
-TEST_F(ConnectionManagerTest, a_handheld_that_does_not_answer_ends_the_connection) {
-    Cradle cradle(home_);
-    RapiClient before(home_, "rapi.sock");
-    EXPECT_EQ(before.Call(Operation::Hello).result, 1u);
-    cradle.Reset(true); // into the bootloader, which knows no RAPI
-    EXPECT_TRUE(before.Ended());
-    RapiClient after(home_, "rapi.sock");
-    EXPECT_TRUE(after.Ended());
 }
 
 TEST_F(ConnectionManagerTest, a_killed_one_frees_the_port_and_a_new_one_takes_over) {
