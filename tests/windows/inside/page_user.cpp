@@ -5,9 +5,12 @@
 //
 // It prints what the wizard's own terminal does, so that tests can drive either: "== 158 ==" when a
 // page has come up, its texts, "-- 158 --" when it has gone, "== save ==" and "== open ==" for the
-// file dialogs. A line of input is the number of a control to click, "" for Enter, "esc" for
+// file dialogs. What of a page its user could not read comes as "page-user: " with the fault.
+// A line of input is the number of a control to click, "" for Enter, "esc" for
 // Escape, or a path for a file dialog. "window TITLE" waits for a window of any program. It ends
 // with the program, and with its exit code.
+
+#include "tests/windows/inside/page_layout.h"
 
 #include <windows.h>
 
@@ -24,6 +27,8 @@
 #include <vector>
 
 namespace {
+
+using page_test::TextOf;
 
 constexpr DWORD PollMilliseconds = 10;
 constexpr int Tries = 6000; // of a wait for something on the screen: a minute
@@ -75,14 +80,6 @@ BOOL CALLBACK CollectDialog(HWND window, LPARAM list) {
     return TRUE;
 }
 
-std::string TextOf(HWND window) {
-    wchar_t text[1024] = L"";
-    GetWindowTextW(window, text, static_cast<int>(std::size(text)));
-    char bytes[3 * std::size(text)] = "";
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, bytes, sizeof(bytes), nullptr, nullptr);
-    return bytes;
-}
-
 BOOL CALLBACK PrintControl(HWND control, LPARAM) {
     if (IsWindowVisible(control))
         std::printf("[%d]%s %s\n", GetDlgCtrlID(control), IsWindowEnabled(control) ? "" : "-",
@@ -94,6 +91,10 @@ void Open(HWND dialog) {
     shownPages.push_back({dialog, NameOf(dialog)});
     std::printf("== %s ==  %s\n", shownPages.back().name.c_str(), TextOf(dialog).c_str());
     EnumChildWindows(dialog, PrintControl, 0);
+    if (std::atoi(shownPages.back().name.c_str()) == 0) // Windows' own
+        return;
+    for (const std::string& fault : page_test::LayoutFaults(dialog))
+        std::printf("page-user: %s\n", fault.c_str());
 }
 
 void PrintChanges() {
