@@ -2,6 +2,7 @@
 // user and keeps what was on the screen.
 #pragma once
 
+#include "frame/catalog.h"
 #include "frame/page.h"
 #include "platform/base/text.h"
 #include "platform/windows/display.h"

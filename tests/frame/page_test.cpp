@@ -55,6 +55,16 @@ TEST_F(Frame, the_main_window_goes_with_the_run_but_not_while_a_transfer_runs) {
     EXPECT_FALSE(IsWindow(State.Windows.MainWindow));
 }
 
+TEST_F(Frame, a_run_shows_its_banner_and_leaves_nothing_of_it_behind) {
+    const int objects = platform::DrawingObjectCount();
+    user_.steps.push_back({165, "1175"});
+    RegisterMainClass(State.Windows.AppInstance);
+    EXPECT_TRUE(CreateMainWindow(State.Windows.AppInstance, SW_SHOW));
+    EXPECT_EQ(1u, Last(165).pictures.size());
+    EXPECT_FALSE(IsWindow(State.Windows.MainWindow));
+    EXPECT_EQ(objects, platform::DrawingObjectCount());
+}
+
 TEST_F(Frame, a_page_opens_in_the_middle_of_the_screen_at_its_own_size) {
     user_.steps.push_back({143, "2"});
     EXPECT_EQ(1, ShowPage(PortErrorPage));

@@ -4,12 +4,32 @@
 #include "pages/decision_pages.h"
 
 #include "pages/duration_texts.h"
+#include "pages/image_file_dialog.h"
 #include "testing/page_test.h"
 #include "testing/registry_values.h"
+
+#include <dlfcn.h>
+#include <sys/statvfs.h>
 
 #include <cstdio>
 #include <cstring>
 #include <deque>
+
+namespace {
+
+long freeBytes = -1; // what a drive reports as its free space, while that is set
+
+} // namespace
+
+extern "C" int statvfs(const char* path, struct statvfs* status) noexcept {
+    static const auto next = reinterpret_cast<decltype(&statvfs)>(dlsym(RTLD_NEXT, "statvfs"));
+    const int result = next(path, status);
+    if (result == 0 && freeBytes >= 0) {
+        status->f_frsize = 1;
+        status->f_bavail = static_cast<fsblkcnt_t>(freeBytes);
+    }
+    return result;
+}
 
 namespace {
 
@@ -110,6 +130,7 @@ protected:
         std::filesystem::current_path(folder_);
     }
     void TearDown() override {
+        freeBytes = -1;
         std::filesystem::current_path(before_);
         DecisionPages::TearDown();
     }
@@ -184,18 +205,19 @@ TEST_F(SaveSequence, the_dialog_after_a_refused_file_may_be_cancelled) {
     EXPECT_EQ("show 125", user_.events.at(5));
 }
 
-// The host reports no free space for /proc; a drive alone is its working directory.
 TEST_F(SaveSequence, a_full_drive_shows_its_page_and_brings_the_offer_back) {
     const std::string old = MakeFile("old.nbf");
-    std::filesystem::current_path("/proc");
-    EXPECT_EQ(1, Save({folder_ / "new", old},
-                      {{145, "2"}, {125, "1030"}, {152, "1"}, {145, "2"}, {125, "1"}}));
+    freeBytes = 0xFFFFFF; // one less than the largest backup takes
+    EXPECT_EQ(
+        1, Save({"new", "old"}, {{145, "2"}, {125, "1030"}, {152, "1"}, {145, "2"}, {125, "1"}}));
     EXPECT_FALSE(std::filesystem::exists(folder_ / "new.nbf"));
     EXPECT_EQ("an earlier backup", ReadBytes(old));
     EXPECT_EQ((Events{"show 125", "save TOLKROM187", "hide 125", "show 145", "end 145", "show 125",
                       "save TOLKROM187", "hide 125", "show 152", "end 152", "show 145", "end 145",
                       "show 125", "end 125"}),
               user_.events);
+    freeBytes = 0x1000000;
+    EXPECT_EQ(1000, Save({"new"}));
 }
 
 TEST_F(SaveSequence, a_drive_whose_space_is_unknown_does_not_stop_a_backup) {
@@ -206,6 +228,17 @@ TEST_F(SaveSequence, a_drive_whose_space_is_unknown_does_not_stop_a_backup) {
     ULARGE_INTEGER space;
     ASSERT_FALSE(GetDiskFreeSpaceExA("Z:", &space, nullptr, nullptr));
     EXPECT_EQ(1000, Save({folder_ / "new"}));
+}
+
+// Files are looked for beside the place where the wizard was started.
+TEST_F(SaveSequence, neither_dialog_changes_the_working_directory) {
+    std::filesystem::create_directory(folder_ / "other");
+    MakeFile("other/image.nbf");
+    EXPECT_EQ(1000, Save({"other/mine"}));
+    user_.files = {"other/image.nbf"};
+    char path[260] = "";
+    EXPECT_TRUE(AskForImageFile(nullptr, path));
+    EXPECT_EQ(folder_, std::filesystem::current_path());
 }
 
 } // namespace
