@@ -2,6 +2,7 @@
 
 #include "link/receive_buffer.h"
 
+#include "link/bootloader_message.h"
 #include "state/state.h"
 
 #include <gtest/gtest.h>
@@ -55,6 +56,16 @@ TEST_F(ReceiveBuffer, a_prompt_is_found_behind_a_banner_of_any_length) {
         StoreText(std::string(banner, '=') + "download");
         ASSERT_TRUE(HoldsText("download")) << "behind " << banner << " bytes";
     }
+}
+
+// The first is what the bootloader has got furthest with.
+TEST_F(ReceiveBuffer, of_several_messages_the_image_record_is_answered_first_and_the_prompt_last) {
+    StoreText("download");
+    EXPECT_EQ(BootloaderMessage::Prompt, ReceivedMessage());
+    StoreText("\2");
+    EXPECT_EQ(BootloaderMessage::BlockWanted, ReceivedMessage());
+    StoreText("\1");
+    EXPECT_EQ(BootloaderMessage::ImageRecordWanted, ReceivedMessage());
 }
 
 TEST_F(ReceiveBuffer, a_zero_in_the_banner_does_not_hide_the_prompt) {
