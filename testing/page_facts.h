@@ -34,6 +34,8 @@ const Page& The() {
     return page;
 }
 
+inline void UseUsb() { State.Run.SerialLinkSelected = false; }
+
 inline const ShownPage Pages[] = {
     {The<UpgradeNoticePage>},
     {The<WelcomePage>},
@@ -48,9 +50,13 @@ inline const ShownPage Pages[] = {
     {The<UpgradeReadyPage>, "-saved", [] { State.Run.BackupDone = true; }},
     {The<UpgradeDonePage>},
     {FinishPage},
-    {FinishPage, "-usb", [] { State.Run.SerialLinkSelected = false; }},
+    {FinishPage, "-usb", UseUsb},
     // A mark of the page before would be seen on the next one.
-    {The<IncompatibleImagePage>, "-model", [] { State.Run.ModelMismatch = true; }},
+    {The<IncompatibleImagePage>, "-model",
+     [] {
+         State.Run.ModelMismatch = true;
+         std::strcpy(State.Handheld.DeviceModel, "AB&CD&&FGHIJKL"); // the longest
+     }},
     {The<IncompatibleImagePage>, "-language", [] { State.Run.LanguageMismatch = true; }},
     {The<IncompatibleImagePage>},
     {The<ConnectionErrorPage>},
@@ -69,7 +75,9 @@ inline const ShownPage Pages[] = {
      }},
     {The<FileExistsPage>},
     {The<UpgradeErrorPage>},
+    {The<UpgradeErrorPage>, "-usb", UseUsb},
     {The<CommunicationErrorPage>},
+    {The<CommunicationErrorPage>, "-usb", UseUsb},
     {The<ActiveSyncVersionPage>},
 };
 

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <deque>
+#include <iterator>
 
 namespace {
 
@@ -122,8 +123,6 @@ TEST_F(DecisionPages, a_finished_backup_is_reported_once) {
 // The offer of a backup, with the working directory in a folder of its own.
 class SaveSequence : public DecisionPages {
 protected:
-    using Events = std::vector<std::string>;
-
     void SetUp() override {
         DecisionPages::SetUp();
         before_ = std::filesystem::current_path();
@@ -136,32 +135,76 @@ protected:
     }
 
     // Presses the button and answers the file dialogs; `later` are the steps after that.
-    INT_PTR Save(std::deque<std::string> answers, std::initializer_list<Step> later = {}) {
+    INT_PTR Save(std::deque<std::string> answers, const std::vector<Step>& later = {}) {
         user_.files = std::move(answers);
         user_.steps.push_back({125, "1030"});
         user_.steps.insert(user_.steps.end(), later.begin(), later.end());
         return ShowPage(BackupChoicePage);
     }
 
-    // A file of the folder as the wizard sees it.
-    std::string Named(const std::string& name) const { return WindowsPathOf(folder_ / name); }
-
-    std::string MakeFile(const std::string& name) const {
-        test_support::WriteFileBytes(folder_ / name, "an earlier backup");
-        return (folder_ / name).string();
+    // What happened on the screen, in a line; files of the folder by their names.
+    std::string Events() const {
+        const std::string folder = platform::Utf8FromAnsi(WindowsPathOf(folder_ / "").c_str());
+        std::string events;
+        for (const std::string& event : user_.events)
+            events += (events.empty() ? "" : ", ") + event;
+        for (std::size_t at = 0; (at = events.find(folder)) != std::string::npos;)
+            events.erase(at, folder.size());
+        return events;
     }
 
     std::filesystem::path before_;
 };
 
-TEST_F(SaveSequence, a_new_file_is_accepted_with_its_extension_and_not_yet_created) {
-    EXPECT_EQ(1000, Save({"mine"}));
-    EXPECT_EQ(Named("mine.nbf"), State.Paths.BackupPath);
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "mine.nbf"));
-    EXPECT_EQ((Events{"show 125", "save TOLKROM187", "end 125"}), user_.events);
+struct SaveCase {
+    const char* name;
+    long freeBytes; // -1: as many as there are
+    std::deque<std::string> answers;
+    std::vector<Step> later;
+    INT_PTR result;
+    const char* chosen; // empty: no file was accepted
+};
+
+// A backup takes 16 MiB at most.
+const std::vector<Step> fullTwice = {{145, "2"}, {125, "1030"}, {152, "1"}, {145, "2"}, {125, "1"}};
+const SaveCase SaveCases[] = {
+    {"new", -1, {"mine"}, {}, 1000, "mine.nbf"},
+    {"given up", -1, {"", ""}, {{125, "1030"}, {125, "1"}}, 1, ""},
+    {"replaced", -1, {"old"}, {{152, "1"}}, 1000, "old.nbf"},
+    {"refused", -1, {"old", "old.nbf", "new"}, {{152, "2"}, {152, "esc"}}, 1000, "new.nbf"},
+    {"refused, given up", -1, {"old", ""}, {{152, "2"}, {125, "2"}}, 2, ""},
+    {"drive full", 0xFFFFFF, {"new", "old"}, fullTwice, 1, ""},
+    {"just enough", 0x1000000, {"new"}, {}, 1000, "new.nbf"},
+};
+
+// Nothing is created or replaced before a backup begins.
+TEST_F(SaveSequence, ends_with_a_file_that_may_be_written_or_with_the_offer_as_it_was) {
+    std::string events;
+    for (const SaveCase& one : SaveCases) {
+        SCOPED_TRACE(one.name);
+        test_support::WriteFileBytes(folder_ / "old.nbf", "an earlier backup");
+        user_.events.clear();
+        freeBytes = one.freeBytes;
+        EXPECT_EQ(one.result, Save(one.answers, one.later));
+        EXPECT_TRUE(!*one.chosen || WindowsPathOf(folder_ / one.chosen) == State.Paths.BackupPath);
+        EXPECT_EQ("an earlier backup", ReadBytes(folder_ / "old.nbf"));
+        EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(folder_), {}));
+        events += one.name + (": " + Events()) + "\n";
+    }
+    EXPECT_EQ("new: show 125, save TOLKROM187, end 125\n"
+              "given up: show 125, save TOLKROM187, save TOLKROM187, end 125\n"
+              "replaced: show 125, save TOLKROM187, hide 125, show 152, end 152, end 125\n"
+              "refused: show 125, save TOLKROM187, hide 125, show 152, end 152, show 125, "
+              "save old.nbf, hide 125, show 152, end 152, show 125, save old.nbf, end 125\n"
+              "refused, given up: show 125, save TOLKROM187, hide 125, show 152, end 152, "
+              "show 125, save old.nbf, end 125\n"
+              "drive full: show 125, save TOLKROM187, hide 125, show 145, end 145, show 125, "
+              "save TOLKROM187, hide 125, show 152, end 152, show 145, end 145, show 125, end 125\n"
+              "just enough: show 125, save TOLKROM187, end 125\n",
+              events);
 }
 
-TEST_F(SaveSequence, the_proposed_name_is_the_version_without_its_point_whatever_the_version) {
+TEST_F(SaveSequence, proposes_the_version_without_its_point_whatever_the_version) {
     const std::pair<const char*, const char*> names[] = {
         {"1.14", "TOLKROM114"}, {"12345", "TOLKROM134"}, {"1", "TOLKROM1"}, {"", "TOLKROM"}};
     for (const auto& [version, name] : names) {
@@ -172,52 +215,6 @@ TEST_F(SaveSequence, the_proposed_name_is_the_version_without_its_point_whatever
         EXPECT_EQ(2, Save({""}, {{125, "2"}}));
         EXPECT_EQ(std::string("save ") + name, user_.events.at(1));
     }
-}
-
-TEST_F(SaveSequence, a_cancelled_dialog_leaves_the_page_up_and_the_next_one_starts_afresh) {
-    State.Paths.BackupPath[0] = '\0';
-    EXPECT_EQ(1, Save({"", ""}, {{125, "1030"}, {125, "1"}}));
-    EXPECT_EQ((Events{"show 125", "save TOLKROM187", "save TOLKROM187", "end 125"}), user_.events);
-}
-
-TEST_F(SaveSequence, an_existing_file_is_replaced_only_when_the_user_says_so) {
-    const std::string old = MakeFile("old.nbf");
-    EXPECT_EQ(1000, Save({"old"}, {{152, "1"}}));
-    EXPECT_EQ(Named("old.nbf"), State.Paths.BackupPath);
-    EXPECT_EQ("an earlier backup", ReadBytes(old));
-    EXPECT_EQ((Events{"show 125", "save TOLKROM187", "hide 125", "show 152", "end 152", "end 125"}),
-              user_.events);
-}
-
-TEST_F(SaveSequence, a_refused_file_brings_the_dialog_back_on_the_name_that_was_chosen) {
-    MakeFile("old.nbf");
-    EXPECT_EQ(1000, Save({"old", "old.nbf", "new"}, {{152, "2"}, {152, "esc"}}));
-    EXPECT_EQ(Named("new.nbf"), State.Paths.BackupPath);
-    const std::string again = "save " + platform::Utf8FromAnsi(Named("old.nbf"));
-    EXPECT_EQ((Events{"show 125", "save TOLKROM187", "hide 125", "show 152", "end 152", "show 125",
-                      again, "hide 125", "show 152", "end 152", "show 125", again, "end 125"}),
-              user_.events);
-}
-
-TEST_F(SaveSequence, the_dialog_after_a_refused_file_may_be_cancelled) {
-    MakeFile("old.nbf");
-    EXPECT_EQ(2, Save({"old", ""}, {{152, "2"}, {125, "2"}}));
-    EXPECT_EQ("show 125", user_.events.at(5));
-}
-
-TEST_F(SaveSequence, a_full_drive_shows_its_page_and_brings_the_offer_back) {
-    const std::string old = MakeFile("old.nbf");
-    freeBytes = 0xFFFFFF; // one less than the largest backup takes
-    EXPECT_EQ(
-        1, Save({"new", "old"}, {{145, "2"}, {125, "1030"}, {152, "1"}, {145, "2"}, {125, "1"}}));
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "new.nbf"));
-    EXPECT_EQ("an earlier backup", ReadBytes(old));
-    EXPECT_EQ((Events{"show 125", "save TOLKROM187", "hide 125", "show 145", "end 145", "show 125",
-                      "save TOLKROM187", "hide 125", "show 152", "end 152", "show 145", "end 145",
-                      "show 125", "end 125"}),
-              user_.events);
-    freeBytes = 0x1000000;
-    EXPECT_EQ(1000, Save({"new"}));
 }
 
 TEST_F(SaveSequence, a_drive_whose_space_is_unknown_does_not_stop_a_backup) {
@@ -233,7 +230,7 @@ TEST_F(SaveSequence, a_drive_whose_space_is_unknown_does_not_stop_a_backup) {
 // Files are looked for beside the place where the wizard was started.
 TEST_F(SaveSequence, neither_dialog_changes_the_working_directory) {
     std::filesystem::create_directory(folder_ / "other");
-    MakeFile("other/image.nbf");
+    test_support::WriteFileBytes(folder_ / "other/image.nbf", "image");
     EXPECT_EQ(1000, Save({"other/mine"}));
     user_.files = {"other/image.nbf"};
     char path[260] = "";

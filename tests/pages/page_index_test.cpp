@@ -1,9 +1,10 @@
 // All pages against tests/pages/pages.txt, which says of each what is on the screen, control by
-// control, and what its commands give. It was read line by line against the pages as the user is to
-// have them; a change of a page is a change of that file. What the test has seen is left as
-// pages.txt in the build folder.
+// control, and what its commands give and do. A page that changes changes that file; what the test
+// has seen is left as pages.txt in the build folder, to be read before it is taken over.
 
+#include "link/port.h"
 #include "platform/windows/drawing.h"
+#include "state/progress_record.h"
 #include "testing/page_test.h"
 
 #include <fstream>
@@ -19,14 +20,8 @@ std::string OnOneLine(std::string text) {
     return text;
 }
 
-std::string ColourName(COLORREF colour) {
-    return colour == RGB(255, 0, 0)                 ? "red"
-           : colour == GetSysColor(COLOR_SCROLLBAR) ? "scrollbar"
-           : colour == GetSysColor(COLOR_BTNFACE)   ? "face"
-                                                    : std::to_string(colour);
-}
-
-// [1152] and its text, with what sets it apart: another font, colours of its own, grey, marked.
+// [1152] and its text, with what sets it apart: another font, colours of its own (0xBBGGRR), grey,
+// marked.
 std::string Describe(const ControlView& control) {
     std::ostringstream line;
     line << "[" << control.id << "]";
@@ -36,8 +31,8 @@ std::string Describe(const ControlView& control) {
     const platform::PaintResult none = platform::UnpaintedColours();
     if (control.painted.textColour != none.textColour ||
         control.painted.background != none.background)
-        line << " {" << ColourName(control.painted.textColour) << " on "
-             << ColourName(control.painted.background) << "}";
+        line << std::hex << " {0x" << control.painted.textColour << " on 0x"
+             << control.painted.background << "}" << std::dec;
     line << (control.enabled ? "" : " {grey}") << (control.checked ? " {marked}" : "")
          << (control.isDefault ? " {default}" : "") << " " << OnOneLine(control.text) << "\n";
     return line.str();
@@ -75,6 +70,18 @@ protected:
         user_.steps.push_back({page.dialog, std::to_string(command)});
         return ShowPage(page);
     }
+    // The command, its result and what has become of an open port and of the progress record.
+    std::string ResultOf(const ShownPage& shown, int command) {
+        State.Link.LinkHandle = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+        State.Run.BootloaderResume = false;
+        DeleteProgressRecord();
+        std::string result =
+            std::to_string(command) + " gives " + std::to_string(ShowAndSend(shown, command));
+        result += State.Link.LinkHandle ? "" : ", closes the port";
+        CloseLinkPort();
+        ReadProgressRecord();
+        return result + (State.Run.BootloaderResume ? ", leads to the bootloader\n" : "\n");
+    }
 };
 
 TEST_F(PageIndex, every_page_is_as_recorded_and_leaves_nothing_behind) {
@@ -84,8 +91,7 @@ TEST_F(PageIndex, every_page_is_as_recorded_and_leaves_nothing_behind) {
         const int objects = platform::DrawingObjectCount();
         std::string results;
         for (const PageResult& end : shown.page().results)
-            results += std::to_string(end.command) + " gives " +
-                       std::to_string(ShowAndSend(shown, end.command)) + "\n";
+            results += ResultOf(shown, end.command);
         seen += Describe(shown, user_.ended.back()) + results + "\n";
         EXPECT_EQ(objects, platform::DrawingObjectCount())
             << "fonts, brushes or pictures are left by page " << user_.ended.back().id;
