@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <fstream>
 #include <mutex>
 #include <thread>
 
@@ -137,40 +136,50 @@ TEST_F(LinkPort, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_
     EXPECT_TRUE(ComesTrue([] { return AwaitOutputSent(); }));
 }
 
-class SmallestUpgrade : public LinkPort {
+// A sender at work on the smallest image.
+class Transfer : public LinkTest {
+protected:
+    void Start(void (*transfer)()) {
+        const auto image = home_ / "image.nbf";
+        test_support::WriteFileBytes(image, std::string(MinImageFileSize, 'i'));
+        std::snprintf(State.Paths.ImagePath, sizeof(State.Paths.ImagePath), "Z:%s", image.c_str());
+        sender_ = std::thread([this, transfer] {
+            transfer();
+            over_ = true;
+        });
+    }
+    void TearDown() override {
+        State.Run.TransferAborted = true; // ends a sender that still waits
+        sender_.join();
+        LinkTest::TearDown();
+        outputQueue = -1;
+        failingWrite = 0;
+        State.Link.Verdict = TransferVerdict::Open;
+    }
+
+    std::atomic<bool> over_ = false;
+
+private:
+    std::thread sender_;
+};
+
+class SmallestUpgrade : public Transfer {
 protected:
     // Up to the first token for the held-back block, of which the whole image consists.
     void SetUp() override {
-        LinkPort::SetUp();
+        Transfer::SetUp();
         State.Run.BusyCursor = true;
-        const auto image = home_ / "image.nbf";
-        std::ofstream(image) << 'x';
-        std::filesystem::resize_file(image, MinImageFileSize);
-        std::snprintf(State.Paths.ImagePath, sizeof(State.Paths.ImagePath), "Z:%s", image.c_str());
         StartReceiveLoop(SerialReceiveLoop, true);
-        sender_ = std::thread([this] {
-            BeginUpgradeTransfer();
-            over_ = true;
-        });
+        Start(BeginUpgradeTransfer);
         EXPECT_EQ("A", ReceiveAtDevice(1));
         SendFromDevice(std::string("\5\0", 2));
         EXPECT_EQ(4U, ReceiveAtDevice(4).size());
         SendFromDevice(std::string("\4\0", 2));
     }
-    void TearDown() override {
-        State.Run.TransferAborted = true; // ends a sender that still waits
-        sender_.join();
-        LinkPort::TearDown();
-        outputQueue = -1;
-        State.Link.Verdict = TransferVerdict::Open;
-    }
     static TransferVerdict Verdict() {
         const std::lock_guard lock(State.Link.VerdictLock);
         return State.Link.Verdict;
     }
-
-    std::thread sender_;
-    std::atomic<bool> over_ = false;
 };
 
 // The last thing that an upgrade has to go by is the driver's word.
@@ -208,23 +217,16 @@ TEST_F(LinkPort, is_opened_for_itself_alone_with_raised_lines_at_115200_baud) {
 }
 
 // The bootloader at the other end, and a page that notes what becomes of its timer.
-class Bootloader : public LinkTest {
+class Bootloader : public Transfer {
 protected:
     static constexpr LPARAM Runs = 30000, Stands = 0;
 
     void SetUp() override {
-        LinkTest::SetUp();
+        Transfer::SetUp();
         CloseLinkPort();
-        const auto image = home_ / "image.nbf";
-        test_support::WriteFileBytes(image, std::string(MinImageFileSize, 'i'));
-        std::snprintf(State.Paths.ImagePath, sizeof(State.Paths.ImagePath), "Z:%s", image.c_str());
-        page_ = CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
         State.Windows.ProgressPage = page_;
         StoreReceivedText(2); // as if from an earlier dialogue
-        sender_ = std::thread([this] {
-            BootloaderTransfer();
-            over_ = true;
-        });
+        Start(BootloaderTransfer);
         EXPECT_TRUE(ComesTrue([] { // a line that nobody has opened cannot be read
             const std::lock_guard lock(State.Link.LinkLock);
             return State.Link.LinkHandle != nullptr;
@@ -232,13 +234,9 @@ protected:
         EXPECT_EQ("l\r", ReceiveAtDevice(2));
     }
     void TearDown() override {
-        State.Run.TransferAborted = true; // ends a sender that still waits
-        EXPECT_TRUE(ComesTrue([&] { return TimerIs(timer_) && over_; }));
-        sender_.join();
-        failingWrite = 0;
+        Transfer::TearDown();
         State.Windows.ProgressPage = nullptr;
         DestroyWindow(page_);
-        LinkTest::TearDown();
     }
     // Serves the page.
     bool TimerIs(LPARAM state) {
@@ -249,10 +247,9 @@ protected:
         return timer_ == state;
     }
 
-    HWND page_ = nullptr;
+    const HWND page_ =
+        CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
     LPARAM timer_ = -1;
-    std::thread sender_;
-    std::atomic<bool> over_ = false;
 };
 
 // A block takes longer on the wire than the bootloader may be silent.

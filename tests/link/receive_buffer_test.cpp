@@ -36,14 +36,6 @@ TEST_F(ReceiveBuffer, a_token_counts_only_with_a_zero_behind_it) {
     EXPECT_TRUE(HoldsToken(4, 1));
 }
 
-TEST_F(ReceiveBuffer, clearing_a_token_lets_the_next_one_stand_at_the_start) {
-    Store("\4");
-    ClearReceivedToken();
-    EXPECT_FALSE(HoldsToken(4));
-    Store("\5");
-    EXPECT_TRUE(HoldsToken(5));
-}
-
 TEST_F(ReceiveBuffer, the_longest_burst_leaves_a_zero_at_the_end) {
     Store(std::string(MaxReceived, 'x'));
     EXPECT_EQ(0, State.Link.ReceiveBuffer[ReceiveBufferSize - 1]);
