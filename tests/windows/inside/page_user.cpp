@@ -21,7 +21,6 @@
 #include <iostream>
 #include <iterator>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,7 +30,7 @@ namespace {
 using page_test::TextOf;
 
 constexpr DWORD PollMilliseconds = 10;
-constexpr int Tries = 6000; // of a wait for something on the screen: a minute
+constexpr int MaxTries = 6000; // of a wait for something on the screen: a minute
 
 // A dialog does not know the number of its template; a control that no other page has identifies
 // it.
@@ -144,48 +143,31 @@ void Click(HWND control) {
     PostMessageA(control, WM_LBUTTONUP, 0, middle);
 }
 
-// What is to be done, and tried anew until it can be.
-class Order {
-public:
-    explicit Order(std::string line) : line_(std::move(line)) {}
+bool ClickControl(HWND page, int id) {
+    const HWND control = GetDlgItem(page, id);
+    if (!control || !IsWindowEnabled(control) || !IsWindowVisible(control))
+        return false;
+    Click(control);
+    return true;
+}
 
-    bool TryOnce() {
-        if (line_.starts_with("window "))
-            return FindWindowA(nullptr, line_.c_str() + 7) != nullptr;
-        if (shownPages.empty() || GetForegroundWindow() != shownPages.back().window)
-            return false;
-        return Do(shownPages.back());
-    }
-    void GiveUpAfterTries() {
-        if (++tries_ > Tries) {
-            std::printf("page-user: in vain: %s\n", line_.c_str());
-            std::exit(3);
-        }
-    }
-
-private:
-    bool Do(const Shown& page) const {
-        if (line_.empty())
-            Press(VK_RETURN);
-        else if (line_ == "esc")
-            Press(VK_ESCAPE);
-        else if (page.name == "save" || page.name == "open")
-            Type(line_), Press(VK_RETURN);
-        else
-            return ClickControl(page.window);
-        return true;
-    }
-    bool ClickControl(HWND page) const {
-        const HWND control = GetDlgItem(page, std::atoi(line_.c_str()));
-        if (!control || !IsWindowEnabled(control) || !IsWindowVisible(control))
-            return false;
-        Click(control);
-        return true;
-    }
-
-    std::string line_;
-    int tries_ = 0;
-};
+// False where it cannot be done yet.
+bool Do(const std::string& order) {
+    if (order.starts_with("window "))
+        return FindWindowA(nullptr, order.c_str() + 7) != nullptr;
+    if (shownPages.empty() || GetForegroundWindow() != shownPages.back().window)
+        return false;
+    const auto& [window, name] = shownPages.back();
+    if (order.empty())
+        Press(VK_RETURN);
+    else if (order == "esc")
+        Press(VK_ESCAPE);
+    else if (name == "save" || name == "open")
+        Type(order), Press(VK_RETURN);
+    else
+        return ClickControl(window, std::atoi(order.c_str()));
+    return true;
+}
 
 std::mutex inputLock;
 std::deque<std::string> input;
@@ -199,13 +181,19 @@ void ReadInput() {
     }
 }
 
-std::optional<Order> NextOrder() {
+// The first line of the input, tried anew until it can be done.
+void FollowInput() {
+    static int tries = 0;
     const std::lock_guard lock(inputLock);
     if (input.empty())
-        return std::nullopt;
-    Order order(input.front());
-    input.pop_front();
-    return order;
+        return;
+    if (Do(input.front())) {
+        input.pop_front();
+        tries = 0;
+    } else if (++tries > MaxTries) {
+        std::printf("page-user: in vain: %s\n", input.front().c_str());
+        std::exit(3);
+    }
 }
 
 HANDLE Start(const char* path) {
@@ -232,15 +220,9 @@ int main(int count, char** words) {
     }
     const HANDLE process = Start(words[1]);
     std::thread(ReadInput).detach();
-    std::optional<Order> order;
     while (WaitForSingleObject(process, PollMilliseconds) == WAIT_TIMEOUT) {
         PrintChanges();
-        if (!order)
-            order = NextOrder();
-        if (order && order->TryOnce())
-            order.reset();
-        else if (order)
-            order->GiveUpAfterTries();
+        FollowInput();
     }
     PrintChanges(); // the last page has gone
     DWORD code = 0;
