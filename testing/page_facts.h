@@ -46,8 +46,9 @@ inline const ShownPage Pages[] = {
     {The<ActionChoicePage>},
     {The<VersionConfirmPage>},
     {The<BackupChoicePage>},
-    {The<UpgradeReadyPage>},
+    // Reported once, a backup is not reported by the next page.
     {The<UpgradeReadyPage>, "-saved", [] { State.Run.BackupDone = true; }},
+    {The<UpgradeReadyPage>},
     {The<UpgradeDonePage>},
     {FinishPage},
     {FinishPage, "-usb", UseUsb},
@@ -97,25 +98,14 @@ inline void FillState() {
     State.Run.RunEnded = State.Run.RunEndsItself = State.Run.MainWindowGone = false;
 }
 
-// The banner, as the wizard loads it before its first page.
-class LoadedBanner {
-public:
-    LoadedBanner() {
-        windows_.BannerDC = CreateCompatibleDC(nullptr);
-        windows_.BannerBitmap = LoadBitmapA(windows_.AppInstance, MAKEINTRESOURCEA(IDB_BANNER));
-        before_ = SelectObject(windows_.BannerDC, windows_.BannerBitmap);
-    }
-    ~LoadedBanner() {
-        SelectObject(windows_.BannerDC, before_);
-        DeleteObject(windows_.BannerBitmap);
-        DeleteDC(windows_.BannerDC);
-    }
-    LoadedBanner(const LoadedBanner&) = delete;
-    LoadedBanner& operator=(const LoadedBanner&) = delete;
-
-private:
-    WindowValues& windows_ = State.Windows;
-    HGDIOBJ before_ = nullptr;
-};
+// As the wizard loads it before its first page. It stays until the process ends.
+inline void LoadBanner() {
+    if (State.Windows.BannerDC)
+        return;
+    State.Windows.BannerDC = CreateCompatibleDC(nullptr);
+    State.Windows.BannerBitmap =
+        LoadBitmapA(State.Windows.AppInstance, MAKEINTRESOURCEA(IDB_BANNER));
+    SelectObject(State.Windows.BannerDC, State.Windows.BannerBitmap);
+}
 
 } // namespace page_test

@@ -1,9 +1,8 @@
-// The pages on which the user commits to something: durations, the choice of the link, and every
-// way through the choice of a backup's file.
+// The pages on which the user commits to something: the choice of the link, and every way through
+// the choice of a backup's file.
 
 #include "pages/decision_pages.h"
 
-#include "pages/duration_texts.h"
 #include "pages/image_file_dialog.h"
 #include "testing/page_test.h"
 #include "testing/registry_values.h"
@@ -18,13 +17,15 @@
 
 namespace {
 
-long freeBytes = -1; // what a drive reports as its free space, while that is set
+// What a drive reports as its free space, or one of these.
+constexpr long AsItIs = -1, Unknown = -2;
+long freeBytes = AsItIs;
 
 } // namespace
 
 extern "C" int statvfs(const char* path, struct statvfs* status) noexcept {
     static const auto next = reinterpret_cast<decltype(&statvfs)>(dlsym(RTLD_NEXT, "statvfs"));
-    const int result = next(path, status);
+    const int result = freeBytes == Unknown ? -1 : next(path, status);
     if (result == 0 && freeBytes >= 0) {
         status->f_frsize = 1;
         status->f_bavail = static_cast<fsblkcnt_t>(freeBytes);
@@ -36,18 +37,6 @@ namespace {
 
 using namespace page_test;
 
-struct DurationFact {
-    DurationFamily family;
-    unsigned serialShort, usbShort, serialLong, usbLong;
-};
-
-const DurationFact Durations[] = {
-    {DurationFamily::BackupChoice, 11030, 11061, 11092, 11093},
-    {DurationFamily::Backup, 11066, 11067, 11090, 11091},
-    {DurationFamily::UpgradeReady, 11062, 11063, 11094, 11095},
-    {DurationFamily::Progress, 11113, 11112, 11096, 11097},
-};
-
 class DecisionPages : public PageTest {
 protected:
     INT_PTR ChooseLink(std::initializer_list<const char*> clicks) {
@@ -56,19 +45,6 @@ protected:
         return ShowPage(ConnectionTypePage);
     }
 };
-
-TEST_F(DecisionPages, a_duration_depends_on_the_link_and_on_the_language_of_the_handheld) {
-    for (const DurationFact& fact : Durations) {
-        for (const char* folder : {"English", "French", "German", "Italian", "Spanish", "fRENCH"}) {
-            EXPECT_EQ(fact.serialShort, DurationText(fact.family, true, folder)) << folder;
-            EXPECT_EQ(fact.usbShort, DurationText(fact.family, false, folder)) << folder;
-        }
-        for (const char* folder : {"Japanese", "TChinese", "SChinese", "", "Frenc"}) {
-            EXPECT_EQ(fact.serialLong, DurationText(fact.family, true, folder)) << folder;
-            EXPECT_EQ(fact.usbLong, DurationText(fact.family, false, folder)) << folder;
-        }
-    }
-}
 
 TEST_F(DecisionPages, an_ordinary_host_offers_both_links_and_holds_next_back_until_one_is_marked) {
     user_.steps.push_back({158, ""}); // Enter, with the default button grey
@@ -111,15 +87,6 @@ TEST_F(DecisionPages, a_host_without_usb_has_the_serial_link_marked_and_next_act
     }
 }
 
-TEST_F(DecisionPages, a_finished_backup_is_reported_once) {
-    State.Run.BackupDone = true;
-    for (const char* text : {"La sauvegarde de la ROM est maintenant terminée.", ""}) {
-        user_.steps.push_back({130, "1"});
-        EXPECT_EQ(1, ShowPage(UpgradeReadyPage));
-        EXPECT_EQ(text, TextOf(Last(130), 1128));
-    }
-}
-
 // The offer of a backup, with the working directory in a folder of its own.
 class SaveSequence : public DecisionPages {
 protected:
@@ -129,7 +96,7 @@ protected:
         std::filesystem::current_path(folder_);
     }
     void TearDown() override {
-        freeBytes = -1;
+        freeBytes = AsItIs;
         std::filesystem::current_path(before_);
         DecisionPages::TearDown();
     }
@@ -158,7 +125,7 @@ protected:
 
 struct SaveCase {
     const char* name;
-    long freeBytes; // -1: as many as there are
+    long freeBytes;
     std::deque<std::string> answers;
     std::vector<Step> later;
     INT_PTR result;
@@ -168,12 +135,13 @@ struct SaveCase {
 // A backup takes 16 MiB at most.
 const std::vector<Step> fullTwice = {{145, "2"}, {125, "1030"}, {152, "1"}, {145, "2"}, {125, "1"}};
 const SaveCase SaveCases[] = {
-    {"new", -1, {"mine"}, {}, 1000, "mine.nbf"},
-    {"given up", -1, {"", ""}, {{125, "1030"}, {125, "1"}}, 1, ""},
-    {"replaced", -1, {"old"}, {{152, "1"}}, 1000, "old.nbf"},
-    {"refused", -1, {"old", "old.nbf", "new"}, {{152, "2"}, {152, "esc"}}, 1000, "new.nbf"},
-    {"refused, given up", -1, {"old", ""}, {{152, "2"}, {125, "2"}}, 2, ""},
+    {"new", AsItIs, {"mine"}, {}, 1000, "mine.nbf"},
+    {"given up", AsItIs, {"", ""}, {{125, "1030"}, {125, "1"}}, 1, ""},
+    {"replaced", AsItIs, {"old"}, {{152, "1"}}, 1000, "old.nbf"},
+    {"refused", AsItIs, {"old", "old.nbf", "new"}, {{152, "2"}, {152, "esc"}}, 1000, "new.nbf"},
+    {"refused, given up", AsItIs, {"old", ""}, {{152, "2"}, {125, "2"}}, 2, ""},
     {"drive full", 0xFFFFFF, {"new", "old"}, fullTwice, 1, ""},
+    {"unknown", Unknown, {"new"}, {}, 1000, "new.nbf"},
     {"just enough", 0x1000000, {"new"}, {}, 1000, "new.nbf"},
 };
 
@@ -200,6 +168,7 @@ TEST_F(SaveSequence, ends_with_a_file_that_may_be_written_or_with_the_offer_as_i
               "show 125, save old.nbf, end 125\n"
               "drive full: show 125, save TOLKROM187, hide 125, show 145, end 145, show 125, "
               "save TOLKROM187, hide 125, show 152, end 152, show 145, end 145, show 125, end 125\n"
+              "unknown: show 125, save TOLKROM187, end 125\n"
               "just enough: show 125, save TOLKROM187, end 125\n",
               events);
 }
@@ -215,16 +184,6 @@ TEST_F(SaveSequence, proposes_the_version_without_its_point_whatever_the_version
         EXPECT_EQ(2, Save({""}, {{125, "2"}}));
         EXPECT_EQ(std::string("save ") + name, user_.events.at(1));
     }
-}
-
-TEST_F(SaveSequence, a_drive_whose_space_is_unknown_does_not_stop_a_backup) {
-    const std::filesystem::path gone = folder_ / "gone";
-    std::filesystem::create_directory(gone);
-    std::filesystem::current_path(gone);
-    std::filesystem::remove(gone);
-    ULARGE_INTEGER space;
-    ASSERT_FALSE(GetDiskFreeSpaceExA("Z:", &space, nullptr, nullptr));
-    EXPECT_EQ(1000, Save({folder_ / "new"}));
 }
 
 // Files are looked for beside the place where the wizard was started.

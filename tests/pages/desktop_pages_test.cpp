@@ -26,7 +26,6 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
-#include <optional>
 #include <span>
 #include <stdexcept>
 #include <thread>
@@ -73,45 +72,28 @@ double Difference(const QImage& one, const QImage& other) {
     return sum / (3.0 * one.width() * one.height());
 }
 
-// The page on the screen; its owner may end it by this handle.
-std::atomic<HWND> openedPage = nullptr;
-
-void (*openDuty)(HWND) = nullptr; // the page's own
-
 // Whatever a page has to show in all of its states, and how a test comes to see it.
 struct DesktopFacts {
     ShownPage shown;
     INT_PTR (*show)(const Page& page);
 };
 
-INT_PTR ShowOpened(const Page& page) {
-    Page opened = page;
-    openDuty = page.open;
-    opened.open = [](HWND window) {
-        openedPage = window;
-        if (openDuty)
-            openDuty(window);
-    };
-    return ShowPage(opened);
-}
-
 // Its thread serves messages that other threads send, as Windows does in many calls, and paints
 // nothing: the page is on the screen whole when it has been opened.
 INT_PTR ShowWaiting(const Page& page) {
-    openedPage = OpenWaitingPage(page, nullptr);
+    const HWND window = OpenWaitingPage(page, nullptr);
     MSG message;
-    while (IsWindowVisible(openedPage)) {
+    while (IsWindowVisible(window)) {
         PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE);
         Sleep(1);
     }
-    return DestroyWindow(openedPage);
+    return DestroyWindow(window);
 }
 
 // As a worker leaves it a third of the way, without the worker.
 INT_PTR ShowTransfer(const Page& page) {
     Page idle = page;
     idle.open = [](HWND window) {
-        openedPage = window;
         if (GetDlgItem(window, IDC_PROGRESS_DURATION))
             SetDlgItemTextA(window, IDC_PROGRESS_DURATION, CatalogText(IDS_UPGRADING_SERIAL));
         else
@@ -125,7 +107,7 @@ INT_PTR ShowTransfer(const Page& page) {
 std::vector<DesktopFacts> LeavablePages() {
     std::vector<DesktopFacts> pages;
     for (const ShownPage& shown : Pages)
-        pages.push_back({shown, ShowOpened});
+        pages.push_back({shown, ShowPage});
     return pages;
 }
 const DesktopFacts WaitingPages[] = {{{The<BusyPage>}, ShowWaiting},
@@ -142,7 +124,7 @@ class DesktopPage : public PageTest, public testing::WithParamInterface<DesktopF
 protected:
     void SetUp() override {
         PageTest::SetUp();
-        banner_.emplace();
+        LoadBanner();
         QFont font = QApplication::font();
         font.setStretch(std::stoi(Name("PAGE_STRETCH", "100")));
         QApplication::setFont(font);
@@ -151,7 +133,6 @@ protected:
     void TearDown() override {
         if (thread_.joinable())
             thread_.join();
-        banner_.reset();
         PageTest::TearDown();
     }
 
@@ -222,7 +203,10 @@ protected:
     // As the page has them in the model of windows, which the index judges.
     PageView View() const {
         const auto lock = platform::LockWindows();
-        return ViewOf(*platform::FindWindowByHandle(openedPage));
+        for (const auto& [handle, window] : platform::Model().windows)
+            if (window->dialog && window->dialog->templateId == page_->dialog)
+                return ViewOf(*window);
+        throw std::runtime_error("the page has gone");
     }
     void ExpectWords() {
         for (const ControlView& view : View().controls) {
@@ -295,7 +279,6 @@ protected:
     const Page* page_ = nullptr;
 
 private:
-    std::optional<LoadedBanner> banner_;
     std::thread thread_;
     std::atomic<bool> over_ = false;
     INT_PTR result_ = 0;
@@ -315,7 +298,7 @@ void ExpectNames(QAccessibleInterface* node) {
 class StandingPage : public DesktopPage {
 protected:
     void Leave() {
-        EndDialog(openedPage, 1);
+        EndDialog(View().handle, 1);
         Result();
     }
 };
@@ -393,7 +376,7 @@ TEST_P(TransferPage, ends_by_no_key_and_no_close_box_and_has_the_busy_cursor) {
     QTest::keyClick(window_, Qt::Key_Escape);
     QTest::keyClick(window_, Qt::Key_Return);
     window_->close();
-    PostMessageA(GetDlgItem(openedPage, IDC_PERCENT), WM_SETTEXT, 0,
+    PostMessageA(GetDlgItem(View().handle, IDC_PERCENT), WM_SETTEXT, 0,
                  reinterpret_cast<LPARAM>(after));
     const auto* percent = dynamic_cast<TextLabel*>(Control(IDC_PERCENT));
     EXPECT_TRUE(WaitUntil([&] { return percent->text() == after; }));
@@ -403,10 +386,10 @@ TEST_P(TransferPage, ends_by_no_key_and_no_close_box_and_has_the_busy_cursor) {
         QApplication::sendEvent(window_, &enter);
         EXPECT_TRUE(WaitUntil([&] { return window_->cursor().shape() == Qt::WaitCursor; }));
         State.Run.BusyCursor = false;
-        PostMessageA(openedPage, WM_SETCURSOR, 0, 0); // as a transfer does when its data go out
+        PostMessageA(View().handle, WM_SETCURSOR, 0, 0); // as a transfer does when its data go out
         EXPECT_TRUE(WaitUntil([&] { return window_->cursor().shape() == Qt::ArrowCursor; }));
     }
-    EndDialog(openedPage, 1);
+    EndDialog(View().handle, 1);
     EXPECT_EQ(1, Result());
 }
 

@@ -3,6 +3,7 @@
 // has seen is left as pages.txt in the build folder, to be read before it is taken over.
 
 #include "link/port.h"
+#include "pages/duration_texts.h"
 #include "platform/windows/drawing.h"
 #include "state/progress_record.h"
 #include "testing/page_test.h"
@@ -60,6 +61,24 @@ std::string Describe(const ShownPage& shown, const PageView& page) {
     return lines.str();
 }
 
+// The numbers of the texts of each family of durations, by language folder and link.
+std::string Durations() {
+    std::ostringstream lines;
+    lines << "== durations ==\n";
+    for (const char* folder : {"English", "French", "German", "Italian", "Spanish", "fRENCH",
+                               "Japanese", "TChinese", "SChinese", "", "Frenc"}) {
+        for (const bool serial : {true, false}) {
+            lines << "\"" << folder << "\" " << (serial ? "serial" : "usb");
+            for (const DurationFamily family :
+                 {DurationFamily::BackupChoice, DurationFamily::Backup,
+                  DurationFamily::UpgradeReady, DurationFamily::Progress})
+                lines << " " << DurationText(family, serial, folder);
+            lines << "\n";
+        }
+    }
+    return lines.str();
+}
+
 class PageIndex : public PageTest {
 protected:
     INT_PTR ShowAndSend(const ShownPage& shown, int command) {
@@ -85,7 +104,7 @@ protected:
 };
 
 TEST_F(PageIndex, every_page_is_as_recorded_and_leaves_nothing_behind) {
-    const LoadedBanner banner;
+    LoadBanner();
     std::string seen;
     for (const ShownPage& shown : Pages) {
         const int objects = platform::DrawingObjectCount();
@@ -96,6 +115,7 @@ TEST_F(PageIndex, every_page_is_as_recorded_and_leaves_nothing_behind) {
         EXPECT_EQ(objects, platform::DrawingObjectCount())
             << "fonts, brushes or pictures are left by page " << user_.ended.back().id;
     }
+    seen += Durations();
     std::ofstream(BUILD_FOLDER "/pages.txt") << seen;
     EXPECT_EQ(ReadBytes(SOURCE_FOLDER "/tests/pages/pages.txt"), seen);
 }
