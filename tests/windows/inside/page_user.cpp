@@ -21,6 +21,7 @@
 #include <iostream>
 #include <iterator>
 #include <mutex>
+#include <ranges>
 #include <string>
 #include <thread>
 #include <vector>
@@ -105,7 +106,7 @@ void PrintChanges() {
             std::printf("-- %s --\n", shown.name.c_str());
         return gone;
     });
-    for (const HWND dialog : dialogs) {
+    for (const HWND dialog : std::views::reverse(dialogs)) { // the one in front last
         if (std::ranges::find(shownPages, dialog, &Shown::window) == shownPages.end())
             Open(dialog);
     }
