@@ -92,14 +92,11 @@ Environment WindowsPc::Variables() const {
     return variables;
 }
 
-std::unique_ptr<ChildProcess> WindowsPc::Start(const std::vector<std::string>& command,
-                                               const Environment& added) const {
+std::unique_ptr<ChildProcess> WindowsPc::Start(const std::vector<std::string>& command) const {
     std::vector<std::string> words = {Loader};
     words.insert(words.end(), command.begin(), command.end());
-    Environment variables = Variables();
-    variables.insert(variables.end(), added.begin(), added.end());
     return std::make_unique<ChildProcess>(
-        words, ProcessOptions{.folder = home_.Tree().string(), .environment = variables});
+        words, ProcessOptions{.folder = home_.Tree().string(), .environment = Variables()});
 }
 
 void WindowsPc::StartActiveSync() {
@@ -152,8 +149,9 @@ int WindowsRun::Wait() {
     const int code = user_->Wait();
     const auto isFault = [](const std::string& line) {
         // A port that is closed ends the wait for its events, as it is meant to.
-        return line.find(":err:") != std::string::npos &&
-               line.find("comm:stop_waiting") == std::string::npos;
+        return line.starts_with("page-user: ") ||
+               (line.find(":err:") != std::string::npos &&
+                line.find("comm:stop_waiting") == std::string::npos);
     };
     if (std::ranges::any_of(user_->Lines(), isFault))
         throw std::runtime_error("a fault in:\n" + user_->Transcript());

@@ -21,9 +21,8 @@ public:
     WindowsPc(const WindowsPc&) = delete;
     WindowsPc& operator=(const WindowsPc&) = delete;
 
-    // A program of Windows, by its path on the host; `added` comes to the environment.
-    std::unique_ptr<ChildProcess> Start(const std::vector<std::string>& command,
-                                        const Environment& added = {}) const;
+    // A program of Windows, by its path on the host, and its arguments.
+    std::unique_ptr<ChildProcess> Start(const std::vector<std::string>& command) const;
     // Starts ActiveSync, as a PC has it before the wizard comes, and waits for it.
     void StartActiveSync();
 
@@ -59,7 +58,8 @@ public:
     void Send(const std::string& line) { user_->Send(line); }
     void Answer(int page, const std::string& line);
     ChildProcess& User() { return *user_; }
-    // The exit code of the wizard. Throws where Wine has found fault with one of its calls.
+    // The exit code of the wizard. Throws where Wine has found fault with one of its calls, or the
+    // user with the layout of a page.
     int Wait();
 
 private:

@@ -50,13 +50,13 @@ void Register() {
 
 // Without it where another program has the port: that one keeps it.
 Handle OpenSerialPort() {
-    Handle port(CreateFileA(SerialPortPath, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                            FILE_FLAG_OVERLAPPED, nullptr));
-    if (port)
+    const HANDLE port = CreateFileA(SerialPortPath, GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+    if (port != INVALID_HANDLE_VALUE)
         std::printf("COM1: held\n");
     else
         std::printf("COM1: not free, error %lu\n", GetLastError());
-    return port;
+    return Handle(port == INVALID_HANDLE_VALUE ? nullptr : port);
 }
 
 void RelayOneWay(const Socket& from, const Socket& to) {

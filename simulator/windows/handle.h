@@ -6,26 +6,9 @@
 
 #include <windows.h>
 
-#include <utility>
+#include <memory>
 
-class Handle {
-public:
-    Handle() = default;
-    // Empty for what a call gives when it fails: null or INVALID_HANDLE_VALUE.
-    explicit Handle(HANDLE handle) : handle_(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
-    Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
-    Handle& operator=(Handle&& other) noexcept {
-        std::swap(handle_, other.handle_);
-        return *this;
-    }
-    ~Handle() {
-        if (handle_)
-            CloseHandle(handle_);
-    }
-
-    HANDLE Get() const { return handle_; }
-    explicit operator bool() const { return handle_ != nullptr; }
-
-private:
-    HANDLE handle_ = nullptr;
+struct HandleCloser {
+    void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
+using Handle = std::unique_ptr<void, HandleCloser>;

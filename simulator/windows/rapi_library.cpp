@@ -81,12 +81,12 @@ bool Connect() {
     const std::lock_guard lock(connectionMutex);
     connection = std::move(socket);
     isLost = false;
-    SetEvent(connected.Get());
+    SetEvent(connected.get());
     return true;
 }
 
 DWORD WINAPI KeepConnecting(void*) {
-    while (!Connect() && WaitForSingleObject(stop.Get(), RetryMilliseconds) == WAIT_TIMEOUT) {
+    while (!Connect() && WaitForSingleObject(stop.get(), RetryMilliseconds) == WAIT_TIMEOUT) {
     }
     return 0;
 }
@@ -167,9 +167,9 @@ EXPORT HRESULT WINAPI CeRapiInitEx(InitRecord* record) {
         connected = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
         stop = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
         connector = Handle(CreateThread(nullptr, 0, KeepConnecting, nullptr, 0, nullptr));
-        WaitForSingleObject(connected.Get(), FirstAttemptMilliseconds);
+        WaitForSingleObject(connected.get(), FirstAttemptMilliseconds);
     }
-    record->event = connected.Get();
+    record->event = connected.get();
     record->result = S_OK;
     return S_OK;
 }
@@ -177,13 +177,13 @@ EXPORT HRESULT WINAPI CeRapiInitEx(InitRecord* record) {
 EXPORT HRESULT WINAPI CeRapiUninit() {
     if (!connector)
         return S_OK;
-    SetEvent(stop.Get());
+    SetEvent(stop.get());
     do { // an attempt may just have begun
         const std::lock_guard lock(connectionMutex);
         shutdown(greetingSocket, SD_BOTH);
-    } while (WaitForSingleObject(connector.Get(), RetryMilliseconds) == WAIT_TIMEOUT);
+    } while (WaitForSingleObject(connector.get(), RetryMilliseconds) == WAIT_TIMEOUT);
     for (Handle* handle : {&connector, &stop, &connected})
-        *handle = Handle();
+        handle->reset();
     const std::lock_guard lock(connectionMutex);
     connection = {};
     return S_OK;

@@ -10,7 +10,6 @@
 #include "testing/page_test.h"
 
 #include <atomic>
-#include <cstdio>
 
 namespace {
 
@@ -55,6 +54,16 @@ TEST_F(Frame, the_main_window_goes_with_the_run_but_not_while_a_transfer_runs) {
     EXPECT_FALSE(IsWindow(State.Windows.MainWindow));
 }
 
+TEST_F(Frame, a_run_shows_its_banner_and_leaves_nothing_of_it_behind) {
+    const int objects = platform::DrawingObjectCount();
+    user_.steps.push_back({165, "1175"});
+    RegisterMainClass(State.Windows.AppInstance);
+    EXPECT_TRUE(CreateMainWindow(State.Windows.AppInstance, SW_SHOW));
+    EXPECT_EQ(1u, Last(165).pictures.size());
+    EXPECT_FALSE(IsWindow(State.Windows.MainWindow));
+    EXPECT_EQ(objects, platform::DrawingObjectCount());
+}
+
 TEST_F(Frame, a_page_opens_in_the_middle_of_the_screen_at_its_own_size) {
     user_.steps.push_back({143, "2"});
     EXPECT_EQ(1, ShowPage(PortErrorPage));
@@ -84,47 +93,33 @@ TEST_F(Frame, a_waiting_page_shows_its_text_until_its_opener_ends_it) {
     EXPECT_FALSE(IsWindow(busy)) << "the page goes with its owner";
 }
 
-// A bar on the template of the two transfer pages, moved before the page ends.
-struct BarMoves {
-    DWORD range, piece, pieces;
-};
-BarMoves moves;
-
-void MoveBar(HWND page) {
-    State.Windows.ProgressPage = page;
-    State.Windows.ProgressBar = GetDlgItem(page, 1020);
-    ResetProgress(moves.range);
-    for (DWORD i = 0; i < moves.pieces; ++i)
-        AdvanceProgress(moves.piece, moves.range);
-    EndDialog(page, 7);
-}
-
-std::string PercentageAfter(BarMoves planned) {
+// Of a bar on the template of the two transfer pages.
+std::string PercentageAfter(DWORD range, DWORD piece, int pieces) {
     static constexpr Page BarPage = {
-        .dialog = 102, .texts = {}, .results = {}, .hasTitle = false, .open = [](HWND page) {
-            MoveBar(page);
-            char text[20];
-            GetDlgItemTextA(page, 1023, text, sizeof(text));
-            State.Windows.ProgressPage = nullptr;
-            std::snprintf(State.Paths.BackupPath, sizeof(State.Paths.BackupPath), "%s", text);
-        }};
-    moves = planned;
-    EXPECT_EQ(7, ShowPage(BarPage));
-    return State.Paths.BackupPath;
+        .dialog = IDD_PROGRESS, .texts = {}, .results = {}, .hasTitle = false};
+    const HWND page = OpenWaitingPage(BarPage, nullptr);
+    State.Windows.ProgressPage = page;
+    State.Windows.ProgressBar = GetDlgItem(page, IDC_PROGRESS);
+    ResetProgress(range);
+    while (pieces-- > 0)
+        AdvanceProgress(piece, range);
+    char text[20];
+    GetDlgItemTextA(page, IDC_PERCENT, text, sizeof(text));
+    State.Windows.ProgressPage = State.Windows.ProgressBar = nullptr;
+    EndWaitingPage(page);
+    return text;
 }
 
 TEST_F(Frame, percentages_are_rounded_down_and_never_pass_the_range_of_the_bar) {
-    EXPECT_EQ("0", PercentageAfter({0xF80000, 0x20000, 0}));
-    EXPECT_EQ("0", PercentageAfter({0xF80000, 0x20000, 1}));
-    EXPECT_EQ("98", PercentageAfter({0xF80000, 0x20000, 122})); // the smallest backup, before 100
-    EXPECT_EQ("100", PercentageAfter({0x40000, 0x20000, 5}));
-    EXPECT_EQ("98", PercentageAfter({0xF800000, 0x200000, 122})); // beyond 32 bits times 100
-    EXPECT_EQ("0", PercentageAfter({0, 0x20000, 2}));             // no image in the folder
+    EXPECT_EQ("0", PercentageAfter(0xF80000, 0x20000, 0));
+    EXPECT_EQ("0", PercentageAfter(0xF80000, 0x20000, 1));
+    EXPECT_EQ("98", PercentageAfter(0xF80000, 0x20000, 122)); // the smallest backup, before 100
+    EXPECT_EQ("100", PercentageAfter(0x40000, 0x20000, 5));
+    EXPECT_EQ("98", PercentageAfter(0xF800000, 0x200000, 122)); // beyond 32 bits times 100
+    EXPECT_EQ("0", PercentageAfter(0, 0x20000, 2));             // no image in the folder
 }
 
 TEST_F(Frame, a_bar_whose_page_has_gone_is_moved_without_harm) {
-    State.Windows.ProgressPage = nullptr;
-    State.Windows.ProgressBar = nullptr;
     ResetProgress(0x40000);
     AdvanceProgress(0x20000, 0x40000);
     ShowPercentage(100);

@@ -20,23 +20,19 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
 #include <filesystem>
 #include <string>
 
 namespace link_test {
 
-using namespace std::chrono_literals;
-
 using test_support::ComesTrue;
-
-// Slow enough for the pauses in which a loop leaves a token to the sender, which is the test.
-inline const char* Clock = "5,500";
 
 // The device's end of COM1.
 class LinkTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() { setenv("ROM_WIZARD_CLOCK", Clock, 1); }
+    // Slow enough for the pauses in which a loop leaves a token to the sender, which is the test.
+    static void SetUpTestSuite() { setenv("ROM_WIZARD_CLOCK", "5,500", 1); }
 
     void SetUp() override { Connect(true); }
 
@@ -67,6 +63,13 @@ protected:
         ClearReceivedToken();
     }
 
+    // What has arrived at the device and was not received there.
+    std::string Arrived() {
+        int count = 0;
+        EXPECT_EQ(0, ioctl(device_, FIONREAD, &count));
+        return ReceiveAtDevice(static_cast<std::size_t>(count));
+    }
+
     void HangUp() {
         if (device_ >= 0)
             close(device_);
@@ -80,7 +83,8 @@ protected:
             if (poll(&ready, 1, 60000) != 1)
                 break;
             char chunk[4096];
-            const ssize_t count = read(device_, chunk, sizeof(chunk));
+            const ssize_t count =
+                read(device_, chunk, std::min(sizeof(chunk), size - bytes.size()));
             if (count <= 0)
                 break;
             bytes.append(chunk, static_cast<std::size_t>(count));

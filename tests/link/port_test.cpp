@@ -1,14 +1,16 @@
 // Opening, writing and closing the link's port, on a real terminal pair.
 // label: threads
 
+#include "link/bootloader_transfer.h"
 #include "link/upgrade_transfer.h"
 #include "link/wire.h"
 #include "tests/link/link_fixture.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <fstream>
 #include <mutex>
 #include <thread>
 
@@ -20,6 +22,12 @@ namespace {
 std::atomic<int> outputQueue = -1;
 std::atomic<int> questions = 0;
 
+// Modem lines that are raised; a pseudo-terminal has none.
+std::atomic<int> raisedLines = 0;
+
+// The most that was written at a time, and the size of writes that are never taken.
+std::atomic<std::size_t> largestWrite = 0, stuckWrite = 0;
+
 } // namespace
 
 extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
@@ -27,6 +35,10 @@ extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
     va_start(arguments, request);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
+    if (request == TIOCMBIS)
+        raisedLines |= *static_cast<int*>(argument);
+    if (request == TIOCMBIC)
+        raisedLines &= ~*static_cast<int*>(argument);
     if (request != TIOCOUTQ || outputQueue < 0)
         return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
     *static_cast<int*>(argument) = outputQueue;
@@ -34,13 +46,25 @@ extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
     return 0;
 }
 
+extern "C" ssize_t write(int descriptor, const void* bytes, size_t size) {
+    largestWrite = std::max<std::size_t>(largestWrite, size);
+    if (size == 0 || size != stuckWrite)
+        return syscall(SYS_write, descriptor, bytes, size);
+    errno = EAGAIN;
+    return -1;
+}
+
 namespace {
 
 using namespace link_test;
 
-const char* const fast = Clock = "50"; // there are no loops here, and a limit of a minute
+// There are no loops' pauses here, and a limit of a minute.
+class LinkPort : public LinkTest {
+public:
+    static void SetUpTestSuite() { setenv("ROM_WIZARD_CLOCK", "50", 1); }
+};
 
-TEST_F(LinkTest, every_length_arrives_whole_and_in_order) {
+TEST_F(LinkPort, every_length_arrives_whole_and_in_order) {
     for (std::size_t length : {std::size_t{0}, std::size_t{1}, std::size_t{12288},
                                std::size_t{12289}, std::size_t{0x20000}}) {
         std::string sent(length, '\0');
@@ -53,9 +77,10 @@ TEST_F(LinkTest, every_length_arrives_whole_and_in_order) {
         EXPECT_TRUE(handedOver);
         EXPECT_TRUE(sent == received) << "length " << length;
     }
+    EXPECT_EQ(12288U, largestWrite); // as the driver of the USB link wants it
 }
 
-TEST_F(LinkTest, a_write_that_nobody_reads_ends_once_the_transfer_has_been_given_up) {
+TEST_F(LinkPort, a_write_that_nobody_reads_ends_once_the_transfer_has_been_given_up) {
     const std::string piece(0x20000, 'p');
     std::atomic<bool> over = false;
     bool handedOver = true;
@@ -72,17 +97,14 @@ TEST_F(LinkTest, a_write_that_nobody_reads_ends_once_the_transfer_has_been_given
     EXPECT_FALSE(handedOver);
 }
 
-TEST_F(LinkTest, a_write_that_nobody_reads_ends_by_itself_and_nothing_is_sent_behind_it) {
+TEST_F(LinkPort, a_write_that_nobody_reads_ends_by_itself_and_nothing_is_sent_behind_it) {
     std::string piece(0x20000, 'p');
     piece.back() = 'z';
     EXPECT_FALSE(WriteLink(piece));
-    int arrived = 0;
-    ASSERT_EQ(0, ioctl(device_, FIONREAD, &arrived));
-    const std::string taken = ReceiveAtDevice(static_cast<std::size_t>(arrived));
-    EXPECT_EQ(std::string::npos, taken.find('z'));
+    EXPECT_EQ(std::string::npos, Arrived().find('z'));
 }
 
-TEST_F(LinkTest, closing_the_port_ends_a_write_and_a_later_one_reports_it) {
+TEST_F(LinkPort, closing_the_port_ends_a_write_and_a_later_one_reports_it) {
     const std::string piece(0x20000, 'p');
     bool handedOver = true;
     std::thread sender([&] { handedOver = WriteLink(piece); });
@@ -94,7 +116,7 @@ TEST_F(LinkTest, closing_the_port_ends_a_write_and_a_later_one_reports_it) {
     EXPECT_FALSE(WriteLink("A"));
 }
 
-TEST_F(LinkTest, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_be_asked) {
+TEST_F(LinkPort, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_be_asked) {
     for (const bool abandoned : {false, true}) {
         outputQueue = 1;
         questions = 0;
@@ -116,39 +138,50 @@ TEST_F(LinkTest, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_
     EXPECT_TRUE(ComesTrue([] { return AwaitOutputSent(); }));
 }
 
-class SmallestUpgrade : public LinkTest {
+// A sender at work on the smallest image.
+class Transfer : public LinkTest {
 protected:
-    // Up to the first token for the held-back block, of which the whole image consists.
-    void SetUp() override {
-        LinkTest::SetUp();
+    void Start(void (*transfer)()) {
         const auto image = home_ / "image.nbf";
-        std::ofstream(image) << 'x';
-        std::filesystem::resize_file(image, MinImageFileSize);
+        test_support::WriteFileBytes(image, std::string(MinImageFileSize, 'i'));
         std::snprintf(State.Paths.ImagePath, sizeof(State.Paths.ImagePath), "Z:%s", image.c_str());
-        StartReceiveLoop(SerialReceiveLoop, true);
-        sender_ = std::thread([this] {
-            BeginUpgradeTransfer();
+        sender_ = std::thread([this, transfer] {
+            transfer();
             over_ = true;
         });
-        EXPECT_EQ("A", ReceiveAtDevice(1));
-        SendFromDevice(std::string("\5\0", 2));
-        EXPECT_EQ(4U, ReceiveAtDevice(4).size());
-        SendFromDevice(std::string("\4\0", 2));
     }
     void TearDown() override {
         State.Run.TransferAborted = true; // ends a sender that still waits
         sender_.join();
         LinkTest::TearDown();
         outputQueue = -1;
+        stuckWrite = 0;
         State.Link.Verdict = TransferVerdict::Open;
+    }
+
+    std::atomic<bool> over_ = false;
+
+private:
+    std::thread sender_;
+};
+
+class SmallestUpgrade : public Transfer {
+protected:
+    // Up to the first token for the held-back block, of which the whole image consists.
+    void SetUp() override {
+        Transfer::SetUp();
+        State.Run.BusyCursor = true;
+        StartReceiveLoop(SerialReceiveLoop, true);
+        Start(BeginUpgradeTransfer);
+        EXPECT_EQ("A", ReceiveAtDevice(1));
+        SendFromDevice(std::string("\5\0", 2));
+        EXPECT_EQ(4U, ReceiveAtDevice(4).size());
+        SendFromDevice(std::string("\4\0", 2));
     }
     static TransferVerdict Verdict() {
         const std::lock_guard lock(State.Link.VerdictLock);
         return State.Link.Verdict;
     }
-
-    std::thread sender_;
-    std::atomic<bool> over_ = false;
 };
 
 // The last thing that an upgrade has to go by is the driver's word.
@@ -160,19 +193,21 @@ TEST_F(SmallestUpgrade, succeeds_when_its_last_bytes_are_on_the_wire) {
     EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
     EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
     EXPECT_EQ(TransferVerdict::Open, Verdict());
+    EXPECT_FALSE(State.Run.BusyCursor);
     outputQueue = 0;
     EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
     EXPECT_EQ(TransferVerdict::Sent, Verdict());
 }
 
 TEST_F(SmallestUpgrade, is_given_up_when_the_first_half_of_the_held_back_block_is_not_handed_over) {
-    EXPECT_EQ(1000U, ReceiveAtDevice(1000).substr(0, 1000).size());
+    EXPECT_EQ(1000U, ReceiveAtDevice(1000).size());
     HangUp();
     EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
     EXPECT_EQ(TransferVerdict::Open, Verdict());
 }
 
-TEST_F(LinkTest, the_port_is_opened_for_itself_alone_at_115200_baud_without_flow_control) {
+TEST_F(LinkPort, is_opened_for_itself_alone_with_raised_lines_at_115200_baud) {
+    EXPECT_EQ(TIOCM_DTR | TIOCM_RTS, raisedLines);
     termios line = {};
     ASSERT_EQ(0, tcgetattr(device_, &line));
     EXPECT_EQ(speed_t{B115200}, cfgetospeed(&line));
@@ -181,6 +216,68 @@ TEST_F(LinkTest, the_port_is_opened_for_itself_alone_at_115200_baud_without_flow
     EXPECT_EQ(INVALID_HANDLE_VALUE,
               CreateFileA("\\\\.\\COM1", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                           OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
+}
+
+// The bootloader at the other end, and a page that notes what becomes of its timer.
+class Bootloader : public Transfer {
+protected:
+    static constexpr LPARAM Runs = 30000, Stands = 0;
+
+    void SetUp() override {
+        Transfer::SetUp();
+        CloseLinkPort();
+        State.Windows.ProgressPage = page_;
+        StoreReceivedText(2); // as if from an earlier dialogue
+        Start(BootloaderTransfer);
+        EXPECT_TRUE(ComesTrue([] { // a line that nobody has opened cannot be read
+            const std::lock_guard lock(State.Link.LinkLock);
+            return State.Link.LinkHandle != nullptr;
+        }));
+        EXPECT_EQ("l\r", ReceiveAtDevice(2));
+    }
+    void TearDown() override {
+        Transfer::TearDown();
+        State.Windows.ProgressPage = nullptr;
+        DestroyWindow(page_);
+    }
+    // Serves the page.
+    bool TimerIs(LPARAM state) {
+        MSG message = {};
+        while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE))
+            if (message.message == StallTimerMessage && message.wParam == PieceTimer)
+                timer_ = message.lParam;
+        return timer_ == state;
+    }
+
+    const HWND page_ =
+        CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
+    LPARAM timer_ = -1;
+};
+
+// A block takes longer on the wire than the bootloader may be silent.
+TEST_F(Bootloader, is_timed_while_it_is_awaited_and_not_while_a_block_goes_out) {
+    EXPECT_TRUE(ComesTrue([&] { return TimerIs(Runs); }));
+    Sleep(50); // it looks every millisecond, and finds nothing
+    EXPECT_EQ("", Arrived());
+    SendFromDevice("\2");
+    EXPECT_EQ(12U, ReceiveAtDevice(12).size());
+    EXPECT_TRUE(ComesTrue([&] { return TimerIs(Stands); }));
+    EXPECT_TRUE(std::string(PayloadBlockSize, 'i') == ReceiveAtDevice(PayloadBlockSize));
+    EXPECT_TRUE(ComesTrue([&] { return TimerIs(Runs); }));
+    EXPECT_EQ("", Arrived());
+}
+
+// With a limit that comes soon.
+class StuckBootloader : public Bootloader {
+protected:
+    static void SetUpTestSuite() { LinkPort::SetUpTestSuite(); }
+};
+
+TEST_F(StuckBootloader, gets_no_block_behind_a_record_that_was_not_taken_and_is_left_to_its_timer) {
+    stuckWrite = 12;
+    SendFromDevice("\2");
+    EXPECT_TRUE(ComesTrue([&] { return TimerIs(Runs) && over_; }));
+    EXPECT_EQ("", Arrived());
 }
 
 TEST(PortName, has_its_colon_cut_off_and_com1_as_its_default) {

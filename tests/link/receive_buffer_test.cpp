@@ -2,6 +2,7 @@
 
 #include "link/receive_buffer.h"
 
+#include "link/bootloader_message.h"
 #include "state/state.h"
 
 #include <gtest/gtest.h>
@@ -35,14 +36,6 @@ TEST_F(ReceiveBuffer, a_token_counts_only_with_a_zero_behind_it) {
     EXPECT_TRUE(HoldsToken(4, 1));
 }
 
-TEST_F(ReceiveBuffer, clearing_a_token_lets_the_next_one_stand_at_the_start) {
-    Store("\4");
-    ClearReceivedToken();
-    EXPECT_FALSE(HoldsToken(4));
-    Store("\5");
-    EXPECT_TRUE(HoldsToken(5));
-}
-
 TEST_F(ReceiveBuffer, the_longest_burst_leaves_a_zero_at_the_end) {
     Store(std::string(MaxReceived, 'x'));
     EXPECT_EQ(0, State.Link.ReceiveBuffer[ReceiveBufferSize - 1]);
@@ -55,6 +48,16 @@ TEST_F(ReceiveBuffer, a_prompt_is_found_behind_a_banner_of_any_length) {
         StoreText(std::string(banner, '=') + "download");
         ASSERT_TRUE(HoldsText("download")) << "behind " << banner << " bytes";
     }
+}
+
+// The first is what the bootloader has got furthest with.
+TEST_F(ReceiveBuffer, of_several_messages_the_image_record_is_answered_first_and_the_prompt_last) {
+    StoreText("download");
+    EXPECT_EQ(BootloaderMessage::Prompt, ReceivedMessage());
+    StoreText("\2");
+    EXPECT_EQ(BootloaderMessage::BlockWanted, ReceivedMessage());
+    StoreText("\1");
+    EXPECT_EQ(BootloaderMessage::ImageRecordWanted, ReceivedMessage());
 }
 
 TEST_F(ReceiveBuffer, a_zero_in_the_banner_does_not_hide_the_prompt) {

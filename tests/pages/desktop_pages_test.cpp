@@ -2,11 +2,15 @@
 // their pixels, and every way to its results. A picture of each page is left in the build folder.
 // label: desktop
 
+#include "frame/waiting_pages.h"
+#include "pages/progress_pages.h"
 #include "platform/desktop/conversions.h"
 #include "platform/desktop/desktop_display.h"
 #include "platform/desktop/text_label.h"
+#include "platform/windows/pages.h"
+#include "platform/windows/window_model.h"
 #include "testing/child_process.h"
-#include "tests/pages/page_index.h"
+#include "testing/page_test.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -16,10 +20,13 @@
 #include <QPushButton>
 #include <QTest>
 
+#include <commctrl.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
+#include <span>
 #include <stdexcept>
 #include <thread>
 
@@ -65,10 +72,59 @@ double Difference(const QImage& one, const QImage& other) {
     return sum / (3.0 * one.width() * one.height());
 }
 
-class DesktopPage : public IndexedPage {
+// Whatever a page has to show in all of its states, and how a test comes to see it.
+struct DesktopFacts {
+    ShownPage shown;
+    INT_PTR (*show)(const Page& page);
+};
+
+// Its thread serves messages that other threads send, as Windows does in many calls, and paints
+// nothing: the page is on the screen whole when it has been opened.
+INT_PTR ShowWaiting(const Page& page) {
+    const HWND window = OpenWaitingPage(page, nullptr);
+    MSG message;
+    while (IsWindowVisible(window)) {
+        PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE);
+        Sleep(1);
+    }
+    return DestroyWindow(window);
+}
+
+// As a worker leaves it a third of the way, without the worker.
+INT_PTR ShowTransfer(const Page& page) {
+    Page idle = page;
+    idle.open = [](HWND window) {
+        if (GetDlgItem(window, IDC_PROGRESS_DURATION))
+            SetDlgItemTextA(window, IDC_PROGRESS_DURATION, CatalogText(IDS_UPGRADING_SERIAL));
+        else
+            SetDlgItemTextA(window, IDC_BACKUP_TEXT, CatalogText(IDS_BACKING_UP_SERIAL));
+        SendDlgItemMessageA(window, IDC_PROGRESS, PBM_SETPOS, 37, 0);
+        SetDlgItemInt(window, IDC_PERCENT, 37, FALSE);
+    };
+    return ShowPage(idle);
+}
+
+std::vector<DesktopFacts> LeavablePages() {
+    std::vector<DesktopFacts> pages;
+    for (const ShownPage& shown : Pages)
+        pages.push_back({shown, ShowPage});
+    return pages;
+}
+const DesktopFacts WaitingPages[] = {{{The<BusyPage>}, ShowWaiting},
+                                     {{The<PreparePage>}, ShowWaiting}};
+const DesktopFacts TransferPages[] = {{{The<ProgressPage>}, ShowTransfer},
+                                      {{The<BackupPage>}, ShowTransfer}};
+
+const auto NameOfPage = [](const auto& facts) {
+    return "page_" + std::to_string(facts.param.shown.page().dialog) + "_at_" +
+           std::to_string(facts.index);
+};
+
+class DesktopPage : public PageTest, public testing::WithParamInterface<DesktopFacts> {
 protected:
     void SetUp() override {
-        IndexedPage::SetUp();
+        PageTest::SetUp();
+        LoadBanner();
         QFont font = QApplication::font();
         font.setStretch(std::stoi(Name("PAGE_STRETCH", "100")));
         QApplication::setFont(font);
@@ -77,18 +133,19 @@ protected:
     void TearDown() override {
         if (thread_.joinable())
             thread_.join();
-        IndexedPage::TearDown();
+        PageTest::TearDown();
     }
 
     // Shows the page on a thread of its own, as the wizard does.
     QWidget* Open() {
-        const PageFacts& facts = GetParam();
+        const DesktopFacts& facts = GetParam();
         over_ = false;
+        page_ = &facts.shown.Prepare();
         thread_ = std::thread([this, &facts] {
-            result_ = facts.show();
+            result_ = facts.show(*page_);
             over_ = true;
         });
-        const QString role = QStringLiteral("page-%1").arg(facts.dialog);
+        const QString role = QStringLiteral("page-%1").arg(page_->dialog);
         window_ = nullptr;
         WaitUntil([&] {
             for (QWidget* widget : QApplication::topLevelWidgets())
@@ -132,42 +189,56 @@ protected:
         return page.devicePixelRatio() == 1 ? difference == 0 : difference < 8;
     }
     void ExpectPictures() {
-        for (const PagePicture& picture : PicturesOf(GetParam()))
+        for (const PagePicture& picture : Pictures())
             EXPECT_TRUE(WaitUntil([&] { return IsPainted(Grab(), picture); })) << picture.bitmap;
     }
     void SavePicture() {
         const std::filesystem::path folder =
             std::filesystem::path(BUILD_FOLDER) / "pages" / Name("PAGE_PICTURES", "96dpi");
         std::filesystem::create_directories(folder);
-        Grab().save(QString::fromStdString(folder / PictureName(GetParam())));
+        const std::string name = std::to_string(page_->dialog) + GetParam().shown.state + ".png";
+        Grab().save(QString::fromStdString(folder / name));
     }
 
+    // As the page has them in the model of windows, which the index judges.
+    PageView View() const {
+        const auto lock = platform::LockWindows();
+        for (const auto& [handle, window] : platform::Model().windows)
+            if (window->dialog && window->dialog->templateId == page_->dialog)
+                return ViewOf(*window);
+        throw std::runtime_error("the page has gone");
+    }
     void ExpectWords() {
-        for (const TextFact& fact : TextsOf(GetParam())) {
-            const int id = fact.control;
-            QWidget* control = Control(id);
-            ASSERT_TRUE(control) << id;
-            const QString words = QString::fromStdString(ShownText(fact)).remove('\r');
-            if (auto* label = dynamic_cast<TextLabel*>(control)) {
-                EXPECT_EQ(words.toStdString(), label->text().toStdString()) << id;
-                ExpectLooks(*label, fact.mark);
-            } else if (auto* button = Button(id)) {
-                EXPECT_EQ(words.toStdString(), button->text().remove('&').toStdString()) << id;
+        for (const ControlView& view : View().controls) {
+            const QString words = QString::fromStdString(view.text).remove('\r');
+            if (auto* label = dynamic_cast<TextLabel*>(Control(view.id))) {
+                EXPECT_EQ(words.toStdString(), label->text().toStdString()) << view.id;
+                ExpectLooks(*label, view);
+            } else if (auto* button = Button(view.id)) {
+                EXPECT_EQ(words.toStdString(), button->text().remove('&').toStdString()) << view.id;
                 EXPECT_LE(button->fontMetrics().horizontalAdvance(words), button->width() - 8)
-                    << id;
+                    << view.id;
+            } else {
+                EXPECT_EQ(IDC_PROGRESS, view.id);
             }
         }
     }
-    // Of the marks of the index: heading, bold, red; m is red behind the text.
-    void ExpectLooks(const TextLabel& label, char mark) {
-        EXPECT_EQ(mark == 'h' || mark == 'b', label.font().weight() == QFont::Bold);
-        EXPECT_EQ(mark == 'h', label.font().pixelSize() > 12);
-        const auto isRed = [&] { return label.palette().color(QPalette::WindowText) == Qt::red; };
-        EXPECT_EQ(mark == 'r', mark == 'r' ? WaitUntil(isRed) : isRed()); // painted a little later
-        const auto isMarked = [&] {
-            return Part(Grab(), {label.pos(), QSize(1, 1)}).pixelColor(0, 0) == Qt::red;
-        };
-        EXPECT_EQ(mark == 'm', mark == 'm' ? WaitUntil(isMarked) : isMarked());
+    // Colours are painted a little later.
+    void ExpectLooks(const TextLabel& label, const ControlView& view) {
+        EXPECT_EQ(view.font.lfWeight >= FW_BOLD, label.font().weight() == QFont::Bold);
+        EXPECT_EQ(view.font.lfHeight == 17, label.font().pixelSize() > 12);
+        bool text = false, behind = false;
+        for (const PageColour& colour : page_->colours) {
+            const bool counts =
+                colour.control == view.id && (!colour.onlyWhile || *colour.onlyWhile);
+            text |= counts && colour.colouring == Colouring::RedText;
+            behind |= counts && colour.colouring == Colouring::RedBackground;
+        }
+        EXPECT_TRUE(WaitUntil([&] {
+            const QColor corner = Part(Grab(), {label.pos(), QSize(1, 1)}).pixelColor(0, 0);
+            return text == (label.palette().color(QPalette::WindowText) == Qt::red) &&
+                   behind == (corner == Qt::red);
+        })) << view.id;
     }
     void ExpectNothingCut() {
         for (const TextLabel* label : window_->findChildren<TextLabel*>()) {
@@ -182,7 +253,7 @@ protected:
         for (QWidget* control : Surface()->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
             if (control->isVisible())
                 rects.emplace_back(control->objectName().toStdString(), control->geometry());
-        for (const PagePicture& picture : PicturesOf(GetParam()))
+        for (const PagePicture& picture : Pictures())
             rects.emplace_back("picture " + std::to_string(picture.bitmap),
                                QRect({picture.x, picture.y}, ImageOf(picture).size()));
         for (std::size_t one = 0; one < rects.size(); ++one) {
@@ -196,7 +267,16 @@ protected:
         }
     }
 
+    // Those of the page, then the banner.
+    std::vector<PagePicture> Pictures() const {
+        std::vector<PagePicture> pictures(page_->pictures.begin(), page_->pictures.end());
+        if (page_->hasTitle)
+            pictures.push_back({IDB_BANNER, 10, 10});
+        return pictures;
+    }
+
     QPointer<QWidget> window_;
+    const Page* page_ = nullptr;
 
 private:
     std::thread thread_;
@@ -218,12 +298,7 @@ void ExpectNames(QAccessibleInterface* node) {
 class StandingPage : public DesktopPage {
 protected:
     void Leave() {
-        if (!CanBeLeft(GetParam()))
-            EndDialog(openedPage, 1);
-        else if (QAbstractButton* button = Button(1175))
-            button->click();
-        else
-            window_->close();
+        EndDialog(View().handle, 1);
         Result();
     }
 };
@@ -236,8 +311,8 @@ TEST_P(StandingPage, shows_its_words_and_pictures_whole) {
     ExpectNothingCut();
     ExpectNothingOverlaps();
     ExpectNames(QAccessible::queryAccessibleInterface(window_));
-    const std::string title = Utf8(CatalogText(11035)).substr(1);
-    EXPECT_EQ(CanBeLeft(GetParam()), window_->windowTitle().toStdString() == title);
+    const std::string title = Utf8(CatalogText(IDS_TITLE)).substr(1);
+    EXPECT_EQ(page_->hasTitle, window_->windowTitle().toStdString() == title);
     const auto* bar = window_->findChild<QProgressBar*>();
     EXPECT_TRUE(!bar || WaitUntil([&] { return bar->value() == 37; }));
     Leave();
@@ -251,12 +326,11 @@ void TabTo(QWidget* window, const QWidget* control) {
 }
 
 TEST_P(DesktopPage, gives_its_results_by_mouse_and_by_keyboard) {
-    const PageFacts& facts = GetParam();
-    for (const auto& [command, result] : ResultsOf(facts)) {
+    for (const auto& [command, result] : GetParam().shown.page().results) {
         for (const bool byKeyboard : {false, true}) {
             Open();
-            if (*facts.before)
-                QTest::mouseClick(Button(std::stoi(facts.before)), Qt::LeftButton);
+            if (const int choice = ChoiceBeforeNext(*page_))
+                QTest::mouseClick(Button(choice), Qt::LeftButton);
             QAbstractButton* button = Button(command);
             WaitUntil([&] { return !button || button->isEnabled(); });
             if (!button && command == IDOK) // a command that has no button
@@ -275,11 +349,8 @@ TEST_P(DesktopPage, gives_its_results_by_mouse_and_by_keyboard) {
 }
 
 TEST_P(DesktopPage, ends_by_escape_and_the_close_box_only_where_cancel_has_a_result) {
-    const PageFacts& facts = GetParam();
-    const std::vector<PageResult> results = ResultsOf(facts);
-    const auto leaving = std::find_if(results.begin(), results.end(), [](const PageResult& end) {
-        return end.command == IDCANCEL;
-    });
+    const std::span<const PageResult> results = GetParam().shown.page().results;
+    const auto leaving = std::ranges::find(results, IDCANCEL, &PageResult::command);
     const bool leaves = leaving != results.end();
     Open();
     QTest::keyClick(window_, Qt::Key_Escape);
@@ -290,9 +361,10 @@ TEST_P(DesktopPage, ends_by_escape_and_the_close_box_only_where_cancel_has_a_res
     EXPECT_EQ(leaves ? leaving->result : results.front().result, Result());
 }
 
-INSTANTIATE_TEST_SUITE_P(All, DesktopPage, testing::ValuesIn(Index), NameOfPage);
-INSTANTIATE_TEST_SUITE_P(All, StandingPage, testing::ValuesIn(Index), NameOfPage);
-INSTANTIATE_TEST_SUITE_P(Other, StandingPage, testing::ValuesIn(Others), NameOfPage);
+INSTANTIATE_TEST_SUITE_P(All, DesktopPage, testing::ValuesIn(LeavablePages()), NameOfPage);
+INSTANTIATE_TEST_SUITE_P(All, StandingPage, testing::ValuesIn(LeavablePages()), NameOfPage);
+INSTANTIATE_TEST_SUITE_P(Waiting, StandingPage, testing::ValuesIn(WaitingPages), NameOfPage);
+INSTANTIATE_TEST_SUITE_P(Transfer, StandingPage, testing::ValuesIn(TransferPages), NameOfPage);
 
 class TransferPage : public DesktopPage {};
 
@@ -304,24 +376,24 @@ TEST_P(TransferPage, ends_by_no_key_and_no_close_box_and_has_the_busy_cursor) {
     QTest::keyClick(window_, Qt::Key_Escape);
     QTest::keyClick(window_, Qt::Key_Return);
     window_->close();
-    PostMessageA(GetDlgItem(openedPage, IDC_PERCENT), WM_SETTEXT, 0,
+    PostMessageA(GetDlgItem(View().handle, IDC_PERCENT), WM_SETTEXT, 0,
                  reinterpret_cast<LPARAM>(after));
     const auto* percent = dynamic_cast<TextLabel*>(Control(IDC_PERCENT));
     EXPECT_TRUE(WaitUntil([&] { return percent->text() == after; }));
     EXPECT_TRUE(window_->isVisible());
-    if (GetParam().dialog == 102) {
+    if (page_->dialog == IDD_PROGRESS) {
         QEvent enter(QEvent::Enter); // the mouse comes in
         QApplication::sendEvent(window_, &enter);
         EXPECT_TRUE(WaitUntil([&] { return window_->cursor().shape() == Qt::WaitCursor; }));
         State.Run.BusyCursor = false;
-        PostMessageA(openedPage, WM_SETCURSOR, 0, 0); // as a transfer does when its data go out
+        PostMessageA(View().handle, WM_SETCURSOR, 0, 0); // as a transfer does when its data go out
         EXPECT_TRUE(WaitUntil([&] { return window_->cursor().shape() == Qt::ArrowCursor; }));
     }
-    EndDialog(openedPage, 1);
+    EndDialog(View().handle, 1);
     EXPECT_EQ(1, Result());
 }
 
-INSTANTIATE_TEST_SUITE_P(Other, TransferPage, testing::Values(Others[2], Others[3]), NameOfPage);
+INSTANTIATE_TEST_SUITE_P(All, TransferPage, testing::ValuesIn(TransferPages), NameOfPage);
 
 // A scale is a process's own, so each runs the tests of above anew.
 TEST(Desktop, shows_its_pages_whole_at_every_scale_and_with_a_wider_font) {

@@ -1,46 +1,49 @@
-// Each page of the index against the page on the screen: its controls, and the results of its
-// commands.
+// All pages against tests/pages/pages.txt, which says of each what is on the screen, control by
+// control, and what its commands give and do. A page that changes changes that file; what the test
+// has seen is left as pages.txt in the build folder, to be read before it is taken over.
 
-#include "platform/terminal/terminal_display.h"
+#include "link/port.h"
+#include "pages/duration_texts.h"
 #include "platform/windows/drawing.h"
-#include "tests/pages/page_index.h"
+#include "state/progress_record.h"
+#include "testing/page_test.h"
 
-#include <stdexcept>
-
-#include <unistd.h>
+#include <fstream>
+#include <sstream>
 
 namespace {
 
 using namespace page_test;
 
-// h, b, r, or a blank.
-char MarkOf(const ControlView& control) {
-    if (control.font.lfHeight == 17 && control.font.lfWeight == 900 &&
-        std::string(control.font.lfFaceName) == "Arial")
-        return 'h';
-    if (control.font.lfHeight < 0 && control.font.lfWeight == 700)
-        return 'b';
-    const bool red = control.painted.textColour == RGB(255, 0, 0) &&
-                     control.painted.background == GetSysColor(COLOR_SCROLLBAR);
-    return red ? 'r' : ' ';
+std::string OnOneLine(std::string text) {
+    for (std::size_t at = 0; (at = text.find("\r\n", at)) != std::string::npos;)
+        text.replace(at, 2, "\\n");
+    return text;
 }
 
-void CompareTexts(const PageFacts& facts, const PageView& page) {
-    std::size_t known = 0;
-    for (const TextFact& fact : TextsOf(facts)) {
-        const ControlView* control = Find(page, fact.control);
-        ASSERT_TRUE(control) << "no control " << fact.control;
-        EXPECT_EQ(ShownText(fact), control->text) << fact.control;
-        EXPECT_EQ(fact.mark, MarkOf(*control)) << fact.control;
-        ++known;
-    }
-    EXPECT_EQ(known, page.controls.size()) << "the template has other controls too";
+// [1152] and its text, with what sets it apart: another font, colours of its own (0xBBGGRR), grey,
+// marked.
+std::string Describe(const ControlView& control) {
+    std::ostringstream line;
+    line << "[" << control.id << "]";
+    const LOGFONTA& font = control.font;
+    if (font.lfHeight != -11 || font.lfWeight != 400 || std::string(font.lfFaceName) != "Arial")
+        line << " {" << font.lfFaceName << " " << font.lfHeight << "/" << font.lfWeight << "}";
+    const platform::PaintResult none = platform::UnpaintedColours();
+    if (control.painted.textColour != none.textColour ||
+        control.painted.background != none.background)
+        line << std::hex << " {0x" << control.painted.textColour << " on 0x"
+             << control.painted.background << "}" << std::dec;
+    line << (control.enabled ? "" : " {grey}") << (control.checked ? " {marked}" : "")
+         << (control.isDefault ? " {default}" : "") << " " << OnOneLine(control.text) << "\n";
+    return line.str();
 }
 
 // The resource that was painted, whole.
 std::string NameOf(const platform::PaintedPicture& painted) {
-    for (const std::uint16_t id : std::initializer_list<std::uint16_t>{127, 157, 162, 163, 173}) {
-        const auto resource = platform::FindResourceData(platform::BitmapResource, id);
+    for (const int id : {IDB_BANNER, IDB_RESET, IDB_USB, IDB_SERIAL, IDB_POWER_SWITCH}) {
+        const auto resource =
+            platform::FindResourceData(platform::BitmapResource, static_cast<std::uint16_t>(id));
         if (resource && resource->data() == painted.picture->bitmap.data() &&
             painted.width == painted.picture->width && painted.height == painted.picture->height)
             return std::to_string(id);
@@ -48,64 +51,73 @@ std::string NameOf(const platform::PaintedPicture& painted) {
     return "part of a picture, or none of ours";
 }
 
-std::string PicturesOn(const PageView& page) {
-    std::string pictures;
+std::string Describe(const ShownPage& shown, const PageView& page) {
+    std::ostringstream lines;
+    lines << "== " << page.id << shown.state << " ==  " << page.title << "\n";
+    for (const ControlView& control : page.controls)
+        lines << Describe(control);
     for (const platform::PaintedPicture& painted : page.pictures)
-        pictures += NameOf(painted) + "@" + std::to_string(painted.x) + "," +
-                    std::to_string(painted.y) + " ";
-    return pictures;
+        lines << "picture " << NameOf(painted) << " at " << painted.x << "," << painted.y << "\n";
+    return lines.str();
 }
 
-class PageIndex : public IndexedPage {
+// The numbers of the texts of each family of durations, by language folder and link.
+std::string Durations() {
+    std::ostringstream lines;
+    lines << "== durations ==\n";
+    for (const char* folder : {"English", "French", "German", "Italian", "Spanish", "fRENCH",
+                               "Japanese", "TChinese", "SChinese", "", "Frenc"}) {
+        for (const bool serial : {true, false}) {
+            lines << "\"" << folder << "\" " << (serial ? "serial" : "usb");
+            for (const DurationFamily family :
+                 {DurationFamily::BackupChoice, DurationFamily::Backup,
+                  DurationFamily::UpgradeReady, DurationFamily::Progress})
+                lines << " " << DurationText(family, serial, folder);
+            lines << "\n";
+        }
+    }
+    return lines.str();
+}
+
+class PageIndex : public PageTest {
 protected:
-    INT_PTR ShowAndSend(int command) {
-        const PageFacts& facts = GetParam();
-        if (*facts.before)
-            user_.steps.push_back({facts.dialog, facts.before});
-        user_.steps.push_back({facts.dialog, std::to_string(command)});
-        return facts.show();
+    INT_PTR ShowAndSend(const ShownPage& shown, int command) {
+        FillState();
+        const Page& page = shown.Prepare();
+        if (const int choice = ChoiceBeforeNext(page))
+            user_.steps.push_back({page.dialog, std::to_string(choice)});
+        user_.steps.push_back({page.dialog, std::to_string(command)});
+        return ShowPage(page);
+    }
+    // The command, its result and what has become of an open port and of the progress record.
+    std::string ResultOf(const ShownPage& shown, int command) {
+        State.Link.LinkHandle = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+        State.Run.BootloaderResume = false;
+        DeleteProgressRecord();
+        std::string result =
+            std::to_string(command) + " gives " + std::to_string(ShowAndSend(shown, command));
+        result += State.Link.LinkHandle ? "" : ", closes the port";
+        CloseLinkPort();
+        ReadProgressRecord();
+        return result + (State.Run.BootloaderResume ? ", leads to the bootloader\n" : "\n");
     }
 };
 
-TEST_P(PageIndex, shows_its_texts_and_pictures_and_gives_the_results_of_its_commands) {
-    const PageFacts& facts = GetParam();
-    const int objects = platform::DrawingObjectCount();
-    const std::vector<PageResult> results = ResultsOf(facts);
-    for (const PageResult& end : results)
-        EXPECT_EQ(end.result, ShowAndSend(end.command)) << end.command;
-    ASSERT_EQ(results.size(), user_.ended.size());
-    const PageView& page = Last(facts.dialog);
-    CompareTexts(facts, page);
-    const std::string extra = facts.pictures;
-    EXPECT_EQ(extra + (extra.empty() ? "" : " ") + "127@10,10 ", PicturesOn(page));
-    EXPECT_EQ(Utf8(CatalogText(11035)), page.title);
-    EXPECT_EQ(objects, platform::DrawingObjectCount()) << "fonts, brushes or pictures are left";
-}
-
-// Standard input of this process, from here on; the terminal reads it once for all pages.
-void Type(const std::string& line) {
-    static const int keyboard = [] {
-        int ends[2] = {-1, -1};
-        if (pipe(ends) != 0 || dup2(ends[0], STDIN_FILENO) < 0)
-            throw std::runtime_error("no pipe");
-        return ends[1];
-    }();
-    const std::string text = line + "\n";
-    ASSERT_EQ(static_cast<ssize_t>(text.size()), write(keyboard, text.data(), text.size()));
-}
-
-TEST_P(PageIndex, gives_its_results_at_the_terminal) {
-    const PageFacts& facts = GetParam();
-    for (const PageResult& end : ResultsOf(facts)) {
-        if (*facts.before)
-            Type(facts.before);
-        const bool hasButton = HasControl(facts, end.command);
-        Type(hasButton ? std::to_string(end.command) : end.command == IDCANCEL ? "esc" : "");
-        platform::UseDisplay(&platform::TerminalDisplay());
-        EXPECT_EQ(end.result, facts.show()) << end.command;
+TEST_F(PageIndex, every_page_is_as_recorded_and_leaves_nothing_behind) {
+    LoadBanner();
+    std::string seen;
+    for (const ShownPage& shown : Pages) {
+        const int objects = platform::DrawingObjectCount();
+        std::string results;
+        for (const PageResult& end : shown.page().results)
+            results += ResultOf(shown, end.command);
+        seen += Describe(shown, user_.ended.back()) + results + "\n";
+        EXPECT_EQ(objects, platform::DrawingObjectCount())
+            << "fonts, brushes or pictures are left by page " << user_.ended.back().id;
     }
+    seen += Durations();
+    std::ofstream(BUILD_FOLDER "/pages.txt") << seen;
+    EXPECT_EQ(ReadBytes(SOURCE_FOLDER "/tests/pages/pages.txt"), seen);
 }
-
-INSTANTIATE_TEST_SUITE_P(All, PageIndex, testing::ValuesIn(Index), NameOfPage);
 
 } // namespace

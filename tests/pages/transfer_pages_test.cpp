@@ -7,7 +7,6 @@
 #include "platform/windows/pages.h"
 #include "testing/comes_true.h"
 #include "testing/page_test.h"
-#include "testing/registry_values.h"
 
 #include <sys/stat.h>
 
@@ -70,22 +69,13 @@ TEST_F(TransferPages, a_link_on_which_nobody_answers_ends_the_page_with_2) {
     EXPECT_TRUE(page.pictures.empty());
 }
 
-TEST_F(TransferPages, a_resumed_run_without_its_image_shows_error_104_beside_the_page) {
-    OpenMainWindow();
-    std::strcpy(State.Paths.ImagePath, "Z:\\nowhere\\image.nbf");
-    State.Run.BusyCursor = false;
-    user_.steps.push_back({141, "2"});
-    EXPECT_EQ(PageNotShown, ShowPage(ResumeProgressPage));
-    EXPECT_EQ(141, Last(141).id);
-    EXPECT_TRUE(State.Run.BusyCursor);
-}
-
 TEST_F(TransferPages, a_resumed_run_with_another_models_image_marks_the_model_alone) {
     OpenMainWindow();
     WriteImage("TOLKP2000-JPN-2.01-1234---------");
     std::strcpy(State.Handheld.DeviceLanguage, "FRE");
     State.Run.SerialLinkSelected = false;
     State.Run.BootloaderResume = true;
+    State.Run.BusyCursor = false;
     PageView progress;
     user_.steps.push_back({123, "2", [&](const PageView&) {
                                const HWND page = State.Windows.ProgressPage;
@@ -93,6 +83,7 @@ TEST_F(TransferPages, a_resumed_run_with_another_models_image_marks_the_model_al
                                return true;
                            }});
     EXPECT_EQ(PageNotShown, ShowPage(ResumeProgressPage));
+    EXPECT_TRUE(State.Run.BusyCursor);
     const PageView& error = Last(123);
     EXPECT_EQ(0, progress.rect.right - progress.rect.left) << "the page covers the error";
     ASSERT_TRUE(Find(error, 1060) && Find(error, 1062));
@@ -100,31 +91,6 @@ TEST_F(TransferPages, a_resumed_run_with_another_models_image_marks_the_model_al
     EXPECT_NE(RGB(255, 0, 0), Find(error, 1062)->painted.background);
     // Though the record says USB: the bootloader is reached over the serial port.
     EXPECT_EQ(Utf8(CatalogText(11113)), TextOf(progress, 1132));
-}
-
-TEST_F(TransferPages, the_page_after_a_good_transfer_ends_what_is_left_of_it) {
-    user_.steps.push_back({167, "esc"});
-    EXPECT_EQ(1, ShowPage(UpgradeDonePage));
-    EXPECT_TRUE(State.Run.TransferAborted);
-    EXPECT_TRUE(State.Link.StopReceive);
-}
-
-// Makes the program of that name ActiveSync's.
-void Register(const std::filesystem::path& program) {
-    test_support::StoreText("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WCESCOMM.EXE",
-                            "", WindowsPathOf(program));
-}
-
-TEST_F(TransferPages, only_next_hands_the_pc_back_to_activesync) {
-    const std::filesystem::path early = AddProgram("early"), late = AddProgram("late");
-    Register(folder_ / "early");
-    user_.steps.push_back({167, "esc"});
-    EXPECT_EQ(1, ShowPage(UpgradeDonePage));
-    Register(folder_ / "late");
-    user_.steps.push_back({167, "1181"});
-    EXPECT_EQ(0, ShowPage(UpgradeDonePage));
-    EXPECT_NE("", WaitForText(late));
-    EXPECT_FALSE(std::filesystem::exists(early));
 }
 
 TEST_F(TransferPages, the_readme_is_opened_in_the_folder_of_the_images_language) {

@@ -34,36 +34,24 @@ Function* Next(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-using OpenFunction = int(const char*, int, ...);
+} // namespace
 
-int OpenUnlessPort(OpenFunction* next, const char* path, int flags, mode_t mode) {
+extern "C" {
+
+int open(const char* path, int flags, ...) {
+    static const auto next = Next<int(const char*, int, ...)>("open");
+    va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = va_arg(rest, mode_t); // garbage where there is none, and not looked at
+    va_end(rest);
     if (!IsPortOfTheMachine(path))
         return next(path, flags, mode);
     errno = ENOENT;
     return -1;
 }
 
-} // namespace
-
-extern "C" {
-
-int open(const char* path, int flags, ...) {
-    static const auto next = Next<OpenFunction>("open");
-    va_list rest;
-    va_start(rest, flags);
-    const mode_t mode = va_arg(rest, mode_t); // garbage where there is none, and not looked at
-    va_end(rest);
-    return OpenUnlessPort(next, path, flags, mode);
-}
-
-int open64(const char* path, int flags, ...) {
-    static const auto next = Next<OpenFunction>("open64");
-    va_list rest;
-    va_start(rest, flags);
-    const mode_t mode = va_arg(rest, mode_t);
-    va_end(rest);
-    return OpenUnlessPort(next, path, flags, mode);
-}
+// The same on 64 bits.
+int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 
 int access(const char* path, int mode) noexcept {
     static const auto next = Next<int(const char*, int)>("access");

@@ -5,9 +5,12 @@
 //
 // It prints what the wizard's own terminal does, so that tests can drive either: "== 158 ==" when a
 // page has come up, its texts, "-- 158 --" when it has gone, "== save ==" and "== open ==" for the
-// file dialogs. A line of input is the number of a control to click, "" for Enter, "esc" for
+// file dialogs. What of a page its user could not read comes as "page-user: " with the fault.
+// A line of input is the number of a control to click, "" for Enter, "esc" for
 // Escape, or a path for a file dialog. "window TITLE" waits for a window of any program. It ends
 // with the program, and with its exit code.
+
+#include "tests/windows/inside/page_layout.h"
 
 #include <windows.h>
 
@@ -18,15 +21,17 @@
 #include <iostream>
 #include <iterator>
 #include <mutex>
-#include <optional>
+#include <ranges>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace {
 
+using page_test::TextOf;
+
 constexpr DWORD PollMilliseconds = 10;
-constexpr int Tries = 6000; // of a wait for something on the screen: a minute
+constexpr int MaxTries = 6000; // of a wait for something on the screen: a minute
 
 // A dialog does not know the number of its template; a control that no other page has identifies
 // it.
@@ -75,14 +80,6 @@ BOOL CALLBACK CollectDialog(HWND window, LPARAM list) {
     return TRUE;
 }
 
-std::string TextOf(HWND window) {
-    wchar_t text[1024] = L"";
-    GetWindowTextW(window, text, static_cast<int>(std::size(text)));
-    char bytes[3 * std::size(text)] = "";
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, bytes, sizeof(bytes), nullptr, nullptr);
-    return bytes;
-}
-
 BOOL CALLBACK PrintControl(HWND control, LPARAM) {
     if (IsWindowVisible(control))
         std::printf("[%d]%s %s\n", GetDlgCtrlID(control), IsWindowEnabled(control) ? "" : "-",
@@ -94,6 +91,10 @@ void Open(HWND dialog) {
     shownPages.push_back({dialog, NameOf(dialog)});
     std::printf("== %s ==  %s\n", shownPages.back().name.c_str(), TextOf(dialog).c_str());
     EnumChildWindows(dialog, PrintControl, 0);
+    if (std::atoi(shownPages.back().name.c_str()) == 0) // Windows' own
+        return;
+    for (const std::string& fault : page_test::LayoutFaults(dialog))
+        std::printf("page-user: %s\n", fault.c_str());
 }
 
 void PrintChanges() {
@@ -105,7 +106,7 @@ void PrintChanges() {
             std::printf("-- %s --\n", shown.name.c_str());
         return gone;
     });
-    for (const HWND dialog : dialogs) {
+    for (const HWND dialog : std::views::reverse(dialogs)) { // the one in front last
         if (std::ranges::find(shownPages, dialog, &Shown::window) == shownPages.end())
             Open(dialog);
     }
@@ -143,48 +144,31 @@ void Click(HWND control) {
     PostMessageA(control, WM_LBUTTONUP, 0, middle);
 }
 
-// What is to be done, and tried anew until it can be.
-class Order {
-public:
-    explicit Order(std::string line) : line_(std::move(line)) {}
+bool ClickControl(HWND page, int id) {
+    const HWND control = GetDlgItem(page, id);
+    if (!control || !IsWindowEnabled(control) || !IsWindowVisible(control))
+        return false;
+    Click(control);
+    return true;
+}
 
-    bool TryOnce() {
-        if (line_.starts_with("window "))
-            return FindWindowA(nullptr, line_.c_str() + 7) != nullptr;
-        if (shownPages.empty() || GetForegroundWindow() != shownPages.back().window)
-            return false;
-        return Do(shownPages.back());
-    }
-    void GiveUpAfterTries() {
-        if (++tries_ > Tries) {
-            std::printf("page-user: in vain: %s\n", line_.c_str());
-            std::exit(3);
-        }
-    }
-
-private:
-    bool Do(const Shown& page) const {
-        if (line_.empty())
-            Press(VK_RETURN);
-        else if (line_ == "esc")
-            Press(VK_ESCAPE);
-        else if (page.name == "save" || page.name == "open")
-            Type(line_), Press(VK_RETURN);
-        else
-            return ClickControl(page.window);
-        return true;
-    }
-    bool ClickControl(HWND page) const {
-        const HWND control = GetDlgItem(page, std::atoi(line_.c_str()));
-        if (!control || !IsWindowEnabled(control) || !IsWindowVisible(control))
-            return false;
-        Click(control);
-        return true;
-    }
-
-    std::string line_;
-    int tries_ = 0;
-};
+// False where it cannot be done yet.
+bool Do(const std::string& order) {
+    if (order.starts_with("window "))
+        return FindWindowA(nullptr, order.c_str() + 7) != nullptr;
+    if (shownPages.empty() || GetForegroundWindow() != shownPages.back().window)
+        return false;
+    const auto& [window, name] = shownPages.back();
+    if (order.empty())
+        Press(VK_RETURN);
+    else if (order == "esc")
+        Press(VK_ESCAPE);
+    else if (name == "save" || name == "open")
+        Type(order), Press(VK_RETURN);
+    else
+        return ClickControl(window, std::atoi(order.c_str()));
+    return true;
+}
 
 std::mutex inputLock;
 std::deque<std::string> input;
@@ -198,13 +182,19 @@ void ReadInput() {
     }
 }
 
-std::optional<Order> NextOrder() {
+// The first line of the input, tried anew until it can be done.
+void FollowInput() {
+    static int tries = 0;
     const std::lock_guard lock(inputLock);
     if (input.empty())
-        return std::nullopt;
-    Order order(input.front());
-    input.pop_front();
-    return order;
+        return;
+    if (Do(input.front())) {
+        input.pop_front();
+        tries = 0;
+    } else if (++tries > MaxTries) {
+        std::printf("page-user: in vain: %s\n", input.front().c_str());
+        std::exit(3);
+    }
 }
 
 HANDLE Start(const char* path) {
@@ -231,15 +221,9 @@ int main(int count, char** words) {
     }
     const HANDLE process = Start(words[1]);
     std::thread(ReadInput).detach();
-    std::optional<Order> order;
     while (WaitForSingleObject(process, PollMilliseconds) == WAIT_TIMEOUT) {
         PrintChanges();
-        if (!order)
-            order = NextOrder();
-        if (order && order->TryOnce())
-            order.reset();
-        else if (order)
-            order->GiveUpAfterTries();
+        FollowInput();
     }
     PrintChanges(); // the last page has gone
     DWORD code = 0;
