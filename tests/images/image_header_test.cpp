@@ -60,6 +60,8 @@ TEST_F(ImageHeader, language_is_found_in_any_case_and_an_unknown_one_leaves_the_
 TEST_F(ImageHeader, of_a_short_or_missing_file_is_none_and_changes_nothing) {
     ASSERT_TRUE(Read("AAAAAAAAA-ENG-1.14-567----------"));
     EXPECT_FALSE(Read("BBBBBBBBB-FRE-2.00-123---------")); // 31 bytes
+    const std::string path = WindowsPathOf(Folder() / "image.nbf");
+    EXPECT_FALSE(SumImage(OpenForReading(path.c_str()).Get()));
     EXPECT_FALSE(Read(""));
     EXPECT_FALSE(LoadImageHeader(WindowsPathOf(Folder() / "none.nbf").c_str(), &State.Image));
     EXPECT_FALSE(LoadImageHeader(WindowsPathOf(Folder()).c_str(), &State.Image));

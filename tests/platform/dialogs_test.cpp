@@ -52,13 +52,12 @@ INT_PTR Show(int id, DLGPROC procedure = Procedure, HWND owner = nullptr) {
 
 class Dialogs : public testing::Test {
 protected:
-    Dialogs() : bytes_(CompileScript(home_.Path(), Script)) {
+    Dialogs() : bytes_(CompileScript(Script)) {
         UseBytes(bytes_);
         behaviour = nullptr;
     }
     ~Dialogs() override { EXPECT_EQ(platform::DrawingObjectCount(), 0); }
 
-    TemporaryHome home_;
     std::vector<char> bytes_;
     RecordingDisplay display_;
 };

@@ -42,7 +42,7 @@ protected:
         std::ofstream(folder_ / "Été 1.nbf") << "image";
         std::ofstream(folder_ / "plain") << "image";
         std::filesystem::current_path(folder_);
-        setenv("HOME", home_.Path().c_str(), 1);
+        setenv("HOME", ownHome.Work().c_str(), 1);
     }
     ~FileDialogs() override { std::filesystem::current_path("/"); }
 
@@ -54,8 +54,7 @@ protected:
     }
     std::string Result(const std::string& name) const { return "<" + Path(name) + ">\n"; }
 
-    TemporaryHome home_;
-    std::filesystem::path folder_ = home_.Path() / "folder";
+    std::filesystem::path folder_ = ownHome.Work() / "folder";
 };
 
 constexpr char OpenQuestion[] = "== open ==\nROM image (*.nbf)\nAll files (*.*)\n";
@@ -83,7 +82,7 @@ TEST_F(FileDialogs, opening_asks_again_after_an_unusable_path) {
     std::string asked = OpenQuestion;
     EXPECT_EQ(program.Rest(), asked + "there is no such file: " + folder + "/missing.nbf\n" +
                                   asked + "this is a folder, not a file: " + folder + "\n" + asked +
-                                  "there is no such folder: " + home_.Path().string() +
+                                  "there is no such folder: " + ownHome.Work().string() +
                                   "/nowhere\n" + asked + "there is no such drive: C:\\file.nbf\n" +
                                   asked +
                                   "the name has letters that cannot be used here: 日本.nbf\n" +

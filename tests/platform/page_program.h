@@ -9,6 +9,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <functional>
 #include <string>
@@ -41,8 +42,7 @@ public:
     }
     ~PageProgram() {
         CloseInput();
-        if (process_ > 0)
-            Finish();
+        Kill();
         close(output_);
     }
     PageProgram(const PageProgram&) = delete;
@@ -74,6 +74,11 @@ public:
         while (ReadMore()) {
         }
         return std::exchange(pending_, {});
+    }
+    pid_t Id() const { return process_; }
+    void Kill() {
+        if (process_ > 0 && kill(process_, SIGKILL) == 0)
+            Finish();
     }
     int Finish() {
         int status = 0;

@@ -43,21 +43,6 @@ double ProcessSeconds() {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-TEST_F(PortWaitTest, a_new_mask_ends_a_wait_with_no_event) {
-    Call call;
-    ASSERT_TRUE(WaitPends(call));
-    EXPECT_EQ(DWORD{ERROR_IO_INCOMPLETE}, call.Error());
-    Call second;
-    EXPECT_FALSE(WaitCommEvent(port, &events, &second.record));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-    ASSERT_TRUE(SetCommMask(port, 0));
-    ASSERT_TRUE(call.Ends());
-    EXPECT_EQ(DWORD{ERROR_SUCCESS}, call.Error());
-    EXPECT_EQ(0U, events);
-    EXPECT_FALSE(WaitCommEvent(port, &events, &second.record)) << "nothing to wait for";
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-}
-
 TEST_F(PortWaitTest, an_event_is_kept_until_a_wait_reports_it_or_a_mask_leaves_it_out) {
     WriteAsDevice("a");
     EXPECT_EQ("a", ReadFromPort(1)); // so it has come, and the event with it

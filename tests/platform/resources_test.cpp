@@ -37,7 +37,7 @@ END
 
 class Resources : public testing::Test {
 protected:
-    Resources() : bytes_(CompileScript(home_.Path(), Script)) { UseBytes(bytes_); }
+    Resources() : bytes_(CompileScript(Script)) { UseBytes(bytes_); }
 
     std::string Load(UINT id, int capacity) {
         std::string buffer(static_cast<std::size_t>(capacity) + 1, '#');
@@ -47,7 +47,6 @@ protected:
         return buffer.substr(0, static_cast<std::size_t>(length));
     }
 
-    TemporaryHome home_;
     std::vector<char> bytes_;
 };
 

@@ -17,23 +17,23 @@ protected:
     Shell() {
         std::filesystem::create_directory(Folder());
         std::ofstream(Folder() / "Readme.doc") << "text";
-        std::filesystem::remove_all(home_.Path() / "bin");
-        std::filesystem::create_directory(home_.Path() / "bin");
+        std::filesystem::remove_all(ownHome.Work() / "bin");
+        std::filesystem::create_directory(ownHome.Work() / "bin");
         std::filesystem::remove(Recorded());
-        setenv("PATH", ((home_.Path() / "bin").string() + ":/usr/bin:/bin").c_str(), 1);
+        setenv("PATH", ((ownHome.Work() / "bin").string() + ":/usr/bin:/bin").c_str(), 1);
     }
 
     // A program that writes down its folder and arguments, in one step.
     void Install(const std::string& name) {
-        auto path = home_.Path() / name;
+        auto path = ownHome.Work() / name;
         std::ofstream(path) << "#!/bin/sh\nprintf '%s|' \"$PWD\" \"$@\" > " << Recorded().string()
                             << ".new\nmv " << Recorded().string() << ".new " << Recorded().string()
                             << "\n";
         std::filesystem::permissions(path, std::filesystem::perms::owner_all);
     }
     // No command line of Windows could carry its name.
-    std::filesystem::path Folder() const { return home_.Path() / "\" --manual \"日"; }
-    std::filesystem::path Recorded() const { return home_.Path() / "recorded"; }
+    std::filesystem::path Folder() const { return ownHome.Work() / "\" --manual \"日"; }
+    std::filesystem::path Recorded() const { return ownHome.Work() / "recorded"; }
 
     // Executes, and gives what the program has recorded.
     std::string Execute() {
@@ -53,8 +53,6 @@ protected:
         std::ifstream recorded(Recorded());
         return {std::istreambuf_iterator<char>(recorded), {}};
     }
-
-    TemporaryHome home_;
 };
 
 } // namespace
@@ -62,7 +60,7 @@ protected:
 TEST_F(Shell, opens_the_document_where_the_host_has_no_such_program) {
     Install("bin/xdg-open");
     Install("wordpad.exe"); // in the current folder, which a PATH may name
-    std::filesystem::current_path(home_.Path());
+    std::filesystem::current_path(ownHome.Work());
     const char* path = getenv("PATH");
     ASSERT_TRUE(path);
     setenv("PATH", (".::" + std::string(path)).c_str(), 1);

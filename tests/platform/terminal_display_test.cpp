@@ -98,9 +98,8 @@ constexpr char ChoicePage[] = "== 158 == Choix\n"
 
 class TerminalDisplay : public testing::Test {
 protected:
-    TerminalDisplay() : bytes_(CompileScript(home_.Path(), Script)) { UseBytes(bytes_); }
+    TerminalDisplay() : bytes_(CompileScript(Script)) { UseBytes(bytes_); }
 
-    TemporaryHome home_;
     std::vector<char> bytes_;
 };
 
@@ -140,14 +139,6 @@ TEST_F(TerminalDisplay, keeps_lines_typed_ahead_for_the_pages_they_are_meant_for
     EXPECT_NE(printed.find("-- 158 --\n== 102 ==\nMise à niveau\n0%\n"), std::string::npos)
         << printed;
     EXPECT_NE(printed.find("-- 102 --\n== 158 == Choix\n"), std::string::npos);
-}
-
-TEST_F(TerminalDisplay, prints_the_percentage_once_for_each_change) {
-    PageProgram program([] { return static_cast<int>(Show(102, ProgressProcedure)); });
-    EXPECT_EQ(program.Rest(), "== 102 ==\nMise à niveau\n0%\n36%\n37%\n100%\n-- 102 --\n");
-    PageProgram onTerminal([] { return static_cast<int>(Show(102, ProgressProcedure)); }, true);
-    EXPECT_EQ(onTerminal.Until("-- 102 --"),
-              "== 102 ==\r\nMise à niveau\r\n\r0%  \r36% \r37% \r100%\r\n-- 102 --");
 }
 
 TEST_F(TerminalDisplay, gives_the_line_to_the_newest_of_two_pages_on_two_threads) {

@@ -1,5 +1,6 @@
 // Top-level windows of all processes: found, walked through, and gone with their process.
 
+#include "tests/platform/page_program.h"
 #include "tests/platform/window_support.h"
 
 #include "platform/windows/window_records.h"
@@ -22,19 +23,32 @@ std::vector<std::string> TitlesBelow(HWND window) {
     return titles;
 }
 
-std::size_t RecordCount(const TemporaryHome& home) {
+std::size_t RecordCount() {
     std::size_t count = 0;
-    for (auto& entry : std::filesystem::directory_iterator(home.Path() / "windows"))
+    for (auto& entry : std::filesystem::directory_iterator(ownHome.Home() / "windows"))
         count += entry.path().filename() != ".last";
     return count;
 }
+
+// Another program, with the windows that it opens, until it is killed.
+struct OtherProcess : PageProgram {
+    explicit OtherProcess(void (*open)())
+        : PageProgram([open]() -> int {
+              open();
+              std::puts("open");
+              std::fflush(stdout);
+              for (;;)
+                  pause();
+          }) {
+        Until("open\n");
+    }
+};
 
 using Titles = std::vector<std::string>;
 
 } // namespace
 
 TEST(TopLevelWindows, are_walked_from_the_newest_to_the_oldest_through_all_processes) {
-    TemporaryHome home;
     OtherProcess other([] {
         HWND owner = OpenPlainWindow("CONNECTION", "DccMan");
         OpenPlainWindow("CONNECTION", "WCES Manager Thunk Window", owner, DefWindowProcA, WS_POPUP);
@@ -68,25 +82,23 @@ TEST(TopLevelWindows, are_walked_from_the_newest_to_the_oldest_through_all_proce
 }
 
 TEST(TopLevelWindows, of_a_process_that_was_killed_are_windows_no_more) {
-    TemporaryHome home;
     OtherProcess other([] { OpenPlainWindow("CONNECTION", "DccMan"); });
     HWND window = FindWindowA(nullptr, "DccMan");
     ASSERT_NE(window, nullptr);
-    EXPECT_EQ(RecordCount(home), 1u);
-    other.End();
+    EXPECT_EQ(RecordCount(), 1u);
+    other.Kill();
     EXPECT_FALSE(IsWindow(window));
     EXPECT_EQ(FindWindowA(nullptr, "DccMan"), nullptr);
-    EXPECT_EQ(RecordCount(home), 0u) << "the record left behind is removed";
+    EXPECT_EQ(RecordCount(), 0u) << "the record left behind is removed";
     HWND mine = OpenPlainWindow("SETUP", "SETUP");
     EXPECT_NE(mine, window) << "the number is not used again at once";
-    EXPECT_EQ(RecordCount(home), 1u);
+    EXPECT_EQ(RecordCount(), 1u);
     DestroyWindow(mine);
-    EXPECT_EQ(RecordCount(home), 0u);
+    EXPECT_EQ(RecordCount(), 0u);
 }
 
 TEST(TopLevelWindows, go_on_where_somebody_removes_the_folder_or_keeps_its_lock) {
-    TemporaryHome home;
-    auto folder = home.Path() / "windows";
+    auto folder = ownHome.Home() / "windows";
     HWND first = OpenPlainWindow("SETUP", "first");
     std::filesystem::remove_all(folder);
     HWND second = OpenPlainWindow("SETUP", "second");
@@ -107,5 +119,5 @@ TEST(TopLevelWindows, go_on_where_somebody_removes_the_folder_or_keeps_its_lock)
     lock = {};
     EXPECT_EQ(FindWindowA("SETUP", "second"), second);
     EXPECT_TRUE(DestroyWindow(second) && DestroyWindow(third));
-    EXPECT_EQ(RecordCount(home), 0u);
+    EXPECT_EQ(RecordCount(), 0u);
 }

@@ -1,24 +1,20 @@
-// What the tests of windows share: a home of their own, resources compiled from a script, a
-// display that records its calls, and second processes that are real ones.
+// What the tests of windows share: resources compiled from a script, and a display that records its
+// calls.
 #pragma once
 
 #include "platform/windows/display.h"
 #include "platform/windows/resources.h"
+#include "tests/platform/own_home.h"
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <condition_variable>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <mutex>
 #include <string>
@@ -26,32 +22,9 @@
 
 namespace window_support {
 
-// ROM_WIZARD_HOME in a folder that is removed with the process: the layer chooses its home once.
-class TemporaryHome {
-public:
-    std::filesystem::path Path() const { return Folder().path; }
-
-private:
-    struct Owned {
-        std::filesystem::path path;
-        Owned() {
-            std::string name = (std::filesystem::temp_directory_path() / "windows-XXXXXX").string();
-            path = mkdtemp(name.data());
-            setenv("ROM_WIZARD_HOME", path.c_str(), 1);
-        }
-        ~Owned() { std::filesystem::remove_all(path); }
-    };
-    static Owned& Folder() {
-        static Owned folder;
-        return folder;
-    }
-    Owned& folder_ = Folder(); // made with the first of these objects
-};
-
 // The bytes of the .res file that the distribution's compiler makes of the script.
-inline std::vector<char> CompileScript(const std::filesystem::path& folder,
-                                       const std::string& script) {
-    std::filesystem::path source = folder / "test.rc", result = folder / "test.res";
+inline std::vector<char> CompileScript(const std::string& script) {
+    std::filesystem::path source = ownHome.Work() / "test.rc", result = ownHome.Work() / "test.res";
     std::ofstream(source) << script;
     std::string command = "x86_64-w64-mingw32-windres -c 65001 -O res --preprocessor=gcc "
                           "--preprocessor-arg=-E --preprocessor-arg=-xc "
@@ -110,42 +83,6 @@ private:
     std::mutex lock_;
     std::condition_variable changed_;
     std::vector<std::string> events_;
-};
-
-// A second process that runs `body` and then waits until it is ended. To be made before the
-// test has threads or windows of its own.
-class OtherProcess {
-public:
-    explicit OtherProcess(const std::function<void()>& body) {
-        int ready[2];
-        EXPECT_EQ(pipe(ready), 0);
-        process_ = fork();
-        if (process_ == 0) {
-            body();
-            EXPECT_EQ(write(ready[1], "r", 1), 1);
-            for (;;)
-                pause();
-        }
-        close(ready[1]);
-        char byte;
-        EXPECT_EQ(read(ready[0], &byte, 1), 1);
-        close(ready[0]);
-    }
-    ~OtherProcess() { End(); }
-    OtherProcess(const OtherProcess&) = delete;
-    OtherProcess& operator=(const OtherProcess&) = delete;
-
-    pid_t Id() const { return process_; }
-    void End() {
-        if (process_ <= 0)
-            return;
-        kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
-        process_ = -1;
-    }
-
-private:
-    pid_t process_ = -1;
 };
 
 inline HWND OpenPlainWindow(const char* className, const char* title, HWND owner = nullptr,

@@ -4,7 +4,7 @@
 #include "testing/image_file.h"
 #include "tests/roads/road.h"
 
-#include <csignal>
+#include <algorithm>
 #include <fstream>
 #include <optional>
 
@@ -46,8 +46,8 @@ protected:
         rom_ = bytes.substr(0, RomSize);
     }
     // The backup is under way; the user has let the old file be replaced.
-    WizardRun& Begin(const char* clock = "100") {
-        wizard_.emplace(home_, Environment{{"ROM_WIZARD_CLOCK", clock}});
+    WizardRun& Begin() {
+        wizard_.emplace(home_, Environment{{"ROM_WIZARD_CLOCK", "100"}});
         ChooseUpgrade(*wizard_);
         GoToBackup(*wizard_, file_.filename().string());
         wizard_->Answer(FileExistsPage, "1");
@@ -69,6 +69,16 @@ protected:
         EXPECT_FALSE(HasProgressRecord(home_));
         EXPECT_FALSE(IsWholeImage(Written()));
     }
+    // How often the wizard has looked for the piece that came last, or did not come.
+    std::ptrdiff_t TriesForLastPiece() {
+        std::vector<std::string> lines = cradle_->Handheld().Lines();
+        std::ranges::reverse(lines);
+        const auto isIn = [](const char* text) {
+            return [=](const std::string& line) { return line.find(text) != line.npos; };
+        };
+        const auto last = std::ranges::find_if(lines, isIn("DeleteFile \\Temp\\image.nb"));
+        return std::count_if(lines.begin(), last, isIn("CreateFile \\Temp\\image.nb"));
+    }
     std::string Written() const { return ReadBytes(file_); }
     std::string Whole() const { return HeaderFor("TOLKP1000-ENG-1.10", rom_) + rom_; }
 
@@ -84,10 +94,10 @@ TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_has_arrived) {
         std::vector<std::string> faults;
         int page;
         std::size_t good, pieces; // in the file; 0: it still is the old one
+        int tries = 0;            // for the piece that does not come; 0: it does
     } failures[] = {
         {{"--refuse-program", "sarvel.exe"}, RemoteProgramErrorPage, 0, 0},
-        {{"--piece-never", "3"}, BackupFailedPage, 2, 2},
-        {{"--piece-late", "2", "--piece-tries", "2002"}, BackupFailedPage, 1, 1},
+        {{"--piece-never", "3"}, BackupFailedPage, 2, 2, 2001},
         // The piece that breaks off keeps its space in the file.
         {{"--drop-rapi-at", "ReadFile \\Temp\\image.nb", "--drop-rapi-after", "3"},
          BackupFailedPage,
@@ -101,7 +111,11 @@ TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_has_arrived) {
     for (const auto& failure : failures) {
         SCOPED_TRACE(failure.faults[0]);
         Connect(failure.faults);
-        ExpectFailure(Begin(), failure.page);
+        WizardRun& wizard = Begin();
+        for (int tries = 0; tries < failure.tries; ++tries) // no wait is for all of them
+            cradle_->Handheld().ExpectLine("CreateFile \\Temp\\image.nb");
+        ExpectFailure(wizard, failure.page);
+        EXPECT_TRUE(failure.tries == 0 || failure.tries == TriesForLastPiece());
         EXPECT_TRUE(cradle_->HasFile("Temp/sarvel.exe"));
         const std::string part = std::string(Header, '\0') + rom_.substr(0, failure.good * Piece);
         const std::string written = Written();
@@ -112,8 +126,8 @@ TEST_F(Backup, that_breaks_off_shows_its_page_and_leaves_what_has_arrived) {
             EXPECT_TRUE(written.starts_with(part));
         }
     }
-    // None of it is in the way of the next one, nor of the last try for a piece.
-    Connect({"--piece-late", "2", "--piece-tries", "2001"});
+    // None of it is in the way of the next one, in which a piece is late.
+    Connect({"--piece-late", "2", "--piece-tries", "30"});
     WizardRun& wizard = Begin();
     wizard.ExpectLine("60 minutes");
     ExpectSuccess(wizard);
@@ -157,99 +171,28 @@ TEST_F(Backup, with_a_piece_cut_short_does_not_verify_and_is_not_restored) {
     ExpectQuit(restore, ChecksumErrorPage);
 }
 
-// Killed when the handheld has printed so many reads of a piece; 0: before the first.
-TEST_F(Backup, killed_at_any_moment_leaves_the_old_file_or_one_that_verifies_only_if_whole) {
-    Connect();
-    for (const int reads : {0, 1, 30, 61, 62}) {
-        std::ofstream(file_) << Old;
-        // The sleep of five seconds before the file is created lasts until the kill.
-        Begin(reads == 0 ? "100,0.05" : "20");
-        cradle_->Handheld().ExpectLine("CreateProcess \\Temp\\sarvel.exe");
-        for (int read = 0; read < reads; ++read)
-            cradle_->Handheld().ExpectLine("ReadFile \\Temp\\image.nb");
-        wizard_->Process().Signal(SIGKILL);
-        EXPECT_EQ(128 + SIGKILL, wizard_->Process().Wait());
-        EXPECT_TRUE(reads > 0 || Written() == Old);
-        EXPECT_TRUE(!IsWholeImage(Written()) || Written() == Whole()) << reads;
-    }
-}
-
-// The folder tree on a small disk of its own, and a handheld of a large ROM.
-class BackupDisk : public testing::Test {
-protected:
-    ~BackupDisk() override {
-        if (mounted_)
-            umount2(home_.Tree().c_str(), MNT_DETACH);
-    }
-    void Prepare(const char* options) {
-        std::filesystem::create_directories(home_.Tree());
-        mounted_ = mount("none", home_.Tree().c_str(), "tmpfs", 0, options) == 0;
-        home_.AddLanguageFolder({.folder = "Japanese", .language = "JPN"});
-        cradle_.emplace(home_, CradleOptions{.language = "JPN", .flashMegabytes = 32});
-    }
-    void GoToChoice(WizardRun& wizard) {
+// The disk holds the 16 MiB that are required, but not the 31.5 of this ROM. Where nobody may mount
+// a disk it is the file that may not grow.
+TEST(BackupDisk, that_fills_up_half_way_ends_with_error_109) {
+    TestHome home;
+    const bool mounted = mount("none", home.Tree().c_str(), "tmpfs", 0, "size=20m") == 0;
+    home.AddLanguageFolder({.folder = "Japanese", .language = "JPN"});
+    Cradle cradle(home, {.language = "JPN", .flashMegabytes = 32});
+    {
+        WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", "100"}},
+                         mounted ? ":" : "trap '' XFSZ; ulimit -f 40000");
         ChooseUpgrade(wizard);
-        wizard.Answer(VersionConfirmPage, "1");
-        wizard.ExpectPage(BackupChoicePage);
+        GoToBackup(wizard, "new");
+        wizard.ExpectPage(BackupPage);
+        ExpectQuit(wizard, BackupFailedPage);
     }
-    // The file dialog.
-    void Save(WizardRun& wizard, const std::string& proposed, const std::string& answer) {
-        wizard.ExpectLine("== save ==");
-        wizard.ExpectLine("proposed: " + proposed);
-        wizard.Send(answer);
-    }
-
-    TestHome home_;
-    bool mounted_ = false;
-    std::optional<Cradle> cradle_;
-};
-
-// The disk holds the 16 MiB that are required, but not 31.5. Where nobody may mount a disk
-// it is the file that may not grow.
-TEST_F(BackupDisk, that_fills_up_half_way_ends_with_error_109) {
-    Prepare("size=20m");
-    WizardRun wizard(home_, {{"ROM_WIZARD_CLOCK", "100"}},
-                     mounted_ ? ":" : "trap '' XFSZ; ulimit -f 40000");
-    GoToChoice(wizard);
-    wizard.Send("1030");
-    Save(wizard, "TOLKROM110", "new");
-    wizard.ExpectPage(BackupPage);
-    ExpectQuit(wizard, BackupFailedPage);
-    const std::string written = ReadBytes(home_.Tree() / "new.nbf");
+    const std::string written = ReadBytes(home.Tree() / "new.nbf");
     EXPECT_GT(written.size(), 16U << 20);
     EXPECT_FALSE(IsWholeImage(written));
     for (const char* left : {"Temp/image.nb", "Temp/sarvel.exe"})
-        EXPECT_TRUE(cradle_->HasFile(left)) << left;
-}
-
-TEST_F(BackupDisk, that_is_too_small_brings_the_offer_back_for_an_old_and_a_new_file) {
-    Prepare("size=8m");
-    if (!mounted_)
-        GTEST_SKIP() << "this host lets nobody mount a disk";
-    const auto old = home_.Tree() / "old.nbf";
-    std::ofstream(old) << Old;
-    WizardRun wizard(home_);
-    GoToChoice(wizard);
-    wizard.Send("1030");
-    Save(wizard, "TOLKROM110", ""); // cancelled: the page stays up
-    wizard.Send("1030");
-    Save(wizard, "TOLKROM110", "old");
-    wizard.Answer(FileExistsPage, "2");
-    wizard.ExpectPage(BackupChoicePage);
-    Save(wizard, "Z:", ""); // the name that was chosen, with its path
-    wizard.Send("1030");
-    Save(wizard, "TOLKROM110", "old");
-    wizard.Answer(FileExistsPage, "1");
-    wizard.Answer(BackupSpaceErrorPage, "2");
-    wizard.Answer(BackupChoicePage, "1030");
-    Save(wizard, "TOLKROM110", "new");
-    wizard.Answer(BackupSpaceErrorPage, "2");
-    wizard.Answer(BackupChoicePage, "1"); // without a backup
-    wizard.ExpectPage(UpgradeReadyPage);
-    EXPECT_EQ(0, wizard.Finish());
-    EXPECT_EQ(Old, ReadBytes(old));
-    EXPECT_FALSE(std::filesystem::exists(home_.Tree() / "new.nbf"));
-    EXPECT_FALSE(cradle_->Handheld().Has("sarvel"));
+        EXPECT_TRUE(cradle.HasFile(left)) << left;
+    if (mounted)
+        umount2(home.Tree().c_str(), MNT_DETACH);
 }
 
 } // namespace

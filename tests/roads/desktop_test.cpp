@@ -120,25 +120,6 @@ TEST_F(Desk, a_backup_is_saved_and_restored_by_the_keyboard) {
     EXPECT_TRUE(cradle.FlashEquals(saved));
 }
 
-TEST_F(Desk, an_upgrade_that_was_broken_off_is_resumed_by_the_next_run) {
-    const auto image = home_.AddLanguageFolder();
-    Cradle cradle(home_, {.run = {"--dies-at", "300000"}});
-    {
-        WizardRun wizard(home_, Variables());
-        GoToActionChoice(Serial);
-        Press(ActionChoicePage, {"Tab", "Return"});
-        ConfirmWithoutBackup();
-        Press(UpgradeErrorPage, {"Return"});
-        EXPECT_EQ(0, wizard.Wait());
-    }
-    EXPECT_TRUE(HasProgressRecord(home_));
-    cradle.Reset();
-    WizardRun wizard(home_, Variables());
-    FinishUpgrade(wizard, FinishPage);
-    EXPECT_TRUE(cradle.FlashEquals(image));
-    EXPECT_FALSE(HasProgressRecord(home_));
-}
-
 // Counts the colours of a picture of the screen, four bytes a pixel.
 std::size_t Colours(const std::vector<std::uint8_t>& picture) {
     std::set<std::array<std::uint8_t, 4>> colours;

@@ -4,7 +4,7 @@
 
 #include "tests/roads/road.h"
 
-#include <csignal>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -48,7 +48,9 @@ const Failure Failures[] = {
      .leave = {"esc", "1175"}}, // the first does nothing here
     {.name = "no handheld answers",
      .page = ConnectionErrorPage,
-     .spoil = [](const TestHome&, Cradle& cradle) { cradle.TakeOut(); }},
+     .spoil = [](const TestHome&, Cradle& cradle) { cradle.TakeOut(); },
+     .clock = "1"}, // it is waited for three seconds, and not three minutes
+
     {.name = "the identification does not start",
      .page = RemoteProgramErrorPage,
      .cradle = {.run = {"--refuse-program", "Morvikor.exe"}},
@@ -121,30 +123,37 @@ const Failure Failures[] = {
      .record = true},
 };
 
-TEST(End, each_failure_comes_to_its_page_and_to_no_other) {
-    for (const Failure& one : Failures) {
-        SCOPED_TRACE(one.name);
-        TestHome home;
-        home.AddLanguageFolder(one.image);
-        Cradle cradle(home, one.cradle);
-        one.spoil(home, cradle);
-        WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", one.clock}}, one.before);
-        EXPECT_EQ(one.page, wizard.AnswerUpgrade(Serial));
-        if (one.rapiEnded)
-            cradle.Handheld().ExpectLine("RAPI connection ended");
-        else
-            EXPECT_FALSE(cradle.Handheld().Has("RAPI connection ended"));
-        std::vector<int> standing = one.behind;
-        standing.push_back(one.page);
-        EXPECT_EQ(standing, wizard.StandingPages());
-        for (const char* line : one.leave)
-            wizard.Send(line);
-        EXPECT_EQ(0, wizard.Wait());
-        EXPECT_EQ(one.page, wizard.Pages().back());
-        EXPECT_EQ(one.record, HasProgressRecord(home));
-        EXPECT_EQ(one.record, cradle.Handheld().Has("mode flasher"));
-    }
+class Ending : public testing::TestWithParam<Failure> {};
+
+TEST_P(Ending, comes_to_its_page_and_to_no_other) {
+    const Failure& one = GetParam();
+    TestHome home;
+    home.AddLanguageFolder(one.image);
+    Cradle cradle(home, one.cradle);
+    one.spoil(home, cradle);
+    WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", one.clock}}, one.before);
+    EXPECT_EQ(one.page, wizard.AnswerUpgrade(Serial));
+    if (one.rapiEnded)
+        cradle.Handheld().ExpectLine("RAPI connection ended");
+    else
+        EXPECT_FALSE(cradle.Handheld().Has("RAPI connection ended"));
+    std::vector<int> standing = one.behind;
+    standing.push_back(one.page);
+    EXPECT_EQ(standing, wizard.StandingPages());
+    for (const char* line : one.leave)
+        wizard.Send(line);
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_EQ(one.page, wizard.Pages().back());
+    EXPECT_EQ(one.record, HasProgressRecord(home));
+    EXPECT_EQ(one.record, cradle.Handheld().Has("mode flasher"));
 }
+
+INSTANTIATE_TEST_SUITE_P(End, Ending, testing::ValuesIn(Failures), [](const auto& one) {
+    std::string name = one.param.name;
+    std::ranges::replace_if(
+        name, [](char letter) { return letter == ' ' || letter == ','; }, '_');
+    return name;
+});
 
 TEST(End, cancel_on_any_introduction_page_ends_the_run) {
     auto&& [home, image, cradle] = PcWithHandheld();
@@ -220,6 +229,14 @@ TEST(End, a_restore_asks_again_for_a_file_that_is_too_large_and_ends_at_one_too_
     wizard.Send("2");
     EXPECT_EQ(0, wizard.Wait());
     EXPECT_FALSE(cradle.Handheld().Has("RegSetValue"));
+}
+
+// A second after its start; it is waited for six.
+TEST(End, a_handheld_that_answers_late_is_waited_for) {
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--rapi-after", "20000"}});
+    WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", "0.5,1000"}});
+    EXPECT_EQ(ActionChoicePage, wizard.AnswerUpgrade(Serial, ActionChoicePage));
+    EXPECT_EQ(0, wizard.Finish());
 }
 
 TEST(End, enter_passes_a_missing_module_list) {

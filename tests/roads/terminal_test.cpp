@@ -1,5 +1,4 @@
-// Whole runs at a terminal of 80 columns: an upgrade, a backup with its restore, and an upgrade
-// that was broken off and is resumed; and keys that break nothing off.
+// A whole run at a terminal of 80 columns, and keys that break nothing off.
 
 #include "tests/roads/road.h"
 
@@ -11,18 +10,16 @@
 namespace {
 
 using namespace road;
-using test_support::Environment;
-
 constexpr char Red[] = "\033[31m", Plain[] = "\033[0m";
 
 class AtTerminal : public testing::Test {
 protected:
     // A wizard on a pseudo-terminal that knows colours.
-    static WizardRun Start(const TestHome& home, Environment environment = {}) {
-        if (environment.empty())
-            environment = {{"NO_COLOR", ""}};
-        environment.emplace_back("TERM", "xterm");
-        return WizardRun(home, environment, "exec setsid --ctty \"$0\"", true);
+    static WizardRun Start(const TestHome& home, const char* clock = "20",
+                           const char* noColour = "") {
+        return WizardRun(home,
+                         {{"ROM_WIZARD_CLOCK", clock}, {"NO_COLOR", noColour}, {"TERM", "xterm"}},
+                         "exec setsid --ctty \"$0\"", true);
     }
     // Columns that the line takes: without escape codes, a character of UTF-8 each.
     static std::size_t ColumnsOf(std::string line) {
@@ -57,52 +54,11 @@ TEST_F(AtTerminal, an_upgrade_reads_in_80_columns_with_its_warnings_in_red) {
     EXPECT_LE(3, std::ranges::count(percentages[0], '%')) << percentages[0];
 }
 
-TEST_F(AtTerminal, a_backup_and_its_restore_use_no_colours_where_the_user_wants_none) {
-    auto&& [home, image, cradle] = PcWithHandheld({.flashMegabytes = 16});
-    const auto saved = home.Path("saved.nbf");
-    {
-        WizardRun wizard = Start(home, {{"NO_COLOR", "1"}});
-        ChooseUpgrade(wizard, Usb);
-        GoToBackup(wizard, saved.string());
-        wizard.ExpectPage(BackupPage);
-        wizard.Answer(UpgradeReadyPage, "1");
-        wizard.ExpectPages({PreparePage, ProgressPage});
-        FinishUpgrade(wizard, FinishUsbPage);
-        ExpectToFit(wizard);
-        EXPECT_FALSE(wizard.Process().Has("\033"));
-        cradle.Handheld().ExpectLine(": complete");
-    }
-    cradle.Reset();
-    WizardRun wizard = Start(home);
-    GoToActionChoice(wizard);
-    ChooseRestore(wizard, saved.string());
-    ConfirmUpgrade(wizard);
-    wizard.ExpectPages({PreparePage, ProgressPage});
-    FinishUpgrade(wizard);
-    EXPECT_TRUE(cradle.FlashEquals(saved));
-}
-
-TEST_F(AtTerminal, an_upgrade_that_was_broken_off_is_resumed_by_the_next_run) {
-    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--dies-at", "300000"}});
-    {
-        WizardRun wizard = Start(home);
-        GoToTransfer(wizard);
-        ExpectQuit(wizard, UpgradeErrorPage, "");
-        ExpectToFit(wizard);
-    }
-    cradle.Reset();
-    WizardRun wizard = Start(home);
-    wizard.ExpectPages({BusyPage, ProgressPage});
-    FinishUpgrade(wizard);
-    EXPECT_TRUE(cradle.FlashEquals(image));
-    ExpectToFit(wizard);
-}
-
 // Held up between two of its tokens, so that it lasts for as long as the user needs.
 TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_and_not_by_the_end_of_the_terminal) {
     auto&& [home, image, cradle] =
         PcWithHandheld({.run = {"--late-at", "start", "--late-by", "40000"}});
-    WizardRun wizard = Start(home, {{"ROM_WIZARD_CLOCK", "3,500"}});
+    WizardRun wizard = Start(home, "3,500");
     GoToTransfer(wizard);
     cradle.Handheld().ExpectLine("late at start");
     cradle.Handheld().Signal(SIGSTOP);
@@ -131,10 +87,11 @@ TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
         EXPECT_EQ(0, wizard.Wait());
     }
     cradle.StartManager({"--major", "3", "--minor", "1"});
-    WizardRun wizard = Start(home);
+    WizardRun wizard = Start(home, "20", "1"); // this user wants no colours
     wizard.ExpectPage(ActiveSyncVersionPage);
     wizard.Process().Type("\x03");
     EXPECT_EQ(0, wizard.Wait());
+    EXPECT_FALSE(wizard.Process().Has("\033"));
 }
 
 TEST_F(AtTerminal, is_where_a_wizard_shows_itself_that_finds_no_desktop) {

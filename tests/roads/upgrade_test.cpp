@@ -125,22 +125,6 @@ TEST(Upgrade, a_restore_writes_the_file_that_the_user_picks) {
     EXPECT_TRUE(cradle.FlashEquals(picked));
 }
 
-TEST(Upgrade, files_of_the_module_list_are_gone_and_others_are_not) {
-    TestHome home;
-    home.AddLanguageFolder();
-    std::ofstream(home.Tree() / "English/module.dat", std::ios::binary)
-        << "first.dll\r\nno such file.exe\r\nlast.dll\r\n$\r\nkept.dll\r\n";
-    Cradle cradle(home);
-    for (const char* name : {"first.dll", "last.dll", "kept.dll"})
-        std::ofstream(cradle.File(std::string("Windows/") + name)) << "x";
-    WizardRun wizard(home);
-    GoToActionChoice(wizard);
-    EXPECT_EQ(0, wizard.Finish());
-    EXPECT_FALSE(cradle.HasFile("Windows/first.dll"));
-    EXPECT_FALSE(cradle.HasFile("Windows/last.dll"));
-    EXPECT_TRUE(cradle.HasFile("Windows/kept.dll"));
-}
-
 TEST(Upgrade, activesync_is_ended_for_the_transfer_and_its_port_is_the_one_in_the_registry) {
     auto&& [home, image, cradle] = PcWithHandheld();
     MoveToSecondPort(home);
