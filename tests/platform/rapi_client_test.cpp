@@ -4,7 +4,6 @@
 #include "rapi/rapi.h"
 
 #include "platform/base/descriptor.h"
-#include "platform/kernel/handles.h"
 #include "testing/comes_true.h"
 #include "tests/platform/own_home.h"
 
@@ -259,26 +258,6 @@ TEST_F(RapiTest, the_last_error_is_left_alone_but_by_a_program_that_has_started)
     EXPECT_EQ(4711U, GetLastError());
 }
 
-TEST_F(RapiTest, calls_from_several_threads_get_their_own_answers) {
-    const Cradle cradle(Socket(), [](Operation operation, Reader& request) {
-        const std::uint32_t handle = request.Number();
-        return operation == Operation::GetFileSize ? Answer(0, handle * 3).Frame()
-                                                   : AnswerOne(operation, request).value();
-    });
-    ASSERT_EQ(0, CeRapiInitEx(&init));
-    std::atomic<int> wrong = 0;
-    const auto ask = [&](std::uint32_t first) {
-        for (std::uint32_t handle = first; handle < first + 300; ++handle) {
-            wrong += CeGetFileSize(handle) != handle * 3;
-            wrong += !CeCloseHandle(handle);
-        }
-    };
-    std::thread other(ask, 100000);
-    ask(1);
-    other.join();
-    EXPECT_EQ(0, wrong);
-}
-
 TEST_F(RapiTest, an_uninit_ends_a_call_that_is_never_answered) {
     std::atomic<bool> asked = false, leave = false;
     const Cradle cradle(Socket(), [&](Operation, Reader&) -> std::optional<Bytes> {
@@ -295,28 +274,6 @@ TEST_F(RapiTest, an_uninit_ends_a_call_that_is_never_answered) {
     caller.join();
     EXPECT_FALSE(result);
     leave = true;
-}
-
-TEST_F(RapiTest, inits_and_uninits_leave_nothing_behind) {
-    const auto descriptors = [] {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    };
-    EXPECT_EQ(0, CeRapiUninit());
-    RapiInitRecord wrong = {11, 0, 0};
-    EXPECT_NE(0, CeRapiInitEx(&wrong));
-    const auto before = descriptors();
-    const int handles = platform::OpenHandleCount();
-    for (int round = 0; round < 20; ++round) {
-        ASSERT_EQ(0, CeRapiInitEx(&init)); // nobody there: the search is stopped
-        CeRapiUninit();
-        const Cradle cradle(Socket(), AnswerOne);
-        ASSERT_EQ(0, CeRapiInitEx(&init));
-        EXPECT_TRUE(CeDeleteFile(u"\\a"));
-        CeRapiUninit();
-        EXPECT_FALSE(CeDeleteFile(u"\\a"));
-    }
-    EXPECT_EQ(before, descriptors());
-    EXPECT_EQ(handles, platform::OpenHandleCount());
 }
 
 } // namespace

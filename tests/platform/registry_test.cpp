@@ -132,34 +132,6 @@ TEST(Registry, values_are_enumerated_in_the_order_of_their_first_writing) {
     RegCloseKey(key);
 }
 
-TEST(Registry, short_buffers_get_more_data_and_the_size_that_is_needed) {
-    const HKEY key = MakeKey("Software\\Sizes");
-    Set(key, "twelve chars", REG_SZ, "123456789\0"s);
-    char name[13];
-    BYTE data[10];
-    DWORD type = 0;
-    DWORD length = 12;
-    DWORD size = sizeof(data);
-    EXPECT_EQ(RegEnumValueA(key, 0, name, &length, nullptr, &type, data, &size), ERROR_MORE_DATA);
-    length = 13;
-    size = 9;
-    EXPECT_EQ(RegEnumValueA(key, 0, name, &length, nullptr, &type, data, &size), ERROR_MORE_DATA);
-    EXPECT_EQ(size, 10u);
-    length = 13;
-    EXPECT_EQ(RegEnumValueA(key, 0, name, &length, nullptr, &type, data, &size), ERROR_SUCCESS);
-    EXPECT_EQ(length, 12u);
-    EXPECT_STREQ(name, "twelve chars");
-    EXPECT_EQ(RegEnumValueA(key, 1, name, &length, nullptr, &type, data, &size),
-              ERROR_NO_MORE_ITEMS);
-    size = 9;
-    EXPECT_EQ(RegQueryValueExA(key, "twelve chars", nullptr, nullptr, data, &size),
-              ERROR_MORE_DATA);
-    size = 0;
-    EXPECT_EQ(RegQueryValueExA(key, "twelve chars", nullptr, &type, nullptr, &size), 0);
-    EXPECT_EQ(size, 10u);
-    RegCloseKey(key);
-}
-
 // Each of several processes adds values of its own at the same time; none undoes another's.
 TEST(Registry, processes_that_write_at_the_same_time_lose_nothing) {
     constexpr int Writers = 4;
