@@ -66,9 +66,8 @@ TEST_F(DeviceClock, library_replaces_an_old_one_and_is_not_hidden) {
     EXPECT_EQ(test_support::ReadFileBytes(Folder() / "Clepsa.dll"),
               test_support::ReadFileBytes(Device().File("Windows/Clepsa.dll")));
     EXPECT_EQ(0x20U, Device().Attributes("Windows/Clepsa.dll"));
-    EXPECT_TRUE(
-        Device().Handheld().Has("CreateFile \\Windows\\Clepsa.dll  access 0x40000000, share 1,"));
-    EXPECT_TRUE(Device().Handheld().Has("WriteFile \\Windows\\Clepsa.dll 256"));
+    Device().Handheld().ExpectLine("CreateFile \\Windows\\Clepsa.dll  access 0x40000000, share 1,");
+    Device().Handheld().ExpectLine("WriteFile \\Windows\\Clepsa.dll 256");
     EXPECT_FALSE(Record().empty());
 }
 

@@ -67,8 +67,7 @@ TEST_F(Identity, flash_size_comes_from_a_probe_that_is_pushed_under_its_listed_n
     EXPECT_EQ(0x22U, Device().Attributes("Temp/TESSELOR.exe") | 0x20U);
     EXPECT_FALSE(IsOnDevice("Temp/type.dat"));
     // Not shared, so that it does not open while the probe still writes it.
-    EXPECT_TRUE(
-        Device().Handheld().Has("CreateFile \\temp\\type.dat  access 0x80000000, share 0,"));
+    Device().Handheld().ExpectLine("CreateFile \\temp\\type.dat  access 0x80000000, share 0,");
 }
 
 TEST_F(Identity, flash_size_is_unknown_without_a_probe_or_an_answer) {

@@ -119,13 +119,15 @@ TEST(ByteSum, adds_unsigned_bytes_modulo_65536_for_every_length) {
 // The memory of this process, read as a file: behind the header comes a page that is not there.
 TEST(SumOfFile, that_cannot_be_read_to_its_end_is_none) {
     constexpr std::size_t Page = 0x10000; // a whole number of pages of any host
-    void* const memory = mmap(nullptr, 2 * Page, PROT_READ | PROT_WRITE,
-                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_32BIT, -1, 0);
+    void* const memory =
+        mmap(nullptr, 2 * Page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(MAP_FAILED, memory);
     munmap(static_cast<char*>(memory) + Page, Page);
-    const auto end = static_cast<LONG>(reinterpret_cast<std::intptr_t>(memory) + Page);
+    const auto header = reinterpret_cast<std::uintptr_t>(memory) + Page - 32;
+    const auto low = static_cast<LONG>(header & 0xFFFFFFFF);
+    auto high = static_cast<LONG>(header >> 32);
     const OwnedFile file = OpenForReading("Z:\\proc\\self\\mem");
-    ASSERT_EQ(end - 32, SetFilePointer(file.Get(), end - 32, nullptr, FILE_BEGIN));
+    ASSERT_EQ(static_cast<DWORD>(low), SetFilePointer(file.Get(), low, &high, FILE_BEGIN));
     EXPECT_FALSE(SumImage(file.Get()));
     munmap(memory, Page);
 }
