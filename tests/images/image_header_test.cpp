@@ -118,16 +118,16 @@ TEST(ByteSum, adds_unsigned_bytes_modulo_65536_for_every_length) {
 
 // The memory of this process, read as a file: behind the header comes a page that is not there.
 TEST(SumOfFile, that_cannot_be_read_to_its_end_is_none) {
-    constexpr std::size_t Page = 0x10000; // a whole number of pages of any host
+    constexpr std::size_t Page = 0x10000;                  // a whole number of pages of any host
+    void* const low = reinterpret_cast<void*>(0x10000000); // where a seek of 31 bits comes
     void* const memory =
-        mmap(nullptr, 2 * Page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(MAP_FAILED, memory);
+        mmap(low, 2 * Page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_EQ(low, memory);
     munmap(static_cast<char*>(memory) + Page, Page);
-    const auto header = reinterpret_cast<std::uintptr_t>(memory) + Page - 32;
-    const auto low = static_cast<LONG>(header & 0xFFFFFFFF);
-    auto high = static_cast<LONG>(header >> 32);
+    const LONG header = 0x10000000 + Page - 32;
     const OwnedFile file = OpenForReading("Z:\\proc\\self\\mem");
-    ASSERT_EQ(static_cast<DWORD>(low), SetFilePointer(file.Get(), low, &high, FILE_BEGIN));
+    const auto number = static_cast<HFILE>(reinterpret_cast<std::intptr_t>(file.Get()));
+    ASSERT_EQ(header, _llseek(number, header, FILE_BEGIN));
     EXPECT_FALSE(SumImage(file.Get()));
     munmap(memory, Page);
 }
