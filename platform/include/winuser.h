@@ -2,9 +2,12 @@
 //
 // Covered: top-level windows and dialogs with static texts, buttons (push, default, check, radio)
 // and progress bars. A window's procedure runs on the thread that opened the window, in that
-// thread's message loop, in a modal dialog, or while it waits inside SendMessageA. Every call may
-// be made from any thread, except where it says otherwise. Top-level windows of other processes
-// can be found, walked and asked for title, owner and process; messages do not reach them.
+// thread's message loop, in a modal dialog, or while it waits inside a call that sends. Every call
+// may be made from any thread, except where it says otherwise. Those that send to the window's
+// thread return when that has served them: SendMessageA, all that get or set a text, a state of a
+// button or a bar, UpdateWindow, ShowWindow, MoveWindow, EnableWindow, EndDialog. Top-level windows
+// of other processes can be found, walked and asked for title, owner and process; messages do not
+// reach them.
 #pragma once
 
 #include <windef.h>
@@ -149,6 +152,7 @@ LONG_PTR WINAPI GetWindowLongPtrA(HWND window, int index);
 
 // No filter: the three last arguments must be null and 0, else -1. 0 for the quit message.
 BOOL WINAPI GetMessageA(LPMSG message, HWND window, UINT lowest, UINT highest);
+// No filter either, and never waits. With PM_NOREMOVE serves what was sent, and gives FALSE.
 BOOL WINAPI PeekMessageA(LPMSG message, HWND window, UINT lowest, UINT highest, UINT remove);
 BOOL WINAPI TranslateMessage(const MSG* message); // no characters here: FALSE
 LRESULT WINAPI DispatchMessageA(const MSG* message);
@@ -171,7 +175,7 @@ INT_PTR WINAPI DialogBoxParamA(HINSTANCE instance, LPCSTR templateName, HWND own
                                DLGPROC procedure, LPARAM parameter);
 HWND WINAPI CreateDialogParamA(HINSTANCE instance, LPCSTR templateName, HWND owner,
                                DLGPROC procedure, LPARAM parameter);
-// From any thread. A dialog of CreateDialogParamA only leaves the screen.
+// A dialog of CreateDialogParamA only leaves the screen.
 BOOL WINAPI EndDialog(HWND dialog, INT_PTR result);
 HWND WINAPI GetDlgItem(HWND dialog, int id);
 int WINAPI GetDlgCtrlID(HWND control);

@@ -1,4 +1,4 @@
-// Dialogs: made from templates, run in loops of their own, ended from any thread.
+// Dialogs: made from templates, run in loops of their own, ended by a call from any thread.
 //
 // A modal dialog is over when it has been ended, when its window has gone, or when its thread gets
 // a quit message, which then goes back to the queue, for the loop outside.
@@ -227,6 +227,22 @@ LRESULT DefaultOfDialog(HWND dialog, UINT message, WPARAM first, LPARAM second) 
     return 0;
 }
 
+// On the dialog's own thread.
+bool EndOwnDialog(HWND handle, INT_PTR result) {
+    auto lock = LockWindows();
+    auto window = FindWindowByHandle(handle);
+    if (!window || !window->dialog)
+        return false;
+    window->style &= ~static_cast<DWORD>(WS_VISIBLE);
+    if (window->dialog->modal && !window->dialog->ended) {
+        window->dialog->ended = true;
+        window->dialog->result = result;
+    }
+    EndPage(*window);
+    WakeAllThreads();
+    return true;
+}
+
 } // namespace
 
 LRESULT CALLBACK DialogProcedure(HWND handle, UINT message, WPARAM first, LPARAM second) {
@@ -289,16 +305,5 @@ HWND WINAPI CreateDialogParamA(HINSTANCE, LPCSTR templateName, HWND owner, DLGPR
 }
 
 BOOL WINAPI EndDialog(HWND handle, INT_PTR result) {
-    auto lock = LockWindows();
-    auto window = RequireWindow(handle);
-    if (!window || !window->dialog)
-        return FALSE;
-    window->style &= ~static_cast<DWORD>(WS_VISIBLE);
-    if (window->dialog->modal && !window->dialog->ended) {
-        window->dialog->ended = true;
-        window->dialog->result = result;
-    }
-    EndPage(*window);
-    WakeAllThreads();
-    return TRUE;
+    return SendWork(handle, [=] { return EndOwnDialog(handle, result); }) != 0;
 }

@@ -1,7 +1,7 @@
 // Threads' message queues: sending, posting, fetching.
 //
-// A thread that waits for the answer to a message it has sent serves what is sent to it
-// meanwhile, so that two threads that send to each other do not block for ever. A thread that ends
+// A thread that waits for the answer to what it has sent serves what is sent to it meanwhile, so
+// that two threads that send to each other do not block for ever. A window or thread that ends
 // finishes what still waits for it with 0.
 
 #include "platform/kernel/thread_termination.h"
@@ -18,18 +18,18 @@ namespace {
 
 constexpr std::size_t MaxPostedMessages = 10000; // as on Windows: more are refused
 
-void Finish(SentMessage& sent, LRESULT result) {
+void Finish(SentWork& sent, LRESULT result) {
     sent.result = result;
     sent.done = true;
     sent.sender->changed.notify_all();
 }
 
-// Serves the oldest message sent to the thread. Also where the procedure ends its thread, the
-// sender gets its answer.
+// Serves the oldest work sent to the thread. Also where a procedure ends its thread, the sender
+// gets its answer.
 void ServeSent(WindowLock& lock, ThreadQueue& queue) {
     struct Answer {
         WindowLock& lock;
-        std::shared_ptr<SentMessage> sent;
+        std::shared_ptr<SentWork> sent;
         LRESULT result = 0;
         ~Answer() {
             if (!lock.owns_lock())
@@ -39,8 +39,7 @@ void ServeSent(WindowLock& lock, ThreadQueue& queue) {
     } answer{lock, queue.sent.front()};
     queue.sent.pop_front();
     lock.unlock();
-    answer.result = CallWindowProcedure(answer.sent->window, answer.sent->message,
-                                        answer.sent->first, answer.sent->second);
+    answer.result = answer.sent->serve();
     lock.lock();
 }
 
@@ -154,11 +153,7 @@ void EndThreadQueue(const std::shared_ptr<ThreadQueue>& queue) {
     lock.unlock();
 }
 
-} // namespace platform
-
-using namespace platform;
-
-LRESULT WINAPI SendMessageA(HWND handle, UINT message, WPARAM first, LPARAM second) {
+LRESULT SendWork(HWND handle, std::function<LRESULT()> serve) {
     auto mine = CurrentQueue();
     auto lock = LockWindows();
     auto window = RequireWindow(handle);
@@ -167,10 +162,9 @@ LRESULT WINAPI SendMessageA(HWND handle, UINT message, WPARAM first, LPARAM seco
     auto target = window->queue;
     if (target == mine) {
         lock.unlock();
-        return CallWindowProcedure(handle, message, first, second);
+        return serve();
     }
-    auto sent =
-        std::make_shared<SentMessage>(SentMessage{handle, message, first, second, 0, false, mine});
+    auto sent = std::make_shared<SentWork>(SentWork{handle, std::move(serve), mine});
     target->sent.push_back(sent);
     target->changed.notify_all();
     while (!sent->done) {
@@ -181,6 +175,24 @@ LRESULT WINAPI SendMessageA(HWND handle, UINT message, WPARAM first, LPARAM seco
             mine->changed.wait(lock);
     }
     return sent->result;
+}
+
+void RemoveMessages(HWND window, ThreadQueue& queue) {
+    std::erase_if(queue.posted, [&](const MSG& message) { return message.hwnd == window; });
+    std::erase_if(queue.timers, [&](const Timer& timer) { return timer.window == window; });
+    std::erase_if(queue.sent, [&](const auto& sent) {
+        if (sent->window == window)
+            Finish(*sent, 0);
+        return sent->window == window;
+    });
+}
+
+} // namespace platform
+
+using namespace platform;
+
+LRESULT WINAPI SendMessageA(HWND handle, UINT message, WPARAM first, LPARAM second) {
+    return SendWork(handle, [=] { return CallWindowProcedure(handle, message, first, second); });
 }
 
 BOOL WINAPI PostMessageA(HWND handle, UINT message, WPARAM first, LPARAM second) {
@@ -208,11 +220,17 @@ BOOL WINAPI GetMessageA(LPMSG message, HWND window, UINT lowest, UINT highest) {
 }
 
 BOOL WINAPI PeekMessageA(LPMSG message, HWND window, UINT lowest, UINT highest, UINT remove) {
-    if (!message || window || lowest || highest || !(remove & PM_REMOVE)) {
+    if (!message || window || lowest || highest) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
-    return FetchMessage(*message, {}, false) != FetchResult::Nothing ? TRUE : FALSE;
+    if (remove & PM_REMOVE)
+        return FetchMessage(*message, {}, false) != FetchResult::Nothing ? TRUE : FALSE;
+    auto queue = CurrentQueue();
+    auto lock = LockWindows();
+    while (!queue->sent.empty())
+        ServeSent(lock, *queue);
+    return FALSE;
 }
 
 BOOL WINAPI TranslateMessage(const MSG*) { return FALSE; }

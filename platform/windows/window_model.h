@@ -33,15 +33,14 @@ constexpr char DialogClass[] = "#32770";
 
 struct ThreadQueue;
 
-// A message on its way from one thread to another. Finished with 0 where it cannot be served.
-struct SentMessage {
+// What one thread has another do with a window, and waits for: a message, or a change. Finished
+// with 0 where it cannot be served. Holds nothing of the sender, which may be terminated meanwhile.
+struct SentWork {
     HWND window;
-    UINT message;
-    WPARAM first;
-    LPARAM second;
-    LRESULT result;
-    bool done;
+    std::function<LRESULT()> serve;
     std::shared_ptr<ThreadQueue> sender;
+    LRESULT result = 0;
+    bool done = false;
 };
 
 struct Timer {
@@ -56,7 +55,7 @@ struct ThreadQueue {
     DWORD thread = 0;
     bool alive = true;
     std::condition_variable changed;
-    std::deque<std::shared_ptr<SentMessage>> sent;
+    std::deque<std::shared_ptr<SentWork>> sent;
     std::deque<MSG> posted;
     std::vector<Timer> timers;
     std::optional<int> quit; // exit code of a quit message that waits
@@ -149,6 +148,14 @@ void WakeAllThreads();
 
 // Calls the window's procedure. Not under the lock, on the window's thread.
 LRESULT CallWindowProcedure(HWND window, UINT message, WPARAM first, LPARAM second);
+
+// Does the work on the window's own thread, when that serves messages, and gives what it gives;
+// what is sent to the caller meanwhile is served. 0 where there is no such window, with the last
+// error set, or where it or its thread ends first. Not under the lock.
+LRESULT SendWork(HWND window, std::function<LRESULT()> serve);
+
+// Forgets the messages and timers of a window that goes, and finishes what was sent to it.
+void RemoveMessages(HWND window, ThreadQueue& queue);
 
 // What FetchMessage has found; Stopped: `stop` has become true.
 enum class FetchResult { Message, Quit, Stopped, Nothing };

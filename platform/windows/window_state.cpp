@@ -37,6 +37,12 @@ auto With(HWND handle, Work work) -> decltype(work(std::declval<Window&>())) {
     return work(*window);
 }
 
+// The same on the window's own thread.
+template <class Work>
+BOOL WithOnItsThread(HWND handle, Work work) {
+    return SendWork(handle, [=] { return With(handle, work); }) != 0;
+}
+
 void Refresh(Window& window) {
     if (window.IsChild())
         RefreshControl(window);
@@ -94,7 +100,7 @@ bool IsVisibleWithParents(const Window& window) {
 using namespace platform;
 
 BOOL WINAPI ShowWindow(HWND handle, int command) {
-    return With(handle, [&](Window& window) {
+    return WithOnItsThread(handle, [=](Window& window) {
         BOOL wasVisible = (window.style & WS_VISIBLE) ? TRUE : FALSE;
         if (command == SW_HIDE)
             window.style &= ~static_cast<DWORD>(WS_VISIBLE);
@@ -102,13 +108,12 @@ BOOL WINAPI ShowWindow(HWND handle, int command) {
             window.style |= WS_VISIBLE;
         window.needsPaint = window.needsPaint || !wasVisible;
         Refresh(window);
-        window.queue->changed.notify_all(); // it may have to paint
         return wasVisible;
     });
 }
 
 BOOL WINAPI MoveWindow(HWND handle, int x, int y, int width, int height, BOOL repaint) {
-    return With(handle, [&](Window& window) {
+    return WithOnItsThread(handle, [=](Window& window) {
         window.rect = {x, y, x + (width > 0 ? width : 0), y + (height > 0 ? height : 0)};
         window.needsPaint = window.needsPaint || repaint;
         Refresh(window);
@@ -117,7 +122,7 @@ BOOL WINAPI MoveWindow(HWND handle, int x, int y, int width, int height, BOOL re
 }
 
 BOOL WINAPI EnableWindow(HWND handle, BOOL enable) {
-    return With(handle, [&](Window& window) {
+    return WithOnItsThread(handle, [=](Window& window) {
         BOOL wasDisabled = (window.style & WS_DISABLED) ? TRUE : FALSE;
         if (enable)
             window.style &= ~static_cast<DWORD>(WS_DISABLED);

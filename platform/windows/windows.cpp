@@ -109,9 +109,7 @@ std::unique_ptr<OwnedWindowRecord> RemoveWindow(HWND handle) {
     auto window = FindWindowByHandle(handle);
     if (!window)
         return nullptr;
-    ThreadQueue& queue = *window->queue;
-    std::erase_if(queue.posted, [&](const MSG& message) { return message.hwnd == handle; });
-    std::erase_if(queue.timers, [&](const Timer& timer) { return timer.window == handle; });
+    RemoveMessages(handle, *window->queue);
     if (auto parent = FindWindowByHandle(window->parent); parent && window->IsChild())
         std::erase(parent->children, handle);
     Model().windows.erase(handle);

