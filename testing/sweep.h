@@ -34,8 +34,9 @@ struct Cut {
 
 std::string Describe(const Cut& cut);
 
-// Distinct cuts: at every step and inside every write of every transfer, then others at random, one
-// in eight of them twice in a row. The order is the seed's.
+// Distinct cuts: at every step and inside every write of every transfer, 480 in all, then others at
+// random; a sample of them where fewer are wanted. One in eight twice in a row. The order is the
+// seed's.
 std::vector<Cut> ChooseCuts(std::size_t count, std::uint64_t seed);
 
 struct SweepResult {

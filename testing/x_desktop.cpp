@@ -1,4 +1,4 @@
-// An X server in memory, and keys through its test extension.
+// An X server in memory, and keys as xdotool sends them.
 //
 // No window manager runs. The toolkit sets the focus to a new window itself then, and a key is
 // pressed only once the window that it is meant for has it.
@@ -6,8 +6,6 @@
 #include "testing/x_desktop.h"
 
 #include "testing/comes_true.h"
-
-#include <xcb/xtest.h>
 
 #include <cstdlib>
 #include <stdexcept>
@@ -22,15 +20,6 @@ using ReplyPointer = std::unique_ptr<Reply, decltype(&std::free)>;
 template <class Reply>
 ReplyPointer<Reply> MakeReplyPointer(Reply* reply) {
     return {reply, std::free};
-}
-
-// By the published numbers of keysyms; Latin-1 has its own.
-std::uint32_t KeysymOf(const std::string& name) {
-    static const std::map<std::string, std::uint32_t> names = {
-        {"Tab", 0xFF09},  {"Return", 0xFF0D}, {"Escape", 0xFF1B},  {"space", 0x20},
-        {"Down", 0xFF54}, {"Alt", 0xFFE9},    {"Control", 0xFFE3}, {"Shift", 0xFFE1}};
-    const auto found = names.find(name);
-    return found != names.end() ? found->second : static_cast<std::uint8_t>(name.at(0));
 }
 
 } // namespace
@@ -52,27 +41,12 @@ XDesktop::XDesktop() {
     root_ = screen->root;
     width_ = screen->width_in_pixels;
     height_ = screen->height_in_pixels;
-    ReadKeyboard();
 }
 
 XDesktop::~XDesktop() { xcb_disconnect(connection_); }
 
 Environment XDesktop::Variables() const {
     return {{"DISPLAY", display_}, {"ROM_WIZARD_DISPLAY", "desktop"}, {"QT_QPA_PLATFORM", "xcb"}};
-}
-
-void XDesktop::ReadKeyboard() {
-    const xcb_setup_t* setup = xcb_get_setup(connection_);
-    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-    const auto map = MakeReplyPointer(xcb_get_keyboard_mapping_reply(
-        connection_, xcb_get_keyboard_mapping(connection_, setup->min_keycode, count), nullptr));
-    const xcb_keysym_t* symbols = xcb_get_keyboard_mapping_keysyms(map.get());
-    for (unsigned key = 0; key < count; ++key) {
-        for (unsigned level = 0; level < 2 && level < map->keysyms_per_keycode; ++level)
-            keys_.try_emplace(
-                symbols[key * map->keysyms_per_keycode + level],
-                Key{static_cast<xcb_keycode_t>(setup->min_keycode + key), level == 1});
-    }
 }
 
 std::vector<XDesktop::ShownWindow> XDesktop::Windows() {
@@ -152,36 +126,14 @@ void XDesktop::ForceRedraw() {
     xcb_flush(connection_);
 }
 
-void XDesktop::SendKey(xcb_keycode_t code, bool down) {
-    xcb_test_fake_input(connection_, down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, code, XCB_CURRENT_TIME,
-                        root_, 0, 0, 0);
-    xcb_flush(connection_);
-}
+void XDesktop::Press(const std::string& key) { SendKeys("key", key); }
 
-void XDesktop::PressAndRelease(std::uint32_t keysym) {
-    const Key key = keys_.at(keysym);
-    const xcb_keycode_t shift = keys_.at(KeysymOf("Shift")).code;
-    if (key.shifted)
-        SendKey(shift, true);
-    SendKey(key.code, true);
-    SendKey(key.code, false);
-    if (key.shifted)
-        SendKey(shift, false);
-}
+void XDesktop::Type(const std::string& text) { SendKeys("type", text); }
 
-void XDesktop::Press(const std::string& key) {
-    const std::size_t plus = key.find('+');
-    if (plus == std::string::npos || plus == 0)
-        return PressAndRelease(KeysymOf(key));
-    const xcb_keycode_t held = keys_.at(KeysymOf(key.substr(0, plus))).code;
-    SendKey(held, true);
-    PressAndRelease(KeysymOf(key.substr(plus + 1)));
-    SendKey(held, false);
-}
-
-void XDesktop::Type(const std::string& text) {
-    for (const char letter : text)
-        PressAndRelease(static_cast<std::uint8_t>(letter));
+void XDesktop::SendKeys(const char* command, const std::string& keys) {
+    ChildProcess xdotool({"/usr/bin/xdotool", command, keys}, {.environment = Variables()});
+    if (xdotool.Wait() != 0)
+        throw std::runtime_error("cannot send keys:\n" + xdotool.Transcript());
 }
 
 } // namespace test_support

@@ -6,7 +6,6 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -38,8 +37,8 @@ public:
     // themselves anew.
     void ForceRedraw();
 
-    // Real key events, one after the other: "Tab", "Return", "Escape", "space", "Down", a letter,
-    // or one of them behind "Alt+" or "Control+".
+    // Real key events, by the names of X: "Tab", "Return", "Control+a". They have gone out on
+    // return.
     void Press(const std::string& key);
     void Type(const std::string& text);
 
@@ -52,21 +51,13 @@ private:
     std::vector<ShownWindow> Windows();
     xcb_window_t Find(const std::string& role); // 0: not on the screen
     bool HasFocus(xcb_window_t window);
-    void ReadKeyboard();
-    void SendKey(xcb_keycode_t code, bool down);
-    void PressAndRelease(std::uint32_t keysym);
-
-    struct Key {
-        xcb_keycode_t code;
-        bool shifted;
-    };
+    void SendKeys(const char* command, const std::string& keys);
 
     std::unique_ptr<ChildProcess> server_;
     std::string display_;
     xcb_connection_t* connection_ = nullptr;
     xcb_window_t root_ = 0;
     std::uint16_t width_ = 0, height_ = 0;
-    std::map<std::uint32_t, Key> keys_; // by keysym
 };
 
 } // namespace test_support

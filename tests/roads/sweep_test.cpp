@@ -18,7 +18,7 @@ using namespace test_support;
 #ifdef __SANITIZE_THREAD__
 constexpr std::size_t UsualCuts = 40; // each takes several times as long
 #else
-constexpr std::size_t UsualCuts = 500; // all 480 of ChooseCuts that are none at random
+constexpr std::size_t UsualCuts = 500; // 480 at the steps, the rest at random
 #endif
 
 TEST(Sweep, after_a_cut_anywhere_comes_the_right_page_and_the_next_run_upgrades) {

@@ -65,8 +65,6 @@ TEST_P(FullSizeUpgrade, goes_out_in_the_wire_order_to_the_last_byte) {
 
 INSTANTIATE_TEST_SUITE_P(Upgrade, FullSizeUpgrade,
                          testing::Values(FullSize{Serial, "English", "ENG", "30 minutes"},
-                                         FullSize{Usb, "French", "FRE", "4 minutes"},
-                                         FullSize{Serial, "Japanese", "JPN", "60 minutes"},
                                          FullSize{Usb, "SChinese", "CHS", "8 minutes"}),
                          [](const auto& one) {
                              return std::string(one.param.language) +
