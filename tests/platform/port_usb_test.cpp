@@ -14,10 +14,11 @@ constexpr char Name[] = "\\\\.\\WCEUSBSH001";
 
 class UsbPortTest : public PortTest {
 protected:
-    UsbPortTest() { std::filesystem::copy_symlink(home / "ports/COM1", Link()); }
-
-    std::filesystem::path Link() const { return home / "ports/WCEUSBSH001"; }
+    // The driver's name leads to the tty of the device.
     void OpenUsb() {
+        const auto link = home / "ports/WCEUSBSH001";
+        std::filesystem::remove(link);
+        std::filesystem::copy_symlink(home / "ports/COM1", link);
         port = OpenAs(Name);
         ASSERT_NE(INVALID_HANDLE_VALUE, port);
         ReadAtOnce();
@@ -80,39 +81,8 @@ TEST_F(UsbPortTest, a_device_that_leaves_the_bus_fails_every_request_once_all_it
     Close();
     EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs(Name));
     PlugIn(); // it comes back as another tty
-    std::filesystem::remove(Link());
-    std::filesystem::copy_symlink(home / "ports/COM1", Link());
     OpenUsb();
     EXPECT_TRUE(Request(SetMask, 0xB9));
-}
-
-TEST_F(UsbPortTest, closing_the_port_ends_a_wait) {
-    OpenUsb();
-    ASSERT_TRUE(Request(SetMask, 0xB9));
-    DWORD events = 0x55;
-    Call call;
-    ASSERT_TRUE(Pends(Wait(call, &events)));
-    Close();
-    ASSERT_TRUE(call.Ends());
-    EXPECT_EQ(DWORD{ERROR_OPERATION_ABORTED}, call.Error());
-    EXPECT_EQ(0x55u, events);
-}
-
-TEST_F(UsbPortTest, requests_that_nobody_knows_are_refused) {
-    OpenUsb();
-    DWORD mask = 0xB9;
-    EXPECT_FALSE(Request(0x1B0024, mask));
-    EXPECT_EQ(DWORD{ERROR_INVALID_FUNCTION}, GetLastError());
-    EXPECT_FALSE(DeviceIoControl(port, SetMask, &mask, 2, nullptr, 0, nullptr, nullptr));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-    Call call;
-    EXPECT_FALSE(
-        DeviceIoControl(port, WaitForEvent, nullptr, 0, nullptr, 0, nullptr, &call.record));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-    Close();
-    Open(); // a serial port has no such driver
-    EXPECT_FALSE(Request(SetMask, 0xB9));
-    EXPECT_EQ(DWORD{ERROR_INVALID_FUNCTION}, GetLastError());
 }
 
 } // namespace

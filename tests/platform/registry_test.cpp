@@ -1,7 +1,9 @@
 // The calls of the registry: what is stored comes back byte for byte, and errors are those that
 // callers on Windows decide by.
 
-#include "tests/platform/own_home.h"
+#include "testing/child_process.h"
+#include "testing/registry_values.h"
+#include "testing/test_home.h"
 
 #include "platform/kernel/handles.h"
 
@@ -9,39 +11,23 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
+#include <deque>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace {
 
 using namespace std::string_literals;
+using test_support::OpenKey;
+using test_support::SetValue;
+using test_support::StoreValue;
+using test_support::ValueOf;
 
-HKEY MakeKey(const char* name, HKEY root = HKEY_CURRENT_USER) {
-    HKEY key = nullptr;
-    EXPECT_EQ(RegCreateKeyExA(root, name, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
-              ERROR_SUCCESS);
-    return key;
-}
-
-LSTATUS Set(HKEY key, const char* name, DWORD type, const std::string& data) {
-    return RegSetValueExA(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                          static_cast<DWORD>(data.size()));
-}
-
-// The stored bytes of a value, "type:bytes".
-std::string Get(HKEY key, const char* name) {
-    BYTE data[2000];
-    DWORD type = 0;
-    DWORD size = sizeof(data);
-    if (RegQueryValueExA(key, name, nullptr, &type, data, &size) != ERROR_SUCCESS)
-        return "none";
-    return std::to_string(type) + ":" + std::string(reinterpret_cast<char*>(data), size);
-}
+class Registry : public testing::Test {
+protected:
+    void SetUp() override { test_support::HomeOfTests(); }
+};
 
 std::vector<std::string> ValueNames(HKEY key) {
     std::vector<std::string> names;
@@ -61,8 +47,8 @@ std::string AllBytes() {
     return bytes;
 }
 
-TEST(Registry, every_sequence_of_bytes_comes_back_as_it_was) {
-    const std::vector<std::pair<DWORD, std::string>> cases{
+TEST_F(Registry, every_sequence_of_bytes_comes_back_as_it_was) {
+    const std::pair<DWORD, std::string> cases[] = {
         {REG_SZ, "English\0"s},
         {REG_SZ, "English\0\0\0\0\0\0\0\0\0\0\0\0\0"s}, // a whole buffer
         {REG_SZ, "Z:\\tree\\a \"quoted\" image.nbf"s},  // no terminator
@@ -84,179 +70,106 @@ TEST(Registry, every_sequence_of_bytes_comes_back_as_it_was) {
         {REG_NONE, "x"s},
         {0xFFFF0001, "own type"s},
     };
-    const HKEY key = MakeKey("Software\\Bytes");
-    for (std::size_t i = 0; i < cases.size(); ++i)
-        ASSERT_EQ(Set(key, std::to_string(i).c_str(), cases[i].first, cases[i].second), 0);
-    for (std::size_t i = 0; i < cases.size(); ++i)
-        EXPECT_EQ(Get(key, std::to_string(i).c_str()),
+    const char* const key = "Software\\Bytes";
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        StoreValue(HKEY_CURRENT_USER, key, std::to_string(i).c_str(), cases[i].first,
+                   cases[i].second);
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        EXPECT_EQ(ValueOf(HKEY_CURRENT_USER, key, std::to_string(i).c_str()),
                   std::to_string(cases[i].first) + ":" + cases[i].second)
             << "case " << i;
-    EXPECT_EQ(RegCloseKey(key), 0);
 }
 
 // Such a name would read like the end of a key and a comment in the file.
-TEST(Registry, a_name_that_the_file_cannot_hold_is_refused) {
-    const HKEY key = MakeKey("Software\\Names");
+TEST_F(Registry, a_name_that_the_file_cannot_hold_is_refused) {
+    const HKEY key = OpenKey(HKEY_CURRENT_USER, "Software\\Names");
     HKEY made = nullptr;
     for (const char* name : {"a];b", "line\nend", "a\\\\b"})
         EXPECT_EQ(RegCreateKeyExA(key, name, 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr),
                   ERROR_INVALID_PARAMETER)
             << name;
-    EXPECT_EQ(Set(key, "line\nend", REG_SZ, "x"), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(SetValue(key, "line\nend", REG_SZ, "x"), ERROR_INVALID_PARAMETER);
     RegCloseKey(key);
 }
 
-TEST(Registry, a_key_is_opened_in_any_case_and_its_values_are_found) {
-    const HKEY key = MakeKey("Software\\\xC9t\xE9 ]"); // "Été"
+TEST_F(Registry, a_key_is_opened_in_any_case_and_its_values_keep_the_order_of_their_first_writing) {
+    const HKEY key = OpenKey(HKEY_CURRENT_USER, "Software\\\xC9t\xE9 ]"); // "Été"
     const std::vector<std::string> names{"",    "Fl\xE2sh", "quote\"back\\slash", "=", "@", "[x]",
                                          "; x", " "};
     for (const auto& name : names)
-        ASSERT_EQ(Set(key, name.c_str(), REG_SZ, name + "!\0"s), 0);
-    HKEY again = nullptr;
-    ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "SOFTWARE\\\xE9T\xC9 ]\\", 0, KEY_READ, &again), 0);
-    EXPECT_EQ(ValueNames(again), names);
-    EXPECT_EQ(Get(again, "FL\xC2SH"), "1:Fl\xE2sh!\0"s);
-    EXPECT_EQ(Get(again, nullptr), "1:!\0"s);
-    RegCloseKey(again);
+        ASSERT_EQ(SetValue(key, name.c_str(), REG_SZ, name + "!\0"s), 0);
+    ASSERT_EQ(SetValue(key, "FL\xC2SH", REG_SZ, "new\0"s), 0);
+    EXPECT_EQ(ValueNames(key), names);
     RegCloseKey(key);
+    const char* const otherCase = "SOFTWARE\\\xE9T\xC9 ]\\";
+    EXPECT_EQ(ValueOf(HKEY_CURRENT_USER, otherCase, "fl\xE2sh"), "1:new\0"s);
+    EXPECT_EQ(ValueOf(HKEY_CURRENT_USER, otherCase, nullptr), "1:!\0"s);
 }
 
-TEST(Registry, values_are_enumerated_in_the_order_of_their_first_writing) {
-    const HKEY key = MakeKey("Software\\Order");
-    for (const char* name : {"Flash", "Language", "USB", "FlashFile"})
-        ASSERT_EQ(Set(key, name, REG_SZ, "old\0"s), 0);
-    ASSERT_EQ(Set(key, "LANGUAGE", REG_SZ, "new\0"s), 0);
-    EXPECT_EQ(ValueNames(key), (std::vector<std::string>{"Flash", "Language", "USB", "FlashFile"}));
-    EXPECT_EQ(Get(key, "Language"), "1:new\0"s);
-    RegCloseKey(key);
-}
-
-TEST(Registry, short_buffers_get_more_data_and_the_size_that_is_needed) {
-    const HKEY key = MakeKey("Software\\Sizes");
-    Set(key, "twelve chars", REG_SZ, "123456789\0"s);
+TEST_F(Registry, a_short_buffer_gets_more_data_and_the_size_that_is_needed) {
+    const HKEY key = OpenKey(HKEY_CURRENT_USER, "Software\\Sizes");
+    SetValue(key, "twelve chars", REG_SZ, "123456789\0"s);
     char name[13];
-    BYTE data[10];
-    DWORD type = 0;
-    DWORD length = 12;
-    DWORD size = sizeof(data);
+    BYTE data[10] = {};
+    DWORD type = 0, length = 12, size = sizeof(data);
     EXPECT_EQ(RegEnumValueA(key, 0, name, &length, nullptr, &type, data, &size), ERROR_MORE_DATA);
     length = 13;
     size = 9;
     EXPECT_EQ(RegEnumValueA(key, 0, name, &length, nullptr, &type, data, &size), ERROR_MORE_DATA);
     EXPECT_EQ(size, 10u);
-    length = 13;
-    EXPECT_EQ(RegEnumValueA(key, 0, name, &length, nullptr, &type, data, &size), ERROR_SUCCESS);
-    EXPECT_EQ(length, 12u);
-    EXPECT_STREQ(name, "twelve chars");
     EXPECT_EQ(RegEnumValueA(key, 1, name, &length, nullptr, &type, data, &size),
               ERROR_NO_MORE_ITEMS);
     size = 9;
     EXPECT_EQ(RegQueryValueExA(key, "twelve chars", nullptr, nullptr, data, &size),
               ERROR_MORE_DATA);
-    size = 0;
-    EXPECT_EQ(RegQueryValueExA(key, "twelve chars", nullptr, &type, nullptr, &size), 0);
     EXPECT_EQ(size, 10u);
+    EXPECT_EQ(data[9], 0) << "written past the size";
     RegCloseKey(key);
 }
 
-TEST(Registry, a_text_without_terminator_gets_one_only_where_it_fits) {
-    const HKEY key = MakeKey("Software\\Unterminated");
-    Set(key, "path", REG_SZ, "abc");
-    BYTE data[4] = {9, 9, 9, 9};
-    DWORD size = 4;
-    EXPECT_EQ(RegQueryValueExA(key, "path", nullptr, nullptr, data, &size), 0);
-    EXPECT_EQ(size, 3u);
-    EXPECT_EQ(data[3], 0);
-    BYTE tight[4] = {9, 9, 9, 9};
-    size = 3;
-    EXPECT_EQ(RegQueryValueExA(key, "path", nullptr, nullptr, tight, &size), 0);
-    EXPECT_EQ(tight[3], 9);
-    RegCloseKey(key);
-}
-
-TEST(Registry, a_key_with_sub_keys_is_not_deleted) {
-    RegCloseKey(MakeKey("Software\\Parent\\Child"));
-    const HKEY software = MakeKey("Software");
-    EXPECT_EQ(RegDeleteKeyA(software, "parent"), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(RegDeleteKeyA(software, "parent\\child"), 0);
-    EXPECT_EQ(RegDeleteKeyA(software, "parent\\child"), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(RegDeleteKeyA(software, "parent"), 0);
-    HKEY gone = nullptr;
-    EXPECT_EQ(RegOpenKeyExA(software, "Parent", 0, KEY_READ, &gone), ERROR_FILE_NOT_FOUND);
-    RegCloseKey(software);
-}
-
-TEST(Registry, a_key_deleted_meanwhile_fails_those_who_hold_it_open) {
-    const HKEY key = MakeKey("Software\\Deleted");
-    ASSERT_EQ(RegDeleteKeyA(HKEY_CURRENT_USER, "Software\\Deleted"), 0);
-    EXPECT_EQ(Set(key, "x", REG_SZ, "y"), ERROR_KEY_DELETED);
-    DWORD size = 0;
-    EXPECT_EQ(RegQueryValueExA(key, "x", nullptr, nullptr, nullptr, &size), ERROR_KEY_DELETED);
-    EXPECT_EQ(RegCloseKey(key), 0);
-}
-
-TEST(Registry, a_key_opened_for_reading_is_not_written) {
-    RegCloseKey(MakeKey("Software\\ReadOnly"));
-    HKEY key = nullptr;
-    ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\ReadOnly", 0, KEY_READ, &key), 0);
-    EXPECT_EQ(Set(key, "x", REG_SZ, "y"), ERROR_ACCESS_DENIED);
-    RegCloseKey(key);
-}
-
-TEST(Registry, handles_are_counted_and_the_last_error_stays) {
+TEST_F(Registry, errors_are_results_and_not_the_last_error) {
     SetLastError(77);
     const int open = platform::OpenHandleCount();
-    HKEY key = nullptr;
-    DWORD disposition = 0;
-    const auto create = [&] {
-        return RegCreateKeyExA(HKEY_LOCAL_MACHINE, "Software\\A\\B", 0, nullptr, 0, KEY_ALL_ACCESS,
-                               nullptr, &key, &disposition);
-    };
-    ASSERT_EQ(create(), 0);
-    EXPECT_EQ(disposition, DWORD{REG_CREATED_NEW_KEY});
+    const HKEY key = OpenKey(HKEY_LOCAL_MACHINE, "Software\\A\\B");
     EXPECT_EQ(platform::OpenHandleCount(), open + 1);
     EXPECT_EQ(RegCloseKey(key), 0);
     EXPECT_EQ(RegCloseKey(key), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(RegOpenKeyExA(key, "x", 0, KEY_READ, &key), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "none", 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "\\Software", 0, KEY_READ, &key),
+    HKEY other = nullptr;
+    EXPECT_EQ(RegOpenKeyExA(key, "x", 0, KEY_READ, &other), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "none", 0, KEY_READ, &other), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "\\Software", 0, KEY_READ, &other),
               ERROR_BAD_PATHNAME);
-    ASSERT_EQ(create(), 0);
-    EXPECT_EQ(disposition, DWORD{REG_OPENED_EXISTING_KEY});
+    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "Software\\A\\B", 0, KEY_READ, &other), 0);
+    EXPECT_EQ(SetValue(other, "x", REG_SZ, "y"), ERROR_ACCESS_DENIED) << "opened for reading";
+    EXPECT_EQ(RegDeleteKeyA(HKEY_LOCAL_MACHINE, "software\\a"), ERROR_ACCESS_DENIED)
+        << "it has a key below it";
+    EXPECT_EQ(RegDeleteKeyA(HKEY_LOCAL_MACHINE, "software\\a\\b"), 0);
+    EXPECT_EQ(RegDeleteKeyA(HKEY_LOCAL_MACHINE, "software\\a\\b"), ERROR_FILE_NOT_FOUND);
+    DWORD size = 0;
+    EXPECT_EQ(RegQueryValueExA(other, "x", nullptr, nullptr, nullptr, &size), ERROR_KEY_DELETED);
     EXPECT_EQ(GetLastError(), 77u);
-    EXPECT_FALSE(CloseHandle(key)); // a key is closed by its own call
-    EXPECT_EQ(RegCloseKey(key), 0);
+    EXPECT_EQ(RegCloseKey(other), 0);
     EXPECT_EQ(RegCloseKey(HKEY_LOCAL_MACHINE), 0);
     EXPECT_EQ(platform::OpenHandleCount(), open);
 }
 
 // Each of several processes adds values of its own at the same time; none undoes another's.
-TEST(Registry, processes_that_write_at_the_same_time_lose_nothing) {
-    constexpr int Writers = 4;
-    constexpr int Values = 12;
-    RegCloseKey(MakeKey("Software\\Shared"));
-    std::vector<pid_t> writers;
-    for (int writer = 0; writer < Writers; ++writer) {
-        writers.push_back(fork());
-        if (writers.back() != 0)
-            continue;
-        const HKEY key = MakeKey("Software\\Shared");
-        bool good = true;
-        for (int value = 0; value < Values; ++value) {
-            const auto name = std::to_string(writer) + "/" + std::to_string(value);
-            good = good && Set(key, name.c_str(), REG_SZ, "x\0"s) == 0;
-        }
-        _exit(good ? 0 : 1);
-    }
-    for (const pid_t writer : writers) {
-        int status = 0;
-        ASSERT_EQ(waitpid(writer, &status, 0), writer);
-        EXPECT_EQ(status, 0);
-    }
-    const HKEY key = MakeKey("Software\\Shared");
-    const auto names = ValueNames(key);
-    EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(),
-              std::size_t{Writers * Values});
+TEST_F(Registry, processes_that_write_at_the_same_time_lose_nothing) {
+    constexpr int Writers = 4, Values = 12;
+    const HKEY key = OpenKey(HKEY_CURRENT_USER, "Software\\Shared");
+    std::deque<test_support::ChildProcess> writers;
+    for (int writer = 0; writer < Writers; ++writer)
+        writers.emplace_back([=] {
+            int failed = 0;
+            for (int value = 0; value < Values; ++value) {
+                const auto name = std::to_string(writer) + "/" + std::to_string(value);
+                failed += SetValue(key, name.c_str(), REG_SZ, "x\0"s) != 0;
+            }
+            return failed;
+        });
+    for (auto& writer : writers)
+        EXPECT_EQ(writer.Wait(), 0);
+    EXPECT_EQ(ValueNames(key).size(), std::size_t{Writers * Values});
     RegCloseKey(key);
 }
 

@@ -2,7 +2,6 @@
 // label: threads
 
 #include "testing/comes_true.h"
-#include "tests/platform/own_home.h"
 
 #include "platform/base/clock.h"
 
@@ -25,8 +24,8 @@ HANDLE NewEvent(BOOL manualReset, BOOL set) {
     return CreateEventA(nullptr, manualReset, set, nullptr);
 }
 
-HANDLE Start(LPTHREAD_START_ROUTINE routine, void* parameter = nullptr) {
-    return CreateThread(nullptr, 0, routine, parameter, 0, nullptr);
+HANDLE Start(LPTHREAD_START_ROUTINE routine) {
+    return CreateThread(nullptr, 0, routine, nullptr, 0, nullptr);
 }
 
 void AwaitEnd(HANDLE thread) {
@@ -47,21 +46,6 @@ TEST(Events, one_stays_set_until_it_is_reset) {
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
     EXPECT_EQ(NewEvent(FALSE, FALSE), nullptr);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_CALL_NOT_IMPLEMENTED});
-}
-
-TEST(Threads, a_thread_knows_the_id_that_its_starter_was_given) {
-    DWORD id = 0;
-    static std::atomic<DWORD> own;
-    const HANDLE thread = CreateThread(
-        nullptr, 0,
-        [](void*) -> DWORD {
-            own = GetCurrentThreadId();
-            return 0;
-        },
-        nullptr, 0, &id);
-    AwaitEnd(thread);
-    EXPECT_EQ(own, id);
-    EXPECT_NE(id, GetCurrentThreadId());
 }
 
 TEST(Threads, a_handle_may_be_closed_while_the_thread_runs) {
