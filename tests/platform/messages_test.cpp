@@ -55,7 +55,6 @@ struct WindowThread {
 };
 
 class Messages : public testing::Test {
-    TemporaryHome home_;
     RecordingDisplay display_;
 };
 
