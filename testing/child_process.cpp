@@ -87,9 +87,10 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
-// In the child: only calls that are allowed between fork and exec.
-[[noreturn]] void Become(char* const* command, char* const* environment, const char* folder,
-                         const Streams& streams) {
+// In the child, where a program may follow: only calls that are allowed between fork and exec.
+// Without exceptions, which would come out in the test that was forked.
+[[noreturn]] void Become(const std::function<int()>& body, const char* folder,
+                         const Streams& streams) noexcept {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     sigset_t none;
     sigemptyset(&none);
@@ -98,8 +99,9 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
         dup2(streams.childOutput, STDOUT_FILENO) < 0 ||
         dup2(streams.childOutput, STDERR_FILENO) < 0)
         _exit(NotStarted);
-    execve(command[0], command, environment);
-    _exit(NotStarted);
+    close(streams.input); // a body would never see the end of its own input
+    close(streams.output);
+    _exit(body());
 }
 
 } // namespace
@@ -117,22 +119,37 @@ std::string ProgramFolder() {
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command, const ProcessOptions& options)
     : terminal_(options.terminal) {
-    std::signal(SIGPIPE, SIG_IGN);
     std::vector<std::string> words = command;
     std::vector<std::string> environment = JoinedEnvironment(options.environment);
     const std::vector<char*> wordPointers = Pointers(words);
     const std::vector<char*> environmentPointers = Pointers(environment);
-    const char* folder = options.folder.empty() ? nullptr : options.folder.c_str();
+    Start(options.folder, [&] {
+        execve(wordPointers[0], wordPointers.data(), environmentPointers.data());
+        return NotStarted;
+    });
+}
+
+ChildProcess::ChildProcess(const std::function<int()>& body, bool terminal) : terminal_(terminal) {
+    Start("", [&] {
+        const int code = body();
+        std::fflush(nullptr);
+        return code;
+    });
+}
+
+void ChildProcess::Start(const std::string& folder, const std::function<int()>& body) {
+    std::signal(SIGPIPE, SIG_IGN);
     const Streams streams = terminal_ ? OpenTerminal() : OpenPipes();
+    std::fflush(nullptr); // or a body would print it once more
     process_ = fork();
     if (process_ == 0)
-        Become(wordPointers.data(), environmentPointers.data(), folder, streams);
+        Become(body, folder.empty() ? nullptr : folder.c_str(), streams);
     close(streams.childInput);
     close(streams.childOutput);
     input_ = streams.input;
     output_ = streams.output;
     if (process_ < 0)
-        Fail("start " + command[0]);
+        Fail("start a process");
     reader_ = std::thread(&ChildProcess::Read, this);
 }
 
@@ -228,6 +245,14 @@ void ChildProcess::ExpectEndOfOutput() {
     std::unique_lock lock(mutex_);
     if (!changed_.wait_for(lock, Limit, [this] { return ended_; }))
         throw std::runtime_error("its output does not end");
+}
+
+std::string ChildProcess::AllOutput() {
+    ExpectEndOfOutput();
+    std::string text;
+    for (const std::string& line : Lines())
+        text += line + "\n";
+    return text;
 }
 
 std::vector<std::string> ChildProcess::Lines() {

@@ -1,5 +1,5 @@
-// A program started by a test: its lines are read as they come, every wait has an end, and nothing
-// of it is left behind.
+// A program, or a function of the test, that runs as a process: its lines are read as they come,
+// every wait has an end, and nothing of it is left behind.
 #pragma once
 
 #include <atomic>
@@ -31,6 +31,9 @@ public:
     // it. Throws where it cannot be started.
     explicit ChildProcess(const std::vector<std::string>& command,
                           const ProcessOptions& options = {});
+    // The same for a copy of the test itself that does `body` and ends with its result. The test
+    // must have no other threads then, except the readers of other children.
+    explicit ChildProcess(const std::function<int()>& body, bool terminal = false);
     // Kills it if it still runs. While an exception is propagating, prints what it has printed.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
@@ -54,6 +57,8 @@ public:
     // Waits for the end of its output, which every process that inherited it has closed then.
     // Throws after a minute.
     void ExpectEndOfOutput();
+    // Waits as ExpectEndOfOutput does and gives all that was printed.
+    std::string AllOutput();
 
     // All lines so far, with the unfinished last one.
     std::vector<std::string> Lines();
@@ -67,6 +72,7 @@ public:
     pid_t Id() const { return process_; }
 
 private:
+    void Start(const std::string& folder, const std::function<int()>& body);
     void Read();
     void StopReading();
 

@@ -1,6 +1,7 @@
 // Files by Windows' calls on the host's file system.
 
-#include "tests/platform/own_home.h"
+#include "testing/child_process.h"
+#include "testing/test_home.h"
 
 #include "platform/kernel/handles.h"
 
@@ -9,24 +10,25 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ctime>
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
+
+using test_support::HomeOfTests;
+using test_support::ReadBytes;
+using test_support::WriteFileBytes;
 
 class Files : public testing::Test {
 protected:
     void SetUp() override {
-        std::filesystem::remove_all(ownHome.Work());
-        std::filesystem::create_directory(ownHome.Work());
-        std::filesystem::current_path(ownHome.Work());
+        const auto work = HomeOfTests().Path("work");
+        std::filesystem::remove_all(work);
+        std::filesystem::create_directory(work);
+        std::filesystem::current_path(work);
+        WriteFileBytes(work / "data", "content");
         openAtStart_ = platform::OpenHandleCount();
     }
     void TearDown() override { EXPECT_EQ(platform::OpenHandleCount(), openAtStart_); }
@@ -45,15 +47,7 @@ DWORD OpenError(const char* name, DWORD access, DWORD disposition, DWORD share =
     return file != INVALID_HANDLE_VALUE && CloseHandle(file) ? 0 : GetLastError();
 }
 
-std::string ReadSome(HANDLE file, DWORD count) {
-    std::string text(count, '\0');
-    DWORD done = 0;
-    EXPECT_TRUE(ReadFile(file, text.data(), count, &done, nullptr));
-    return text.substr(0, done);
-}
-
 TEST_F(Files, what_cannot_be_opened_has_its_own_error) {
-    WriteText("there", "x");
     std::filesystem::create_directory("folder");
     mkfifo("pipe", 0600);
     std::filesystem::create_symlink("/dev/zero", "zero");
@@ -64,7 +58,7 @@ TEST_F(Files, what_cannot_be_opened_has_its_own_error) {
         {"none", GENERIC_READ, OPEN_EXISTING, ERROR_FILE_NOT_FOUND},
         {"none\\none", GENERIC_READ, OPEN_EXISTING, ERROR_PATH_NOT_FOUND},
         {"none\\none", GENERIC_WRITE, CREATE_ALWAYS, ERROR_PATH_NOT_FOUND},
-        {"there\\none", GENERIC_READ, OPEN_EXISTING, ERROR_PATH_NOT_FOUND},
+        {"data\\none", GENERIC_READ, OPEN_EXISTING, ERROR_PATH_NOT_FOUND},
         {"", GENERIC_READ, OPEN_EXISTING, ERROR_PATH_NOT_FOUND},
         {"C:\\none", GENERIC_READ, OPEN_EXISTING, ERROR_PATH_NOT_FOUND},
         {"folder", GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
@@ -73,54 +67,45 @@ TEST_F(Files, what_cannot_be_opened_has_its_own_error) {
         {"zero", GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
         {"zero", GENERIC_WRITE, CREATE_ALWAYS, ERROR_ACCESS_DENIED},
         {"wh?t", GENERIC_WRITE, CREATE_ALWAYS, ERROR_INVALID_NAME},
-        {"there", GENERIC_WRITE, 4, ERROR_CALL_NOT_IMPLEMENTED},
+        {"data", GENERIC_WRITE, 4, ERROR_CALL_NOT_IMPLEMENTED},
     };
     for (const auto& [name, access, disposition, error] : cases)
         EXPECT_EQ(OpenError(name, access, disposition), error) << name << " " << disposition;
-    EXPECT_EQ(ReadText("there"), "x");
+    EXPECT_EQ(ReadBytes("data"), "content");
 }
 
-// Whether a second open, of another process, is let in.
-bool OtherProcessMayOpen(DWORD access, DWORD disposition, DWORD share) {
-    const pid_t other = fork();
-    if (other == 0)
-        _exit(static_cast<int>(OpenError("data", access, disposition, share)));
-    int status = 0;
-    waitpid(other, &status, 0);
-    EXPECT_TRUE(status == 0 || WEXITSTATUS(status) == ERROR_SHARING_VIOLATION);
-    return status == 0;
-}
-
-TEST_F(Files, share_modes_hold_between_processes) {
+TEST_F(Files, share_modes_hold_between_processes_and_a_refused_open_leaves_the_content) {
+    constexpr DWORD Read = FILE_SHARE_READ, Write = FILE_SHARE_WRITE;
     struct {
         DWORD access, share, otherAccess, otherShare;
         bool letIn;
+        DWORD otherDisposition = OPEN_EXISTING;
     } const cases[] = {
-        {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, true},
-        {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, 0, false},
-        {GENERIC_READ, 0, GENERIC_READ, FILE_SHARE_READ, false},
-        {GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, 0, false},
-        {GENERIC_WRITE, 0, GENERIC_READ, FILE_SHARE_READ, false},
-        {GENERIC_WRITE, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, false},
-        {GENERIC_WRITE, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, true},
-        {GENERIC_WRITE, FILE_SHARE_READ, GENERIC_WRITE, FILE_SHARE_READ, false},
+        {GENERIC_READ, Read, GENERIC_READ, Read, true},
+        {GENERIC_READ, Read, GENERIC_READ, 0, false},
+        {GENERIC_READ, 0, GENERIC_READ, Read, false},
+        {GENERIC_READ, Read, GENERIC_WRITE, 0, false, CREATE_ALWAYS},
+        {GENERIC_WRITE, 0, GENERIC_READ, Read, false},
+        {GENERIC_WRITE, Read, GENERIC_READ, Read, false},
+        {GENERIC_WRITE, Read, GENERIC_READ, Read | Write, true},
+        {GENERIC_WRITE, Read, GENERIC_WRITE, Read, false},
     };
-    for (const auto& [access, share, otherAccess, otherShare, letIn] : cases) {
-        WriteText("data", "content");
+    for (const auto& [access, share, otherAccess, otherShare, letIn, disposition] : cases) {
+        const auto errorOfOther = [&, otherAccess = otherAccess, otherShare = otherShare,
+                                   disposition = disposition] {
+            test_support::ChildProcess other([&] {
+                return static_cast<int>(OpenError("data", otherAccess, disposition, otherShare));
+            });
+            return other.Wait();
+        };
         const HANDLE file = Open("data", access, OPEN_EXISTING, share);
-        EXPECT_EQ(OtherProcessMayOpen(otherAccess, OPEN_EXISTING, otherShare), letIn)
+        EXPECT_EQ(errorOfOther(), letIn ? 0 : ERROR_SHARING_VIOLATION)
             << access << "/" << share << " then " << otherAccess << "/" << otherShare;
+        EXPECT_EQ(ReadBytes("data"), "content");
         CloseHandle(file);
-        EXPECT_TRUE(OtherProcessMayOpen(otherAccess, OPEN_EXISTING, otherShare));
+        EXPECT_EQ(errorOfOther(), 0);
+        WriteFileBytes(std::filesystem::absolute("data"), "content");
     }
-}
-
-TEST_F(Files, a_refused_open_leaves_the_content) {
-    WriteText("data", "content");
-    const HANDLE file = Open("data", GENERIC_READ, OPEN_EXISTING, FILE_SHARE_READ);
-    EXPECT_FALSE(OtherProcessMayOpen(GENERIC_WRITE, CREATE_ALWAYS, 0));
-    EXPECT_EQ(ReadSome(file, 100), "content");
-    CloseHandle(file);
 }
 
 TEST_F(Files, a_drive_alone_is_the_disk_of_the_current_folder) {
@@ -133,6 +118,7 @@ TEST_F(Files, a_drive_alone_is_the_disk_of_the_current_folder) {
     EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
 }
 
+// What is found, a folder with \ and a file with its size behind its name.
 std::vector<std::string> Find(const char* pattern) {
     std::vector<std::string> found;
     WIN32_FIND_DATAA data;
@@ -141,9 +127,10 @@ std::vector<std::string> Find(const char* pattern) {
         return {"error " + std::to_string(GetLastError())};
     do {
         const bool folder = data.dwFileAttributes == FILE_ATTRIBUTE_DIRECTORY;
-        found.push_back(std::string(data.cFileName) + (folder ? "\\" : ""));
+        found.push_back(data.cFileName + (folder ? "\\" : " " + std::to_string(data.nFileSizeLow)));
     } while (FindNextFileA(search, &data));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_FILES});
+    EXPECT_FALSE(CloseHandle(search)) << "it is closed by its own call";
     EXPECT_TRUE(FindClose(search));
     return found;
 }
@@ -151,29 +138,32 @@ std::vector<std::string> Find(const char* pattern) {
 TEST_F(Files, searches_find_one_name_or_all_in_their_order) {
     std::filesystem::create_directories("tree/folder.d");
     for (const char* name : {"b.NBF", "a.nbf", "noext", "C.txt", "\xC3\xA9t\xC3\xA9.nbf"})
-        WriteText(ownHome.Work() / "tree" / name, "x");
+        WriteFileBytes(std::filesystem::absolute("tree") / name, name);
     std::filesystem::create_symlink("/dev/zero", "tree/device.nbf");
-    std::filesystem::create_symlink("nowhere", "tree/link");
     mkfifo("tree/pipe.nbf", 0600);
     using Names = std::vector<std::string>;
-    EXPECT_EQ(Find("tree\\*.*"), (Names{".\\", "..\\", "a.nbf", "b.NBF", "C.txt", "folder.d\\",
-                                        "link", "noext", "\xE9t\xE9.nbf"}));
-    EXPECT_EQ(Find("Z:TREE/*.*"), Find("tree\\*.*"));
-    EXPECT_EQ(Find("tree\\\xC9T\xC9.NBF"), Names{"\xE9t\xE9.nbf"});
-    EXPECT_EQ(Find("tree\\NOEXT"), Names{"noext"});
-    EXPECT_EQ(Find("tree"), Names{"tree\\"});
-    EXPECT_EQ(Find("tree\\none"), Names{"error 2"});
-    EXPECT_EQ(Find("tree\\*.nbf"), Names{"error 120"}) << "refused, not ignored";
-    EXPECT_EQ(Find("tree\\"), Names{"error 2"});
-    EXPECT_EQ(Find("none\\*.*"), Names{"error 3"});
-    EXPECT_EQ(Find("Z:\\proc\\self\\stat").front(), "stat");
-    const auto root = Find("Z:\\*.*"); // a root has no folder above it
-    EXPECT_TRUE(std::find(root.begin(), root.end(), "..\\") == root.end());
+    const std::pair<const char*, Names> cases[] = {
+        {"tree\\*.*",
+         {".\\", "..\\", "a.nbf 5", "b.NBF 5", "C.txt 5", "folder.d\\", "noext 5",
+          "\xE9t\xE9.nbf 9"}},
+        {"Z:TREE/*.*", Find("tree\\*.*")},
+        {"tree\\\xC9T\xC9.NBF", {"\xE9t\xE9.nbf 9"}},
+        {"tree\\NOEXT", {"noext 5"}},
+        {"tree", {"tree\\"}},
+        {"tree\\none", {"error 2"}},
+        {"tree\\", {"error 2"}},
+        {"none\\*.*", {"error 3"}},
+        {"tree\\*.nbf", {"error 120"}}, // refused, not ignored
+    };
+    for (const auto& [pattern, names] : cases)
+        EXPECT_EQ(Find(pattern), names) << pattern;
+    const auto root = Find("Z:\\*.*");
+    EXPECT_TRUE(std::ranges::find(root, "..\\") == root.end()) << "there is none above it";
 }
 
 TEST_F(Files, closing_twice_is_counted_and_closing_nothing_is_not) {
     const int before = platform::BadCloseCount();
-    const HANDLE file = Open("data", GENERIC_WRITE, CREATE_ALWAYS);
+    const HANDLE file = Open("data", GENERIC_READ, OPEN_EXISTING);
     EXPECT_TRUE(CloseHandle(file));
     const HANDLE other = Open("data", GENERIC_READ, OPEN_EXISTING);
     EXPECT_FALSE(CloseHandle(file)); // and not the other one

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "testing/comes_true.h"
-#include "tests/platform/own_home.h"
+#include "testing/test_home.h"
 
 #include <windows.h>
 
@@ -20,7 +20,10 @@
 
 namespace port_test {
 
-constexpr DWORD Limit = 60000; // milliseconds until a condition that must come true counts as false
+// Milliseconds until a condition that must come true counts as false: of the host, and of the
+// layer's clock, which runs at 20 times its rate.
+constexpr int HostLimit = 60000;
+constexpr DWORD Limit = 20 * HostLimit;
 
 using test_support::ComesTrue;
 
@@ -48,15 +51,12 @@ inline bool Pends(BOOL result) { return !result && GetLastError() == ERROR_IO_PE
 
 class PortTest : public testing::Test {
 protected:
-    PortTest() {
-        std::filesystem::create_directories(home / "ports");
-        PlugIn();
-    }
+    PortTest() { PlugIn(); }
     ~PortTest() override {
         if (port != INVALID_HANDLE_VALUE)
             CloseHandle(port);
         Unplug();
-        std::filesystem::remove_all(home / "ports");
+        test_support::HomeOfTests().RemovePorts();
     }
 
     // The device's end.
@@ -73,12 +73,12 @@ protected:
         device = -1;
     }
 
-    static HANDLE OpenAs(const char* name, DWORD flags = FILE_FLAG_OVERLAPPED) {
-        return CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, flags,
-                           nullptr);
+    static HANDLE OpenAs(const char* name) {
+        return CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_OVERLAPPED, nullptr);
     }
-    void Open(DWORD flags = FILE_FLAG_OVERLAPPED) {
-        port = OpenAs("\\\\.\\COM1", flags);
+    void Open() {
+        port = OpenAs("\\\\.\\COM1");
         ASSERT_NE(INVALID_HANDLE_VALUE, port);
     }
     void Close() {
@@ -104,7 +104,7 @@ protected:
         std::string chunk(atATime, '\0');
         while (received.size() < size) {
             pollfd ready = {device, POLLIN, 0};
-            if (poll(&ready, 1, static_cast<int>(Limit)) != 1)
+            if (poll(&ready, 1, HostLimit) != 1)
                 break;
             const ssize_t count = read(device, chunk.data(), chunk.size());
             if (count <= 0)
@@ -127,7 +127,7 @@ protected:
         return got;
     }
 
-    const std::filesystem::path home = ownHome.Home();
+    const std::filesystem::path home = test_support::HomeOfTests().Home();
     int device = -1;
     HANDLE port = INVALID_HANDLE_VALUE;
 };

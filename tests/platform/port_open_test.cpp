@@ -3,14 +3,13 @@
 
 #include "tests/platform/port_fixture.h"
 
+#include "platform/base/descriptor.h"
+#include "platform/ports/port_names.h"
+
 #include <cstring>
 
-#include <spawn.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
-#include <sys/wait.h>
-
-extern char** environ;
 
 namespace {
 
@@ -18,33 +17,23 @@ using namespace port_test;
 
 using PortOpenTest = PortTest;
 
-// Whether another process can have the tty, under the user of the test, which may be root.
-bool AnotherProcessGetsIt(const std::filesystem::path& tty) {
-    std::string path = tty.string();
-    char flock[] = "flock", option[] = "--nonblock", command[] = "true";
-    char* arguments[] = {flock, option, path.data(), command, nullptr};
-    pid_t process = 0;
-    EXPECT_EQ(0, posix_spawnp(&process, flock, nullptr, nullptr, arguments, environ));
-    int status = -1;
-    EXPECT_EQ(process, waitpid(process, &status, 0));
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 TEST_F(PortOpenTest, a_port_has_one_holder_in_all_processes_until_it_is_closed) {
-    const std::filesystem::path tty = home / "ports/COM1";
+    const std::string tty = home / "ports/COM1";
+    const platform::Descriptor other(open(tty.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    const auto isFree = [&] { return flock(other.Number(), LOCK_EX | LOCK_NB) == 0; };
     Open();
     EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs("\\\\.\\COM1"));
     EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, GetLastError());
-    EXPECT_FALSE(AnotherProcessGetsIt(tty));
+    EXPECT_FALSE(isFree());
     Close();
-    EXPECT_TRUE(AnotherProcessGetsIt(tty));
-
-    const int other = open(tty.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_EQ(0, flock(other, LOCK_EX));
+    ASSERT_TRUE(isFree());
     EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs("\\\\.\\COM1"));
     EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, GetLastError());
-    close(other);
+    flock(other.Number(), LOCK_UN);
     Open();
+    int exclusive = 1; // which a holder that is killed would leave behind
+    ASSERT_EQ(0, ioctl(other.Number(), TIOCGEXCL, &exclusive));
+    EXPECT_EQ(0, exclusive);
 }
 
 TEST_F(PortOpenTest, what_is_no_tty_is_not_found) {

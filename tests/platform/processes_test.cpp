@@ -1,8 +1,9 @@
 // Processes: real ones are started, opened and ended.
 // label: threads
 
+#include "testing/child_process.h"
 #include "testing/comes_true.h"
-#include "tests/platform/own_home.h"
+#include "testing/test_home.h"
 
 #include "platform/processes/command_line.h"
 #include "platform/processes/process_identity.h"
@@ -12,17 +13,18 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
+
+using test_support::ChildProcess;
+using test_support::HomeOfTests;
+using test_support::ReadBytes;
 
 constexpr DWORD AllAccess = 0x1F0FFF;
 
@@ -39,93 +41,98 @@ DWORD Start(const char* application, std::string commandLine) {
     return process.dwProcessId;
 }
 
-// Started processes are reaped by the layer, whether or not a handle is open.
-bool Ends(DWORD id) {
-    return id != 0 &&
-           test_support::ComesTrue([id] { return kill(static_cast<pid_t>(id), 0) != 0; });
+// What a program has written by its end. Started processes are reaped by the layer, whether or not
+// a handle is open.
+std::string WrittenBy(const char* application, const std::string& commandLine) {
+    const DWORD id = Start(application, commandLine);
+    EXPECT_TRUE(id != 0 &&
+                test_support::ComesTrue([id] { return kill(static_cast<pid_t>(id), 0) != 0; }));
+    return ReadBytes(HomeOfTests().Path("out"));
 }
 
-// A child of the host's kind, which the layer has not started, that waits to be killed.
-pid_t ForkSleeper() {
-    const pid_t child = fork();
-    if (child == 0)
-        for (;;)
-            pause();
-    if (child < 0) // as a number for kill it would mean every process
-        throw std::runtime_error("cannot fork");
-    return child;
+// A process that the layer has not started, until it is killed.
+int SleepUntilKilled() {
+    for (;;)
+        pause();
 }
 
-int KillAndReap(pid_t child) {
-    int status = 0;
-    kill(child, SIGKILL);
-    return waitpid(child, &status, 0) == child ? status : -1;
-}
-
-bool StillRuns(pid_t child) { return waitpid(child, nullptr, WNOHANG) == 0; }
-
-TEST(Processes, a_program_is_started_with_its_arguments) {
-    const auto out = (ownHome.Work() / "out").string();
-    EXPECT_TRUE(Ends(Start("Z:\\bin\\sh", "sh -c \"printf %s '\xE9 a\\\"b' > " + out + "\"")));
-    EXPECT_EQ(ReadText(out), "\xC3\xA9 a\"b");
-}
-
-TEST(Processes, a_program_inherits_no_descriptor_and_reads_nothing_of_ours) {
-    const auto out = (ownHome.Work() / "descriptors").string();
+TEST(Processes, a_program_gets_its_arguments_and_no_descriptor_of_ours) {
+    const auto out = HomeOfTests().Path("out").string();
+    EXPECT_EQ(WrittenBy("Z:\\bin\\sh", "sh -c \"printf %s '\xE9 a\\\"b' > " + out + "\""),
+              "\xC3\xA9 a\"b");
     constexpr int Leaky = 50; // without O_CLOEXEC
     ASSERT_EQ(dup2(STDIN_FILENO, Leaky), Leaky);
-    EXPECT_TRUE(Ends(Start("Z:\\bin\\sh",
-                           "sh -c \"{ ls /proc/$$/fd; readlink /proc/$$/fd/0; } > " + out + "\"")));
-    EXPECT_EQ(ReadText(out).find("50\n"), std::string::npos) << ReadText(out);
-    EXPECT_NE(ReadText(out).find("/dev/null"), std::string::npos);
+    const std::string descriptors = WrittenBy(
+        "Z:\\bin\\sh", "sh -c \"{ ls /proc/$$/fd; readlink /proc/$$/fd/0; } > " + out + "\"");
+    EXPECT_EQ(descriptors.find("50\n"), std::string::npos) << descriptors;
+    EXPECT_NE(descriptors.find("/dev/null"), std::string::npos) << descriptors;
     close(Leaky);
 }
 
-TEST(Processes, what_cannot_be_started_has_its_own_error) {
-    WriteText(ownHome.Work() / "text", "no program");
-    std::filesystem::current_path(ownHome.Work());
-    EXPECT_EQ(Start("Z:\\none", ""), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(Start("Z:\\none\\none", ""), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
-    EXPECT_EQ(Start("text", ""), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    std::filesystem::permissions("text", std::filesystem::perms::owner_all);
-    EXPECT_EQ(Start("text", ""), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_EXE_FORMAT});
-    EXPECT_EQ(Start(nullptr, ""), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+TEST(Processes, a_program_starts_with_no_signal_blocked_or_ignored) {
+    const auto out = HomeOfTests().Path("out").string();
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &before);
+    const auto ignored = std::signal(SIGPIPE, SIG_IGN);
+    const std::string status = WrittenBy("Z:\\bin\\cp", "cp /proc/self/status " + out);
+    std::signal(SIGPIPE, ignored);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    const auto signals = [&](const std::string& line) {
+        return std::stoull(status.substr(status.find(line) + line.size()), nullptr, 16);
+    };
+    EXPECT_EQ(signals("SigBlk:"), 0u);
+    EXPECT_EQ(signals("SigIgn:") & 0x7FFFFFFF, 0u); // above are two of the host's C library
 }
 
-TEST(Processes, a_process_that_others_started_is_opened_and_ended) {
-    const pid_t child = ForkSleeper();
-    const auto id = static_cast<DWORD>(child);
+TEST(Processes, what_cannot_be_started_has_its_own_error) {
+    std::filesystem::current_path(HomeOfTests().Tree());
+    test_support::WriteFileBytes(std::filesystem::absolute("text"), "no program");
+    test_support::WriteFileBytes(std::filesystem::absolute("odd"), "no program");
+    std::filesystem::permissions("odd", std::filesystem::perms::owner_all);
+    const std::pair<const char*, DWORD> cases[] = {
+        {"Z:\\none", ERROR_FILE_NOT_FOUND}, {"Z:\\none\\none", ERROR_PATH_NOT_FOUND},
+        {"text", ERROR_ACCESS_DENIED},      {"odd", ERROR_BAD_EXE_FORMAT},
+        {nullptr, ERROR_INVALID_PARAMETER},
+    };
+    for (const auto& [application, error] : cases) {
+        EXPECT_EQ(Start(application, ""), 0u);
+        EXPECT_EQ(GetLastError(), error);
+    }
+}
+
+TEST(Processes, one_that_others_started_is_opened_and_ended_once) {
+    ChildProcess child(SleepUntilKilled);
+    const auto id = static_cast<DWORD>(child.Id());
     const HANDLE process = OpenProcess(AllAccess, FALSE, id);
     ASSERT_NE(process, nullptr);
     EXPECT_TRUE(TerminateProcess(process, 3));
-    EXPECT_EQ(platform::ProcessStartTime(id), 0u); // dead, though its parent has not reaped it
+    EXPECT_EQ(platform::ProcessStartTime(id), 0u) << "dead, though nobody has reaped it";
     EXPECT_FALSE(TerminateProcess(process, 3));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
     CloseHandle(process);
     EXPECT_EQ(OpenProcess(AllAccess, FALSE, id), nullptr);
-    KillAndReap(child);
+    child.Wait();
+    for (const DWORD none : {DWORD{0}, id, DWORD{0xFFFFFFFF}}) {
+        EXPECT_EQ(OpenProcess(AllAccess, FALSE, none), nullptr);
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    }
 }
 
 TEST(Processes, a_number_that_was_read_for_another_process_opens_nothing) {
-    const pid_t child = ForkSleeper();
-    const auto id = static_cast<DWORD>(child);
+    const ChildProcess child(SleepUntilKilled);
+    const auto id = static_cast<DWORD>(child.Id());
     const auto startTime = platform::ProcessStartTime(id);
     EXPECT_TRUE(platform::ProcessIsAlive(id, startTime));
     EXPECT_FALSE(platform::ProcessIsAlive(id, startTime - 1));
-    EXPECT_FALSE(platform::ProcessIsAlive(id, 0));
     platform::ExpectProcess(id, startTime - 1); // its predecessor under this number
     EXPECT_EQ(OpenProcess(AllAccess, FALSE, id), nullptr);
     platform::ExpectProcess(id, startTime);
     const HANDLE process = OpenProcess(AllAccess, FALSE, id);
     EXPECT_NE(process, nullptr);
     CloseHandle(process);
-    EXPECT_TRUE(StillRuns(child));
-    KillAndReap(child);
+    EXPECT_EQ(waitpid(child.Id(), nullptr, WNOHANG), 0) << "it runs";
 }
 
 TEST(CommandLine, arguments_are_split_as_windows_programs_split_them) {

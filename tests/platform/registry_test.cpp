@@ -1,7 +1,9 @@
 // The calls of the registry: what is stored comes back byte for byte, and errors are those that
 // callers on Windows decide by.
 
-#include "tests/platform/own_home.h"
+#include "testing/child_process.h"
+#include "testing/registry_values.h"
+#include "testing/test_home.h"
 
 #include "platform/kernel/handles.h"
 
@@ -9,40 +11,23 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
+#include <deque>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace {
 
 using namespace std::string_literals;
+using test_support::OpenKey;
+using test_support::SetValue;
+using test_support::StoreValue;
+using test_support::ValueOf;
 
-HKEY MakeKey(const char* name) {
-    HKEY key = nullptr;
-    EXPECT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, name, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
-                              nullptr),
-              ERROR_SUCCESS);
-    return key;
-}
-
-LSTATUS Set(HKEY key, const char* name, DWORD type, const std::string& data) {
-    return RegSetValueExA(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                          static_cast<DWORD>(data.size()));
-}
-
-// The stored bytes of a value, "type:bytes".
-std::string Get(HKEY key, const char* name) {
-    BYTE data[2000];
-    DWORD type = 0;
-    DWORD size = sizeof(data);
-    if (RegQueryValueExA(key, name, nullptr, &type, data, &size) != ERROR_SUCCESS)
-        return "none";
-    return std::to_string(type) + ":" + std::string(reinterpret_cast<char*>(data), size);
-}
+class Registry : public testing::Test {
+protected:
+    void SetUp() override { test_support::HomeOfTests(); }
+};
 
 std::vector<std::string> ValueNames(HKEY key) {
     std::vector<std::string> names;
@@ -62,8 +47,8 @@ std::string AllBytes() {
     return bytes;
 }
 
-TEST(Registry, every_sequence_of_bytes_comes_back_as_it_was) {
-    const std::vector<std::pair<DWORD, std::string>> cases{
+TEST_F(Registry, every_sequence_of_bytes_comes_back_as_it_was) {
+    const std::pair<DWORD, std::string> cases[] = {
         {REG_SZ, "English\0"s},
         {REG_SZ, "English\0\0\0\0\0\0\0\0\0\0\0\0\0"s}, // a whole buffer
         {REG_SZ, "Z:\\tree\\a \"quoted\" image.nbf"s},  // no terminator
@@ -85,80 +70,59 @@ TEST(Registry, every_sequence_of_bytes_comes_back_as_it_was) {
         {REG_NONE, "x"s},
         {0xFFFF0001, "own type"s},
     };
-    const HKEY key = MakeKey("Software\\Bytes");
-    for (std::size_t i = 0; i < cases.size(); ++i)
-        ASSERT_EQ(Set(key, std::to_string(i).c_str(), cases[i].first, cases[i].second), 0);
-    for (std::size_t i = 0; i < cases.size(); ++i)
-        EXPECT_EQ(Get(key, std::to_string(i).c_str()),
+    const char* const key = "Software\\Bytes";
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        StoreValue(HKEY_CURRENT_USER, key, std::to_string(i).c_str(), cases[i].first,
+                   cases[i].second);
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        EXPECT_EQ(ValueOf(HKEY_CURRENT_USER, key, std::to_string(i).c_str()),
                   std::to_string(cases[i].first) + ":" + cases[i].second)
             << "case " << i;
-    EXPECT_EQ(RegCloseKey(key), 0);
 }
 
 // Such a name would read like the end of a key and a comment in the file.
-TEST(Registry, a_name_that_the_file_cannot_hold_is_refused) {
-    const HKEY key = MakeKey("Software\\Names");
+TEST_F(Registry, a_name_that_the_file_cannot_hold_is_refused) {
+    const HKEY key = OpenKey(HKEY_CURRENT_USER, "Software\\Names");
     HKEY made = nullptr;
     for (const char* name : {"a];b", "line\nend", "a\\\\b"})
         EXPECT_EQ(RegCreateKeyExA(key, name, 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr),
                   ERROR_INVALID_PARAMETER)
             << name;
-    EXPECT_EQ(Set(key, "line\nend", REG_SZ, "x"), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(SetValue(key, "line\nend", REG_SZ, "x"), ERROR_INVALID_PARAMETER);
     RegCloseKey(key);
 }
 
-TEST(Registry, a_key_is_opened_in_any_case_and_its_values_are_found) {
-    const HKEY key = MakeKey("Software\\\xC9t\xE9 ]"); // "Été"
+TEST_F(Registry, a_key_is_opened_in_any_case_and_its_values_keep_the_order_of_their_first_writing) {
+    const HKEY key = OpenKey(HKEY_CURRENT_USER, "Software\\\xC9t\xE9 ]"); // "Été"
     const std::vector<std::string> names{"",    "Fl\xE2sh", "quote\"back\\slash", "=", "@", "[x]",
                                          "; x", " "};
     for (const auto& name : names)
-        ASSERT_EQ(Set(key, name.c_str(), REG_SZ, name + "!\0"s), 0);
-    HKEY again = nullptr;
-    ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "SOFTWARE\\\xE9T\xC9 ]\\", 0, KEY_READ, &again), 0);
-    EXPECT_EQ(ValueNames(again), names);
-    EXPECT_EQ(Get(again, "FL\xC2SH"), "1:Fl\xE2sh!\0"s);
-    EXPECT_EQ(Get(again, nullptr), "1:!\0"s);
-    RegCloseKey(again);
+        ASSERT_EQ(SetValue(key, name.c_str(), REG_SZ, name + "!\0"s), 0);
+    ASSERT_EQ(SetValue(key, "FL\xC2SH", REG_SZ, "new\0"s), 0);
+    EXPECT_EQ(ValueNames(key), names);
     RegCloseKey(key);
-}
-
-TEST(Registry, values_are_enumerated_in_the_order_of_their_first_writing) {
-    const HKEY key = MakeKey("Software\\Order");
-    for (const char* name : {"Flash", "Language", "USB", "FlashFile"})
-        ASSERT_EQ(Set(key, name, REG_SZ, "old\0"s), 0);
-    ASSERT_EQ(Set(key, "LANGUAGE", REG_SZ, "new\0"s), 0);
-    EXPECT_EQ(ValueNames(key), (std::vector<std::string>{"Flash", "Language", "USB", "FlashFile"}));
-    EXPECT_EQ(Get(key, "Language"), "1:new\0"s);
-    RegCloseKey(key);
+    const char* const otherCase = "SOFTWARE\\\xE9T\xC9 ]\\";
+    EXPECT_EQ(ValueOf(HKEY_CURRENT_USER, otherCase, "fl\xE2sh"), "1:new\0"s);
+    EXPECT_EQ(ValueOf(HKEY_CURRENT_USER, otherCase, nullptr), "1:!\0"s);
 }
 
 // Each of several processes adds values of its own at the same time; none undoes another's.
-TEST(Registry, processes_that_write_at_the_same_time_lose_nothing) {
-    constexpr int Writers = 4;
-    constexpr int Values = 12;
-    RegCloseKey(MakeKey("Software\\Shared"));
-    std::vector<pid_t> writers;
-    for (int writer = 0; writer < Writers; ++writer) {
-        writers.push_back(fork());
-        if (writers.back() != 0)
-            continue;
-        const HKEY key = MakeKey("Software\\Shared");
-        bool good = true;
-        for (int value = 0; value < Values; ++value) {
-            const auto name = std::to_string(writer) + "/" + std::to_string(value);
-            good = good && Set(key, name.c_str(), REG_SZ, "x\0"s) == 0;
-        }
-        _exit(good ? 0 : 1);
-    }
-    for (const pid_t writer : writers) {
-        int status = 0;
-        ASSERT_EQ(waitpid(writer, &status, 0), writer);
-        EXPECT_EQ(status, 0);
-    }
-    const HKEY key = MakeKey("Software\\Shared");
-    const auto names = ValueNames(key);
-    EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(),
-              std::size_t{Writers * Values});
+TEST_F(Registry, processes_that_write_at_the_same_time_lose_nothing) {
+    constexpr int Writers = 4, Values = 12;
+    const HKEY key = OpenKey(HKEY_CURRENT_USER, "Software\\Shared");
+    std::deque<test_support::ChildProcess> writers;
+    for (int writer = 0; writer < Writers; ++writer)
+        writers.emplace_back([=] {
+            int failed = 0;
+            for (int value = 0; value < Values; ++value) {
+                const auto name = std::to_string(writer) + "/" + std::to_string(value);
+                failed += SetValue(key, name.c_str(), REG_SZ, "x\0"s) != 0;
+            }
+            return failed;
+        });
+    for (auto& writer : writers)
+        EXPECT_EQ(writer.Wait(), 0);
+    EXPECT_EQ(ValueNames(key).size(), std::size_t{Writers * Values});
     RegCloseKey(key);
 }
 

@@ -1,71 +1,68 @@
-// Starting a program or opening a document, with programs of the test's own in PATH.
+// Opening a document, with programs of the test's own in PATH.
 // label: threads
 
-#include "testing/comes_true.h"
-#include "tests/platform/window_support.h"
-
 #include "platform/files/paths.h"
+#include "testing/comes_true.h"
+#include "testing/test_home.h"
+
+#include <windows.h>
 
 #include <shellapi.h>
 
-using namespace window_support;
+#include <gtest/gtest.h>
+
+#include <cstdlib>
 
 namespace {
 
-class Shell : public testing::Test {
-protected:
-    Shell() {
-        std::filesystem::create_directory(Folder());
-        std::ofstream(Folder() / "Readme.doc") << "text";
-        std::filesystem::remove_all(ownHome.Work() / "bin");
-        std::filesystem::create_directory(ownHome.Work() / "bin");
-        std::filesystem::remove(Recorded());
-        setenv("PATH", ((ownHome.Work() / "bin").string() + ":/usr/bin:/bin").c_str(), 1);
-    }
+namespace fs = std::filesystem;
+using test_support::HomeOfTests;
+using test_support::WriteFileBytes;
 
-    // A program that writes down its folder and arguments, in one step.
-    void Install(const std::string& name) {
-        auto path = ownHome.Work() / name;
-        std::ofstream(path) << "#!/bin/sh\nprintf '%s|' \"$PWD\" \"$@\" > " << Recorded().string()
-                            << ".new\nmv " << Recorded().string() << ".new " << Recorded().string()
-                            << "\n";
-        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-    }
+// A program that writes down its name, folder and arguments, in one step.
+void Install(const fs::path& program, const fs::path& recorded) {
+    WriteFileBytes(program, "#!/bin/sh\nprintf '%s|' \"${0##*/}\" \"$PWD\" \"$@\" > " +
+                                recorded.string() + ".new\nmv " + recorded.string() + ".new " +
+                                recorded.string() + "\n");
+    fs::permissions(program, fs::perms::owner_all);
+}
+
+bool Execute(const fs::path& folder) {
+    const std::string windowsFolder = platform::WindowsPath(folder.string());
+    SHELLEXECUTEINFOA info = {};
+    info.cbSize = sizeof(info);
+    info.fMask = SEE_MASK_NOCLOSEPROCESS;
+    info.lpFile = "wordpad.exe";
+    info.lpParameters = "readme.doc";
+    info.lpDirectory = windowsFolder.c_str();
+    info.nShow = SW_SHOWMAXIMIZED;
+    return ShellExecuteExA(&info) && info.hProcess && CloseHandle(info.hProcess);
+}
+
+TEST(Shell, starts_the_program_of_the_host_or_else_opens_the_document) {
+    const auto bin = HomeOfTests().Path("bin"), recorded = HomeOfTests().Path("recorded");
     // No command line of Windows could carry its name.
-    std::filesystem::path Folder() const { return ownHome.Work() / "\" --manual \"日"; }
-    std::filesystem::path Recorded() const { return ownHome.Work() / "recorded"; }
-
-    // Executes, and gives what the program has recorded.
-    std::string Execute() {
-        std::string folder = platform::WindowsPath(Folder().string());
-        SHELLEXECUTEINFOA info = {};
-        info.cbSize = sizeof(info);
-        info.fMask = SEE_MASK_NOCLOSEPROCESS;
-        info.lpFile = "wordpad.exe";
-        info.lpParameters = "readme.doc";
-        info.lpDirectory = folder.c_str();
-        info.nShow = SW_SHOWMAXIMIZED;
-        if (!ShellExecuteExA(&info))
-            return "failed " + std::to_string(GetLastError());
-        EXPECT_NE(info.hProcess, nullptr);
-        EXPECT_TRUE(CloseHandle(info.hProcess));
-        EXPECT_TRUE(test_support::ComesTrue([this] { return exists(Recorded()); }));
-        std::ifstream recorded(Recorded());
-        return {std::istreambuf_iterator<char>(recorded), {}};
-    }
-};
+    const auto folder = HomeOfTests().Path("\" --manual \"日");
+    WriteFileBytes(folder / "Readme.doc", "text");
+    Install(bin / "xdg-open", recorded);
+    // The current folder, which a PATH may name, is not searched.
+    Install(HomeOfTests().Tree() / "wordpad.exe", recorded);
+    fs::current_path(HomeOfTests().Tree());
+    setenv("PATH", (".::" + bin.string() + ":/usr/bin:/bin").c_str(), 1);
+    const auto execute = [&] {
+        fs::remove(recorded);
+        EXPECT_TRUE(Execute(folder));
+        EXPECT_TRUE(test_support::ComesTrue([&] { return fs::exists(recorded); }));
+        return test_support::ReadBytes(recorded);
+    };
+    const std::string there = folder.string() + "|";
+    EXPECT_EQ(execute(), "xdg-open|" + there + folder.string() + "/Readme.doc|");
+    Install(bin / "wordpad.exe", recorded);
+    EXPECT_EQ(execute(), "wordpad.exe|" + there + "readme.doc|");
+    fs::remove(bin / "wordpad.exe");
+    fs::remove(folder / "Readme.doc");
+    EXPECT_FALSE(Execute(folder));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+}
 
 } // namespace
-
-TEST_F(Shell, opens_the_document_where_the_host_has_no_such_program) {
-    Install("bin/xdg-open");
-    Install("wordpad.exe"); // in the current folder, which a PATH may name
-    std::filesystem::current_path(ownHome.Work());
-    const char* path = getenv("PATH");
-    ASSERT_TRUE(path);
-    setenv("PATH", (".::" + std::string(path)).c_str(), 1);
-    std::string folder = Folder().string();
-    EXPECT_EQ(Execute(), folder + "|" + folder + "/Readme.doc|") << "by its name on the host";
-    std::filesystem::remove(folder + "/Readme.doc");
-    EXPECT_EQ(Execute(), "failed 2");
-}

@@ -1,8 +1,6 @@
 // The terminal display, led over pipes as a script leads it.
 // label: threads
 
-#include "testing/comes_true.h"
-#include "tests/platform/page_program.h"
 #include "tests/platform/window_support.h"
 
 #include <commctrl.h>
@@ -59,17 +57,14 @@ INT_PTR CALLBACK ChoiceProcedure(HWND page, UINT message, WPARAM first, LPARAM) 
     return TRUE;
 }
 
+// Its text holds control characters.
 INT_PTR CALLBACK QuitProcedure(HWND page, UINT message, WPARAM first, LPARAM) {
+    if (message == WM_INITDIALOG)
+        SetDlgItemTextA(page, 1, "a\x1B[2Jb\x81\a c");
     if (message == WM_COMMAND && LOWORD(first) == 1175)
         EndDialog(page, 1175);
     return FALSE;
 }
-
-INT_PTR Show(int id, DLGPROC procedure) {
-    return DialogBoxParamA(nullptr, MAKEINTRESOURCEA(id), nullptr, procedure, 0);
-}
-
-int ShowChoice() { return static_cast<int>(Show(158, ChoiceProcedure)); }
 
 // Moves the bar from another thread, as workers do: 0, 36 and 37 percent, and the figure to 100.
 INT_PTR CALLBACK ProgressProcedure(HWND page, UINT message, WPARAM, LPARAM) {
@@ -86,86 +81,90 @@ INT_PTR CALLBACK ProgressProcedure(HWND page, UINT message, WPARAM, LPARAM) {
     return FALSE;
 }
 
-constexpr char ChoicePage[] = "== 158 == Choix\n"
-                              "Première ligne\n"
-                              "Deuxième ligne\n"
-                              "Lire le fichier\n"
-                              "( ) [1150] USB\n"
-                              "( ) [1151] Série\n"
-                              "[ ] [1134] Lire le fichier\n"
-                              "[-] Suivant\n"
-                              "[2] Annuler\n";
+int Show(int id, DLGPROC procedure) {
+    return static_cast<int>(DialogBoxParamA(nullptr, MAKEINTRESOURCEA(id), nullptr, procedure, 0));
+}
+
+int ShowChoice() { return Show(158, ChoiceProcedure); }
+int ShowProgress() { return Show(102, ProgressProcedure); } // has no controls: reads no line
+
+const std::string ChoicePage = "== 158 == Choix\n"
+                               "Première ligne\n"
+                               "Deuxième ligne\n"
+                               "Lire le fichier\n"
+                               "( ) [1150] USB\n"
+                               "( ) [1151] Série\n"
+                               "[ ] [1134] Lire le fichier\n"
+                               "[-] Suivant\n"
+                               "[2] Annuler\n";
 
 class TerminalDisplay : public testing::Test {
 protected:
     TerminalDisplay() : bytes_(CompileScript(Script)) { UseBytes(bytes_); }
 
-    std::vector<char> bytes_;
+private:
+    std::string bytes_;
 };
 
 } // namespace
 
 TEST_F(TerminalDisplay, prints_a_page_and_each_change_and_accepts_numbers) {
-    PageProgram program(ShowChoice);
-    EXPECT_EQ(program.Until("[2] Annuler\n"), ChoicePage);
-    program.Send("1\n");
-    EXPECT_EQ(program.Until("\n"), "not available now: 1\n");
-    program.Send("77\n");
-    EXPECT_EQ(program.Until("\n"), "no such number on this page: 77\n");
-    program.Send("x y\n");
-    EXPECT_EQ(program.Until("\n").substr(0, 20), "not understood: x y ");
-    program.Send("\n1151\n");
-    EXPECT_EQ(program.Until("Suivant\n"), "(x) [1151] Série\n[1] Suivant\n")
-        << "Enter on a disabled default button does nothing";
-    program.Send("1150\n");
-    EXPECT_EQ(program.Until("USB\n"), "( ) [1151] Série\n(x) [1150] USB\n");
-    program.Send("1134\n"); // the text has three lines, and its control is two high
-    EXPECT_EQ(program.Until("en deux\n"), "[x] [1134] Lire le fichier\nNouvelle ligne\nen deux\n");
-    program.Send("\n");
-    EXPECT_EQ(program.Rest(), "-- 158 --\n");
-    EXPECT_EQ(program.Finish(), 1);
+    struct {
+        const char *line, *printed;
+    } const steps[] = {
+        {"1", "not available now: 1\n"},
+        {"77", "no such number on this page: 77\n"},
+        {"x y", "not understood: x y (a number in brackets, an empty line for Enter, esc)\n"},
+        {"", ""}, // Enter, where the default button is disabled
+        {"1151", "(x) [1151] Série\n[1] Suivant\n"},
+        {"1150", "( ) [1151] Série\n(x) [1150] USB\n"},
+        // Its text gets three lines, and its control is two high.
+        {"1134", "[x] [1134] Lire le fichier\nNouvelle ligne\nen deux\n"},
+        {"", "-- 158 --\n"},
+    };
+    ChildProcess program(ShowChoice);
+    std::string expected = ChoicePage;
+    for (const auto& [line, printed] : steps) {
+        program.Send(line);
+        expected += printed;
+    }
+    EXPECT_EQ(program.AllOutput(), expected);
+    EXPECT_EQ(program.Wait(), 1);
 }
 
 TEST_F(TerminalDisplay, keeps_lines_typed_ahead_for_the_pages_they_are_meant_for) {
-    PageProgram program([] {
-        int first = ShowChoice();
-        Show(102, ProgressProcedure); // has no controls: reads no line
-        int second = ShowChoice();
-        return first * 10 + second;
+    ChildProcess program([] {
+        const int first = ShowChoice();
+        ShowProgress();
+        return first * 10 + ShowChoice();
     });
-    program.Send("1151\n1\nesc\n");
-    std::string printed = program.Rest();
-    EXPECT_EQ(program.Finish(), 12);
-    EXPECT_NE(printed.find("-- 158 --\n== 102 ==\nMise à niveau\n0%\n"), std::string::npos)
-        << printed;
-    EXPECT_NE(printed.find("-- 102 --\n== 158 == Choix\n"), std::string::npos);
+    program.Type("1151\n1\nesc\n");
+    EXPECT_EQ(program.AllOutput(),
+              ChoicePage +
+                  "(x) [1151] Série\n[1] Suivant\n-- 158 --\n== 102 ==\nMise à niveau\n"
+                  "0%\n36%\n37%\n100%\n-- 102 --\n" +
+                  ChoicePage + "-- 158 --\n");
+    EXPECT_EQ(program.Wait(), 12);
+}
+
+TEST_F(TerminalDisplay, writes_the_percentage_over_the_one_before_on_a_real_terminal) {
+    ChildProcess program(ShowProgress, true);
+    EXPECT_EQ(program.AllOutput(), "== 102 ==\nMise à niveau\n0%  36% 37% 100%\n-- 102 --\n");
 }
 
 TEST_F(TerminalDisplay, gives_the_line_to_the_newest_of_two_pages_on_two_threads) {
-    PageProgram program([] {
-        INT_PTR older = 0;
-        std::thread owner([&] { older = Show(158, ChoiceProcedure); });
-        test_support::ComesTrue([] { return IsWindowVisible(FindWindowA("#32770", " Choix")); });
-        INT_PTR newer = Show(165, QuitProcedure);
+    ChildProcess program([] {
+        int older = 0;
+        std::thread owner([&] { older = ShowChoice(); });
+        ComesTrue([] { return IsWindowVisible(FindWindowA("#32770", " Choix")); });
+        const int newer = Show(165, QuitProcedure);
         owner.join();
         return newer == 1175 && older == IDCANCEL ? 0 : 1;
     });
-    program.Until("[1175] Quitter\n");
-    program.Send("2\n1175\n2\n");
-    EXPECT_EQ(program.Rest(), "no such number on this page: 2\n-- 165 --\n-- 158 --\n");
-    EXPECT_EQ(program.Finish(), 0);
-}
-
-TEST_F(TerminalDisplay, prints_no_control_characters_that_a_text_may_hold) {
-    PageProgram program([] {
-        return static_cast<int>(Show(165, [](HWND page, UINT message, WPARAM, LPARAM) -> INT_PTR {
-            if (message == WM_INITDIALOG)
-                SetDlgItemTextA(page, 1, "a\x1B[2Jb\x81\a c");
-            if (message == WM_COMMAND)
-                EndDialog(page, 0);
-            return FALSE;
-        }));
-    });
-    program.CloseInput();
-    EXPECT_EQ(program.Rest(), "== 165 ==\na[2Jb c\n[1175] Quitter\n-- 165 --\n");
+    program.ExpectLine("[1175] Quitter");
+    program.Type("2\n1175\n2\n");
+    EXPECT_EQ(program.AllOutput(), ChoicePage + "== 165 ==\na[2Jb c\n[1175] Quitter\n"
+                                                "no such number on this page: 2\n"
+                                                "-- 165 --\n-- 158 --\n");
+    EXPECT_EQ(program.Wait(), 0);
 }

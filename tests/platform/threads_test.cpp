@@ -2,7 +2,6 @@
 // label: threads
 
 #include "testing/comes_true.h"
-#include "tests/platform/own_home.h"
 
 #include "platform/base/clock.h"
 
@@ -25,8 +24,8 @@ HANDLE NewEvent(BOOL manualReset, BOOL set) {
     return CreateEventA(nullptr, manualReset, set, nullptr);
 }
 
-HANDLE Start(LPTHREAD_START_ROUTINE routine, void* parameter = nullptr) {
-    return CreateThread(nullptr, 0, routine, parameter, 0, nullptr);
+HANDLE Start(LPTHREAD_START_ROUTINE routine) {
+    return CreateThread(nullptr, 0, routine, nullptr, 0, nullptr);
 }
 
 void AwaitEnd(HANDLE thread) {

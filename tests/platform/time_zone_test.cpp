@@ -49,6 +49,10 @@ const Zone Zones[] = {
     {"Australia/Lord_Howe", -630, -30, "10.1.0/2:0", "4.1.0/2:0", "+1030", "+11", 2, 1},
     {"CET-1CEST,M3.5.0,M10.5.0/3", -60, -60, "3.5.0/2:0", "10.5.0/3:0", "CET", "CEST", 1, 2},
     {"AAA3BBB,M3.4.6/1:30,M9.4.2/0", 180, -60, "3.4.6/1:30", "9.4.2/0:0", "AAA", "BBB", 1, 2},
+    // The last Sunday of October 2024 is the fourth, that of 2023 the fifth.
+    {"AAA0BBB,M3.4.0,M10.4.0", 0, -60, "3.4.0/2:0", "10.4.0/2:0", "AAA", "BBB", 1, 2},
+    // Where no rule by weekday holds, the dates are those of the year: a Monday and a Tuesday.
+    {"AAA0BBB,J91/1,J274/2", 0, -60, "4.1.1/1:0", "10.1.2/2:0", "AAA", "BBB", 1, 2},
 };
 
 TEST(TimeZone, biases_rules_and_season_are_those_of_windows) {

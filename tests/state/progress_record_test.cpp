@@ -12,8 +12,11 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace {
+
+using namespace std::string_literals;
 
 constexpr char RecordKey[] = "Software\\FlashUtility";
 
@@ -32,23 +35,8 @@ protected:
         State.Run.BootloaderResume = false;
     }
 
-    struct Stored {
-        DWORD type;
-        std::string data;
-    };
-
-    static Stored Read(const char* name) {
-        HKEY key = nullptr;
-        EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_CURRENT_USER, RecordKey, 0, KEY_READ, &key));
-        Stored stored{0, std::string(300, '?')};
-        DWORD size = 300;
-        EXPECT_EQ(ERROR_SUCCESS,
-                  RegQueryValueExA(key, name, nullptr, &stored.type,
-                                   reinterpret_cast<BYTE*>(stored.data.data()), &size))
-            << name;
-        stored.data.resize(size);
-        RegCloseKey(key);
-        return stored;
+    static std::string Read(const char* name) {
+        return test_support::ValueOf(HKEY_CURRENT_USER, RecordKey, name);
     }
 
     static void Write(const char* name, DWORD type, const std::string& data) {
@@ -64,15 +52,17 @@ protected:
 TEST_F(ProgressRecord, is_stored_to_the_byte) {
     std::memset(State.Paths.LanguageFolder + sizeof("French"), 'x', 5); // of an earlier text
     WriteProgressRecord();
-    EXPECT_EQ(std::string("\1\0\0\0", 4), Read("Flash").data);
-    EXPECT_EQ(Padded("French", 20), Read("Language").data);
-    EXPECT_EQ(Padded("TOLKP1000", 15), Read("ModelID").data);
-    EXPECT_EQ(Padded("FRE", 10), Read("Lang").data);
-    EXPECT_EQ(Padded("1.14", 20), Read("Version").data);
-    EXPECT_EQ(std::string(4, '\0'), Read("USB").data);
-    EXPECT_EQ("Z:\\images\\rom\xE9.nbf", Read("FlashFile").data); // no terminator
-    EXPECT_EQ(static_cast<DWORD>(REG_DWORD), Read("USB").type);
-    EXPECT_EQ(static_cast<DWORD>(REG_SZ), Read("FlashFile").type);
+    const std::pair<const char*, std::string> values[] = {
+        {"Flash", "4:\1\0\0\0"s},
+        {"Language", "1:" + Padded("French", 20)},
+        {"ModelID", "1:" + Padded("TOLKP1000", 15)},
+        {"Lang", "1:" + Padded("FRE", 10)},
+        {"Version", "1:" + Padded("1.14", 20)},
+        {"USB", "4:\0\0\0\0"s},
+        {"FlashFile", "1:Z:\\images\\rom\xE9.nbf"}, // no terminator
+    };
+    for (const auto& [name, stored] : values)
+        EXPECT_EQ(stored, Read(name)) << name;
 }
 
 TEST_F(ProgressRecord, comes_back_whole_in_the_next_run) {
