@@ -30,7 +30,6 @@ public:
         Skip(gap < Left() ? gap : Left());
     }
 
-    std::uint8_t Byte() { return static_cast<std::uint8_t>(Number(1)); }
     std::uint16_t Word() { return static_cast<std::uint16_t>(Number(2)); }
     std::uint32_t Long() { return Number(4); }
     std::int16_t SignedWord() { return static_cast<std::int16_t>(Word()); }

@@ -1,5 +1,5 @@
-// Serial ports, and what overlapped calls on a port need. Layouts and values as in Microsoft's
-// winbase.h, commapi.h and ioapiset.h.
+// Serial ports, opened for overlapped calls, and what these need. Layouts and values as in
+// Microsoft's winbase.h, commapi.h and ioapiset.h.
 //
 // Covered: 8 data bits, no parity, one stop bit, no flow control, DTR and RTS raised; reads that
 // return at once or wait for all their bytes; the event EV_RXCHAR (a host's tty reports no other,
@@ -102,8 +102,8 @@ BOOL WINAPI GetCommMask(HANDLE file, LPDWORD events);
 
 // Reports and forgets the events of the mask that have happened since the last report, or waits for
 // the first one. One wait at a time: a second one, or one with an empty mask, fails with
-// ERROR_INVALID_PARAMETER. On an overlapped handle `events` is written by the completion and must
-// live until then; a wait that fails leaves it alone.
+// ERROR_INVALID_PARAMETER. `events` is written by the completion and must live until then; a wait
+// that fails leaves it alone.
 BOOL WINAPI WaitCommEvent(HANDLE file, LPDWORD events, LPOVERLAPPED overlapped);
 
 // Only the USB serial driver has requests of its own (usb_requests.cpp has them): a port whose

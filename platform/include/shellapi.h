@@ -25,7 +25,6 @@ struct SHELLEXECUTEINFOA {
     };
     HANDLE hProcess; // out, with SEE_MASK_NOCLOSEPROCESS: the caller closes it; null if none
 };
-typedef SHELLEXECUTEINFOA* LPSHELLEXECUTEINFOA;
 
 // Starts lpFile where the host has such a program in its PATH. Where it has not, the document is
 // opened with the desktop's own program: the one named by lpParameters or, with no parameters,

@@ -54,7 +54,6 @@
 #define ERROR_FILENAME_EXCED_RANGE 206
 #define ERROR_MORE_DATA 234
 #define ERROR_NO_MORE_ITEMS 259
-#define ERROR_DIRECTORY 267
 #define ERROR_OPERATION_ABORTED 995
 #define ERROR_IO_INCOMPLETE 996
 #define ERROR_IO_PENDING 997
@@ -80,7 +79,7 @@ struct OVERLAPPED {
             DWORD Offset;
             DWORD OffsetHigh;
         };
-        PVOID Pointer;
+        LPVOID Pointer;
     };
     HANDLE hEvent;
 };

@@ -7,7 +7,6 @@
 
 #define WINAPI
 #define CALLBACK
-#define APIENTRY
 #define TRUE 1
 #define FALSE 0
 #define MAX_PATH 260
@@ -24,13 +23,9 @@ typedef std::uint16_t WORD;
 typedef std::uint32_t DWORD;
 typedef std::int32_t LONG;
 typedef std::uint32_t ULONG;
-typedef std::int64_t LONGLONG;
 typedef std::uint64_t ULONGLONG;
-typedef int INT;
 typedef unsigned int UINT;
-typedef std::int16_t SHORT;
 typedef char CHAR;
-typedef unsigned char UCHAR;
 typedef char16_t WCHAR;
 typedef void VOID;
 typedef std::intptr_t INT_PTR;
@@ -46,23 +41,18 @@ typedef WORD ATOM;
 typedef LONG HRESULT;
 typedef DWORD COLORREF;
 
-typedef void* PVOID;
 typedef void* LPVOID;
 typedef const void* LPCVOID;
-typedef BOOL* LPBOOL;
 typedef BYTE* LPBYTE;
 typedef DWORD* LPDWORD;
-typedef LONG* PLONG;
 typedef char* LPSTR;
 typedef const char* LPCSTR;
 typedef WCHAR* LPWSTR;
 typedef const WCHAR* LPCWSTR;
 
 typedef void* HANDLE;
-typedef HANDLE HGLOBAL;
 typedef HANDLE HLOCAL;
 typedef void* HGDIOBJ;
-typedef HANDLE* PHANDLE;
 DECLARE_HANDLE(HWND);
 DECLARE_HANDLE(HINSTANCE);
 DECLARE_HANDLE(HKEY);
@@ -92,5 +82,3 @@ typedef RECT* LPRECT;
 #define MAKELONG(low, high) (static_cast<LONG>((static_cast<DWORD>(high) << 16) | WORD(low)))
 #define LOWORD(value) (static_cast<WORD>(static_cast<DWORD_PTR>(value) & 0xFFFF))
 #define HIWORD(value) (static_cast<WORD>((static_cast<DWORD_PTR>(value) >> 16) & 0xFFFF))
-#define LOBYTE(value) (static_cast<BYTE>(static_cast<DWORD_PTR>(value) & 0xFF))
-#define HIBYTE(value) (static_cast<BYTE>((static_cast<DWORD_PTR>(value) >> 8) & 0xFF))

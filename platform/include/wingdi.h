@@ -17,7 +17,6 @@
 #define SRCCOPY 0x00CC0020
 
 #define LF_FACESIZE 32
-#define FW_NORMAL 400
 #define FW_BOLD 700
 #define FW_HEAVY 900
 #define VARIABLE_PITCH 2

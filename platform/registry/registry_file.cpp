@@ -83,9 +83,9 @@ LSTATUS ReadWhole(const Descriptor& file, std::string& content) {
 
 // Once for each fault: the registry is read very often.
 void ReportFault(const std::string& fault) {
-    static std::mutex mutex;
+    static std::mutex reportLock;
     static auto& reported = *new std::string;
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(reportLock);
     if (fault == reported)
         return;
     reported = fault;
@@ -195,9 +195,9 @@ LSTATUS UpdateCache(CachedContent& cache, const Descriptor& file, const struct s
 } // namespace
 
 LSTATUS ReadRegistry(SharedRegistry& tree) {
-    static std::mutex mutex;
+    static std::mutex cacheLock;
     static auto& cache = *new CachedContent;
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(cacheLock);
     Descriptor file;
     struct stat status = {};
     LSTATUS result = OpenRegistry(file, status);

@@ -6,6 +6,7 @@
 
 #include "platform/registry/registry_text.h"
 
+#include "platform/base/byte_reader.h"
 #include "platform/base/text.h"
 
 #include <winreg.h>
@@ -74,10 +75,8 @@ std::string HexLines(std::string line, std::string_view data) {
 std::string ValueLines(const RegistryValue& value) {
     const std::string name = (value.name.empty() ? "@" : Quoted(value.name)) + "=";
     if (value.type == REG_DWORD && value.data.size() == 4) {
-        DWORD number = 0;
-        for (std::size_t i = 4; i-- > 0;)
-            number = (number << 8) | static_cast<unsigned char>(value.data[i]);
-        return name + "dword:" + Hex(number, 8) + "\n";
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(value.data.data());
+        return name + "dword:" + Hex(ByteReader({bytes, 4}).Long(), 8) + "\n";
     }
     std::u16string text;
     if (IsReadable(value, text))

@@ -38,7 +38,7 @@ LineReader::LineReader(int file, std::function<void()> arrived)
     : file_(file), arrived_(std::move(arrived)) {}
 
 std::optional<std::string> LineReader::Next() {
-    std::lock_guard lock(lock_);
+    const std::lock_guard lock(lock_);
     Start();
     if (lines_.empty())
         return std::nullopt;
@@ -49,13 +49,13 @@ std::optional<std::string> LineReader::Next() {
 }
 
 bool LineReader::AtEnd() {
-    std::lock_guard lock(lock_);
+    const std::lock_guard lock(lock_);
     return ended_ && lines_.empty();
 }
 
 void LineReader::End() {
     {
-        std::lock_guard lock(lock_);
+        const std::lock_guard lock(lock_);
         ended_ = true;
     }
     notFull_.notify_all();

@@ -4,7 +4,6 @@
 
 #include "platform/windows/window_model.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -13,12 +12,6 @@
 #include <unistd.h>
 
 namespace platform {
-
-bool PageView::IsInteractive() const {
-    return std::any_of(controls.begin(), controls.end(), [](const ControlView& control) {
-        return control.visible && platform::IsInteractive(control.kind);
-    });
-}
 
 LONG LineHeight(const LOGFONTA& font) {
     constexpr double CellOfEm = 14.0 / 11; // of Arial on Windows at the size of the pages

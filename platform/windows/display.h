@@ -42,8 +42,6 @@ struct PageView {
     SIZE clientSize;
     std::vector<ControlView> controls;
     std::vector<PaintedPicture> pictures;
-
-    bool IsInteractive() const; // a user can do something here, now or later
 };
 
 struct PageAction {

@@ -73,13 +73,13 @@ DrawingObjects& Drawing() {
 }
 
 HDC AddContext() {
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     return static_cast<HDC>(Drawing().Add(Context{StockBitmap, UnpaintedColours()}));
 }
 
 // Sets a colour of a context and gives the old one.
 COLORREF Exchange(HDC handle, COLORREF PaintResult::*which, COLORREF colour) {
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     auto* context = Drawing().Find<Context>(handle);
     return context ? std::exchange(context->result.*which, colour) : CLR_INVALID;
 }
@@ -143,7 +143,7 @@ HDC OpenPaintContext() { return AddContext(); }
 
 PaintResult ClosePaintContext(HDC handle) {
     PaintResult result = {};
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     if (auto* context = Drawing().Find<Context>(handle)) {
         result = std::move(context->result);
         Drawing().objects.erase(handle);
@@ -152,7 +152,7 @@ PaintResult ClosePaintContext(HDC handle) {
 }
 
 bool FontDescription(HFONT handle, LOGFONTA* description) {
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     auto* font = Drawing().Find<LOGFONTA>(handle);
     if (font)
         *description = *font;
@@ -160,7 +160,7 @@ bool FontDescription(HFONT handle, LOGFONTA* description) {
 }
 
 int DrawingObjectCount() {
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     return static_cast<int>(Drawing().objects.size()) - 1; // the stock bitmap
 }
 
@@ -173,7 +173,7 @@ HDC WINAPI CreateDCA(LPCSTR, LPCSTR, LPCSTR, const DEVMODEA*) { return AddContex
 HDC WINAPI CreateCompatibleDC(HDC) { return AddContext(); }
 
 BOOL WINAPI DeleteDC(HDC handle) {
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     if (!Drawing().Find<Context>(handle))
         return FALSE;
     Drawing().objects.erase(handle);
@@ -181,21 +181,21 @@ BOOL WINAPI DeleteDC(HDC handle) {
 }
 
 HGDIOBJ WINAPI SelectObject(HDC handle, HGDIOBJ object) {
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     auto* context = Drawing().Find<Context>(handle);
     const bool fits = context && Drawing().Find<std::shared_ptr<const Picture>>(object);
     return fits ? std::exchange(context->bitmap, object) : nullptr;
 }
 
 BOOL WINAPI DeleteObject(HGDIOBJ object) {
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     if (object == StockBitmap || Drawing().IsSelected(object) || Drawing().Find<Context>(object))
         return FALSE;
     return Drawing().objects.erase(object) ? TRUE : FALSE;
 }
 
 int WINAPI GetObjectA(HANDLE object, int size, LPVOID buffer) {
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     if (auto* picture = Drawing().Find<std::shared_ptr<const Picture>>(object))
         return CopyDescription(DescribePicture(**picture), size, buffer);
     if (auto* font = Drawing().Find<LOGFONTA>(object))
@@ -205,7 +205,7 @@ int WINAPI GetObjectA(HANDLE object, int size, LPVOID buffer) {
 
 BOOL WINAPI BitBlt(HDC target, int x, int y, int width, int height, HDC source, int sourceX,
                    int sourceY, DWORD operation) {
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     auto* to = Drawing().Find<Context>(target);
     auto* from = Drawing().Find<Context>(source);
     if (!to || !from || sourceX != 0 || sourceY != 0 || operation != SRCCOPY)
@@ -220,12 +220,12 @@ BOOL WINAPI BitBlt(HDC target, int x, int y, int width, int height, HDC source, 
 HFONT WINAPI CreateFontIndirectA(const LOGFONTA* font) {
     if (!font)
         return nullptr;
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     return static_cast<HFONT>(Drawing().Add(*font));
 }
 
 HBRUSH WINAPI CreateSolidBrush(COLORREF) {
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     return static_cast<HBRUSH>(Drawing().Add(Brush()));
 }
 
@@ -242,6 +242,6 @@ HBITMAP WINAPI LoadBitmapA(HINSTANCE, LPCSTR name) {
     auto picture = bytes ? ReadPicture(*bytes) : nullptr;
     if (!picture)
         return nullptr;
-    std::lock_guard lock(Drawing().lock);
+    const std::lock_guard lock(Drawing().lock);
     return static_cast<HBITMAP>(Drawing().Add(std::move(picture)));
 }

@@ -27,7 +27,6 @@ namespace platform {
 
 constexpr int CaptionHeight = 19; // pixels, as on a classic desktop
 constexpr int DialogFrame = 3;
-constexpr int SizingFrame = 4;
 
 constexpr char DialogClass[] = "#32770";
 

@@ -62,9 +62,9 @@ public:
     // Above all that this process has had, whose windows may be there yet: the file is a new one
     // where the folder was removed. 0 where there is none left above.
     DWORD NextNumber() {
-        static std::mutex mutex; // the lock of a removed folder excludes nobody
+        static std::mutex numberLock; // the lock of a removed folder excludes nobody
         static DWORD lastUsed = 0;
-        const std::lock_guard lock(mutex);
+        const std::lock_guard lock(numberLock);
         DWORD last = 0;
         char text[16] = {};
         ssize_t length = pread(file_.Number(), text, sizeof(text) - 1, 0);

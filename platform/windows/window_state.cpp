@@ -12,15 +12,8 @@ namespace platform {
 namespace {
 
 SIZE FrameOf(DWORD style) {
-    if (style & WS_CHILD)
-        return {0, 0};
-    if (style & WS_THICKFRAME)
-        return {SizingFrame, SizingFrame};
-    if ((style & WS_CAPTION) == WS_CAPTION || (style & DS_MODALFRAME) || (style & WS_DLGFRAME))
-        return {DialogFrame, DialogFrame};
-    if (style & WS_BORDER)
-        return {1, 1};
-    return {0, 0};
+    const bool framed = !(style & WS_CHILD) && (style & (DS_MODALFRAME | WS_CAPTION));
+    return framed ? SIZE{DialogFrame, DialogFrame} : SIZE{0, 0};
 }
 
 LONG CaptionOf(DWORD style) {
