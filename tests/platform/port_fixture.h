@@ -2,7 +2,7 @@
 #pragma once
 
 #include "testing/comes_true.h"
-#include "testing/test_home.h"
+#include "testing/device_end.h"
 
 #include <windows.h>
 
@@ -49,28 +49,12 @@ struct Call {
 
 inline bool Pends(BOOL result) { return !result && GetLastError() == ERROR_IO_PENDING; }
 
-class PortTest : public testing::Test {
+class PortTest : public testing::Test, protected test_support::DeviceEnd {
 protected:
     PortTest() { PlugIn(); }
     ~PortTest() override {
         if (port != INVALID_HANDLE_VALUE)
             CloseHandle(port);
-        Unplug();
-        test_support::HomeOfTests().RemovePorts();
-    }
-
-    // The device's end.
-    void PlugIn() {
-        device = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        EXPECT_EQ(0, grantpt(device));
-        EXPECT_EQ(0, unlockpt(device));
-        std::filesystem::remove(home / "ports/COM1");
-        std::filesystem::create_symlink(ptsname(device), home / "ports/COM1");
-    }
-    void Unplug() {
-        if (device >= 0)
-            close(device);
-        device = -1;
     }
 
     static HANDLE OpenAs(const char* name) {
@@ -92,27 +76,6 @@ protected:
         ASSERT_TRUE(SetCommTimeouts(port, &limits));
     }
 
-    void WriteAsDevice(std::string_view bytes) {
-        while (!bytes.empty()) {
-            const ssize_t count = write(device, bytes.data(), bytes.size());
-            ASSERT_GT(count, 0);
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        }
-    }
-    std::string ReadAsDevice(std::size_t size, std::size_t atATime = 4096) {
-        std::string received;
-        std::string chunk(atATime, '\0');
-        while (received.size() < size) {
-            pollfd ready = {device, POLLIN, 0};
-            if (poll(&ready, 1, HostLimit) != 1)
-                break;
-            const ssize_t count = read(device, chunk.data(), chunk.size());
-            if (count <= 0)
-                break;
-            received.append(chunk, 0, static_cast<std::size_t>(count));
-        }
-        return received;
-    }
     // With reads that return at once.
     std::string ReadFromPort(std::size_t size) {
         std::string got;
@@ -127,8 +90,6 @@ protected:
         return got;
     }
 
-    const std::filesystem::path home = test_support::HomeOfTests().Home();
-    int device = -1;
     HANDLE port = INVALID_HANDLE_VALUE;
 };
 

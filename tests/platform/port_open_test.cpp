@@ -18,7 +18,7 @@ using namespace port_test;
 using PortOpenTest = PortTest;
 
 TEST_F(PortOpenTest, a_port_has_one_holder_in_all_processes_until_it_is_closed) {
-    const std::string tty = home / "ports/COM1";
+    const std::string tty = home_ / "ports/COM1";
     const platform::Descriptor other(open(tty.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
     const auto isFree = [&] { return flock(other.Number(), LOCK_EX | LOCK_NB) == 0; };
     Open();
@@ -37,10 +37,10 @@ TEST_F(PortOpenTest, a_port_has_one_holder_in_all_processes_until_it_is_closed) 
 }
 
 TEST_F(PortOpenTest, what_is_no_tty_is_not_found) {
-    std::filesystem::create_symlink(home / "gone", home / "ports/COM8");
-    std::filesystem::create_symlink("/dev/null", home / "ports/COM9");
-    for (const char* name : {"\\\\.\\COM8", "\\\\.\\COM9", "\\\\.\\WCEUSBSH001", "\\\\.\\COM0",
-                             "\\\\.\\COM257", "\\\\.\\..\\ports\\COM1", "\\\\.\\"}) {
+    std::filesystem::create_symlink(home_ / "gone", home_ / "ports/COM8");
+    std::filesystem::create_symlink("/dev/null", home_ / "ports/COM9");
+    for (const char* name : {"\\\\.\\COM8", "\\\\.\\COM9", "\\\\.\\COM0", "\\\\.\\COM257",
+                             "\\\\.\\..\\ports\\COM1", "\\\\.\\"}) {
         SetLastError(0);
         EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs(name)) << name;
         EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError()) << name;
@@ -64,7 +64,7 @@ TEST_F(PortOpenTest, line_settings_come_back_and_let_every_byte_pass) {
     EXPECT_TRUE(EscapeCommFunction(port, SETRTS));
 
     termios settings = {};
-    ASSERT_EQ(0, tcgetattr(device, &settings));
+    ASSERT_EQ(0, tcgetattr(device_, &settings));
     EXPECT_EQ(speed_t{B115200}, cfgetospeed(&settings));
     EXPECT_EQ(0U, settings.c_lflag & (ICANON | ECHO | ISIG | IEXTEN));
     EXPECT_EQ(0U, settings.c_iflag & (IXON | IXOFF | ICRNL | INLCR | IGNCR | ISTRIP));
@@ -74,18 +74,18 @@ TEST_F(PortOpenTest, line_settings_come_back_and_let_every_byte_pass) {
 }
 
 TEST_F(PortOpenTest, a_closed_port_has_heard_nothing) {
-    const int tty = open(ptsname(device), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const int tty = open(ptsname(device_), O_RDWR | O_NOCTTY | O_CLOEXEC);
     termios raw = {};
     tcgetattr(tty, &raw);
     cfmakeraw(&raw);
     tcsetattr(tty, TCSANOW, &raw);
-    WriteAsDevice("old");
+    SendFromDevice("old");
     int waiting = 0;
     ASSERT_TRUE(ComesTrue([&] { return ioctl(tty, FIONREAD, &waiting) == 0 && waiting == 3; }));
     Open();
     close(tty);
     ReadAtOnce();
-    WriteAsDevice("new");
+    SendFromDevice("new");
     EXPECT_EQ("new", ReadFromPort(3));
 }
 

@@ -142,17 +142,6 @@ protected:
     RapiInitRecord init = {sizeof(init), 0, 0};
 };
 
-TEST_F(RapiTest, a_handheld_that_comes_late_signals_the_event) {
-    ASSERT_EQ(0, CeRapiInitEx(&init));
-    EXPECT_FALSE(IsSignalled());
-    EXPECT_FALSE(CeDeleteFile(u"\\a"));
-    // The manager is there first and closes at once, as long as it has no handheld.
-    const Cradle cradle(AnswerOne, 2);
-    EXPECT_TRUE(IsSignalled(Limit));
-    EXPECT_EQ(2, cradle.connections);
-    EXPECT_TRUE(CeDeleteFile(u"\\a"));
-}
-
 TEST_F(RapiTest, a_connection_that_drops_in_a_call_fails_it_and_all_later_ones) {
     const Cradle cradle([](Operation operation, Reader& request) {
         return operation == Operation::MoveFile ? Bytes() : AnswerOne(operation, request);
@@ -173,17 +162,6 @@ TEST_F(RapiTest, a_connection_that_drops_in_a_call_fails_it_and_all_later_ones) 
     EXPECT_EQ(event, init.event);
     EXPECT_TRUE(IsSignalled(Limit));
     EXPECT_TRUE(CeDeleteFile(u"\\a"));
-}
-
-TEST_F(RapiTest, an_init_looks_anew_for_a_handheld_that_has_gone_while_nobody_asked) {
-    std::optional<Cradle> cradle(std::in_place, AnswerOne);
-    ASSERT_EQ(0, CeRapiInitEx(&init));
-    EXPECT_TRUE(IsSignalled());
-    cradle.reset();
-    ASSERT_EQ(0, CeRapiInitEx(&init));
-    EXPECT_FALSE(IsSignalled());
-    cradle.emplace(AnswerOne);
-    EXPECT_TRUE(IsSignalled(Limit));
 }
 
 TEST_F(RapiTest, an_answer_that_makes_no_sense_ends_the_connection) {

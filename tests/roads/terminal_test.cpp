@@ -41,10 +41,14 @@ protected:
 TEST_F(AtTerminal, an_upgrade_reads_in_80_columns_with_its_warnings_in_red) {
     auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun wizard = Start(home);
+    wizard.Send("77");
+    wizard.Send("x y");
     GoToTransfer(wizard);
     FinishUpgrade(wizard);
     EXPECT_TRUE(cradle.FlashEquals(image));
     ExpectToFit(wizard);
+    EXPECT_TRUE(wizard.Process().Has("no such number on this page: 77"));
+    EXPECT_TRUE(wizard.Process().Has("not understood: x y "));
     for (const char* text : {"REMARQUE", "Ne retirez pas la connexion", "Consultez le CD"})
         EXPECT_TRUE(wizard.Process().Has(std::string(Red) + text)) << text;
     std::vector<std::string> percentages; // all on one line
