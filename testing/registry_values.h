@@ -23,12 +23,22 @@ inline LSTATUS SetValue(HKEY key, const char* name, DWORD type, const std::strin
                           static_cast<DWORD>(data.size()));
 }
 
-// As above, and creates the key, too.
+// As above, and creates the key, too. Gives the first error, where the file was left as it was.
+inline LSTATUS TryStoreValue(HKEY root, const char* keyName, const char* name, DWORD type,
+                             const std::string& data) {
+    HKEY key = nullptr;
+    LSTATUS status =
+        RegCreateKeyExA(root, keyName, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
+    if (status != ERROR_SUCCESS)
+        return status;
+    status = SetValue(key, name, type, data);
+    RegCloseKey(key);
+    return status;
+}
+
 inline void StoreValue(HKEY root, const char* keyName, const char* name, DWORD type,
                        const std::string& data) {
-    const HKEY key = OpenKey(root, keyName);
-    EXPECT_EQ(ERROR_SUCCESS, SetValue(key, name, type, data)) << name;
-    RegCloseKey(key);
+    EXPECT_EQ(ERROR_SUCCESS, TryStoreValue(root, keyName, name, type, data)) << name;
 }
 
 // A text of this PC, with its terminator.
