@@ -95,6 +95,11 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
+    // The processor is shared out by session: in one of its own, a program is not held up by busy
+    // neighbours, which it would take for a device that has fallen silent. One that is to have a
+    // terminal makes its session itself.
+    if (!isatty(streams.childInput))
+        setsid();
     if ((folder && chdir(folder) != 0) || dup2(streams.childInput, STDIN_FILENO) < 0 ||
         dup2(streams.childOutput, STDOUT_FILENO) < 0 ||
         dup2(streams.childOutput, STDERR_FILENO) < 0)

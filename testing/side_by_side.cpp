@@ -7,13 +7,11 @@
 #include <mutex>
 #include <thread>
 
-#include <unistd.h>
-
 namespace test_support {
 
 namespace {
 
-constexpr std::size_t Workers = 48;
+constexpr std::size_t Workers = 96; // they mostly wait
 
 } // namespace
 
@@ -32,10 +30,6 @@ std::vector<std::string> SideBySide(std::size_t count,
             }
         }
     };
-    // The processor is shared out by session. In one of its own, busy neighbours delay neither the
-    // processes that are started here nor the kernel's threads that carry the bytes of their ttys.
-    // Where this program leads a group it stays in the old one.
-    setsid();
     std::vector<std::jthread> workers;
     for (std::size_t started = 0; started < Workers; ++started)
         workers.emplace_back(worker);

@@ -96,12 +96,8 @@ std::pair<int, std::string> TestHome::TryHandheld(const std::vector<std::string>
     command.insert(command.end(), words.begin(), words.end());
     ChildProcess process(command, {.environment = Variables()});
     process.CloseInput();
-    const int code = process.Wait();
-    process.ExpectEndOfOutput();
-    std::string text;
-    for (const std::string& line : process.Lines())
-        text += line + "\n";
-    return {code, text};
+    const std::string text = process.AllOutput();
+    return {process.Wait(), text};
 }
 
 std::string TestHome::RunHandheld(const std::vector<std::string>& words) const {

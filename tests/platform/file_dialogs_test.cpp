@@ -80,7 +80,7 @@ TEST_F(FileDialogs, saving_adds_the_extension_and_refuses_a_path_longer_than_the
     const std::string asked =
         "== save ==\nROM image (*.nbf)\nAll files (*.*)\nproposed: PROPOSED\n";
     const auto capacity = static_cast<DWORD>(WindowsPathOf(folder_ / "fits.nbf").size() + 1);
-    EXPECT_EQ(Lead("longer.nbf\n" + std::string(300, 'x') + "\n" + folder_.string() + "\nfits\n",
+    EXPECT_EQ(Lead("1fits.nbf\n" + std::string(300, 'x') + "\n" + folder_.string() + "\nfits\n",
                    true, capacity),
               asked + "the name is too long\n" + asked + "the name is too long\n" + asked +
                   "this is a folder, not a file: " + folder_.string() + "\n" + asked +

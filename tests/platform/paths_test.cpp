@@ -60,19 +60,6 @@ TEST_F(Paths, lead_to_files_of_the_host_in_any_case_and_from_any_start) {
         EXPECT_EQ(HostPath(windows), host) << windows;
 }
 
-TEST_F(Paths, a_name_that_windows_cannot_spell_is_found_again_by_its_replacement) {
-    std::filesystem::create_directories(Work("a/b"));
-    // The last is from a disk that is no UTF-8, beside the same name in UTF-8.
-    WriteFileBytes(Work("Français"), "x");
-    for (const std::string& name : {Work("Ωmega"), Work("a\\b"),
-                                    Work("Fran\xE7"
-                                         "ais")}) {
-        WriteFileBytes(name, "x");
-        EXPECT_EQ(HostPath(platform::WindowsPath(name)), name);
-    }
-    EXPECT_EQ(HostPath("?mega"), Work("Ωmega"));
-}
-
 TEST_F(Paths, a_name_that_fits_several_entries_opens_none_and_each_ones_path_leads_to_it) {
     struct {
         const char *one, *other, *name;

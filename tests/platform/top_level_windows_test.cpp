@@ -2,14 +2,8 @@
 
 #include "tests/platform/window_support.h"
 
-#include "platform/base/descriptor.h"
-
 #include <csignal>
 #include <cstdio>
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 
 using namespace window_support;
 
@@ -90,24 +84,5 @@ TEST_F(TopLevelWindows, of_a_process_that_was_killed_are_windows_no_more) {
     HWND mine = OpenPlainWindow("SETUP", "SETUP");
     EXPECT_NE(mine, window) << "the number is not used again at once";
     DestroyWindow(mine);
-    EXPECT_EQ(RecordCount(), 0u);
-}
-
-TEST_F(TopLevelWindows, go_on_where_somebody_removes_the_folder_or_keeps_its_lock) {
-    HWND first = OpenPlainWindow("SETUP", "first");
-    std::filesystem::remove_all(Folder());
-    HWND second = OpenPlainWindow("SETUP", "second");
-    EXPECT_GT(second, first) << "the number is in use in this process";
-    ASSERT_EQ(mkfifo((Folder() / "90000").c_str(), 0600), 0);
-    EXPECT_EQ(Find("second"), second);
-
-    platform::Descriptor lock(open((Folder() / ".last").c_str(), O_RDWR | O_CLOEXEC));
-    ASSERT_EQ(flock(lock.Number(), LOCK_EX), 0);
-    HWND third = OpenPlainWindow("SETUP", "third"); // after ten seconds
-    EXPECT_EQ(Find("second"), nullptr);
-    EXPECT_TRUE(IsWindow(second) && IsWindow(third));
-    lock = {};
-    EXPECT_EQ(Find("second"), second);
-    EXPECT_TRUE(DestroyWindow(first) && DestroyWindow(second) && DestroyWindow(third));
     EXPECT_EQ(RecordCount(), 0u);
 }
