@@ -39,7 +39,6 @@ struct Zone {
 // What Windows gives for these zones, but for the names, which are the host's.
 const Zone Zones[] = {
     {"UTC", 0, 0, "-", "-", "UTC", "UTC", 0, 0},
-    {"Asia/Tokyo", -540, 0, "-", "-", "JST", "JST", 0, 0},
     {"Asia/Kolkata", -330, 0, "-", "-", "IST", "IST", 0, 0},
     {"Europe/Paris", -60, -60, "3.5.0/2:0", "10.5.0/3:0", "CET", "CEST", 1, 2},
     {"Europe/Dublin", 0, -60, "3.5.0/1:0", "10.5.0/2:0", "GMT", "IST", 1, 2},
@@ -47,7 +46,6 @@ const Zone Zones[] = {
     {"America/St_Johns", 210, -60, "3.2.0/2:0", "11.1.0/2:0", "NST", "NDT", 1, 2},
     {"Australia/Sydney", -600, -60, "10.1.0/2:0", "4.1.0/3:0", "AEST", "AEDT", 2, 1},
     {"Australia/Lord_Howe", -630, -30, "10.1.0/2:0", "4.1.0/2:0", "+1030", "+11", 2, 1},
-    {"CET-1CEST,M3.5.0,M10.5.0/3", -60, -60, "3.5.0/2:0", "10.5.0/3:0", "CET", "CEST", 1, 2},
     {"AAA3BBB,M3.4.6/1:30,M9.4.2/0", 180, -60, "3.4.6/1:30", "9.4.2/0:0", "AAA", "BBB", 1, 2},
     // The last Sunday of October 2024 is the fourth, that of 2023 the fifth.
     {"AAA0BBB,M3.4.0,M10.4.0", 0, -60, "3.4.0/2:0", "10.4.0/2:0", "AAA", "BBB", 1, 2},
