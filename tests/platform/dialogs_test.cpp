@@ -93,7 +93,7 @@ TEST_F(Dialogs, another_thread_ends_a_dialog_and_the_first_result_counts) {
     std::thread worker([&] {
         display_.Await("show 100");
         EXPECT_TRUE(EndDialog(page, 1000));
-        EXPECT_TRUE(!IsWindow(page) || EndDialog(page, 2000));
+        EndDialog(page, 2000); // too late, whether or not its window is still there
     });
     EXPECT_EQ(Show(100), 1000);
     worker.join();
