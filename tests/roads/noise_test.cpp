@@ -21,7 +21,7 @@ namespace {
 using namespace test_support;
 using namespace test_support::pages;
 
-#ifdef __SANITIZE_THREAD__
+#ifdef THREAD_SANITIZER
 constexpr std::size_t UsualSeeds = 20; // each takes several times as long
 #else
 constexpr std::size_t UsualSeeds = 100;

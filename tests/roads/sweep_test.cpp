@@ -15,7 +15,7 @@ namespace {
 
 using namespace test_support;
 
-#ifdef __SANITIZE_THREAD__
+#ifdef THREAD_SANITIZER
 constexpr std::size_t UsualCuts = 40; // each takes several times as long
 #else
 constexpr std::size_t UsualCuts = 500; // 480 at the steps, the rest at random
