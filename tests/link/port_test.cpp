@@ -265,6 +265,14 @@ TEST_F(Bootloader, is_timed_while_it_is_awaited_and_not_while_a_block_goes_out) 
     EXPECT_TRUE(std::string(PayloadBlockSize, 'i') == ReceiveAtDevice(PayloadBlockSize));
     EXPECT_TRUE(ComesTrue([&] { return TimerIs(Runs); }));
     EXPECT_EQ("", Arrived());
+    outputQueue = 1; // the last block is still with the driver
+    questions = 0;
+    SendFromDevice("\2");
+    EXPECT_EQ(12 + PayloadBlockSize, ReceiveAtDevice(12 + PayloadBlockSize).size());
+    EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
+    EXPECT_FALSE(over_);
+    outputQueue = 0;
+    EXPECT_TRUE(ComesTrue([&] { return TimerIs(Stands) && over_; }));
 }
 
 // With a limit that comes soon.

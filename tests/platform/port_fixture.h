@@ -8,15 +8,10 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
-#include <string_view>
 
-#include <fcntl.h>
 #include <poll.h>
-#include <stdlib.h>
 #include <termios.h>
-#include <unistd.h>
 
 namespace port_test {
 

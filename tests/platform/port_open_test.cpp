@@ -4,7 +4,6 @@
 #include "tests/platform/port_fixture.h"
 
 #include "platform/base/descriptor.h"
-#include "platform/ports/port_names.h"
 
 #include <cstring>
 
