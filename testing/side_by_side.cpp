@@ -11,7 +11,7 @@ namespace test_support {
 
 namespace {
 
-constexpr std::size_t Workers = 96; // they mostly wait
+constexpr std::size_t Workers = 64; // they mostly wait
 
 } // namespace
 
