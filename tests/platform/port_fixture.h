@@ -1,4 +1,4 @@
-// A pseudo-terminal linked as COM1 in a home folder of its own, and overlapped calls on it.
+// A port on a pseudo-terminal, and overlapped calls on it.
 #pragma once
 
 #include "testing/comes_true.h"

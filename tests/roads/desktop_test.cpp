@@ -1,5 +1,4 @@
-// Whole runs on the desktop, by the keyboard alone: an upgrade, a backup with its restore, and an
-// upgrade that was broken off and is resumed.
+// Whole runs on the desktop, by the keyboard alone: an upgrade, and a backup with its restore.
 
 #include "testing/comes_true.h"
 #include "testing/login_manager.h"
