@@ -115,6 +115,8 @@ int Trial::Run(const Interruption& interruption, bool navigatorKey) {
             return Killed;
     }
     const int page = wizard_->AnswerUpgrade(PortOf(link_));
+    if (wizard_->StandingPages() != std::vector{page})
+        Fail("another page stands behind page " + std::to_string(page));
     wizard_->Send(page == UpgradeDonePage ? "esc" : "2");
     if (const int code = wizard_->Wait())
         Fail("the wizard ended with " + std::to_string(code));

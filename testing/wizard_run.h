@@ -65,7 +65,7 @@ public:
     // that a test names every page. Throws with the whole transcript.
     void ExpectPage(int page);
     void ExpectPages(std::initializer_list<int> pages);
-    // Waits for that page to end.
+    // Waits for that page to leave the screen.
     void ExpectEnd(int page);
     // A line of input: a control's number, a path, or "" for Enter.
     void Send(const std::string& line) { process_.Send(line); }
@@ -81,7 +81,7 @@ public:
     std::string PageText(int page);
     // All pages that have opened so far, in order.
     std::vector<int> Pages();
-    // Those of them that have not ended yet.
+    // Those of them that are on the screen still.
     std::vector<int> StandingPages();
 
     // Closes its input and waits for its end: the exit code. Throws where a run that has come to

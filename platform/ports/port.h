@@ -8,6 +8,7 @@
 
 #include <commapi.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -47,6 +48,9 @@ public:
     BOOL GetQueues(COMSTAT* status);
     void CancelOfThisThread();
     bool HasUsbRequests() const { return access_.usb; }
+    // Of the USB driver's requests: a wait may begin, once until what it announces is acknowledged.
+    bool MayAnnounce() { return !announced_.exchange(true); }
+    void Acknowledge() { announced_ = false; }
     // False, with the last error, once the tty has hung up and all that it brought has been read
     // and reported.
     bool IsPresent();
@@ -64,6 +68,7 @@ private:
     void UpdateWatch();
 
     const PortAccess access_;
+    std::atomic<bool> announced_ = false;
     std::mutex lock_; // of all that follows
     Descriptor tty_;
     IoThread::Key key_ = 0;     // 0: not watched

@@ -1,6 +1,7 @@
 // The requests of the USB serial driver. It has no SetCommMask and WaitCommEvent of its own, but
 // three requests of the serial device type, buffered, with any access: to install an event mask, to
-// wait for an event of it, and to acknowledge that what an event announced has been read.
+// wait for an event of it, and to acknowledge that what an event announced has been read, without
+// which it announces nothing more.
 //
 // All three fail once the device has left the bus and what it brought has been read: that is how a
 // program of this driver learns of it.
@@ -36,9 +37,17 @@ constexpr Request Requests[] = {
      }},
     {0x1B002C, 0, sizeof(DWORD),
      [](Port& port, const Buffers& buffers) {
+         if (!port.MayAnnounce()) {
+             SetLastError(ERROR_BUSY);
+             return false;
+         }
          return port.Wait(buffers.output, buffers.overlapped) != FALSE;
      }},
-    {0x1B0030, sizeof(DWORD), 0, [](Port& port, const Buffers&) { return port.IsPresent(); }},
+    {0x1B0030, sizeof(DWORD), 0,
+     [](Port& port, const Buffers&) {
+         port.Acknowledge();
+         return port.IsPresent();
+     }},
 };
 
 bool AreValid(const Request& request, const Buffers& buffers, DWORD inputSize, DWORD outputSize) {

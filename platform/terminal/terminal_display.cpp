@@ -68,9 +68,9 @@ public:
           coloured_(onTerminal_ && MayColour()) {}
 
     void ShowPage(const PageView& page) override;
-    void HidePage(const PageView& page) override { pages_.erase(page.handle); }
+    void HidePage(const PageView& page) override;
     void UpdateControl(const PageView& page, const ControlView& control) override;
-    void EndPage(const PageView& page) override;
+    void EndPage(const PageView& page) override { HidePage(page); }
     void ShowFileDialog(const FileRequest& request) override;
     void ShowError(const std::string& sentence) override;
     void Warn(const std::string& sentence) override;
@@ -142,10 +142,11 @@ void Terminal::UpdateControl(const PageView& page, const ControlView&) {
     std::fflush(stdout);
 }
 
-void Terminal::EndPage(const PageView& page) {
+void Terminal::HidePage(const PageView& page) {
+    if (pages_.erase(page.handle) == 0)
+        return; // has left the screen already
     Print("-- " + std::to_string(page.id) + " --");
     std::fflush(stdout);
-    pages_.erase(page.handle);
 }
 
 void Terminal::ShowFileDialog(const FileRequest& request) {

@@ -6,7 +6,7 @@
 //   (x) [1151] Serial      a radio button or check box with its state, and the number to type
 //   [-] Next               not available now
 //   37%                    progress, when it changes; in place on a terminal
-//   -- 158 --              the page has ended
+//   -- 158 --              the page has left the screen
 //   == open ==             a file is wanted (or == save ==): a path; an empty line cancels
 //
 // A line of input is a control's number, an empty line for Enter, or `esc`. At the end of input a

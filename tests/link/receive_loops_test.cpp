@@ -191,25 +191,20 @@ TEST_F(LinkTest, a_usb_port_is_opened_twice_and_a_serial_port_once) {
     }
 }
 
-class BootloaderLoop : public LinkTest {
-protected:
-    // Says a text in two bursts and waits until the sender may answer.
-    void Prompt(const std::string& text, std::size_t cut) {
-        ClearReceiveBuffer();
-        SendFromDevice(text.substr(0, cut));
-        ASSERT_TRUE(ComesTrue([] { return State.Link.ReceiveBuffer[0] != 0; }));
-        SendFromDevice(text.substr(cut));
-        ASSERT_TRUE(ComesTrue([] { return HoldsText("download"); })) << "cut at " << cut;
-    }
-};
+class BootloaderLoop : public LinkTest {};
 
 // The buffer holds 999 bytes: the prompt may come behind them, or across their end.
 TEST_F(BootloaderLoop, finds_the_prompt_behind_any_banner_and_cut_anywhere) {
     StartReceiveLoop(BootloaderReceiveLoop, false);
     for (const std::size_t banner : {0U, 500U, 991U, 995U, 999U, 2500U}) {
         const std::string text = std::string(banner, '=') + "download";
-        for (const std::size_t cut : {std::size_t{1}, banner + 1, banner + 4, banner + 7})
-            Prompt(text, cut);
+        for (const std::size_t cut : {std::size_t{1}, banner + 1, banner + 4, banner + 7}) {
+            ClearReceiveBuffer();
+            SendFromDevice(text.substr(0, cut)); // one burst
+            ASSERT_TRUE(ComesTrue([] { return State.Link.ReceiveBuffer[0] != 0; }));
+            SendFromDevice(text.substr(cut));
+            ASSERT_TRUE(ComesTrue([] { return HoldsText("download"); })) << "cut at " << cut;
+        }
     }
 }
 

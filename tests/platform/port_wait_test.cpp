@@ -185,6 +185,10 @@ TEST_F(UsbPortTest, a_device_that_leaves_the_bus_fails_every_request_once_all_it
     DWORD events = 0;
     Call first;
     EXPECT_TRUE(Wait(first, &events) || first.Ends());
+    Call early;
+    EXPECT_FALSE(Wait(early, &events));
+    EXPECT_EQ(DWORD{ERROR_BUSY}, GetLastError());
+    EXPECT_TRUE(Request(ReadDone, EV_RXCHAR));
     HangUp();
     EXPECT_EQ("ab", ReadFromPort(2));
     Call lost;
@@ -192,6 +196,7 @@ TEST_F(UsbPortTest, a_device_that_leaves_the_bus_fails_every_request_once_all_it
     EXPECT_TRUE(ComesTrue([&] { return !Request(ReadDone, EV_RXCHAR); }));
     EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
     EXPECT_FALSE(Request(SetMask, 0xB9));
+    EXPECT_FALSE(Request(ReadDone, EV_RXCHAR));
     Call again;
     EXPECT_FALSE(Wait(again, &events));
     EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());

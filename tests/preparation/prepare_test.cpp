@@ -6,9 +6,17 @@
 #include "images/header.h"
 #include "link/stall.h"
 #include "state/progress_record.h"
+#include "testing/comes_true.h"
 #include "testing/wizard_fixture.h"
 
+#include <algorithm>
 #include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace {
 
@@ -68,6 +76,26 @@ TEST_F(Preparation, of_a_late_image_sets_up_the_disk_and_hands_over_to_usb) {
     EXPECT_EQ("flasher", Device().StatusOf("mode"));
 }
 
+// Without the record nobody would know of an upgrade that breaks off from here on.
+TEST_F(Preparation, leaves_activesync_alive_until_the_record_is_written) {
+    Connect("2.00");
+    const auto registry = Home().Home() / "registry.lock";
+    const int lock = open(registry.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(0, flock(lock, LOCK_EX)); // as another process on a slow disk
+    std::thread preparation(PrepareDevice);
+    EXPECT_TRUE(test_support::ComesTrue([&] { // for the record, beside this test
+        return std::ranges::count_if(std::filesystem::directory_iterator("/proc/self/fd"),
+                                     [&](const auto& entry) {
+                                         std::error_code gone;
+                                         return read_symlink(entry.path(), gone) == registry;
+                                     }) == 2;
+    }));
+    EXPECT_TRUE(FindWindowA(nullptr, "DccMan"));
+    close(lock);
+    preparation.join();
+    EXPECT_TRUE(ReadProgressRecord());
+}
+
 TEST_F(Preparation, menu_setting_that_is_missing_or_too_long_to_read_is_left_alone) {
     for (const std::size_t size : {0UL, 101UL}) {
         Connect("2.00", {.run = {"--refuse-program", "Harbel_Link.exe"}});
@@ -85,40 +113,29 @@ TEST_F(Preparation, menu_setting_that_is_missing_or_too_long_to_read_is_left_alo
     }
 }
 
-TEST_F(Preparation, flasher_that_does_not_start_leaves_no_record_and_no_open_link) {
-    Connect("2.00", {.run = {"--refuse-program", "Harbel_Link.exe"}});
-    PrepareDevice();
-    EXPECT_FALSE(ReadProgressRecord());
-    EXPECT_FALSE(State.Link.LinkHandle);
-    EXPECT_EQ("normal", Device().StatusOf("mode"));
-    EXPECT_TRUE(FindWindowA(nullptr, "DccMan")); // nobody was ended
-}
-
 // With the connection gone before the answer nobody knows whether the flasher runs: from here on
 // the handheld may be rewritten, so the record must be there.
-TEST_F(Preparation, start_without_an_answer_counts_as_a_start) {
-    for (const bool carriedOut : {true, false}) {
-        std::vector<std::string> faults = {"--drop-rapi-at", "CreateProcess"};
-        if (carriedOut)
-            faults.push_back("--drop-rapi-halfway");
-        Connect("2.00", {.run = faults});
+TEST_F(Preparation, start_leaves_a_record_and_an_open_link_unless_it_has_surely_failed) {
+    const struct {
+        std::vector<std::string> faults;
+        bool runs, counts;
+    } starts[] = {
+        {{"--refuse-program", "Harbel_Link.exe"}, false, false},
+        {{"--drop-rapi-at", "RegSetValue"}, false, false}, // ahead of the start
+        {{"--drop-rapi-at", "CreateProcess"}, false, true},
+        {{"--drop-rapi-at", "CreateProcess", "--drop-rapi-halfway"}, true, true},
+    };
+    for (const auto& start : starts) {
+        Connect("2.00", {.run = start.faults});
         PrepareDevice();
-        EXPECT_EQ(carriedOut ? "flasher" : "normal", Device().StatusOf("mode"));
-        EXPECT_TRUE(ReadProgressRecord());
-        EXPECT_TRUE(State.Link.LinkHandle);
+        EXPECT_EQ(start.runs ? "flasher" : "normal", Device().StatusOf("mode"));
+        EXPECT_EQ(start.counts, ReadProgressRecord());
+        EXPECT_EQ(start.counts, State.Link.LinkHandle != nullptr);
+        EXPECT_EQ(!start.counts, FindWindowA(nullptr, "DccMan") != nullptr); // ActiveSync
         TearDownTransfer();
         DestroyWindow(State.Windows.MainWindow);
     }
     State.Windows.MainWindow = nullptr;
-}
-
-// Gone before the start, it leaves nothing that could run.
-TEST_F(Preparation, connection_lost_before_the_start_is_a_failed_start) {
-    Connect("2.00", {.run = {"--drop-rapi-at", "RegSetValue"}});
-    PrepareDevice();
-    EXPECT_EQ("normal", Device().StatusOf("mode"));
-    EXPECT_FALSE(ReadProgressRecord());
-    EXPECT_FALSE(State.Link.LinkHandle);
 }
 
 TEST_F(Preparation, without_a_folder_or_an_upgrade_under_way_changes_nothing) {

@@ -61,6 +61,7 @@ protected:
     // The run ends with that page, by itself once the user has left it.
     void ExpectFailure(WizardRun& wizard, int page) {
         wizard.ExpectPage(page);
+        EXPECT_EQ(std::vector{page}, wizard.StandingPages());
         if (page == RemoteProgramErrorPage)
             cradle_->Handheld().ExpectLine("RAPI connection ended");
         wizard.Send("2");

@@ -11,11 +11,9 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 
 using namespace test_support;
 using rapi_wire::Operation;
@@ -39,8 +37,7 @@ protected:
     const TestHome& home_ = HomeOfTests();
 };
 
-TEST_F(ConnectionManagerTest,
-       its_process_number_is_written_when_all_is_there_and_only_its_user_can_connect) {
+TEST_F(ConnectionManagerTest, its_process_number_is_written_when_all_is_there) {
     const auto numberFile = home_.Home() / "connection-manager.pid";
     const auto registry = home_.Home() / "registry.reg";
     std::filesystem::remove(registry);
@@ -49,21 +46,15 @@ TEST_F(ConnectionManagerTest,
     platform::Descriptor windowsLock(
         open((home_.Home() / "windows/.last").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     ASSERT_EQ(0, flock(windowsLock.Number(), LOCK_EX));
-    const mode_t mask = umask(0);
     Cradle cradle(home_, {.withManager = false});
     ChildProcess manager({ProgramFolder() + "/connection-manager"},
                          {.environment = home_.Variables()});
-    umask(mask);
     EXPECT_TRUE(ComesTrue(
         [&] { return ReadBytes(registry).find("connection-manager\"") != std::string::npos; }));
     EXPECT_EQ("", ReadBytes(numberFile));
     windowsLock = platform::Descriptor();
     manager.ExpectLine("ready");
     EXPECT_EQ(std::to_string(manager.Id()) + "\n", ReadBytes(numberFile));
-    for (const char* socket : {"rapi.sock", "cradle.sock"})
-        EXPECT_EQ(0600,
-                  static_cast<int>(std::filesystem::status(home_.Home() / socket).permissions()))
-            << socket;
 }
 
 TEST_F(ConnectionManagerTest, a_killed_one_frees_the_port_and_a_new_one_takes_over) {
@@ -77,7 +68,6 @@ TEST_F(ConnectionManagerTest, a_killed_one_frees_the_port_and_a_new_one_takes_ov
     EXPECT_EQ(cradle.Manager().Wait(), 128 + SIGKILL);
     EXPECT_TRUE(PortIsFree());
     EXPECT_EQ(FindWindowA(nullptr, "DccMan"), nullptr);
-    EXPECT_THROW(RapiClient(home_, "rapi.sock"), std::runtime_error);
 
     cradle.StartManager();
     RapiClient again(home_, "rapi.sock");
