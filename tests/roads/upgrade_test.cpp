@@ -103,11 +103,12 @@ TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
     }
 }
 
+// Of the smallest size.
 TEST(Upgrade, a_restore_writes_the_file_that_the_user_picks) {
     TestHome home;
     home.AddLanguageFolder();
-    const auto picked =
-        home.MakeImage({.folder = "saved", .file = "old rom.nbf", .version = "1.87", .seed = 7});
+    const auto picked = home.MakeImage(
+        {.folder = "saved", .file = "old rom.nbf", .version = "1.87", .size = 0x80020, .seed = 7});
     Cradle cradle(home);
     WizardRun wizard(home);
     GoToActionChoice(wizard);
