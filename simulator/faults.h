@@ -33,6 +33,7 @@ struct Faults {
     std::string deafAt;                             // step, empty: none
     std::uint32_t deafMilliseconds = 0;
     std::optional<std::uint32_t> rapiMilliseconds;   // from power-on until it answers
+    std::uint32_t listensMilliseconds = 0;           // from the flasher's start until it hears
     std::uint8_t batteryByte = 0;                    // reported for no external power
     std::optional<std::uint64_t> diesAt;             // bytes received over the link since power-on
     std::optional<std::uint64_t> unplugAt;           // the same, until it leaves the bus

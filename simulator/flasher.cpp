@@ -9,13 +9,18 @@
 
 namespace simulator {
 
-Flasher::Flasher(FlashParts& parts) : parts_(parts), sender_(parts) {
+Flasher::Flasher(FlashParts& parts, Clock::time_point listens)
+    : parts_(parts), listens_(listens), sender_(parts) {
     parts_.report.Print("flasher: waits for the start byte");
 }
 
 void Flasher::HandleBurst(SerialEnd& end, const Burst& burst) {
     if (end_ && end_ != &end) {
         parts_.report.PrintRefusal("flasher: bytes at the other end: " + Sample(burst.bytes));
+        return;
+    }
+    if (Clock::now() < listens_) {
+        parts_.report.Print("flasher: not heard yet: " + Sample(burst.bytes));
         return;
     }
     Burst rest = burst;

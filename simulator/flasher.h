@@ -16,7 +16,8 @@ namespace simulator {
 
 class Flasher : public LinkProgram {
 public:
-    explicit Flasher(FlashParts& parts);
+    // What comes before that time is lost: the port has not been taken over yet.
+    explicit Flasher(FlashParts& parts, Clock::time_point listens = {});
 
     void HandleBurst(SerialEnd& end, const Burst& burst) override;
 
@@ -32,6 +33,7 @@ private:
     bool SizeFits(std::uint32_t size) const;
 
     FlashParts& parts_;
+    const Clock::time_point listens_;
     TokenSender sender_;
     Step step_ = Step::Start;
     Collector collector_;

@@ -166,7 +166,8 @@ void Handheld::EnterFlasher(LinkKind kind) {
     folder_.Save(state_);
     report_.Print("mode flasher");
     flasherEnd_ = kind == LinkKind::Serial ? &serial_ : &usb_;
-    linkProgram_ = std::make_unique<Flasher>(parts_);
+    linkProgram_ =
+        std::make_unique<Flasher>(parts_, platform::HostDeadline(faults_.listensMilliseconds));
     StartLinkFaults();
 }
 

@@ -14,7 +14,7 @@ HANDLE WINAPI CreateFileA(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATT
     const std::string_view path = name ? name : "";
     const auto object = path.starts_with(PortPrefix)
                             ? platform::OpenPort(std::string(path.substr(PortPrefix.size())),
-                                                 access, disposition, flags)
+                                                 access, share, disposition, flags)
                             : platform::OpenFile(path, access, share, disposition);
     return object ? platform::AddHandle(object) : INVALID_HANDLE_VALUE;
 }

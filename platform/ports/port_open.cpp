@@ -88,9 +88,9 @@ std::string TtyOfPort(const std::string& name) {
     return lstat(link.c_str(), &status) == 0 ? link : TtyOfHost(canonical);
 }
 
-std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD disposition,
-                                 DWORD flags) {
-    if (disposition != OPEN_EXISTING || !(flags & FILE_FLAG_OVERLAPPED)) {
+std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD share,
+                                 DWORD disposition, DWORD flags) {
+    if (share != 0 || disposition != OPEN_EXISTING || !(flags & FILE_FLAG_OVERLAPPED)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }

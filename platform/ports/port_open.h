@@ -11,10 +11,9 @@
 namespace platform {
 
 // Opens the port that CreateFileA was given as "\\.\name"; `name` comes without that prefix and the
-// other arguments as they were given. No share mode counts: a port is its holder's alone. Null with
-// the last error set where it cannot be opened, ERROR_INVALID_PARAMETER without
-// FILE_FLAG_OVERLAPPED.
-std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD disposition,
-                                 DWORD flags);
+// other arguments as they were given. Null with the last error set where it cannot be opened,
+// ERROR_INVALID_PARAMETER where the port would be shared and without FILE_FLAG_OVERLAPPED.
+std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD share,
+                                 DWORD disposition, DWORD flags);
 
 } // namespace platform

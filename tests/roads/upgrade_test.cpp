@@ -125,7 +125,7 @@ TEST(Upgrade, a_restore_writes_the_file_that_the_user_picks) {
 }
 
 TEST(Upgrade, activesync_is_ended_for_the_transfer_and_its_port_is_the_one_in_the_registry) {
-    auto&& [home, image, cradle] = PcWithHandheld();
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--listens-after", "15000"}});
     MoveToSecondPort(home);
     WizardRun wizard(home);
     GoToTransfer(wizard);
