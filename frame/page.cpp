@@ -12,6 +12,7 @@
 #include "state/state.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -113,9 +114,11 @@ HWND OpenWaitingPage(const Page& page, HWND owner) {
     return window;
 }
 
-void EndWaitingPage(HWND page) {
-    if (!State.Run.MainWindowGone)
-        EndDialog(page, 1);
+// Not by EndDialog, which would leave a dialog that does not block standing hidden.
+void EndWaitingPage(HWND& page) {
+    const HWND window = std::exchange(page, nullptr);
+    if (window && !State.Run.MainWindowGone)
+        DestroyWindow(window);
 }
 
 void CollapsePage(HWND page, bool repaint) {

@@ -72,8 +72,9 @@ INT_PTR ShowPage(const Page& page);
 // ended. Its opener ends it with EndWaitingPage. Of the row, texts alone count.
 HWND OpenWaitingPage(const Page& page, HWND owner);
 
-// Ends a waiting page. One whose owner has been destroyed has gone already: nothing happens.
-void EndWaitingPage(HWND page);
+// Destroys a waiting page, also one that EndDialog has taken off the screen, on the thread that
+// opened it, and sets the handle to null. One whose owner has been destroyed has gone already.
+void EndWaitingPage(HWND& page);
 
 // Takes a page off the screen and leaves it running. Null is ignored.
 void CollapsePage(HWND page, bool repaint);

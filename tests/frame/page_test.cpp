@@ -76,28 +76,33 @@ TEST_F(Frame, a_page_opens_in_the_middle_of_the_screen_at_its_own_size) {
 
 TEST_F(Frame, a_waiting_page_shows_its_text_until_its_opener_ends_it) {
     OpenMainWindow();
-    const HWND busy = OpenWaitingPage(BusyPage, State.Windows.MainWindow);
+    HWND busy = OpenWaitingPage(BusyPage, State.Windows.MainWindow);
     ASSERT_TRUE(busy);
     EXPECT_EQ(Utf8(CatalogText(11057)), TextOf(First(122), 1072));
     EXPECT_EQ("", First(122).title);
     EXPECT_EQ(std::vector<std::string>{"show 122"}, user_.events);
-    EndDialog(busy, 1);
-    const HWND prepare = OpenWaitingPage(PreparePage, State.Windows.MainWindow);
+    const HWND gone = busy;
+    EndWaitingPage(busy);
+    EXPECT_FALSE(IsWindow(gone));
+    HWND prepare = OpenWaitingPage(PreparePage, State.Windows.MainWindow);
     EXPECT_EQ(Utf8(CatalogText(11106)), TextOf(First(153), 1127));
     CollapsePage(prepare, true);
-    EndDialog(prepare, 1);
+    EndDialog(prepare, 2); // by a port that does not open; its opener is not done
+    EXPECT_TRUE(IsWindow(prepare));
     CollapsePage(nullptr, true);
     EXPECT_EQ((std::vector<std::string>{"show 122", "end 122", "show 153", "hide 153", "end 153"}),
               user_.events);
     CloseMainWindow();
-    EXPECT_FALSE(IsWindow(busy)) << "the page goes with its owner";
+    EXPECT_FALSE(IsWindow(prepare)) << "the page goes with its owner";
+    EndWaitingPage(prepare);
+    EXPECT_EQ(nullptr, prepare);
 }
 
 // Of a bar on the template of the two transfer pages.
 std::string PercentageAfter(DWORD range, DWORD piece, int pieces) {
     static constexpr Page BarPage = {
         .dialog = IDD_PROGRESS, .texts = {}, .results = {}, .hasTitle = false};
-    const HWND page = OpenWaitingPage(BarPage, nullptr);
+    HWND page = OpenWaitingPage(BarPage, nullptr);
     State.Windows.ProgressPage = page;
     State.Windows.ProgressBar = GetDlgItem(page, IDC_PROGRESS);
     ResetProgress(range);
