@@ -20,7 +20,14 @@ void LeaveRun() {
 }
 
 void CloseMainWindow() {
-    State.Run.RunEndsItself = true;
     if (!State.Run.MainWindowGone)
-        SendMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
+        SendMessageA(State.Windows.MainWindow, WM_CLOSE, OwnClose, 0);
 }
+
+void PostCloseMainWindow() {
+    State.Run.RunEnded = true;
+    if (!State.Run.MainWindowGone)
+        PostMessageA(State.Windows.MainWindow, WM_CLOSE, OwnClose, 0);
+}
+
+bool TransferRuns() { return State.Windows.ProgressPage || State.Windows.BackupPage; }

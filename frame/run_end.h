@@ -6,6 +6,9 @@
 //
 // Two ends have an order of their own: a port that does not open (link/port.h), and a transfer that
 // was given up, whose result leads the chain to its page.
+//
+// Everybody on the PC may post WM_CLOSE to MainWindow. The wizard's own carries a mark, so that no
+// other one breaks a transfer off.
 #pragma once
 
 #include "frame/page.h"
@@ -25,3 +28,14 @@ void LeaveRun();
 // The end alone: WM_CLOSE to MainWindow, from any thread. No page comes up after it. Nothing
 // happens where the run has ended already.
 void CloseMainWindow();
+
+// The same for a thread that cannot wait for the main one: posted, to be served by the page that
+// the main thread is in. The chain shows no other page before.
+void PostCloseMainWindow();
+
+// First parameter of the wizard's own WM_CLOSE; that of anybody else's is 0.
+constexpr WPARAM OwnClose = 0x524F4D57;
+
+// Whether ProgressPage or BackupPage is up. As long as it is, nothing from outside ends the run:
+// an upgrade that is broken off leaves a handheld without a system. Any thread.
+bool TransferRuns();

@@ -7,6 +7,7 @@
 #include "link/port.h"
 
 #include "frame/error_pages.h"
+#include "frame/run_end.h"
 #include "link/link_error_pages.h"
 #include "state/handles.h"
 #include "state/progress_record.h"
@@ -65,10 +66,7 @@ void ReportPortFailure() {
     // more, and its port will never open again. The first time the cable may just be out.
     if (!State.Run.SerialLinkSelected && !State.Run.BootloaderResume && NoteClosedPort())
         ShowPage(CommunicationErrorPage);
-    // Posted, not sent: on a worker thread the main thread's page loop picks it up. The flag keeps
-    // the chain from showing another page before it does.
-    State.Run.RunEnded = State.Run.RunEndsItself = true;
-    PostMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
+    PostCloseMainWindow();
 }
 
 // Waits for a write that is under way. The record and the data belong to the caller, so this does

@@ -7,6 +7,7 @@
 #include "pages/progress_pages.h"
 
 #include "frame/catalog.h"
+#include "frame/shutdown_block.h"
 #include "link/stall.h"
 #include "pages/duration_texts.h"
 #include "pages/transfer_threads.h"
@@ -31,12 +32,13 @@ void SetDuration(HWND page, bool serialLink) {
                                              State.Paths.LanguageFolder)));
 }
 
-// `published` is the record's handle of this page. Without a worker the page ends with `failure`:
-// nobody else would ever end it.
-void StartWorker(HWND page, std::atomic<HWND>& published, DWORD(WINAPI* worker)(LPVOID),
-                 INT_PTR failure) {
-    // A PC that falls asleep breaks the transfer off.
+// `work` is the page's own text for what it does. `published` is the record's handle of this page.
+// Without a worker the page ends with `failure`: nobody else would ever end it.
+void StartWorker(HWND page, const char* work, std::atomic<HWND>& published,
+                 DWORD(WINAPI* worker)(LPVOID), INT_PTR failure) {
+    // A PC that falls asleep or is shut down breaks the transfer off.
     SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
+    BlockShutdown(page, work);
     State.Windows.ProgressBar = GetDlgItem(page, IDC_PROGRESS);
     published = page;
     if (!OwnedObject(CreateThread(nullptr, 0, worker, nullptr, 0, nullptr)))
@@ -44,6 +46,7 @@ void StartWorker(HWND page, std::atomic<HWND>& published, DWORD(WINAPI* worker)(
 }
 
 void WithdrawPage(std::atomic<HWND>& published) {
+    UnblockShutdown(published);
     SetThreadExecutionState(ES_CONTINUOUS);
     State.Windows.ProgressBar = nullptr;
     published = nullptr;
@@ -51,24 +54,33 @@ void WithdrawPage(std::atomic<HWND>& published) {
 
 void OpenProgress(HWND page) {
     SetDuration(page, State.Run.SerialLinkSelected);
-    StartWorker(page, State.Windows.ProgressPage, transfer::UpgradeThread, TransferStalled);
+    StartWorker(page, CatalogText(IDS_UPGRADING), State.Windows.ProgressPage,
+                transfer::UpgradeThread, TransferStalled);
 }
 
 // The bootloader is always reached over the serial port.
 void OpenResumeProgress(HWND page) {
     State.Run.BusyCursor = true;
     SetDuration(page, State.Run.SerialLinkSelected || State.Run.BootloaderResume);
-    StartWorker(page, State.Windows.ProgressPage, transfer::ResumeThread, TransferStalled);
+    StartWorker(page, CatalogText(IDS_UPGRADING), State.Windows.ProgressPage,
+                transfer::ResumeThread, TransferStalled);
 }
 
 void OpenBackup(HWND page) {
-    SetDlgItemTextA(page, IDC_BACKUP_TEXT,
-                    CatalogText(DurationText(DurationFamily::Backup, State.Run.SerialLinkSelected,
-                                             State.Paths.LanguageFolder)));
-    StartWorker(page, State.Windows.BackupPage, transfer::BackupThread, BackupNotStarted);
+    const char* text = CatalogText(DurationText(
+        DurationFamily::Backup, State.Run.SerialLinkSelected, State.Paths.LanguageFolder));
+    SetDlgItemTextA(page, IDC_BACKUP_TEXT, text);
+    StartWorker(page, text, State.Windows.BackupPage, transfer::BackupThread, BackupNotStarted);
 }
 
 bool IgnoreCommand(HWND, int) { return true; }
+
+// The user logs off, or the PC shuts down: not now.
+bool RefuseEndOfSession(HWND page, INT_PTR* answer) {
+    SetWindowLongPtrA(page, DWLP_MSGRESULT, FALSE);
+    *answer = TRUE;
+    return true;
+}
 
 // The messages of both pages of an upgrade.
 bool ProgressPageProc(HWND page, UINT message, WPARAM first, LPARAM second, INT_PTR* answer) {
@@ -84,6 +96,8 @@ bool ProgressPageProc(HWND page, UINT message, WPARAM first, LPARAM second, INT_
     case WM_TIMER:
         EndStalledTransfer(page, first);
         return true;
+    case WM_QUERYENDSESSION:
+        return RefuseEndOfSession(page, answer);
     case WM_DESTROY:
         WithdrawPage(State.Windows.ProgressPage);
         return false;
@@ -92,7 +106,9 @@ bool ProgressPageProc(HWND page, UINT message, WPARAM first, LPARAM second, INT_
     }
 }
 
-bool BackupPageProc(HWND, UINT message, WPARAM, LPARAM, INT_PTR*) {
+bool BackupPageProc(HWND page, UINT message, WPARAM, LPARAM, INT_PTR* answer) {
+    if (message == WM_QUERYENDSESSION)
+        return RefuseEndOfSession(page, answer);
     if (message == WM_DESTROY)
         WithdrawPage(State.Windows.BackupPage);
     return false;

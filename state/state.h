@@ -72,7 +72,6 @@ struct RunValues {
     bool UpgradeUnderway;                 // PrepareDevice does nothing without it
     std::atomic<bool> BackupDone;
     std::atomic<bool> RunEnded;       // no page comes up any more
-    std::atomic<bool> RunEndsItself;  // by WM_CLOSE to MainWindow, on its way from any thread
     std::atomic<bool> MainWindowGone; // it has been destroyed, and its handle may be another's
     std::atomic<bool> BusyCursor{true};
     std::atomic<bool> TransferAborted;

@@ -14,8 +14,8 @@ public:
         return {{"DBUS_SYSTEM_BUS_ADDRESS", address_}, {"DBUS_SESSION_BUS_ADDRESS", address_}};
     }
 
-    // Its lines: "inhibited sleep:idle block" for a lock that is taken, "released" once it is given
-    // back, and "progress 37" or "progress none" for what the dock is to show.
+    // Its lines: "inhibited shutdown block why" for a lock that is taken, "released" once one
+    // is given back, and "progress 37" or "progress none" for what the dock is to show.
     ChildProcess& Process() { return process_; }
 
 private:

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The login manager, as far as it keeps a PC awake, and a dock that shows programs' progress, on
+"""The login manager, as far as it keeps a PC awake and on, and a dock that shows programs' progress, on
 the session's message bus. Prints the bus's address, and then a line for all that it is told."""
 
 import os
@@ -22,10 +22,10 @@ def released(lock, _):
 
 class Manager(dbus.service.Object):
     @dbus.service.method("org.freedesktop.login1.Manager", "ssss", "h")
-    def Inhibit(self, what, _who, _why, mode):
+    def Inhibit(self, what, _who, why, mode):
         ours, theirs = os.pipe()
         GLib.io_add_watch(ours, GLib.IO_HUP, released)  # the last holder of the lock is gone
-        say("inhibited", what, mode)
+        say("inhibited", what, mode, why)
         lock = dbus.types.UnixFd(theirs)
         os.close(theirs)
         return lock

@@ -95,7 +95,7 @@ inline void FillState() {
     std::strcpy(State.Image.ImageVersionText, "2.01");
     std::strcpy(State.Image.ImageLanguageName, "Japanese");
     State.Run.SerialLinkSelected = true;
-    State.Run.RunEnded = State.Run.RunEndsItself = State.Run.MainWindowGone = false;
+    State.Run.RunEnded = State.Run.MainWindowGone = false;
 }
 
 // As the wizard loads it before its first page. It stays until the process ends.

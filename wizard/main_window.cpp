@@ -7,6 +7,7 @@
 #include "wizard/main_window.h"
 
 #include "device/host_checks.h"
+#include "frame/run_end.h"
 #include "resources/resource.h"
 #include "state/progress_record.h"
 #include "state/state.h"
@@ -93,11 +94,10 @@ LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM first, LPARAM 
         RunWizard(window);
         return 0;
     case WM_CLOSE:
-        // Nobody outside ends a transfer: an upgrade that is broken off leaves a handheld without a
-        // system. A transfer that fails ends the run itself.
-        if ((State.Windows.ProgressPage || State.Windows.BackupPage) && !State.Run.RunEndsItself)
-            return 0;
-        return DefWindowProcA(window, message, first, second);
+        return first != OwnClose && TransferRuns() ? 0
+                                                   : DefWindowProcA(window, message, first, second);
+    case WM_QUERYENDSESSION: // the user logs off, or the PC shuts down
+        return TransferRuns() ? FALSE : DefWindowProcA(window, message, first, second);
     case WM_DESTROY:
         State.Run.RunEnded = State.Run.MainWindowGone = true;
         ReleaseBanner();

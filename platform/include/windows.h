@@ -9,6 +9,7 @@
 #include <windef.h>
 
 #include <commapi.h>
+#include <libloaderapi.h>
 #include <winbase.h>
 #include <wingdi.h>
 #include <winnls.h>

@@ -32,7 +32,9 @@ typedef VOID(CALLBACK* TIMERPROC)(HWND, UINT, UINT_PTR, DWORD);
 #define WM_GETTEXT 0x000D
 #define WM_PAINT 0x000F
 #define WM_CLOSE 0x0010
+#define WM_QUERYENDSESSION 0x0011 // an answer of 0 refuses the end of the session
 #define WM_QUIT 0x0012
+#define WM_ENDSESSION 0x0016 // first parameter: whether it ends, and the process with it
 #define WM_SETCURSOR 0x0020
 #define WM_SETFONT 0x0030
 #define WM_GETFONT 0x0031

@@ -109,6 +109,7 @@ struct Window {
     UINT check = BST_UNCHECKED;
     ProgressState progress;
     PaintResult painted = {};
+    Descriptor shutdownBlock; // while the window gives a reason against a shutdown
     std::unique_ptr<DialogState> dialog;
     std::unique_ptr<OwnedWindowRecord> record; // of a top-level window
 

@@ -310,6 +310,8 @@ LRESULT WINAPI DefWindowProcA(HWND window, UINT message, WPARAM first, LPARAM se
     case WM_CLOSE:
         DestroyWindow(window);
         return 0;
+    case WM_QUERYENDSESSION:
+        return TRUE;
     case WM_SETTEXT:
         return StoreText(window, reinterpret_cast<const char*>(second));
     case WM_GETTEXT:

@@ -41,17 +41,21 @@ TEST_F(Frame, the_end_of_the_run_ends_a_page_that_is_up_without_a_result) {
     CloseMainWindow(); // a second end, after another failure, does nothing
 }
 
-TEST_F(Frame, the_main_window_goes_with_the_run_but_not_while_a_transfer_runs) {
+TEST_F(Frame, nothing_but_the_wizard_itself_ends_a_run_while_a_transfer_runs) {
     OpenMainWindow();
+    const HWND window = State.Windows.MainWindow;
+    EXPECT_TRUE(SendMessageA(window, WM_QUERYENDSESSION, 0, 0));
     for (std::atomic<HWND>* page : {&State.Windows.ProgressPage, &State.Windows.BackupPage}) {
-        *page = State.Windows.MainWindow;
-        SendMessageA(State.Windows.MainWindow, WM_CLOSE, 0, 0);
-        EXPECT_TRUE(IsWindow(State.Windows.MainWindow));
+        *page = window;
+        SendMessageA(window, WM_CLOSE, 0, 0);
+        EXPECT_TRUE(IsWindow(window));
+        EXPECT_FALSE(SendMessageA(window, WM_QUERYENDSESSION, 0, 0));
         *page = nullptr;
     }
-    State.Run.RunEnded = true; // by a port that did not open, on any thread
+    State.Windows.ProgressPage = window; // its worker has met a failure
     CloseMainWindow();
-    EXPECT_FALSE(IsWindow(State.Windows.MainWindow));
+    EXPECT_FALSE(IsWindow(window));
+    State.Windows.ProgressPage = nullptr;
 }
 
 TEST_F(Frame, a_run_shows_its_banner_and_leaves_nothing_of_it_behind) {

@@ -376,6 +376,7 @@ TEST_P(TransferPage, ends_by_no_key_and_no_close_box_and_has_the_busy_cursor) {
     QTest::keyClick(window_, Qt::Key_Escape);
     QTest::keyClick(window_, Qt::Key_Return);
     window_->close();
+    EXPECT_FALSE(SendMessageA(View().handle, WM_QUERYENDSESSION, 0, 0));
     PostMessageA(GetDlgItem(View().handle, IDC_PERCENT), WM_SETTEXT, 0,
                  reinterpret_cast<LPARAM>(after));
     const auto* percent = dynamic_cast<TextLabel*>(Control(IDC_PERCENT));
