@@ -1,15 +1,19 @@
-// The toolkit's application around a program.
+// The toolkit's application around a program, and the desktop's session around both.
 
 #include "platform/desktop/desktop_program.h"
 
 #include "platform/desktop/desktop_display.h"
+#include "platform/kernel/execution_state.h"
 #include "platform/windows/display.h"
+#include "platform/windows/session_end.h"
 
 #include <QApplication>
+#include <QSessionManager>
 
 #include <unistd.h>
 #include <xcb/xcb.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -43,6 +47,20 @@ void DisableAbsentBus() {
         setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
 }
 
+// The session manager asks before it ends the session.
+void AskProgram(QSessionManager& manager) {
+    if (!MaySessionEnd())
+        manager.cancel();
+}
+
+// The toolkit's loop ends with the program, or because the session is over. What must not be
+// interrupted goes on even then.
+void RunLoop(const std::atomic<bool>& programEnded) {
+    do
+        QApplication::exec();
+    while (!programEnded && !UnlessSystemRequired([] { _exit(0); }));
+}
+
 } // namespace
 
 bool DesktopIsWanted() {
@@ -58,13 +76,16 @@ int RunOnDesktop(int count, char** words, const std::function<int()>& program) {
     auto& application = *new QApplication(kept, words);
     QApplication::setQuitOnLastWindowClosed(false); // there is none between two pages
     QApplication::setApplicationName("rom-wizard");
+    QObject::connect(&application, &QGuiApplication::commitDataRequest, AskProgram);
     UseDisplay(&DesktopDisplay());
     int result = 0;
+    std::atomic<bool> programEnded = false;
     std::thread thread([&] {
         result = program();
+        programEnded = true;
         QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection);
     });
-    QApplication::exec();
+    RunLoop(programEnded);
     thread.join();
     return result;
 }

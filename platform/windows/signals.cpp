@@ -1,15 +1,18 @@
-// Signals from the terminal, served by a thread of their own.
+// Signals from the terminal, and the one that asks a process to end, served by a thread of their
+// own.
 //
 // While a thread of the program requires the system (SetThreadExecutionState), its work must not be
 // broken off, and a stopped process is as good as a dead one to whoever is at the other end of a
 // cable. So the signal is dropped then, with a warning. Elsewhere each does what the user
-// expects of it. Nothing here touches SIGTERM, which ends the process at any time.
+// expects of it. SIGTERM, which comes at the end of the session too, is first put to the windows,
+// as Windows puts that end to them. Only SIGKILL ends the process at any time.
 
 #include "platform/windows/signals.h"
 
 #include "platform/kernel/execution_state.h"
 #include "platform/windows/display.h"
 #include "platform/windows/pages.h"
+#include "platform/windows/session_end.h"
 #include "platform/windows/window_model.h"
 
 #include <pthread.h>
@@ -36,7 +39,7 @@ sigset_t SetOf(std::initializer_list<int> signals) {
 // ignored, so these have to be left out.
 sigset_t ServedSignals() {
     sigset_t served = SetOf({});
-    for (const int signal : {SIGINT, SIGQUIT, SIGTSTP, SIGHUP}) {
+    for (const int signal : {SIGINT, SIGQUIT, SIGTSTP, SIGHUP, SIGTERM}) {
         struct sigaction action = {};
         if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
             sigaddset(&served, signal);
@@ -59,6 +62,12 @@ void HandleSignal(int signal) {
         ActByDefault(signal);
 }
 
+// False where it has been refused.
+bool TryHandle(int signal) {
+    return (signal != SIGTERM || MaySessionEnd()) &&
+           UnlessSystemRequired([signal] { HandleSignal(signal); });
+}
+
 void Refuse(int signal) {
     if (signal == SIGHUP)
         ActiveDisplay().EndInput(); // what comes after the work is left without the user
@@ -69,7 +78,7 @@ void Refuse(int signal) {
 [[noreturn]] void Serve(sigset_t signals) {
     for (;;) {
         int signal = 0;
-        if (sigwait(&signals, &signal) == 0 && !UnlessSystemRequired([&] { HandleSignal(signal); }))
+        if (sigwait(&signals, &signal) == 0 && !TryHandle(signal))
             Refuse(signal);
     }
 }

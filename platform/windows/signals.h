@@ -1,5 +1,5 @@
 // The signals of a user at the terminal: Ctrl-C, Ctrl-\, Ctrl-Z, and the end of the terminal
-// itself.
+// itself; and SIGTERM.
 #pragma once
 
 namespace platform {

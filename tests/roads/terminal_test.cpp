@@ -59,7 +59,7 @@ TEST_F(AtTerminal, an_upgrade_reads_in_80_columns_with_its_warnings_in_red) {
 }
 
 // Held up between two of its tokens, so that it lasts for as long as the user needs.
-TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_and_not_by_the_end_of_the_terminal) {
+TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_no_sigterm_and_no_end_of_the_terminal) {
     auto&& [home, image, cradle] =
         PcWithHandheld({.run = {"--late-at", "start", "--late-by", "40000"}});
     WizardRun wizard = Start(home, "3,500");
@@ -70,6 +70,8 @@ TEST_F(AtTerminal, a_transfer_is_broken_off_by_no_key_and_not_by_the_end_of_the_
         wizard.Process().Type(key);
         wizard.ExpectLine("not broken off: ");
     }
+    wizard.Process().Signal(SIGTERM);
+    wizard.ExpectLine("not broken off: ");
     wizard.Process().Type("\x13"); // Ctrl-S
     cradle.Handheld().Signal(SIGCONT);
     cradle.Handheld().ExpectLine(": complete");
@@ -98,10 +100,12 @@ TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
     EXPECT_FALSE(wizard.Process().Has("\033"));
 }
 
-TEST_F(AtTerminal, is_where_a_wizard_shows_itself_that_finds_no_desktop) {
+TEST_F(AtTerminal, is_where_a_wizard_that_finds_no_desktop_shows_itself_and_is_ended_by_sigterm) {
     auto&& [home, image, cradle] = PcWithHandheld();
     WizardRun wizard(home, {{"ROM_WIZARD_DISPLAY", ""}, {"DISPLAY", ":4711"}});
-    ExpectQuit(wizard, UpgradeNoticePage);
+    wizard.ExpectPage(UpgradeNoticePage);
+    wizard.Process().Signal(SIGTERM);
+    EXPECT_EQ(128 + SIGTERM, wizard.Wait());
 }
 
 } // namespace
