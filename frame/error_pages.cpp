@@ -185,7 +185,8 @@ constinit const Page BackupSpaceErrorPage = {
     .dialog = IDD_BACKUP_SPACE_ERROR, .texts = BackupSpaceErrorTexts, .results = Quit};
 constinit const Page ModuleDataErrorPage = {.dialog = IDD_MODULE_DATA_ERROR,
                                             .texts = ModuleDataErrorTexts,
-                                            .results = ModuleDataErrorResults};
+                                            .results = ModuleDataErrorResults,
+                                            .keepsFocus = true};
 constinit const Page BackupFailedPage = {
     .dialog = IDD_BACKUP_FAILED, .texts = BackupFailedTexts, .results = Quit};
 constinit const Page ImageTooLargePage = {

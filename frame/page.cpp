@@ -29,11 +29,24 @@ void SetTexts(HWND window, const Page& page) {
     }
 }
 
+// Said by the page, since Windows would give the focus to the first button in the template, which
+// may be the one that leaves.
+void GiveFirstFocus(HWND window, const Page& page) {
+    const auto set = static_cast<DWORD>(SendMessageA(window, DM_GETDEFID, 0, 0));
+    int button = HIWORD(set) == DC_HASDEFID ? LOWORD(set) : 0;
+    if (button == 0 && page.results.size() == 1)
+        button = page.results.front().command;
+    if (button != 0 && !page.keepsFocus)
+        SendMessageA(window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(window, button)),
+                     TRUE);
+}
+
 void Open(HWND window, PageResources& resources) {
     const Page& page = resources.page;
     SetTexts(window, page);
     CentreWindow(window);
     ApplyFontsAndPictures(window, resources);
+    GiveFirstFocus(window, page);
     if (page.open)
         page.open(window);
 }
@@ -59,6 +72,8 @@ INT_PTR Answer(HWND window, const PageResources& resources, UINT message, WPARAM
     if (page.message && page.message(window, message, first, second, &answer))
         return answer;
     switch (message) {
+    case WM_SETFOCUS: // answered, the page has the focus itself
+        return page.keepsFocus ? TRUE : FALSE;
     case WM_PAINT:
         return PaintPage(window, resources);
     case WM_CTLCOLORSTATIC:
@@ -73,7 +88,7 @@ INT_PTR CALLBACK PageProc(HWND window, UINT message, WPARAM first, LPARAM second
     if (message == WM_INITDIALOG) {
         SetWindowLongPtrA(window, DWLP_USER, second);
         Open(window, *reinterpret_cast<PageResources*>(second));
-        return TRUE;
+        return FALSE; // the focus has been given
     }
     // Some messages come before WM_INITDIALOG, such as the one that sets the font.
     const auto* resources =

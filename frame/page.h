@@ -50,6 +50,10 @@ struct Page {
     std::span<const PagePicture> pictures = {};
     std::span<const PageColour> colours = {};
     bool hasTitle = true; // title bar, banner: a standard page
+    // Where the focus is when the page opens, and so what Enter presses: on the default button, or
+    // the only one of a page without. With this set on none, and Enter is the default button's
+    // command if that is not grey, on a page without one IDOK.
+    bool keepsFocus = false;
 
     // Duties beyond the data, on the page's thread.
 

@@ -29,6 +29,9 @@ void OfferLinks(HWND page) {
         EnableWindow(GetDlgItem(page, IDC_USB), FALSE);
         CheckDlgButton(page, IDC_SERIAL, BST_CHECKED);
     } else {
+        // Before its button turns grey: no key would be heard from there.
+        SendMessageA(page, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(page, IDC_USB)),
+                     TRUE);
         EnableWindow(GetDlgItem(page, IDOK), FALSE);
     }
 }

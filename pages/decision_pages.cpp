@@ -73,6 +73,7 @@ void SetReadyTexts(HWND page) {
 constinit const Page ActionChoicePage = {.dialog = IDD_ACTION_CHOICE,
                                          .texts = ActionChoiceTexts,
                                          .results = ActionChoiceResults,
+                                         .keepsFocus = true,
                                          .open = SetLanguageLine};
 constinit const Page VersionConfirmPage = {
     .dialog = IDD_VERSION_CONFIRM, .texts = VersionConfirmTexts, .results = ConfirmResults};

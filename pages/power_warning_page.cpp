@@ -67,6 +67,7 @@ bool ForgetPage(HWND, UINT message, WPARAM, LPARAM, INT_PTR*) {
 constinit const Page PowerWarningPage = {.dialog = IDD_POWER_WARNING,
                                          .texts = PowerWarningTexts,
                                          .results = PowerWarningResults,
+                                         .keepsFocus = true, // its button may be grey
                                          .open = StartPowerWatch,
                                          .command = HoldBackNext,
                                          .message = ForgetPage};

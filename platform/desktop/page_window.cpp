@@ -125,6 +125,8 @@ PageWindow::PageWindow(const PageView& page)
         widget->setGeometry(scale_.Of(control.rect));
         if (control.isDefault)
             default_ = widget;
+        if (control.hasFocus)
+            first_ = widget;
         if (before && widget->focusPolicy() != Qt::NoFocus)
             setTabOrder(before, widget);
         before = widget;
@@ -215,22 +217,8 @@ void PageWindow::Present() {
          screen.y() + std::max(0, (screen.height() - frame.height()) / 2));
     raise();
     activateWindow();
-    FocusFirst();
-}
-
-// What has the focus is pressed by Enter, so nothing has it that the user has not gone to, but for
-// the default button. While that one cannot be pressed, the user has something to choose first.
-void PageWindow::FocusFirst() {
-    QWidget* first = default_ && !default_->isEnabled() ? FirstChoice() : default_;
-    (first ? first : surface_)->setFocus();
-}
-
-QWidget* PageWindow::FirstChoice() const {
-    for (const auto& [handle, widget] : controls_)
-        if (widget->isEnabled() && widget->focusPolicy() != Qt::NoFocus &&
-            !qobject_cast<QPushButton*>(widget))
-            return widget;
-    return nullptr;
+    // Nothing has the focus that the page has not given it to: Enter would press it.
+    (first_ ? first_ : surface_)->setFocus();
 }
 
 // The toolkit would pass the focus of a control that goes out of use on to the next one, which may

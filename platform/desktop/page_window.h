@@ -35,8 +35,6 @@ private:
     QWidget* MakeControl(const PageView& page, const ControlView& control);
     QWidget* MakeButton(const PageView& page, const ControlView& control);
     void FitToScreen();
-    void FocusFirst();
-    QWidget* FirstChoice() const;
     void Enable(QWidget* widget, bool enabled);
     void PostKey(WPARAM key);
 
@@ -46,6 +44,7 @@ private:
     QScrollArea* scroller_ = nullptr; // on a screen that is smaller than the page
     std::map<HWND, QWidget*> controls_;
     QWidget* default_ = nullptr;
+    QWidget* first_ = nullptr; // has the focus at first; null: none
     QString mnemonics_;
     bool showing_ = false; // what changes now is not the user's doing
 };

@@ -28,6 +28,7 @@ typedef VOID(CALLBACK* TIMERPROC)(HWND, UINT, UINT_PTR, DWORD);
 #define WM_NULL 0x0000
 #define WM_CREATE 0x0001
 #define WM_DESTROY 0x0002
+#define WM_SETFOCUS 0x0007
 #define WM_SETTEXT 0x000C
 #define WM_GETTEXT 0x000D
 #define WM_PAINT 0x000F
@@ -36,6 +37,7 @@ typedef VOID(CALLBACK* TIMERPROC)(HWND, UINT, UINT_PTR, DWORD);
 #define WM_QUIT 0x0012
 #define WM_ENDSESSION 0x0016 // first parameter: whether it ends, and the process with it
 #define WM_SETCURSOR 0x0020
+#define WM_NEXTDLGCTL 0x0028 // the focus of a dialog to a control; second parameter: TRUE
 #define WM_SETFONT 0x0030
 #define WM_GETFONT 0x0031
 #define WM_KEYDOWN 0x0100
@@ -47,6 +49,8 @@ typedef VOID(CALLBACK* TIMERPROC)(HWND, UINT, UINT_PTR, DWORD);
 #define WM_USER 0x0400
 #define WM_APP 0x8000
 
+#define DM_GETDEFID WM_USER // low word: the default button's id; high: DC_HASDEFID, or all 0
+#define DC_HASDEFID 0x534B
 #define BM_GETCHECK 0x00F0
 #define BM_SETCHECK 0x00F1
 #define BM_CLICK 0x00F5

@@ -92,6 +92,8 @@ LRESULT Click(HWND handle) {
         return 0;
     ChangeByClick(*control);
     HWND parent = control->parent;
+    if (const auto dialog = FindWindowByHandle(parent); dialog && dialog->dialog)
+        dialog->dialog->focus = handle;
     auto id = static_cast<WORD>(control->id);
     lock.unlock();
     SendMessageA(parent, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(handle));

@@ -150,7 +150,16 @@ void PostCancel(HWND dialog) {
                      reinterpret_cast<LPARAM>(control));
 }
 
-// Enter presses the default button of the dialog, and Escape the one that cancels.
+// The button that Enter presses: the one with the focus, else the default one of the dialog, else
+// that of IDOK, which need not be there.
+int IdOfEnter(const Window& dialog) {
+    const auto focus = FindWindowByHandle(dialog.dialog->focus);
+    if (focus && KindOf(*focus) == ControlKind::PushButton && !(focus->style & WS_DISABLED))
+        return focus->id;
+    return dialog.dialog->defaultId ? dialog.dialog->defaultId : IDOK;
+}
+
+// Enter, and Escape, which presses the button that cancels.
 bool IsKeyOfDialog(HWND dialog, const MSG& message) {
     if (message.message != WM_KEYDOWN || message.hwnd != dialog ||
         (message.wParam != VK_ESCAPE && message.wParam != VK_RETURN))
@@ -159,7 +168,7 @@ bool IsKeyOfDialog(HWND dialog, const MSG& message) {
     if (message.wParam == VK_RETURN) {
         auto lock = LockWindows();
         auto window = FindWindowByHandle(dialog);
-        id = window && window->dialog->defaultId ? window->dialog->defaultId : IDOK;
+        id = window ? IdOfEnter(*window) : IDOK;
     }
     Command(dialog, id);
     return true;
@@ -219,12 +228,33 @@ bool AnswersDirectly(UINT message) {
     return message == WM_INITDIALOG || message == WM_CTLCOLORSTATIC;
 }
 
+LRESULT DefaultIdOf(HWND handle) {
+    auto lock = LockWindows();
+    auto window = FindWindowByHandle(handle);
+    const int id = window ? window->dialog->defaultId : 0;
+    return id ? MAKELONG(id, DC_HASDEFID) : 0;
+}
+
+void GiveFocus(HWND handle, HWND control) {
+    auto lock = LockWindows();
+    if (auto window = FindWindowByHandle(handle))
+        window->dialog->focus = control;
+}
+
 // What a dialog does with a message that its procedure left alone.
 LRESULT DefaultOfDialog(HWND dialog, UINT message, WPARAM first, LPARAM second) {
-    if (message != WM_CLOSE)
+    switch (message) {
+    case WM_CLOSE:
+        PostCancel(dialog);
+        return 0;
+    case DM_GETDEFID:
+        return DefaultIdOf(dialog);
+    case WM_NEXTDLGCTL:
+        GiveFocus(dialog, reinterpret_cast<HWND>(first));
+        return 0;
+    default:
         return DefWindowProcA(dialog, message, first, second);
-    PostCancel(dialog);
-    return 0;
+    }
 }
 
 // On the dialog's own thread.

@@ -27,6 +27,7 @@ struct ControlView {
     std::string text; // UTF-8, without the marks of underlined letters; of a text, what shows of it
     RECT rect;        // pixels in the page's client area
     bool visible, enabled, checked, isDefault;
+    bool hasFocus;                  // while its page is active
     LONG lowest, highest, position; // of a progress bar
     LOGFONTA font;                  // height 0: the display's own
     PaintResult painted;            // colours of a text

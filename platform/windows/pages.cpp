@@ -78,6 +78,7 @@ ControlView ViewOfControl(const Window& control, const DialogState& dialog) {
     view.enabled = !(control.style & WS_DISABLED);
     view.checked = control.check != BST_UNCHECKED;
     view.isDefault = IsDefaultButton(control, dialog);
+    view.hasFocus = control.handle == dialog.focus;
     view.lowest = control.progress.lowest;
     view.highest = control.progress.highest;
     view.position = control.progress.position;

@@ -80,7 +80,8 @@ struct DialogState {
     bool modal = false;
     bool ended = false;
     INT_PTR result = 0;
-    int defaultId = 0; // 0: the dialog has no default button
+    int defaultId = 0;    // 0: the dialog has no default button
+    HWND focus = nullptr; // the control that has the focus while the dialog is active, or none
     HFONT ownFont = nullptr;
     bool onScreen = false;     // the display shows it now
     bool wasShown = false;     // and has not been called with its end yet

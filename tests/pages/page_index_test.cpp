@@ -51,13 +51,16 @@ std::string NameOf(const platform::PaintedPicture& painted) {
     return "part of a picture, or none of ours";
 }
 
-std::string Describe(const ShownPage& shown, const PageView& page) {
+// The fresh page tells where the focus goes, the page at its end all else.
+std::string Describe(const ShownPage& shown, const PageView& fresh, const PageView& page) {
     std::ostringstream lines;
     lines << "== " << page.id << shown.state << " ==  " << page.title << "\n";
     for (const ControlView& control : page.controls)
         lines << Describe(control);
     for (const platform::PaintedPicture& painted : page.pictures)
         lines << "picture " << NameOf(painted) << " at " << painted.x << "," << painted.y << "\n";
+    for (const ControlView& control : fresh.controls)
+        lines << (control.hasFocus ? "focus on " + std::to_string(control.id) + "\n" : "");
     return lines.str();
 }
 
@@ -111,7 +114,7 @@ TEST_F(PageIndex, every_page_is_as_recorded_and_leaves_nothing_behind) {
         std::string results;
         for (const PageResult& end : shown.page().results)
             results += ResultOf(shown, end.command);
-        seen += Describe(shown, user_.ended.back()) + results + "\n";
+        seen += Describe(shown, user_.opened.back(), user_.ended.back()) + results + "\n";
         EXPECT_EQ(objects, platform::DrawingObjectCount())
             << "fonts, brushes or pictures are left by page " << user_.ended.back().id;
     }
