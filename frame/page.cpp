@@ -32,13 +32,13 @@ void SetTexts(HWND window, const Page& page) {
 // Said by the page, since Windows would give the focus to the first button in the template, which
 // may be the one that leaves.
 void GiveFirstFocus(HWND window, const Page& page) {
+    // Of a page without a default button Windows may say IDOK, which is not there.
     const auto set = static_cast<DWORD>(SendMessageA(window, DM_GETDEFID, 0, 0));
-    int button = HIWORD(set) == DC_HASDEFID ? LOWORD(set) : 0;
-    if (button == 0 && page.results.size() == 1)
-        button = page.results.front().command;
-    if (button != 0 && !page.keepsFocus)
-        SendMessageA(window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(window, button)),
-                     TRUE);
+    HWND button = HIWORD(set) == DC_HASDEFID ? GetDlgItem(window, LOWORD(set)) : nullptr;
+    if (!button && page.results.size() == 1)
+        button = GetDlgItem(window, page.results.front().command);
+    if (button && !page.keepsFocus)
+        SendMessageA(window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(button), TRUE);
 }
 
 void Open(HWND window, PageResources& resources) {
