@@ -73,14 +73,25 @@ protected:
         ConfirmWithoutBackup(wizard);
     }
 
-    // Each piece takes a second at least.
-    void AwaitTransfer() {
+    // What ends a program from outside: another one's WM_CLOSE, and the end of the user's session.
+    // In the middle of a transfer neither does.
+    void TryToEnd(WindowsRun& wizard) {
+        AwaitProgress();
+        wizard.Send("close");
+        pc_->Start({"wineboot.exe", "-e"})->Wait();
+    }
+
+    // Each piece takes a second at least. Gives whether it was the last one.
+    bool AwaitProgress() {
         const auto isProgress = [](const std::string& line) {
             return line.find(": piece") != std::string::npos ||
                    line.find(": complete") != std::string::npos;
         };
-        while (cradle_->Handheld().ExpectLine(isProgress, "of the transfer").find(": complete") ==
-               std::string::npos) {
+        const std::string line = cradle_->Handheld().ExpectLine(isProgress, "of the transfer");
+        return line.find(": complete") != std::string::npos;
+    }
+    void AwaitTransfer() {
+        while (!AwaitProgress()) {
         }
     }
 
@@ -100,7 +111,8 @@ protected:
         pc_->StartActiveSync();
         WindowsRun wizard(*pc_);
         Upgrade(wizard);
-        wizard.Answer(page, "2");
+        TryToEnd(wizard);
+        wizard.Answer(page, ""); // Enter presses the only button
         EXPECT_EQ(0, wizard.Wait());
         ExpectRecord(page == CommunicationErrorPage);
     }
@@ -151,6 +163,7 @@ TEST_F(Windows, a_backup_is_saved_and_restored) {
     wizard.User().ExpectLine("== open ==");
     wizard.Send(WindowsPathOf(saved));
     ConfirmWithoutBackup(wizard);
+    TryToEnd(wizard);
     AwaitTransfer();
     Finish(wizard);
     EXPECT_TRUE(cradle_->FlashEquals(saved));
@@ -180,12 +193,44 @@ TEST_F(Windows, a_transfer_that_broke_off_is_resumed_by_another) {
     ExpectUpgraded();
 }
 
+TEST_F(Windows, one_that_is_ended_by_force_is_resumed_by_another) {
+    Connect();
+    pc_->StartActiveSync();
+    {
+        WindowsRun wizard(*pc_);
+        Upgrade(wizard);
+        AwaitProgress();
+        ExpectRecord(false); // Windows is shut down
+    }
+    cradle_->Reset();
+    WindowsRun wizard(*pc_);
+    Finish(wizard);
+    ExpectUpgraded();
+}
+
 TEST_F(Windows, one_that_broke_off_in_the_held_back_block_is_resumed_by_the_bootloader) {
     BreakOff("560000", CommunicationErrorPage);
     cradle_->Reset(true);
     WindowsRun wizard(*pc_);
     Finish(wizard);
     ExpectUpgraded();
+}
+
+// The first button of a page may be grey, and then it is the second that leaves; on the page of the
+// two actions Enter is neither, also once the user has been elsewhere.
+TEST_F(Windows, enter_presses_no_button_that_the_page_has_not_given_the_focus) {
+    Connect();
+    pc_->StartActiveSync();
+    WindowsRun wizard(*pc_);
+    for (const int page : {UpgradeNoticePage, WelcomePage, HostChecklistPage, DeviceChecklistPage})
+        wizard.Answer(page, "");
+    wizard.ExpectPage(ConnectionTypePage);
+    for (const char* input : {"focus 1150", "", "away", "focus 1150", Serial, ""})
+        wizard.Send(input);
+    wizard.ExpectPage(ActionChoicePage);
+    for (const char* input : {"focus 0", "away", "focus 0", ""})
+        wizard.Send(input);
+    EXPECT_EQ(0, wizard.Wait()) << wizard.User().Transcript();
 }
 
 // The working directory is a folder from elsewhere, and what lies in it is not run.
@@ -199,7 +244,7 @@ TEST_F(Windows, without_its_library_in_the_system_folder_no_handheld_answers) {
     EXPECT_FALSE(cradle_->Handheld().Has("RAPI"));
     const auto second = pc_->Start({WindowsFolder() + "/rom-wizard.exe"});
     EXPECT_EQ(0, second->Wait()) << second->Transcript();
-    wizard.Send("esc");
+    wizard.Send("");
     EXPECT_EQ(0, wizard.Wait());
 }
 

@@ -6,9 +6,10 @@
 // It prints what the wizard's own terminal does, so that tests can drive either: "== 158 ==" when a
 // page has come up, its texts, "-- 158 --" when it has gone, "== save ==" and "== open ==" for the
 // file dialogs. What of a page its user could not read comes as "page-user: " with the fault.
-// A line of input is the number of a control to click, "" for Enter, "esc" for
-// Escape, or a path for a file dialog. "window TITLE" waits for a window of any program. It ends
-// with the program, and with its exit code.
+// A line of input is the number of a control to click, "" for Enter, "esc" for Escape, "away" for a
+// look at another window, or a path for a file dialog. "window TITLE" waits for a window of any
+// program, "focus 2" for that control to have the focus, 0 for the page itself; "close" is another
+// program that wants this one to end. It ends with the program, and with its exit code.
 
 #include "tests/windows/inside/page_layout.h"
 
@@ -70,13 +71,24 @@ bool IsOnScreen(HWND dialog) {
     return IsWindowVisible(dialog) && GetWindowRect(dialog, &rect) && rect.right > rect.left;
 }
 
-BOOL CALLBACK CollectDialog(HWND window, LPARAM list) {
+// Whether it is a window of the program, of that class.
+bool IsOfProgram(HWND window, const std::string& className) {
     DWORD owner = 0;
     GetWindowThreadProcessId(window, &owner);
     char name[16] = "";
     GetClassNameA(window, name, sizeof(name));
-    if (owner == program && std::string(name) == "#32770" && IsOnScreen(window))
+    return owner == program && name == className;
+}
+
+BOOL CALLBACK CollectDialog(HWND window, LPARAM list) {
+    if (IsOfProgram(window, "#32770") && IsOnScreen(window))
         reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
+    return TRUE;
+}
+
+BOOL CALLBACK PostClose(HWND window, LPARAM) {
+    if (IsOfProgram(window, "#32770") || IsOfProgram(window, "SETUP"))
+        PostMessageA(window, WM_CLOSE, 0, 0);
     return TRUE;
 }
 
@@ -144,6 +156,22 @@ void Click(HWND control) {
     PostMessageA(control, WM_LBUTTONUP, 0, middle);
 }
 
+void GoAwayAndBack(HWND page) {
+    const HWND other = CreateWindowA("Static", "", WS_POPUP | WS_VISIBLE, 0, 0, 9, 9, nullptr,
+                                     nullptr, nullptr, nullptr);
+    SetForegroundWindow(other);
+    DestroyWindow(other);
+    SetForegroundWindow(page);
+}
+
+// The number of the control, 0 for the page itself, -1 for neither.
+int FocusOf(HWND page) {
+    GUITHREADINFO thread = {};
+    thread.cbSize = sizeof(thread);
+    GetGUIThreadInfo(GetWindowThreadProcessId(page, nullptr), &thread);
+    return thread.hwndFocus == page ? 0 : thread.hwndFocus ? GetDlgCtrlID(thread.hwndFocus) : -1;
+}
+
 bool ClickControl(HWND page, int id) {
     const HWND control = GetDlgItem(page, id);
     if (!control || !IsWindowEnabled(control) || !IsWindowVisible(control))
@@ -156,6 +184,8 @@ bool ClickControl(HWND page, int id) {
 bool Do(const std::string& order) {
     if (order.starts_with("window "))
         return FindWindowA(nullptr, order.c_str() + 7) != nullptr;
+    if (order == "close")
+        return EnumWindows(PostClose, 0) != FALSE;
     if (shownPages.empty() || GetForegroundWindow() != shownPages.back().window)
         return false;
     const auto& [window, name] = shownPages.back();
@@ -163,6 +193,10 @@ bool Do(const std::string& order) {
         Press(VK_RETURN);
     else if (order == "esc")
         Press(VK_ESCAPE);
+    else if (order.starts_with("focus "))
+        return FocusOf(window) == std::atoi(order.c_str() + 6);
+    else if (order == "away")
+        GoAwayAndBack(window);
     else if (name == "save" || name == "open")
         Type(order), Press(VK_RETURN);
     else
