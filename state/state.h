@@ -10,11 +10,11 @@
 #include <windows.h>
 
 #include "rapi/rapi.h"
+#include "state/lock.h"
 
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 
 // Main thread, except that pages publish themselves before they start a thread that needs them.
 struct WindowValues {
@@ -88,7 +88,7 @@ constexpr std::size_t ReceiveBufferSize = 1000;
 // first: always under LinkLock, set to 0 in the same step. Calls on LinkHandle are started under
 // LinkLock too, so that none meets a handle that has just been closed; they are waited for outside.
 struct LinkValues {
-    std::mutex LinkLock;
+    Lock LinkLock;
     HANDLE LinkHandle;
     HANDLE ReceiveThread;
     HANDLE ReceiveEvent;
@@ -100,7 +100,7 @@ struct LinkValues {
     // and clears it. At most 999 bytes of data, so that a zero always follows.
     std::array<std::atomic<std::uint8_t>, ReceiveBufferSize> ReceiveBuffer;
     std::atomic<std::size_t> ReceiveCursor;
-    std::mutex BufferLock; // for storing into the two and clearing them
+    Lock BufferLock; // for storing into the two and clearing them
     // Counts the sender's looks at the buffer, each before it is made: a loop that sees it grow by
     // two knows that one whole look has come in between.
     std::atomic<std::uint32_t> SenderLooks;
@@ -113,7 +113,7 @@ struct LinkValues {
     // Decided once: by the sender's last step or by a stall timer, whichever comes first. The lock
     // is for these two and BytesRemaining alone and is never held across a call of the system: the
     // timer must come through while a driver or a disk blocks the sender.
-    std::mutex VerdictLock;
+    Lock VerdictLock;
     TransferVerdict Verdict;
 };
 

@@ -13,6 +13,7 @@
 // - Threads: CreateThread without CREATE_SUSPENDED. TerminateThread ends a thread where it next
 //   waits in this layer (see thread_termination.h for why no sooner); its handle is signalled at
 //   once.
+// - Critical sections, which one thread may enter again.
 // - Events without names, reset by hand. Waits for one event or thread at a time.
 // - Processes: CreateProcessA of an application by its path, with CREATE_NEW_CONSOLE, in the
 // current
@@ -174,6 +175,16 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES security, SIZE_T stackSize,
                            LPTHREAD_START_ROUTINE start, LPVOID parameter, DWORD flags, LPDWORD id);
 BOOL WINAPI TerminateThread(HANDLE thread, DWORD exitCode);
 DWORD WINAPI GetCurrentThreadId();
+
+// Its content is nobody else's, and it is not moved. It needs no end: here nothing hangs on it.
+struct CRITICAL_SECTION {
+    ULONG_PTR Opaque[5];
+};
+typedef CRITICAL_SECTION* LPCRITICAL_SECTION;
+
+void WINAPI InitializeCriticalSection(LPCRITICAL_SECTION section);
+void WINAPI EnterCriticalSection(LPCRITICAL_SECTION section);
+void WINAPI LeaveCriticalSection(LPCRITICAL_SECTION section);
 
 HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES security, BOOL manualReset, BOOL initiallySet,
                            LPCSTR name);
