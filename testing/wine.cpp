@@ -18,9 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char Loader[] = "/usr/lib/wine/wine64";
-constexpr char Server[] = "/usr/lib/wine/wineserver64";
-
 // What the registry of the copied prefix has until the port's path replaces it.
 constexpr char PlaceholderPort[] = "/dev/null/com1";
 
@@ -56,12 +53,12 @@ WindowsPc::~WindowsPc() {
     }
 }
 
+// The first finds no server where nothing has run.
 void WindowsPc::ShutDown() const {
-    for (const char* how : {"-k", "-w"}) {
-        ChildProcess end({Server, how}, {.environment = Variables()});
-        end.CloseInput();
-        end.Wait();
-    }
+    RunTool({"wineserver", "-k"})->Wait();
+    const auto end = RunTool({"wineserver", "-w"});
+    if (end->Wait() != 0)
+        throw std::runtime_error("cannot end Windows:\n" + end->Transcript());
 }
 
 // Files as links, since only those of the registry are ever written; and these by their new
@@ -84,7 +81,8 @@ Environment WindowsPc::Variables() const {
     Environment variables = desktop_.Variables();
     for (const auto& [name, value] :
          Environment{{"WINEPREFIX", home_.Path("prefix").string()},
-                     {"LD_PRELOAD", WindowsFolder() + "/serial_ports.so"},
+                     // the loader puts in the folder for the width of each process
+                     {"LD_PRELOAD", WindowsFolder() + "/$LIB/serial_ports.so"},
                      {"WINEDLLOVERRIDES", "mscoree,mshtml="}, // nothing here asks for their engines
                      {"WINEDEBUG", "fixme-all"},
                      {"ROM_WIZARD_CRADLE_PORT", cradlePort_}})
@@ -93,8 +91,14 @@ Environment WindowsPc::Variables() const {
 }
 
 std::unique_ptr<ChildProcess> WindowsPc::Start(const std::vector<std::string>& command) const {
-    std::vector<std::string> words = {Loader};
+    std::vector<std::string> words = {"wine"};
     words.insert(words.end(), command.begin(), command.end());
+    return RunTool(words);
+}
+
+// In a folder that is there on every system of the machine.
+std::unique_ptr<ChildProcess> WindowsPc::RunTool(std::vector<std::string> words) const {
+    words[0] = WindowsFolder() + "/" + words[0];
     return std::make_unique<ChildProcess>(
         words, ProcessOptions{.folder = home_.Tree().string(), .environment = Variables()});
 }
@@ -106,7 +110,8 @@ void WindowsPc::StartActiveSync() {
 }
 
 fs::path WindowsPc::SystemFolder() const {
-    return home_.Path("prefix") / "drive_c" / "windows" / "system32";
+    const fs::path windows = home_.Path("prefix") / "drive_c" / "windows";
+    return windows / (fs::exists(windows / "syswow64" / "rapi.dll") ? "syswow64" : "system32");
 }
 
 void WindowsPc::AddDriverlessUsbPort() const {

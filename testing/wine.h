@@ -9,7 +9,8 @@
 
 namespace test_support {
 
-// Where scripts/test-windows-program has laid out what these tests need; empty without it.
+// Where scripts/test-windows-program has laid out what these tests need: the programs, in 32 or 64
+// bits, the commands `wine` and `wineserver` for them, and a prefix. Empty without it.
 std::string WindowsFolder();
 
 class WindowsPc {
@@ -26,7 +27,7 @@ public:
     // Starts ActiveSync, as a PC has it before the wizard comes, and waits for it.
     void StartActiveSync();
 
-    // Where Windows keeps its libraries, on the host.
+    // Where Windows keeps the libraries of the programs' width, rapi.dll among them, on the host.
     std::filesystem::path SystemFolder() const;
     // The USB port opens, but it has no driver behind it: its requests fail, as on a lost device.
     void AddDriverlessUsbPort() const;
@@ -39,6 +40,8 @@ public:
 
 private:
     void CopyPrefix() const;
+    // `wine` or `wineserver`, and its arguments.
+    std::unique_ptr<ChildProcess> RunTool(std::vector<std::string> words) const;
     Environment Variables() const;
 
     const TestHome& home_;

@@ -4,6 +4,9 @@
 // not answer for them: here all lines of a handheld in its cradle are raised. And Wine looks
 // through the serial ports of the machine when it starts, and opens them: here the machine has
 // none.
+//
+// Wine in 32 bits calls the functions for large files and for times after 2038, which have other
+// names there and the same arguments.
 
 #include <asm/ioctls.h>
 #include <linux/serial.h>
@@ -39,7 +42,7 @@ Function* Next(const char* name) {
 extern "C" {
 
 int open(const char* path, int flags, ...) {
-    static const auto next = Next<int(const char*, int, ...)>("open");
+    static const auto next = Next<int(const char*, int, ...)>("open64");
     va_list rest;
     va_start(rest, flags);
     const mode_t mode = va_arg(rest, mode_t); // garbage where there is none, and not looked at
@@ -50,7 +53,6 @@ int open(const char* path, int flags, ...) {
     return -1;
 }
 
-// The same on 64 bits.
 int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 
 int access(const char* path, int mode) noexcept {
@@ -78,4 +80,6 @@ int ioctl(int file, unsigned long request, ...) noexcept {
         *static_cast<serial_icounter_struct*>(argument) = {};
     return 0;
 }
+
+int __ioctl_time64(int file, unsigned long request, ...) noexcept __attribute__((alias("ioctl")));
 }

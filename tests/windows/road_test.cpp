@@ -137,6 +137,16 @@ protected:
     std::unique_ptr<WindowsPc> pc_;
 };
 
+TEST_F(Windows, an_upgrade_writes_the_image) {
+    Connect();
+    pc_->StartActiveSync();
+    WindowsRun wizard(*pc_);
+    Upgrade(wizard);
+    AwaitTransfer();
+    Finish(wizard);
+    ExpectUpgraded();
+}
+
 // The backup is restored to another handheld of the kind, so that all of its flash has to change.
 TEST_F(Windows, a_backup_is_saved_and_restored) {
     Connect({.flashMegabytes = 16});
