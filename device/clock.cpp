@@ -1,6 +1,6 @@
 // Sending the PC's time to the handheld, the wizard's last use of RAPI. ActiveSync has just been
-// started again, so the connection may not be there yet; then every call fails, and the user sets
-// the clock by hand.
+// started again; where its connection is not there in time every call fails, and the user sets the
+// clock by hand.
 
 #include "device/clock.h"
 
@@ -17,8 +17,7 @@ constexpr DWORD CopyBlock = 256; // bytes a read and a write
 } // namespace
 
 void SetDeviceClock() {
-    State.RapiInit.size = sizeof(State.RapiInit);
-    if (CeRapiInitEx(&State.RapiInit) != 0)
+    if (InitRapi(&State.RapiInit) != 0)
         return;
     ClockRecord record = {};
     GetTimeZoneInformation(&record.zone);

@@ -2,7 +2,20 @@
 //
 // On Windows rapi_dll.cpp finds them in ActiveSync's rapi.dll at run time; on other hosts the
 // platform layer carries them over a socket. Everything is synchronous on the calling thread and
-// may be called from any thread. Texts are UTF-16, the registry root is HKEY_LOCAL_MACHINE of the
+// may be called from any thread, but for init and uninit, which are the main thread's while none
+// but the power watch makes calls.
+//
+// How long a call may take:
+//   Windows      No limit of its own is published. A call ends when the handheld answers or when
+//                the connection does: out of the cradle, out of reach, ActiveSync ended. One that
+//                keeps its connection and never answers keeps the caller. The wizard sets no limit
+//                either: a thread that was ended within the library would leave its locks behind,
+//                and whatever was asked for could still happen. The way out is the user's, to
+//                take the handheld out of its cradle.
+//   other hosts  30 s of the layer's clock, and no less than 10 s of the host; then the call
+//                fails, and the connection is given up. CeRapiUninit ends it at once.
+//
+// Texts are UTF-16, the registry root is HKEY_LOCAL_MACHINE of the
 // handheld. What the handheld refuses is reported by the result alone: the PC's last-error value
 // stays as it was. CeCreateProcess alone is an exception: one that started its program sets it to
 // 0, and one whose connection broke before the answer, of which nobody knows whether it started, to
@@ -62,9 +75,15 @@ struct CePowerStatus {
 };
 static_assert(sizeof(CePowerStatus) == 24);
 
-// 0 on success. The connection may still be coming up: wait on the record's event.
+// 0 on success. Returns at once; the connection comes up later, if a handheld answers: wait on the
+// record's event. RAPI that was not ended since the last init stays as it is: that counts as a
+// success too, with the same event. Without ActiveSync the event is one that is never signalled.
 std::int32_t CeRapiInitEx(RapiInitRecord* record);
-std::int32_t CeRapiUninit();
+std::int32_t CeRapiUninit(); // harmless without an init
+
+// CeRapiInitEx with its result, for who goes on without asking whether a handheld answers: sets the
+// record's size and gives the connection up to two seconds to come up.
+std::int32_t InitRapi(RapiInitRecord* record);
 
 // Non-zero: started. The record may be null. The process is never waited on.
 BOOL CeCreateProcess(const char16_t* program, const char16_t* commandLine,

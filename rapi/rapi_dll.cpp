@@ -9,6 +9,7 @@
 #include "rapi/rapi.h"
 
 #include <cstring>
+#include <utility>
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t), "this file is for Windows alone");
 
@@ -139,6 +140,11 @@ Result Call(Function* function, Result failure, Arguments... arguments) {
 }
 
 constexpr LONG NoConnection = ERROR_NOT_CONNECTED;
+constexpr auto AlreadyInitialised = static_cast<std::int32_t>(0x80041001); // as published
+
+// The record of the last init. RAPI writes the result into it when the connection is up, long after
+// the call.
+PublishedInit publishedInit;
 
 LPCWSTR Wide(const char16_t* text) { return reinterpret_cast<LPCWSTR>(text); }
 
@@ -181,17 +187,24 @@ std::int32_t CeRapiInitEx(RapiInitRecord* record) {
         record->event = Short(NeverSignalled());
         return 0;
     }
-    // RAPI writes the result into the record when the connection is up, long after the call.
-    static PublishedInit init;
-    init = {sizeof(init), nullptr, 0};
-    const std::int32_t result = Call(Rapi().CeRapiInitEx, std::int32_t{0}, &init);
+    const HANDLE event = std::exchange(publishedInit.event, nullptr);
+    publishedInit.size = sizeof(publishedInit);
+    std::int32_t result = Call(Rapi().CeRapiInitEx, std::int32_t{0}, &publishedInit);
+    if (result == AlreadyInitialised) { // and the record was not filled in
+        publishedInit.event = event;
+        result = 0;
+    }
     // A failed init leaves no event, and a wait without one would look like an answer.
-    record->event = Short(result == 0 && init.event ? init.event : NeverSignalled());
-    record->result = static_cast<std::int32_t>(init.result);
+    const bool hasEvent = result == 0 && publishedInit.event;
+    record->event = Short(hasEvent ? publishedInit.event : NeverSignalled());
+    record->result = static_cast<std::int32_t>(publishedInit.result);
     return result;
 }
 
-std::int32_t CeRapiUninit() { return Call(Rapi().CeRapiUninit, std::int32_t{0}); }
+std::int32_t CeRapiUninit() {
+    publishedInit.event = nullptr;
+    return Call(Rapi().CeRapiUninit, std::int32_t{0});
+}
 
 BOOL CeCreateProcess(const char16_t* program, const char16_t* commandLine,
                      const CeStartupInfo* startup, CeProcessInformation* process) {

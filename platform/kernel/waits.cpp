@@ -6,19 +6,19 @@
 
 #include <winbase.h>
 
+#include <algorithm>
+
 namespace platform {
 namespace {
 
-// One turn of a wait; false once the deadline has passed. A terminated thread leaves here.
-bool WaitForChange(std::unique_lock<std::mutex>& lock, HostClock::time_point deadline) {
+// One turn of a wait. A terminated thread leaves here.
+void WaitForChange(std::unique_lock<std::mutex>& lock, HostClock::time_point deadline) {
     LeaveIfTerminated();
-    bool inTime = true;
     if (deadline == HostClock::time_point::max())
         WaitCondition().wait(lock);
     else
-        inTime = WaitCondition().wait_until(lock, deadline) == std::cv_status::no_timeout;
+        WaitCondition().wait_until(lock, deadline);
     LeaveIfTerminated();
-    return inTime;
 }
 
 } // namespace
@@ -79,10 +79,11 @@ DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
         return WAIT_FAILED;
     platform::LeaveIfTerminated();
     std::unique_lock lock(platform::WaitLock());
-    for (bool inTime = true; !object->IsSignalled();) {
-        if (!inTime)
+    while (!object->IsSignalled()) {
+        const auto end = milliseconds ? std::max(deadline, object->EarliestTimeout()) : deadline;
+        if (platform::HostClock::now() >= end)
             return WAIT_TIMEOUT;
-        inTime = platform::WaitForChange(lock, deadline);
+        platform::WaitForChange(lock, end);
     }
     return WAIT_OBJECT_0;
 }

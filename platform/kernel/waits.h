@@ -17,6 +17,9 @@ namespace platform {
 class Waitable : public Object {
 public:
     virtual bool IsSignalled() const = 0; // under the lock of waits
+    // No wait times out before it: for what another process brings about, which does not get faster
+    // with the layer's clock. Under the lock of waits too; who changes it notifies all waiters.
+    virtual HostClock::time_point EarliestTimeout() const { return HostClock::time_point::min(); }
 };
 
 // Stays signalled until it is reset.

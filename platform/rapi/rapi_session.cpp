@@ -46,6 +46,17 @@ std::optional<std::uint32_t> ReadResult(rapi_wire::Reader& answer) {
 
 } // namespace
 
+void ConnectionEvent::BeginAttempt() {
+    const std::lock_guard lock(WaitLock());
+    attemptEnd_ = HostClock::now() + FirstAttemptLimit;
+}
+
+void ConnectionEvent::EndAttempt() {
+    const std::lock_guard lock(WaitLock());
+    attemptEnd_ = HostClock::time_point::min();
+    WaitCondition().notify_all();
+}
+
 RapiSession& RapiSession::Instance() {
     static auto& instance = *new RapiSession;
     return instance;
@@ -53,24 +64,26 @@ RapiSession& RapiSession::Instance() {
 
 HANDLE RapiSession::Open() {
     const std::lock_guard lock(lifeLock_);
-    if (!event_)
-        event_ = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    if (!handle_) {
+        event_ = std::make_shared<ConnectionEvent>();
+        handle_ = AddHandle(event_);
+    }
     if (IsLost()) {
         StopConnecting();
-        ResetEvent(event_);
+        event_->Reset();
     }
     if (!started_)
         StartConnecting();
-    return event_;
+    return handle_;
 }
 
 void RapiSession::Close() {
     const std::lock_guard lock(lifeLock_);
-    if (!event_)
+    if (!handle_)
         return;
     StopConnecting();
-    CloseHandle(event_);
-    event_ = nullptr;
+    CloseHandle(handle_);
+    handle_ = nullptr;
 }
 
 std::optional<std::uint32_t> RapiSession::Call(const rapi_wire::Writer& request,
@@ -100,12 +113,11 @@ bool RapiSession::IsConnected() {
 }
 
 void RapiSession::StartConnecting() {
-    std::unique_lock lock(attemptLock_);
-    attemptOver_ = false;
+    const std::lock_guard lock(attemptLock_);
+    event_->BeginAttempt();
     // On its own, so that a program may end without having closed its session.
     std::thread([this, path = HomePath("rapi.sock")] { KeepConnecting(path); }).detach();
     connecting_ = started_ = true;
-    attempted_.wait_for(lock, FirstAttemptLimit, [this] { return attemptOver_; });
 }
 
 // Closes the connection too.
@@ -126,7 +138,7 @@ void RapiSession::KeepConnecting(const std::string& path) {
     bool connected = false;
     do {
         connected = Connect(path);
-        SignalAttempt();
+        event_->EndAttempt();
     } while (!connected && !interrupt_.WaitFor(RetryInterval));
     const std::lock_guard lock(attemptLock_);
     connecting_ = false;
@@ -145,14 +157,8 @@ bool RapiSession::Connect(const std::string& path) {
         return false;
     const std::lock_guard lock(socketLock_);
     socket_ = std::move(socket);
-    SetEvent(event_);
+    event_->Set();
     return true;
-}
-
-void RapiSession::SignalAttempt() {
-    const std::lock_guard lock(attemptLock_);
-    attemptOver_ = true;
-    attempted_.notify_all();
 }
 
 bool RapiSession::IsLost() {

@@ -1,6 +1,7 @@
 // The RAPI connection of this process: how it comes up, how requests share it, how it ends.
 #pragma once
 
+#include "platform/kernel/waits.h"
 #include "platform/rapi/rapi_socket.h"
 
 #include <rapi_wire.h>
@@ -8,21 +9,36 @@
 
 #include <condition_variable>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 
 namespace platform {
 
+// The event of a session. The first attempt to connect runs at the host's speed, so a wait for the
+// event outlasts it, or two seconds of it, at every rate of the layer's clock.
+class ConnectionEvent : public Event {
+public:
+    ConnectionEvent() : Event(false) {}
+
+    HostClock::time_point EarliestTimeout() const override { return attemptEnd_; }
+    void BeginAttempt();
+    void EndAttempt();
+
+private:
+    HostClock::time_point attemptEnd_ = HostClock::time_point::min();
+};
+
 // Any thread may call anything; a request that another thread has under way is waited for.
 class RapiSession {
 public:
     static RapiSession& Instance();
 
-    // The event, signalled once a handheld answers; it is the session's. Where one answers now, it
-    // is signalled on return; otherwise a thread goes on trying. On a session that is up already
-    // the event stays the same, and a connection that was lost is looked for again. Null where the
-    // host has no resources left.
+    // The event, signalled once a handheld answers; it is the session's. Returns at once, while a
+    // thread goes on trying. On a session that is up already the event stays the same, and a
+    // connection that was lost is looked for again. Throws std::system_error where the host has no
+    // resources left.
     HANDLE Open();
     // Ends what requests are under way, which then fail. Harmless on a session that is not up.
     void Close();
@@ -44,18 +60,17 @@ private:
     void StopConnecting();
     void KeepConnecting(const std::string& path);
     bool Connect(const std::string& path);
-    void SignalAttempt();
     bool IsLost();
 
     Interrupt interrupt_;
-    std::mutex lifeLock_; // one Open or Close at a time
-    HANDLE event_ = nullptr;
+    std::mutex lifeLock_;     // one Open or Close at a time
+    HANDLE handle_ = nullptr; // of event_
+    std::shared_ptr<ConnectionEvent> event_;
     bool started_ = false; // since the last StopConnecting
 
     std::mutex attemptLock_;
     std::condition_variable attempted_;
-    bool connecting_ = false;  // the thread that connects is there
-    bool attemptOver_ = false; // the first one since StartConnecting
+    bool connecting_ = false; // the thread that connects is there
 
     std::mutex socketLock_; // held for a whole request
     std::optional<RapiSocket> socket_;

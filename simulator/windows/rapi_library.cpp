@@ -38,8 +38,8 @@ struct FoundRecord { // CE_FIND_DATA
 
 constexpr std::uint32_t NoHandle = 0xFFFFFFFF;
 constexpr DWORD RetryMilliseconds = 100;
-constexpr DWORD FirstAttemptMilliseconds = 2000; // as long an open waits for a quick answer
 constexpr DWORD MaxTransferSize = 0x80000;
+constexpr auto AlreadyInitialised = static_cast<HRESULT>(0x80041001); // as published
 
 std::mutex connectionMutex; // of the next three
 loopback::Socket connection;
@@ -159,16 +159,15 @@ bool ReadData(Reader& outputs, void* buffer, DWORD* size) {
 EXPORT HRESULT WINAPI CeRapiInitEx(InitRecord* record) {
     if (!record || record->size != sizeof(InitRecord))
         return E_INVALIDARG;
-    // Without ActiveSync's process the real library fails, too, and hands out no event.
     record->event = nullptr;
-    if (!connector && !loopback::Connect(loopback::ManagerPort()).IsOpen())
+    if (connector)
+        return AlreadyInitialised;
+    // Without ActiveSync's process the real library fails, too, and hands out no event.
+    if (!loopback::Connect(loopback::ManagerPort()).IsOpen())
         return E_FAIL;
-    if (!connector) {
-        connected = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-        stop = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-        connector = Handle(CreateThread(nullptr, 0, KeepConnecting, nullptr, 0, nullptr));
-        WaitForSingleObject(connected.get(), FirstAttemptMilliseconds);
-    }
+    connected = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    stop = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    connector = Handle(CreateThread(nullptr, 0, KeepConnecting, nullptr, 0, nullptr));
     record->event = connected.get();
     record->result = S_OK;
     return S_OK;

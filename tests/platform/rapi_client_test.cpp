@@ -146,7 +146,7 @@ TEST_F(RapiTest, a_connection_that_drops_in_a_call_fails_it_and_all_later_ones) 
     const Cradle cradle([](Operation operation, Reader& request) {
         return operation == Operation::MoveFile ? Bytes() : AnswerOne(operation, request);
     });
-    ASSERT_EQ(0, CeRapiInitEx(&init));
+    ASSERT_EQ(0, InitRapi(&init));
     const std::uint32_t event = init.event;
     EXPECT_TRUE(CeDeleteFile(u"\\a"));
     EXPECT_FALSE(CeMoveFile(u"\\a", u"\\b"));
@@ -181,7 +181,7 @@ TEST_F(RapiTest, an_answer_that_makes_no_sense_ends_the_connection) {
     };
     for (std::size_t i = 0; i < std::size(answers); ++i) {
         const Cradle cradle([&, i](Operation, Reader&) { return answers[i]; });
-        ASSERT_EQ(0, CeRapiInitEx(&init));
+        ASSERT_EQ(0, InitRapi(&init));
         char data[4] = {};
         std::uint32_t done = 7;
         EXPECT_FALSE(CeReadFile(1, data, sizeof(data), &done)) << i;
@@ -196,7 +196,7 @@ TEST_F(RapiTest, the_last_error_is_left_alone_but_by_a_program_that_has_started)
     std::atomic<std::uint32_t> result = 0;
     const Cradle cradle([&](Operation, Reader&) { return Answer(2, result).Frame(); });
     SetLastError(4711);
-    ASSERT_EQ(0, CeRapiInitEx(&init));
+    ASSERT_EQ(0, InitRapi(&init));
     EXPECT_EQ(4711U, GetLastError());
     CeProcessInformation process = {1, 1, 1, 1};
     EXPECT_FALSE(CeCreateProcess(u"\\a.exe", u"", nullptr, &process));
@@ -210,6 +210,17 @@ TEST_F(RapiTest, the_last_error_is_left_alone_but_by_a_program_that_has_started)
     EXPECT_EQ(0U, GetLastError());
 }
 
+TEST_F(RapiTest, a_handheld_that_answers_has_its_time_however_fast_the_clock_is) {
+    setenv("ROM_WIZARD_CLOCK", "1e6", 1); // two microseconds
+    const Cradle cradle(AnswerOne);
+    ASSERT_EQ(0, InitRapi(&init));
+    const std::uint32_t event = init.event;
+    EXPECT_TRUE(CeDeleteFile(u"\\a"));
+    ASSERT_EQ(0, InitRapi(&init));
+    EXPECT_EQ(event, init.event);
+    EXPECT_EQ(0, cradle.connections);
+}
+
 TEST_F(RapiTest, an_uninit_ends_a_call_that_is_never_answered) {
     std::atomic<bool> asked = false, leave = false;
     const Cradle cradle([&](Operation, Reader&) {
@@ -217,7 +228,7 @@ TEST_F(RapiTest, an_uninit_ends_a_call_that_is_never_answered) {
         leave.wait(false);
         return Bytes();
     });
-    ASSERT_EQ(0, CeRapiInitEx(&init));
+    ASSERT_EQ(0, InitRapi(&init));
     BOOL result = TRUE;
     std::thread caller([&] { result = CeDeleteFile(u"\\a"); });
     EXPECT_TRUE(test_support::ComesTrue([&] { return asked.load(); }));
