@@ -7,6 +7,7 @@
 
 #include "device/activesync.h"
 #include "device/clock.h"
+#include "device/language_folder.h"
 #include "link/stall.h"
 #include "resources/resource.h"
 #include "state/handles.h"
@@ -15,6 +16,7 @@
 #include <shellapi.h>
 
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -50,9 +52,56 @@ constexpr PageColour FinishColours[] = {{IDC_FINISH_NOTE, Colouring::RedText}};
 
 void OfferReadme(HWND page) { CheckDlgButton(page, IDC_README, BST_CHECKED); }
 
+constexpr char ReadmeProgram[] = "wordpad.exe";
+constexpr char ReadmeProgramKey[] =
+    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\WORDPAD.EXE";
+
+bool FileExists(const char* path) {
+    WIN32_FIND_DATAA found;
+    return static_cast<bool>(OwnedSearch(FindFirstFileA(path, &found)));
+}
+
+// A full path out of a registered one, which may have quotation marks and names of variables.
+bool ReadFullPath(const char* registered, char (&path)[MAX_PATH]) {
+    char expanded[MAX_PATH];
+    const DWORD length = ExpandEnvironmentStringsA(registered, expanded, MAX_PATH);
+    if (length == 0 || length > MAX_PATH)
+        return false;
+    const char* begin = expanded + (expanded[0] == '"' ? 1 : 0);
+    std::snprintf(path, MAX_PATH, "%.*s", static_cast<int>(std::strcspn(begin, "\"")), begin);
+    return path[0] && std::strncmp(path + 1, ":\\", 2) == 0;
+}
+
+// Where Windows has the program registered, and the program is there.
+bool FindRegisteredProgram(char (&path)[MAX_PATH]) {
+    const OwnedKey key = OpenKey(HKEY_LOCAL_MACHINE, ReadmeProgramKey, KEY_QUERY_VALUE);
+    char registered[MAX_PATH + 1] = {}; // a text may be stored without its terminator
+    DWORD size = MAX_PATH;
+    return key &&
+           RegQueryValueExA(key.Get(), "", nullptr, nullptr, reinterpret_cast<BYTE*>(registered),
+                            &size) == ERROR_SUCCESS &&
+           ReadFullPath(registered, path) && FileExists(path);
+}
+
+// A program that is started by its name may be looked for in the working directories first. These
+// are folders from a CD or a download, and a program of that name in one must not be run.
+bool HidesInTree() {
+    char path[MAX_PATH];
+    const char* const folders[] = {State.Image.ImageLanguageName, "."};
+    for (const char* folder : folders) {
+        if (!TreeFilePath(folder, ReadmeProgram, path) || FileExists(path))
+            return true;
+    }
+    return false;
+}
+
 // From the folder of the image's language. A readme that does not open passes without a word.
 void OpenReadme() {
     if (!State.Paths.AppDirectory[0])
+        return;
+    char registered[MAX_PATH];
+    const bool isRegistered = FindRegisteredProgram(registered);
+    if (!isRegistered && HidesInTree())
         return;
     char folder[sizeof(State.Paths.AppDirectory) + sizeof(State.Image.ImageLanguageName)];
     std::snprintf(folder, sizeof(folder), "%s\\%s", State.Paths.AppDirectory,
@@ -60,7 +109,7 @@ void OpenReadme() {
     SHELLEXECUTEINFOA program = {};
     program.cbSize = sizeof(program);
     program.fMask = SEE_MASK_NOCLOSEPROCESS;
-    program.lpFile = "wordpad.exe";
+    program.lpFile = isRegistered ? registered : ReadmeProgram;
     program.lpParameters = "readme.doc";
     program.lpDirectory = folder;
     program.nShow = SW_SHOWMAXIMIZED;

@@ -243,6 +243,10 @@ BOOL WINAPI CreateProcessA(LPCSTR application, LPSTR commandLine,
 HANDLE WINAPI OpenProcess(DWORD access, BOOL inheritHandle, DWORD processId);
 BOOL WINAPI TerminateProcess(HANDLE process, UINT exitCode);
 DWORD WINAPI GetCurrentProcessId();
+// Puts the values of variables of this program's environment in place of their names, %NAME%; a
+// name that there is not stays. Gives the length with the terminator, also where it is more than
+// `size`, and then the buffer's content is undefined.
+DWORD WINAPI ExpandEnvironmentStringsA(LPCSTR text, LPSTR buffer, DWORD size);
 
 // Time.
 struct SYSTEMTIME {

@@ -71,22 +71,36 @@ INSTANTIATE_TEST_SUITE_P(Upgrade, FullSizeUpgrade,
                                     (one.param.link == Usb ? "_usb" : "_serial");
                          });
 
-// The readme is opened first, by a program of the test that shadows the host's on the PATH.
+// The readme is opened first, with the program that Windows has registered, else with one of that
+// name, which the test puts on the PATH. Beside a program of that name in the tree it stays closed.
 TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
     const struct {
         std::vector<const char*> lines;
-        bool readme;
-    } ways[] = {{{""}, true}, {{"1134", "1"}, false}, {{"esc"}, false}};
+        std::vector<const char*> programs;
+        const char* opener; // of them; empty: none
+    } ways[] = {{{""}, {"bin", "registered"}, "registered"},
+                {{""}, {"bin"}, "bin"},
+                {{""}, {"bin", "tree/English"}, ""},
+                {{"1134", "1"}, {"bin"}, ""},
+                {{"esc"}, {"bin"}, ""}};
     for (const auto& way : ways) {
         TestHome home;
         home.AddLanguageFolder();
         const auto opened = home.Path("opened");
-        std::filesystem::create_directory(home.Path("bin"));
-        std::ofstream(home.Path("bin/wordpad.exe"))
-            << "#!/bin/sh\nprintf '%s' \"$1\" >'" << opened.string() << "'\n";
-        std::filesystem::permissions(home.Path("bin/wordpad.exe"), std::filesystem::perms::all);
+        for (const char* folder : way.programs) {
+            const auto program = home.Path(folder) / "wordpad.exe";
+            test_support::WriteFileBytes(
+                program, "#!/bin/sh\nprintf '%s %s' \"$0\" \"$1\" >'" + opened.string() +
+                             ".new'\nmv '" + opened.string() + ".new' '" + opened.string() + "'\n");
+            std::filesystem::permissions(program, std::filesystem::perms::all);
+        }
         Cradle cradle(home);
-        WizardRun wizard(home, {{"PATH", home.Path("bin").string() + ":/usr/bin:/bin"}});
+        AppendToRegistry(home,
+                         "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\"
+                         "App Paths\\wordpad.exe]\n@=\"\\\"%PROGRAMS%\\\\wordpad.exe\\\"\"\n");
+        WizardRun wizard(home,
+                         {{"PATH", home.Path("bin").string() + ":/usr/bin:/bin"},
+                          {"PROGRAMS", test_support::WindowsPathOf(home.Path("registered"))}});
         GoToTransfer(wizard);
         wizard.Answer(UpgradeDonePage, "1181");
         cradle.Handheld().ExpectLine(": complete");
@@ -99,7 +113,9 @@ TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
         EXPECT_EQ(0, wizard.Wait());
         EXPECT_NE("never set", cradle.StatusOf("clock"));
         const auto isOpened = [&] { return std::filesystem::exists(opened); };
-        EXPECT_TRUE(way.readme ? test_support::ComesTrue(isOpened) : !isOpened());
+        EXPECT_TRUE(*way.opener ? test_support::ComesTrue(isOpened) : !isOpened());
+        EXPECT_EQ(*way.opener ? (home.Path(way.opener) / "wordpad.exe readme.doc").string() : "",
+                  test_support::ReadBytes(opened));
     }
 }
 
