@@ -105,6 +105,17 @@ protected:
         EXPECT_EQ(0, wizard.Wait()) << wizard.User().Transcript();
     }
 
+    // RAPI is up since the start of the run, and finds the handheld by itself.
+    void FinishResumed(WindowsRun& wizard) {
+        wizard.ExpectPage(UpgradeDonePage);
+        cradle_->Reset();
+        wizard.Send("1181");
+        cradle_->Handheld().ExpectLine("RAPI Hello");
+        wizard.Answer(FinishPage, "esc");
+        EXPECT_EQ(0, wizard.Wait()) << wizard.User().Transcript();
+        EXPECT_NE("never set", cradle_->StatusOf("clock"));
+    }
+
     // An upgrade that dies on the way, after so many bytes.
     void BreakOff(const std::string& bytes, int page) {
         Connect({.run = {"--dies-at", bytes}});
@@ -198,8 +209,9 @@ TEST_F(Windows, a_connection_lost_in_the_preparation_is_a_flasher_that_did_not_s
 TEST_F(Windows, a_transfer_that_broke_off_is_resumed_by_another) {
     BreakOff("300000", UpgradeErrorPage);
     cradle_->Reset();
+    pc_->StartActiveSync();
     WindowsRun wizard(*pc_);
-    Finish(wizard);
+    FinishResumed(wizard);
     ExpectUpgraded();
 }
 
@@ -221,8 +233,9 @@ TEST_F(Windows, one_that_is_ended_by_force_is_resumed_by_another) {
 TEST_F(Windows, one_that_broke_off_in_the_held_back_block_is_resumed_by_the_bootloader) {
     BreakOff("560000", CommunicationErrorPage);
     cradle_->Reset(true);
+    pc_->StartActiveSync();
     WindowsRun wizard(*pc_);
-    Finish(wizard);
+    FinishResumed(wizard);
     ExpectUpgraded();
 }
 
