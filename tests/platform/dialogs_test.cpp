@@ -1,11 +1,14 @@
-// Dialogs: their loops and their ends, on their own thread and on others.
+// Dialogs: their loops and their ends, on their own thread and on others, and what is sent to the
+// windows of a thread that serves nothing.
 // label: threads
 
 #include "platform/windows/drawing.h"
+#include "platform/windows/window_model.h"
 #include "tests/platform/window_support.h"
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <thread>
 
 using namespace window_support;
@@ -143,4 +146,68 @@ TEST_F(Dialogs, one_that_ends_or_goes_before_it_is_shown_never_comes_on_screen) 
     EXPECT_EQ(Show(102), -1) << "a control of an unknown class";
     EXPECT_EQ(Show(104), -1) << "no such template";
     EXPECT_EQ(display_.Events(), Events{});
+}
+
+LRESULT CALLBACK QuitAtEnd(HWND window, UINT message, WPARAM first, LPARAM second) {
+    if (message == WM_DESTROY)
+        PostQuitMessage(0);
+    return DefWindowProcA(window, message, first, second);
+}
+
+// Whether something is sent to the window's thread that it has not served.
+bool IsSentTo(HWND window) {
+    auto lock = platform::LockWindows();
+    return !platform::FindWindowByHandle(window)->queue->sent.empty();
+}
+
+// On the way to a thread that serves nothing, until it goes on with `next` and the sender is done.
+void SendToBusyThread(const std::function<LRESULT(HWND)>& send, LRESULT answer,
+                      const std::function<void(HWND)>& next) {
+    std::promise<HWND> opened;
+    std::promise<void> go;
+    std::atomic<bool> returned = false;
+    std::thread owner([&] {
+        HWND window = OpenPlainWindow("TESTED", "tested", nullptr, QuitAtEnd);
+        opened.set_value(window);
+        go.get_future().wait();
+        next(window);
+    });
+    HWND window = opened.get_future().get();
+    std::thread sender([&] {
+        EXPECT_EQ(send(window), answer);
+        returned = true;
+        PostMessageA(window, WM_CLOSE, 0, 0);
+    });
+    EXPECT_TRUE(ComesTrue([&] { return returned || IsSentTo(window); }));
+    EXPECT_FALSE(returned);
+    EXPECT_FALSE(IsWindowVisible(window));
+    go.set_value();
+    sender.join();
+    owner.join();
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_EQ(send(window), 0);
+    EXPECT_FALSE(PostMessageA(window, WM_NULL, 0, 0));
+}
+
+TEST_F(Dialogs, what_is_sent_waits_for_the_windows_thread_or_its_end_or_that_of_the_window) {
+    const struct {
+        const char* name;
+        std::function<LRESULT(HWND)> send;
+        LRESULT answer;
+    } calls[] = {
+        {"a message", [](HWND window) { return SendMessageA(window, WM_SETTEXT, 0, 0); }, TRUE},
+        {"ShowWindow", [](HWND window) { return ShowWindow(window, SW_SHOW); }, FALSE},
+        {"MoveWindow", [](HWND window) { return MoveWindow(window, 1, 1, 9, 9, FALSE); }, TRUE},
+        {"EnableWindow", [](HWND window) { return EnableWindow(window, FALSE); }, FALSE},
+        {"EndDialog", [](HWND window) { return EndDialog(window, 1); }, FALSE}, // it is none
+    };
+    for (const auto& [name, send, answer] : calls) {
+        SCOPED_TRACE(name);
+        SendToBusyThread(send, answer, [](HWND) {
+            for (MSG message; GetMessageA(&message, nullptr, 0, 0) > 0;)
+                DispatchMessageA(&message);
+        });
+        SendToBusyThread(send, 0, [](HWND) {});
+        SendToBusyThread(send, 0, [](HWND window) { DestroyWindow(window); });
+    }
 }

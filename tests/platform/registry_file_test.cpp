@@ -12,6 +12,7 @@
 
 #include <csignal>
 #include <ctime>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -154,6 +155,30 @@ TEST(RegistryFile, a_killed_write_leaves_old_or_new_content) {
     EXPECT_EQ(Read(), "1:newer\0"s);
     EXPECT_GT(oldSeen, 20);
     EXPECT_GT(newSeen, 1);
+}
+
+// Each of several processes adds values of its own at the same time; none undoes another's.
+TEST(RegistryFile, processes_that_write_at_the_same_time_lose_nothing) {
+    constexpr int Writers = 4, Values = 12;
+    const HKEY key = OpenKey(HKEY_CURRENT_USER, "Software\\Shared");
+    std::deque<test_support::ChildProcess> writers;
+    for (int writer = 0; writer < Writers; ++writer)
+        writers.emplace_back([=] {
+            int failed = 0;
+            for (int value = 0; value < Values; ++value) {
+                const auto name = std::to_string(writer) + "/" + std::to_string(value);
+                failed += SetValue(key, name.c_str(), REG_SZ, "x\0"s) != 0;
+            }
+            return failed;
+        });
+    for (auto& writer : writers)
+        EXPECT_EQ(writer.Wait(), 0);
+    RegCloseKey(key);
+    const std::string file = ReadBytes(File);
+    int found = 0;
+    for (std::size_t at = 0; (at = file.find("=\"x\"\n", at)) != file.npos; ++at)
+        ++found;
+    EXPECT_EQ(found, Writers * Values);
 }
 
 } // namespace

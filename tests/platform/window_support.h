@@ -7,6 +7,7 @@
 #include "testing/child_process.h"
 #include "testing/comes_true.h"
 #include "testing/test_home.h"
+#include "tests/platform/any_host.h"
 
 #include <windows.h>
 
@@ -20,6 +21,7 @@
 
 namespace window_support {
 
+using any_host::OpenPlainWindow;
 using test_support::ChildProcess;
 using test_support::ComesTrue;
 using test_support::HomeOfTests;
@@ -43,20 +45,11 @@ inline void UseBytes(const std::string& bytes) {
 }
 
 // Records "show 100", "hide 100" and "end 100".
-class RecordingDisplay : public platform::Display {
+class RecordingDisplay : public any_host::NoDisplay {
 public:
-    RecordingDisplay() {
-        HomeOfTests();
-        platform::UseDisplay(this);
-    }
-    ~RecordingDisplay() override { platform::UseDisplay(nullptr); }
-
     void ShowPage(const platform::PageView& page) override { Add("show", page); }
     void HidePage(const platform::PageView& page) override { Add("hide", page); }
     void EndPage(const platform::PageView& page) override { Add("end", page); }
-    void UpdateControl(const platform::PageView&, const platform::ControlView&) override {}
-    void ShowFileDialog(const platform::FileRequest&) override {}
-    void ShowError(const std::string&) override {}
 
     std::vector<std::string> Events() const {
         const std::lock_guard lock(lock_);
@@ -78,16 +71,5 @@ private:
     mutable std::mutex lock_;
     std::vector<std::string> events_;
 };
-
-inline HWND OpenPlainWindow(const char* className, const char* title, HWND owner = nullptr,
-                            WNDPROC procedure = DefWindowProcA, DWORD style = WS_OVERLAPPEDWINDOW) {
-    WNDCLASSEXA windowClass = {};
-    windowClass.cbSize = sizeof(windowClass);
-    windowClass.lpfnWndProc = procedure;
-    windowClass.lpszClassName = className;
-    RegisterClassExA(&windowClass); // a second time does nothing
-    return CreateWindowExA(0, className, title, style, 0, 0, 0, 0, owner, nullptr, nullptr,
-                           nullptr);
-}
 
 } // namespace window_support
