@@ -14,8 +14,11 @@ constexpr DWORD LongEnough = 60000;
 
 HANDLE NewEvent() { return CreateEventA(nullptr, TRUE, FALSE, nullptr); }
 
-HANDLE Start(LPTHREAD_START_ROUTINE routine) {
-    return CreateThread(nullptr, 0, routine, nullptr, 0, nullptr);
+// No lambda has Windows' way of calling in 32 bits.
+DWORD WINAPI Run(LPVOID body) { return reinterpret_cast<DWORD (*)()>(body)(); }
+
+HANDLE Start(DWORD (*body)()) {
+    return CreateThread(nullptr, 0, Run, reinterpret_cast<void*>(body), 0, nullptr);
 }
 
 void AwaitEnd(HANDLE thread) {
@@ -40,7 +43,7 @@ TEST(Events, one_lets_every_waiter_pass_until_it_is_reset) {
     event = NewEvent();
     EXPECT_EQ(WaitForSingleObject(event, 0), DWORD{WAIT_TIMEOUT});
     EXPECT_EQ(WaitForSingleObject(event, 1), DWORD{WAIT_TIMEOUT});
-    const auto wait = [](void*) -> DWORD { return WaitForSingleObject(event, INFINITE); };
+    const auto wait = []() -> DWORD { return WaitForSingleObject(event, INFINITE); };
     const HANDLE one = Start(wait), other = Start(wait);
     EXPECT_EQ(WaitForSingleObject(one, 0), DWORD{WAIT_TIMEOUT});
     EXPECT_TRUE(SetEvent(event));
@@ -57,7 +60,7 @@ TEST(Events, one_lets_every_waiter_pass_until_it_is_reset) {
 TEST(Threads, a_terminated_thread_is_signalled_and_never_leaves_its_wait) {
     static std::atomic<bool> started, left, passed;
     started = left = passed = false;
-    const HANDLE thread = Start([](void*) -> DWORD {
+    const HANDLE thread = Start([]() -> DWORD {
         struct Guard {
             ~Guard() { left = true; }
         } const guard;
