@@ -81,5 +81,6 @@ int ioctl(int file, unsigned long request, ...) noexcept {
     return 0;
 }
 
-int __ioctl_time64(int file, unsigned long request, ...) noexcept __attribute__((alias("ioctl")));
+int IoctlTime64(int file, unsigned long request, ...) noexcept __asm__("__ioctl_time64")
+    __attribute__((alias("ioctl")));
 }
