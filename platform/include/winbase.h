@@ -16,9 +16,8 @@
 // - Critical sections, which one thread may enter again.
 // - Events without names, reset by hand. Waits for one event or thread at a time.
 // - Processes: CreateProcessA of an application by its path, with CREATE_NEW_CONSOLE, in the
-// current
-//   directory. OpenProcess is for ending a process; it and TerminateProcess never meet a process
-//   other than the one that was opened.
+//   current directory. OpenProcess is for ending a process; it and TerminateProcess never meet a
+//   process other than the one that was opened.
 // - Sleep, GetTickCount and every timeout run at the layer's clock (platform/base/clock.h); the
 //   calls that give the date give the host's.
 // - LocalAlloc for fixed memory as it comes.
