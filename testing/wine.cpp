@@ -152,11 +152,12 @@ void WindowsRun::ExpectPage(int page) {
 
 int WindowsRun::Wait() {
     const int code = user_->Wait();
+    // A port that is closed ends the wait for its events, as it is meant to; and the task bar may
+    // be asked for before Wine's services are up.
     const auto isFault = [](const std::string& line) {
-        // A port that is closed ends the wait for its events, as it is meant to.
+        const auto has = [&line](const char* text) { return line.find(text) != line.npos; };
         return line.starts_with("page-user: ") ||
-               (line.find(":err:") != std::string::npos &&
-                line.find("comm:stop_waiting") == std::string::npos);
+               (has(":err:") && !has("comm:stop_waiting") && !has("ole:start_rpcss"));
     };
     if (std::ranges::any_of(user_->Lines(), isFault))
         throw std::runtime_error("a fault in:\n" + user_->Transcript());
