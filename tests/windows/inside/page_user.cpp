@@ -92,21 +92,26 @@ BOOL CALLBACK PostClose(HWND window, LPARAM) {
     return TRUE;
 }
 
-BOOL CALLBACK PrintControl(HWND control, LPARAM) {
+BOOL CALLBACK AppendControl(HWND control, LPARAM lines) {
     if (IsWindowVisible(control))
-        std::printf("[%d]%s %s\n", GetDlgCtrlID(control), IsWindowEnabled(control) ? "" : "-",
-                    TextOf(control).c_str());
+        *reinterpret_cast<std::string*>(lines) += "[" + std::to_string(GetDlgCtrlID(control)) +
+                                                  (IsWindowEnabled(control) ? "] " : "]- ") +
+                                                  TextOf(control) + "\n";
     return TRUE;
 }
 
 void Open(HWND dialog) {
-    shownPages.push_back({dialog, NameOf(dialog)});
-    std::printf("== %s ==  %s\n", shownPages.back().name.c_str(), TextOf(dialog).c_str());
-    EnumChildWindows(dialog, PrintControl, 0);
-    if (std::atoi(shownPages.back().name.c_str()) == 0) // Windows' own
-        return;
-    for (const std::string& fault : page_test::LayoutFaults(dialog))
-        std::printf("page-user: %s\n", fault.c_str());
+    const std::string name = NameOf(dialog);
+    std::string lines = "== " + name + " ==  " + TextOf(dialog) + "\n";
+    EnumChildWindows(dialog, AppendControl, reinterpret_cast<LPARAM>(&lines));
+    if (std::atoi(name.c_str()) != 0) { // else Windows' own
+        for (const std::string& fault : page_test::LayoutFaults(dialog))
+            lines += "page-user: " + fault + "\n";
+    }
+    if (!IsWindow(dialog))
+        return; // a waiting page that went while it was looked at
+    shownPages.push_back({dialog, name});
+    std::fputs(lines.c_str(), stdout);
 }
 
 void PrintChanges() {
