@@ -7,6 +7,7 @@
 
 #ifndef _WIN32
 #include "platform/windows/display.h"
+#include "platform/windows/window_model.h"
 #include "testing/child_process.h"
 #include "testing/test_home.h"
 #endif
@@ -40,6 +41,9 @@ int InOtherProcess(Body body) {
     return body();
 }
 
+// Whether something is sent to a window of this thread that has not been served.
+inline bool HasSent(HWND) { return HIWORD(GetQueueStatus(QS_SENDMESSAGE)) & QS_SENDMESSAGE; }
+
 struct NoDisplay {
     NoDisplay() {} // so that one that is not used is no mistake
 };
@@ -51,6 +55,11 @@ inline std::filesystem::path ProgramFolder() { return test_support::HomeOfTests(
 template <class Body>
 int InOtherProcess(Body body) {
     return test_support::ChildProcess(body).Wait();
+}
+
+inline bool HasSent(HWND window) {
+    auto lock = platform::LockWindows();
+    return !platform::FindWindowByHandle(window)->queue->sent.empty();
 }
 
 // Shows nothing, in place of the terminal.

@@ -1,8 +1,6 @@
-// What the tests of windows share: resources compiled from a script, a display that records its
-// calls, and plain windows.
+// What the tests of windows share: resources compiled from a script, and plain windows.
 #pragma once
 
-#include "platform/windows/display.h"
 #include "platform/windows/resources.h"
 #include "testing/child_process.h"
 #include "testing/comes_true.h"
@@ -13,11 +11,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <mutex>
 #include <string>
-#include <vector>
 
 namespace window_support {
 
@@ -43,33 +38,5 @@ inline std::string CompileScript(const std::string& script) {
 inline void UseBytes(const std::string& bytes) {
     platform::UseResources(bytes.data(), bytes.data() + bytes.size());
 }
-
-// Records "show 100", "hide 100" and "end 100".
-class RecordingDisplay : public any_host::NoDisplay {
-public:
-    void ShowPage(const platform::PageView& page) override { Add("show", page); }
-    void HidePage(const platform::PageView& page) override { Add("hide", page); }
-    void EndPage(const platform::PageView& page) override { Add("end", page); }
-
-    std::vector<std::string> Events() const {
-        const std::lock_guard lock(lock_);
-        return events_;
-    }
-    void Await(const std::string& event) const {
-        EXPECT_TRUE(ComesTrue([&] {
-            const auto events = Events();
-            return std::ranges::find(events, event) != events.end();
-        })) << event;
-    }
-
-private:
-    void Add(const std::string& what, const platform::PageView& page) {
-        const std::lock_guard lock(lock_);
-        events_.push_back(what + " " + std::to_string(page.id));
-    }
-
-    mutable std::mutex lock_;
-    std::vector<std::string> events_;
-};
 
 } // namespace window_support
