@@ -113,7 +113,7 @@ inline void ExpectDocumented(std::string_view name, bool isDocumented) {
 
 // Makes an empty folder the current one.
 inline std::filesystem::path EnterEmptyFolder() {
-    const auto folder = ProgramFolder();
+    auto folder = ProgramFolder();
     std::filesystem::create_directories(folder);
     std::filesystem::current_path(folder.parent_path());
     std::filesystem::remove_all(folder);

@@ -161,7 +161,9 @@ TEST(Environment, names_of_variables_are_replaced_where_there_is_one) {
     const DWORD length = ExpandEnvironmentStringsA("\"%PATH%\"", nullptr, 0);
     std::string path(length, '?');
     EXPECT_EQ(ExpandEnvironmentStringsA("\"%PATH%\"", path.data(), length), length);
-    EXPECT_EQ(path, '"' + std::string(std::getenv("PATH")) + '"' + '\0');
+    const char* value = std::getenv("PATH");
+    ASSERT_TRUE(value);
+    EXPECT_EQ(path, '"' + std::string(value) + '"' + '\0');
 }
 
 } // namespace
