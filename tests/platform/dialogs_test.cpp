@@ -31,7 +31,7 @@ TEST_F(Dialogs, a_quit_message_ends_every_modal_loop_and_stays_for_the_outermost
 }
 
 TEST_F(Dialogs, one_holds_its_owner_until_it_is_cancelled) {
-    HWND owner = any_host::OpenPlainWindow("TESTED", "tested"), page = nullptr;
+    HWND owner = any_host::OpenPlainWindow("OWNER", "owner"), page = nullptr;
     int cancelled = 0;
     const Behaviour close = [&](HWND dialog, UINT message, WPARAM first) -> INT_PTR {
         if (message == WM_APP) {
