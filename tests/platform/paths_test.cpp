@@ -140,12 +140,4 @@ TEST(Text, malformed_text_is_replaced) {
     EXPECT_EQ(platform::Utf8FromUtf16(u"\xD800"), "\xEF\xBF\xBD");
 }
 
-TEST(Text, comparisons_disregard_the_case_of_accented_letters_too) {
-    EXPECT_EQ(lstrcmpiA("\xE9\x9A\x9C\x9E\xFF", "\xC9\x8A\x8C\x8E\x9F"), 0);
-    EXPECT_NE(lstrcmpiA("\xD7", "\xF7"), 0); // two signs, not two cases
-    EXPECT_NE(lstrcmpiA("[", "{"), 0);
-    EXPECT_LT(lstrcmpiA("DccMan", "DccMan "), 0);
-    EXPECT_GT(lstrcmpiA("b", "A"), 0);
-}
-
 } // namespace
