@@ -3,7 +3,7 @@
 // A pseudo-terminal has no modem lines, and Wine gives up a wait for events on a port that does
 // not answer for them: here all lines of a handheld in its cradle are raised. And Wine looks
 // through the serial ports of the machine when it starts, and opens them: here the machine has
-// none.
+// none. A port is nobody's controlling terminal either, or its hang-up would end Wine's server.
 //
 // Wine in 32 bits calls the functions for large files and for times after 2038, which have other
 // names there and the same arguments.
@@ -48,7 +48,7 @@ int open(const char* path, int flags, ...) {
     const mode_t mode = va_arg(rest, mode_t); // garbage where there is none, and not looked at
     va_end(rest);
     if (!IsPortOfTheMachine(path))
-        return next(path, flags, mode);
+        return next(path, flags | O_NOCTTY, mode);
     errno = ENOENT;
     return -1;
 }

@@ -96,6 +96,13 @@ inline constexpr Difference Differences[] = {
      "a thread of the host cannot be stopped anywhere: it unwinds where it next waits"},
     {System::Wine, "a text stored without its terminator",
      "the zero that lies behind it in memory is stored with it"},
+    {System::Wine, "a second opening of a port", "the ports of the host are shared"},
+    {System::Wine, "line settings without effect",
+     "the host keeps none that it does not carry out"},
+    {System::Wine, "a read that returns at once", "it waits for a first byte"},
+    {System::Wine, "a new mask ends a wait well", "it ends with ERROR_OPERATION_ABORTED"},
+    {System::Wine, "an event before the wait", "it is forgotten"},
+    {System::Wine, "CancelIo ends a wait", "a thread of Wine's own waits, and goes on"},
 };
 
 // Whether the system has what is documented, or, where the table says so, has not. Prints the

@@ -1,4 +1,4 @@
-// Waiting for events of a port, and the ways in which what is outstanding ends.
+// What users of a port cost the host: nothing stays open, and nothing spins.
 // label: threads
 
 #include "tests/platform/port_fixture.h"
@@ -13,30 +13,7 @@ namespace {
 
 using namespace port_test;
 
-class PortWaitTest : public PortTest {
-protected:
-    void SetUp() override {
-        Open();
-        ReadAtOnce();
-        ASSERT_TRUE(SetCommMask(port, EV_RXCHAR | EV_CTS));
-    }
-
-    // A write that stays outstanding: more than the tty takes while nobody reads.
-    void FillTheLine(Call& call) {
-        ASSERT_TRUE(Pends(WriteFile(port, data_.data(), static_cast<DWORD>(data_.size()), nullptr,
-                                    &call.record)));
-        pollfd begun = {device_, POLLIN, 0};
-        ASSERT_EQ(1, poll(&begun, 1, HostLimit));
-    }
-
-    bool WaitPends(Call& call) { return Pends(WaitCommEvent(port, &events, &call.record)); }
-
-    // Written by a completion, so it outlives every call of a test.
-    DWORD events = 0xAAAA;
-
-private:
-    const std::string data_ = Pattern(0x40000);
-};
+using PortWaitTest = PortTest;
 
 // Whether all other threads of the process sleep, as those do that wait for an event.
 bool OthersSleep() {
@@ -53,65 +30,15 @@ std::ptrdiff_t OpenDescriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
-TEST_F(PortWaitTest, a_thread_cancels_its_own_calls_and_no_others) {
-    Call wait, write;
-    std::atomic<bool> filled = false, cancel = false;
-    std::thread writer([&] {
-        FillTheLine(write);
-        filled = true;
-        EXPECT_TRUE(ComesTrue([&] { return cancel.load(); }));
-        EXPECT_TRUE(CancelIo(port));
-        EXPECT_TRUE(write.IsSignalled());
-    });
-    EXPECT_TRUE(ComesTrue([&] { return filled.load(); }));
-    EXPECT_TRUE(WaitPends(wait));
-    EXPECT_TRUE(CancelIo(port));
-    EXPECT_TRUE(wait.IsSignalled());
-    EXPECT_EQ(DWORD{ERROR_OPERATION_ABORTED}, wait.Error());
-    EXPECT_FALSE(write.IsSignalled());
-    cancel = true;
-    writer.join();
-    EXPECT_EQ(DWORD{ERROR_OPERATION_ABORTED}, write.Error());
-
-    const DWORD sent = write.Count(); // the line goes on where the cancelled write has stopped
-    Call next;
-    ASSERT_TRUE(Pends(WriteFile(port, "end", 3, nullptr, &next.record)));
-    EXPECT_EQ(Pattern(sent) + "end", ReceiveAtDevice(sent + 3));
-    EXPECT_TRUE(next.Ends());
-}
-
-TEST_F(PortWaitTest, a_lost_device_fails_every_call_and_costs_no_time) {
-    Call wait, write;
-    ASSERT_TRUE(WaitPends(wait));
-    FillTheLine(write);
-    HangUp();
-    for (Call* call : {&wait, &write}) {
-        ASSERT_TRUE(call->Ends());
-        EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, call->Error());
-    }
-    char byte = 0;
-    DWORD count = 0;
-    Call call;
-    EXPECT_FALSE(ReadFile(port, &byte, 1, &count, &call.record));
-    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
-    EXPECT_FALSE(WriteFile(port, "x", 1, &count, &call.record));
-    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
-    EXPECT_FALSE(WaitCommEvent(port, &events, &call.record));
-    EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
-
-    int asleep = 0; // times in a row: one that spins is never seen so for long
-    EXPECT_TRUE(ComesTrue([&] {
-        asleep = OthersSleep() ? asleep + 1 : 0;
-        return asleep == 20;
-    })) << "a thread spins";
-    Close();
-    PlugIn();
-    Open();
-}
-
 // One side reads and waits as a receive loop does, the other writes, and the port is closed under
 // both at any moment.
 TEST_F(PortWaitTest, a_port_may_be_closed_under_its_users_at_any_moment) {
+    const auto open = [this] {
+        Open();
+        ReadAtOnce();
+        ASSERT_TRUE(SetCommMask(port, EV_RXCHAR));
+    };
+    open();
     const auto before = OpenDescriptors();
     for (int round = 0; round < 200; ++round) {
         std::atomic<bool> closed = false;
@@ -143,9 +70,7 @@ TEST_F(PortWaitTest, a_port_may_be_closed_under_its_users_at_any_moment) {
         closed = true;
         listener.join();
         writer.join();
-        Open();
-        ReadAtOnce();
-        ASSERT_TRUE(SetCommMask(port, EV_RXCHAR));
+        open();
     }
     EXPECT_EQ(before, OpenDescriptors());
 }
@@ -205,6 +130,11 @@ TEST_F(UsbPortTest, a_device_that_leaves_the_bus_fails_every_request_once_all_it
     EXPECT_FALSE(WriteFile(port, "x", 1, &count, &write.record));
     EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, GetLastError());
 
+    int asleep = 0; // times in a row: one that spins is never seen so for long
+    EXPECT_TRUE(ComesTrue([&] {
+        asleep = OthersSleep() ? asleep + 1 : 0;
+        return asleep == 20;
+    })) << "a thread spins";
     Close();
     EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs(Name));
     PlugIn(); // it comes back as another tty
