@@ -55,7 +55,7 @@ TEST_F(Ports, one_has_one_holder_and_keeps_the_settings_of_its_line) {
                      second == INVALID_HANDLE_VALUE && GetLastError() == ERROR_ACCESS_DENIED);
     if (second != INVALID_HANDLE_VALUE)
         CloseHandle(second);
-    EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs("\\\\.\\COM8"));
+    EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs("\\\\.\\COM257"));
     EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError());
     line_.fParity = 1;
     line_.fTXContinueOnXoff = 1;

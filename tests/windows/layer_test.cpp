@@ -44,19 +44,18 @@ public:
 private:
     void Serve() {
         for (int client = 0; (client = accept(listener_, nullptr, nullptr)) >= 0;) {
-            std::FILE* const lines = fdopen(client, "r+");
-            setvbuf(lines, nullptr, _IONBF, 0);
+            std::FILE* const lines = fdopen(client, "r");
             char command[20];
             for (std::size_t size = 0; std::fscanf(lines, "%19s %zu", command, &size) == 2;) {
                 std::fgetc(lines); // the line's end
-                const std::string answer = Answer(command, size, lines);
-                std::fprintf(lines, "%zu\n", answer.size());
-                std::fwrite(answer.data(), 1, answer.size(), lines);
+                const std::string bytes = CarryOut(command, size, lines);
+                const std::string answer = std::to_string(bytes.size()) + "\n" + bytes;
+                send(client, answer.data(), answer.size(), MSG_NOSIGNAL);
             }
             std::fclose(lines);
         }
     }
-    std::string Answer(const std::string& command, std::size_t size, std::FILE* lines) {
+    std::string CarryOut(const std::string& command, std::size_t size, std::FILE* lines) {
         if (command == "receive")
             return ReceiveAtDevice(size);
         if (command == "send") {
