@@ -36,14 +36,16 @@ bool HoldsAnyToken() {
 
 // A burst is shown when it has ended. Shown byte by byte, a token that has no zero behind it would
 // look like one for a moment; and a sender that is quicker than this loop would clear a token
-// before its zero has been read, which the next token then finds before its own.
+// before its zero has been read. Zeros at the start of a burst are left out: a driver that hands a
+// token over without its zero keeps that zero through the pause below, and a quick handheld's next
+// token then stands behind it, where no sender looks.
 void ReadBurst(OVERLAPPED* overlapped) {
     ClearReceiveBuffer();
     std::array<std::uint8_t, MaxReceived> burst;
     std::size_t count = 0;
     std::uint8_t byte = 0;
     while (!State.Link.StopReceive && ReadLink({&byte, 1}, overlapped) == 1) {
-        if (count < burst.size())
+        if (count < burst.size() && (count > 0 || byte != 0))
             burst[count++] = byte;
     }
     if (!State.Link.StopReceive)
