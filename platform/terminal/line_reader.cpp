@@ -4,6 +4,7 @@
 #include "platform/terminal/line_reader.h"
 
 #include <poll.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -46,6 +47,13 @@ std::optional<std::string> LineReader::Next() {
     lines_.pop_front();
     notFull_.notify_all();
     return line;
+}
+
+void LineReader::Discard() {
+    const std::lock_guard lock(lock_);
+    lines_.clear();
+    tcflush(file_, TCIFLUSH); // fails where it is no terminal, and then nothing is lost
+    notFull_.notify_all();
 }
 
 bool LineReader::AtEnd() {

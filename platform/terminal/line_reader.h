@@ -20,6 +20,10 @@ public:
     // The next line without its end, or none so far. Any thread; the first call starts the thread.
     std::optional<std::string> Next();
 
+    // Throws away what has come and was not given by Next, on a terminal also a line that was
+    // begun. Any thread.
+    void Discard();
+
     // Whether Next has given all lines and no more will come.
     bool AtEnd();
 

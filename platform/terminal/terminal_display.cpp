@@ -1,22 +1,20 @@
-// Pages on a terminal.
+// Pages as lines for a program that reads them, and the choice between this and the display for a
+// person.
 //
 // Every call comes under the model's lock, so no two at a time. What was last printed of each page
 // is kept: a control whose line has not changed is not printed again, however often it is set.
 
 #include "platform/terminal/terminal_display.h"
 
+#include "platform/terminal/choices.h"
+#include "platform/terminal/interactive_display.h"
 #include "platform/terminal/line_reader.h"
-#include "platform/terminal/wrapping.h"
 #include "platform/windows/display.h"
 #include "platform/windows/page_lines.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <charconv>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <map>
 #include <utility>
 
@@ -24,48 +22,16 @@ namespace platform {
 
 namespace {
 
-constexpr char EscapeWord[] = "esc";
-
 struct ShownPage {
     std::map<HWND, std::string> lines; // by control; null is the percentage
-    // How far the page has been left at the end of input: by Escape, then by its first button.
-    enum { NotYet, Escaped, Pressed } leaving = NotYet;
+    Leaving leaving = Leaving::NotYet;
 };
 
-std::string Trimmed(const std::string& line) {
-    auto start = line.find_first_not_of(" \t");
-    auto end = line.find_last_not_of(" \t");
-    return start == std::string::npos ? "" : line.substr(start, end - start + 1);
-}
+void Print(const std::string& line) { std::fprintf(stdout, "%s\n", line.c_str()); }
 
-std::optional<int> NumberIn(const std::string& line) {
-    int number = 0;
-    auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), number);
-    if (error != std::errc() || end != line.data() + line.size())
-        return std::nullopt;
-    return number;
-}
-
-// As it is now: a window may be resized between two pages.
-std::size_t Columns() {
-    constexpr std::size_t Usual = 80;
-    winsize size = {};
-    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : Usual;
-}
-
-// By the convention of NO_COLOR, and not where the terminal knows no escape codes.
-bool MayColour() {
-    const char* none = std::getenv("NO_COLOR");
-    const char* kind = std::getenv("TERM");
-    return !(none && *none) && kind && *kind && std::strcmp(kind, "dumb") != 0;
-}
-
-class Terminal : public Display {
+class LineDisplay : public Display {
 public:
-    Terminal()
-        : input_(STDIN_FILENO, InputArrived), onTerminal_(isatty(STDOUT_FILENO) != 0),
-          coloured_(onTerminal_ && MayColour()) {}
+    explicit LineDisplay(LineReader& input) : input_(input) {}
 
     void ShowPage(const PageView& page) override;
     void HidePage(const PageView& page) override;
@@ -79,77 +45,49 @@ public:
     bool EndInput() override;
 
 private:
-    void Print(const std::string& line);
-    void Print(const PageLine& line);
-    void PrintPercentage(const std::string& percentage);
     std::optional<PageAction> ActionOf(const PageView& page, const std::string& line);
-    std::optional<PageAction> ActionAtEnd(const PageView& page);
 
-    LineReader input_;
-    const bool onTerminal_, coloured_;
-    bool lineIsOpen_ = false; // the last line is a percentage, and has no end yet
+    LineReader& input_;
     std::map<HWND, ShownPage> pages_;
 };
 
-void Terminal::Print(const std::string& line) {
-    if (lineIsOpen_)
-        std::fputc('\n', stdout);
-    lineIsOpen_ = false;
-    std::fprintf(stdout, "%s\n", line.c_str());
-}
-
-// Wrapped to the terminal, if it is one; a script gets each text as it is.
-void Terminal::Print(const PageLine& line) {
-    constexpr const char* Starts[] = {"", "\033[31m", "\033[41m"};
-    const bool coloured = coloured_ && line.colour != PageLine::Plain;
-    const std::string text = onTerminal_ ? Wrapped(line.text, Columns()) : line.text;
-    Print(coloured ? Starts[line.colour] + text + "\033[0m" : text);
-}
-
-void Terminal::PrintPercentage(const std::string& percentage) {
-    if (!onTerminal_)
-        return Print(percentage);
-    std::fprintf(stdout, "\r%-4s", percentage.c_str());
-    lineIsOpen_ = true;
-}
-
-void Terminal::ShowPage(const PageView& page) {
+void LineDisplay::ShowPage(const PageView& page) {
     ShownPage shown;
-    Print(PageLine{nullptr, PageHeader(page)});
+    Print(PageHeader(page));
     for (const PageLine& line : PageLines(page)) {
-        Print(line);
+        Print(line.text);
         shown.lines[line.control] = line.text;
     }
     if (std::string percentage = PercentageOf(page); !percentage.empty()) {
-        PrintPercentage(percentage);
+        Print(percentage);
         shown.lines[nullptr] = percentage;
     }
     std::fflush(stdout);
     pages_[page.handle] = shown;
 }
 
-void Terminal::UpdateControl(const PageView& page, const ControlView&) {
+void LineDisplay::UpdateControl(const PageView& page, const ControlView&) {
     auto shown = pages_.find(page.handle);
     if (shown == pages_.end())
         return;
     for (const PageLine& line : PageLines(page))
         if (std::exchange(shown->second.lines[line.control], line.text) != line.text)
-            Print(line);
+            Print(line.text);
     std::string percentage = PercentageOf(page);
     if (!percentage.empty() && IsWritable(STDOUT_FILENO) &&
         std::exchange(shown->second.lines[nullptr], percentage) != percentage)
-        PrintPercentage(percentage);
+        Print(percentage);
     std::fflush(stdout);
 }
 
-void Terminal::HidePage(const PageView& page) {
+void LineDisplay::HidePage(const PageView& page) {
     if (pages_.erase(page.handle) == 0)
         return; // has left the screen already
     Print("-- " + std::to_string(page.id) + " --");
     std::fflush(stdout);
 }
 
-void Terminal::ShowFileDialog(const FileRequest& request) {
+void LineDisplay::ShowFileDialog(const FileRequest& request) {
     Print(request.save ? "== save ==" : "== open ==");
     for (const std::string& filter : request.filters)
         Print(Printable(filter));
@@ -158,17 +96,17 @@ void Terminal::ShowFileDialog(const FileRequest& request) {
     std::fflush(stdout);
 }
 
-void Terminal::ShowError(const std::string& sentence) {
+void LineDisplay::ShowError(const std::string& sentence) {
     Print(Printable(sentence));
     std::fflush(stdout);
 }
 
-void Terminal::Warn(const std::string& sentence) {
+void LineDisplay::Warn(const std::string& sentence) {
     if (IsWritable(STDOUT_FILENO))
         ShowError(sentence);
 }
 
-std::optional<PageAction> Terminal::ActionOf(const PageView& page, const std::string& line) {
+std::optional<PageAction> LineDisplay::ActionOf(const PageView& page, const std::string& line) {
     if (line.empty())
         return PageAction{PageAction::Enter, nullptr};
     if (line == EscapeWord)
@@ -191,31 +129,14 @@ std::optional<PageAction> Terminal::ActionOf(const PageView& page, const std::st
     return std::nullopt;
 }
 
-std::optional<PageAction> Terminal::ActionAtEnd(const PageView& page) {
-    ShownPage& shown = pages_[page.handle];
-    if (shown.leaving == ShownPage::NotYet) {
-        shown.leaving = ShownPage::Escaped;
-        return PageAction{PageAction::Escape, nullptr};
-    }
-    if (shown.leaving == ShownPage::Pressed)
-        return std::nullopt;
-    for (const ControlView* control : InteractiveControls(page)) {
-        if (control->kind != ControlKind::PushButton || !control->enabled)
-            continue;
-        shown.leaving = ShownPage::Pressed;
-        return PageAction{PageAction::Click, control->handle};
-    }
-    return std::nullopt; // until one of them is enabled
-}
-
-std::optional<PageAction> Terminal::NextAction(const PageView& page) {
+std::optional<PageAction> LineDisplay::NextAction(const PageView& page) {
     while (auto line = input_.Next())
         if (auto action = ActionOf(page, Trimmed(*line)))
             return action;
-    return input_.AtEnd() ? ActionAtEnd(page) : std::nullopt;
+    return input_.AtEnd() ? LeaveAtEnd(page, pages_[page.handle].leaving) : std::nullopt;
 }
 
-std::optional<FileAnswer> Terminal::NextAnswer() {
+std::optional<FileAnswer> LineDisplay::NextAnswer() {
     if (auto line = input_.Next()) {
         std::string path = Trimmed(*line);
         return FileAnswer{path.empty() || path == EscapeWord, path};
@@ -225,7 +146,7 @@ std::optional<FileAnswer> Terminal::NextAnswer() {
     return std::nullopt;
 }
 
-bool Terminal::EndInput() {
+bool LineDisplay::EndInput() {
     input_.End();
     return true;
 }
@@ -233,9 +154,12 @@ bool Terminal::EndInput() {
 } // namespace
 
 Display& TerminalDisplay() {
-    // Never destroyed: its reader may be in a read when the process ends.
-    static Display& terminal = *new Terminal;
-    return terminal;
+    // Never destroyed: the reader may be in a read when the process ends.
+    static LineReader& input = *new LineReader(STDIN_FILENO, InputArrived);
+    if (isatty(STDOUT_FILENO) != 0)
+        return InteractiveDisplay(input, isatty(STDIN_FILENO) != 0);
+    static Display& lines = *new LineDisplay(input);
+    return lines;
 }
 
 } // namespace platform

@@ -35,26 +35,6 @@ bool OnOneRow(const ControlView& one, const ControlView& other) {
     return one.rect.top < other.rect.bottom && other.rect.top < one.rect.bottom;
 }
 
-// The text nearest to a control, on its right or left.
-const ControlView* TextBeside(const PageView& page, const ControlView& control, bool right) {
-    const ControlView* nearest = nullptr;
-    LONG nearestGap = 0;
-    for (const ControlView& text : page.controls) {
-        LONG gap =
-            right ? text.rect.left - control.rect.right : control.rect.left - text.rect.right;
-        // Neighbours may overlap by a little: what counts is on which side the text starts.
-        bool beside =
-            right ? text.rect.left > control.rect.left : text.rect.left < control.rect.left;
-        if (&text == &control || !IsText(text) || !OnOneRow(text, control) || !beside)
-            continue;
-        if (!nearest || gap < nearestGap) {
-            nearest = &text;
-            nearestGap = gap;
-        }
-    }
-    return nearest;
-}
-
 bool IsPercentSign(const ControlView& control) { return IsText(control) && control.text == "%"; }
 
 bool HasBar(const PageView& page) {
@@ -112,6 +92,25 @@ std::string ControlLine(const PageView& page, const ControlView& control) {
 }
 
 } // namespace
+
+const ControlView* TextBeside(const PageView& page, const ControlView& control, bool right) {
+    const ControlView* nearest = nullptr;
+    LONG nearestGap = 0;
+    for (const ControlView& text : page.controls) {
+        LONG gap =
+            right ? text.rect.left - control.rect.right : control.rect.left - text.rect.right;
+        // Neighbours may overlap by a little: what counts is on which side the text starts.
+        bool beside =
+            right ? text.rect.left > control.rect.left : text.rect.left < control.rect.left;
+        if (&text == &control || !IsText(text) || !OnOneRow(text, control) || !beside)
+            continue;
+        if (!nearest || gap < nearestGap) {
+            nearest = &text;
+            nearestGap = gap;
+        }
+    }
+    return nearest;
+}
 
 std::string LabelOf(const PageView& page, const ControlView& control) {
     if (!control.text.empty())

@@ -21,6 +21,9 @@ std::string PageHeader(const PageView& page);
 // is not among them.
 std::vector<PageLine> PageLines(const PageView& page);
 
+// The text nearest to a control on its row, on the right of it or the left. Null: none.
+const ControlView* TextBeside(const PageView& page, const ControlView& control, bool right);
+
 // The label of an interactive control: its own text or, where it has none, the one to its right.
 std::string LabelOf(const PageView& page, const ControlView& control);
 
