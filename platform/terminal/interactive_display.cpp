@@ -34,7 +34,8 @@ struct OpenPage {
     PageView view;                     // as it was last told
     std::map<HWND, std::string> lines; // by control; null is the percentage
     ProgressLine progress;
-    std::string asked; // the line of input that has to come once more
+    bool showChoices = false; // again: the file dialog over them has been cancelled
+    std::string asked;        // the line of input that has to come once more
     bool wasAsked = false;
     Leaving leaving = Leaving::NotYet;
 };
@@ -112,6 +113,7 @@ private:
     void Print(const std::string& text, const char* look = nullptr, std::size_t indent = 0);
     void Say(const std::string& sentence) { Print(Translated(sentence)); }
     void PrintChoices(OpenPage& open);
+    void PrintChangedChoices(OpenPage& open);
     void PrintProgress(OpenPage& open, const std::string& percentage);
     bool IsMeant(OpenPage& open, const std::string& line, const std::string& question);
     std::optional<PageAction> ActionOf(OpenPage& open, const std::string& line);
@@ -157,6 +159,12 @@ void Interactive::PrintChoices(OpenPage& open) {
     Say("Type the letters in brackets, then Enter.");
 }
 
+void Interactive::PrintChangedChoices(OpenPage& open) {
+    for (const ChoiceLine& line : ChoiceLines(open.view))
+        if (std::exchange(open.lines[line.control], line.text) != line.text)
+            Print(line.text, nullptr, line.indent);
+}
+
 void Interactive::ShowPage(const PageView& page) {
     OpenPage open;
     open.view = page;
@@ -185,9 +193,7 @@ void Interactive::UpdateControl(const PageView& page, const ControlView&) {
     for (const PageLine& line : PageTexts(page))
         if (std::exchange(open.lines[line.control], line.text) != line.text)
             Print(line.text, Looks[line.colour]);
-    for (const ChoiceLine& line : ChoiceLines(page))
-        if (std::exchange(open.lines[line.control], line.text) != line.text)
-            Print(line.text, nullptr, line.indent);
+    PrintChangedChoices(open);
     const std::string percentage = PercentageOf(page);
     if (!percentage.empty() && IsWritable(STDOUT_FILENO) &&
         std::exchange(open.lines[nullptr], percentage) != percentage)
@@ -213,18 +219,22 @@ void Interactive::ShowFileDialog(const FileRequest& request) {
         Say("Files: " + filters);
     if (!request.proposal.empty())
         Say("proposed: " + Printable(request.proposal));
-    Say("Tab completes a name; esc cancels.");
+    Say(typed_ ? "Tab completes a name; esc cancels." : "esc cancels.");
     std::fflush(stdout);
     asked_ = request;
+    if (typed_)
+        input_.EditPath(true);
 }
 
 // Where it is up still, it was left without an answer.
 void Interactive::CloseFileDialog() {
+    if (typed_)
+        input_.EditPath(false);
     if (!asked_)
         return;
     Say("cancelled");
     if (auto owner = pages_.find(asked_->owner); owner != pages_.end())
-        PrintChoices(owner->second);
+        owner->second.showChoices = true;
     std::fflush(stdout);
     asked_.reset();
 }
@@ -303,7 +313,11 @@ std::optional<PageAction> Interactive::ActionOf(OpenPage& open, const std::strin
 
 std::optional<PageAction> Interactive::NextAction(const PageView& page) {
     OpenPage& open = pages_[page.handle];
-    open.view = page;
+    open.view = page; // the focus, and with it what Enter takes, moves without an update
+    if (std::exchange(open.showChoices, false))
+        PrintChoices(open);
+    PrintChangedChoices(open);
+    std::fflush(stdout);
     while (auto line = input_.Next()) {
         const std::string typed = Trimmed(*line);
         if (!(open.wasAsked && typed == open.asked))

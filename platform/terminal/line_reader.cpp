@@ -3,6 +3,8 @@
 
 #include "platform/terminal/line_reader.h"
 
+#include "platform/terminal/path_editor.h"
+
 #include <poll.h>
 #include <termios.h>
 #include <unistd.h>
@@ -20,17 +22,15 @@ constexpr std::size_t MaxLineLength = 4096; // longer than any path that is acce
 constexpr std::size_t MaxLines = 1000;
 constexpr auto BackgroundPause = std::chrono::milliseconds(200);
 
-// As read, but waits also on a file that was set not to block, and in the background for as long as
-// the user gives the terminal to another program.
-ssize_t ReadSome(int file, char* buffer, std::size_t size) {
-    for (;;) {
-        pollfd waiting = {file, POLLIN, 0};
-        ssize_t count = poll(&waiting, 1, -1) < 0 ? -1 : read(file, buffer, size);
-        if (count < 0 && errno == EIO && tcgetpgrp(file) > 0) // fails once the terminal has gone
-            std::this_thread::sleep_for(BackgroundPause);
-        else if (count >= 0 || (errno != EINTR && errno != EAGAIN))
-            return count;
-    }
+bool IsReadable(int file, int milliseconds) {
+    pollfd waiting = {file, POLLIN, 0};
+    return poll(&waiting, 1, milliseconds) > 0;
+}
+
+// Whether the user has given the terminal to another program for now: a read fails then.
+bool IsInBackground(int file) {
+    const pid_t group = tcgetpgrp(file); // fails once the terminal has gone
+    return group > 0 && group != getpgrp();
 }
 
 } // namespace
@@ -49,7 +49,13 @@ std::optional<std::string> LineReader::Next() {
     return line;
 }
 
+void LineReader::EditPath(bool edit) {
+    const std::lock_guard reading(reading_);
+    edit ? OpenPathEditor() : ClosePathEditor();
+}
+
 void LineReader::Discard() {
+    const std::lock_guard reading(reading_);
     const std::lock_guard lock(lock_);
     lines_.clear();
     tcflush(file_, TCIFLUSH); // fails where it is no terminal, and then nothing is lost
@@ -78,14 +84,36 @@ void LineReader::Start() {
 }
 
 void LineReader::Run() {
-    char buffer[1024];
     std::string line;
-    ssize_t count;
-    while ((count = ReadSome(file_, buffer, sizeof(buffer))) > 0)
-        SplitLines(buffer, static_cast<std::size_t>(count), line);
+    do {
+        IsReadable(file_, -1);
+        while (IsInBackground(file_))
+            std::this_thread::sleep_for(BackgroundPause);
+    } while (ReadWaiting(line));
     if (!line.empty())
         Add(line);
     End();
+}
+
+// False at the end of input. Does not wait, also on a file that was set not to block.
+bool LineReader::ReadWaiting(std::string& line) {
+    char buffer[1024];
+    ssize_t count = 0;
+    std::optional<std::string> path;
+    {
+        const std::lock_guard lock(reading_);
+        if (!IsReadable(file_, 0))
+            return true;
+        if (IsPathEditorOpen())
+            path = ReadIntoPathEditor();
+        else if ((count = read(file_, buffer, sizeof(buffer))) <= 0)
+            return count < 0 &&
+                   (errno == EINTR || errno == EAGAIN || (errno == EIO && IsInBackground(file_)));
+    }
+    SplitLines(buffer, static_cast<std::size_t>(count), line);
+    if (path)
+        Add(path->substr(0, MaxLineLength));
+    return true;
 }
 
 void LineReader::SplitLines(const char* bytes, std::size_t count, std::string& line) {

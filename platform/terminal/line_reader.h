@@ -20,6 +20,10 @@ public:
     // The next line without its end, or none so far. Any thread; the first call starts the thread.
     std::optional<std::string> Next();
 
+    // The next line is edited as a path, on a terminal whose editor has been prepared
+    // (path_editor.h), or no longer. Any thread, with nothing held that `arrived` needs.
+    void EditPath(bool edit);
+
     // Throws away what has come and was not given by Next, on a terminal also a line that was
     // begun. Any thread.
     void Discard();
@@ -33,11 +37,15 @@ public:
 private:
     void Start();
     void Run();
+    bool ReadWaiting(std::string& line);
     void SplitLines(const char* bytes, std::size_t count, std::string& line);
     void Add(std::string line);
 
     const int file_;
     const std::function<void()> arrived_;
+    // Taken before the other one: no other thread changes how the terminal reads, nor empties it,
+    // between the news that something waits and the read of it.
+    std::mutex reading_;
     std::mutex lock_;
     std::condition_variable notFull_;
     std::deque<std::string> lines_;

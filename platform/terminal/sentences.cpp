@@ -40,6 +40,7 @@ constexpr Sentence Sentences[] = {
     {"proposed: ", "Proposé (Entrée seule l'accepte) : "},
     {"Tab completes a name; esc cancels.",
      "Tab complète un nom. « esc » annule et revient aux choix."},
+    {"esc cancels.", "« esc » annule et revient aux choix."},
     {"cancelled", "Annulé : aucun fichier n'a été choisi."},
     {"the name has letters that cannot be used here: ",
      "Ce nom contient des lettres inutilisables ici : "},

@@ -9,6 +9,7 @@
 #include "platform/terminal/choices.h"
 #include "platform/terminal/interactive_display.h"
 #include "platform/terminal/line_reader.h"
+#include "platform/terminal/path_editor.h"
 #include "platform/windows/display.h"
 #include "platform/windows/page_lines.h"
 
@@ -151,15 +152,22 @@ bool LineDisplay::EndInput() {
     return true;
 }
 
+// Never destroyed, nor its reader, which may be in a read when the process ends.
+Display& MakeDisplay() {
+    LineReader& input = *new LineReader(STDIN_FILENO, InputArrived);
+    const bool typed = isatty(STDIN_FILENO) != 0;
+    if (isatty(STDOUT_FILENO) == 0)
+        return *new LineDisplay(input);
+    if (typed)
+        PreparePathEditor();
+    return InteractiveDisplay(input, typed);
+}
+
 } // namespace
 
 Display& TerminalDisplay() {
-    // Never destroyed: the reader may be in a read when the process ends.
-    static LineReader& input = *new LineReader(STDIN_FILENO, InputArrived);
-    if (isatty(STDOUT_FILENO) != 0)
-        return InteractiveDisplay(input, isatty(STDIN_FILENO) != 0);
-    static Display& lines = *new LineDisplay(input);
-    return lines;
+    static Display& terminal = MakeDisplay();
+    return terminal;
 }
 
 } // namespace platform

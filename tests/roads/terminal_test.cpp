@@ -1,15 +1,18 @@
 // Whole runs at terminals of several widths, keys as typed, and keys that break nothing off.
 
+#include "testing/comes_true.h"
 #include "tests/roads/road.h"
 
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <fstream>
 #include <iterator>
 
 namespace {
 
 using namespace road;
+using test_support::ComesTrue;
 constexpr char Red[] = "\033[31m", Plain[] = "\033[0m";
 
 // What is waited for, in one line of 40 columns, and the keys that are typed then.
@@ -17,6 +20,9 @@ struct Step {
     const char* line;
     const char* keys;
 };
+
+// Of a path, which is no line before it is answered.
+constexpr char Prompt[] = "> ";
 
 // From the start to the choice of the action, by Enter, letters and the beginnings of words.
 constexpr Step ToActionChoice[] = {
@@ -52,7 +58,10 @@ protected:
     template <class Steps>
     static void Lead(WizardRun& wizard, const Steps& steps) {
         for (const Step& step : steps) {
-            wizard.ExpectLine(step.line);
+            if (step.line == Prompt)
+                EXPECT_TRUE(ComesTrue([&] { return wizard.Process().Lines().back() == Prompt; }));
+            else
+                wizard.ExpectLine(step.line);
             wizard.Process().Type(step.keys);
         }
     }
@@ -143,6 +152,59 @@ TEST_F(AtTerminal,
     EXPECT_EQ(0, std::count(transfer, lines.end(), "Choisi : Suivant")) << "typed ahead";
     wizard.Process().HangUp();
     EXPECT_EQ(0, wizard.Process().Wait());
+}
+
+TEST_F(AtTerminal, a_backup_takes_the_proposed_name_and_a_restore_one_completed_by_tab) {
+    TestHome home;
+    home.AddLanguageFolder();
+    Cradle cradle(home, {.flashMegabytes = 16});
+    {
+        WizardRun wizard = Start(home, 40, "100");
+        Lead(wizard, ToActionChoice);
+        wizard.Process().Type("m\n");
+        Lead(wizard, {{"[s] Suivant (Entrée)", "\n"},
+                      {"[sa] Sauvegarder", "sau\n"},
+                      {Prompt, "x\x03"},
+                      {"Annulé : aucun fichier", ""},
+                      {"[sa] Sauvegarder (Entrée)", ""},
+                      {"[a]  Annuler", "\n"},
+                      {"Choisi : Sauvegarder", ""},
+                      {Prompt, "\n"},
+                      {"Choisi : TOLKROM110", ""},
+                      {"sauvegarde de la ROM est maintenant", ""},
+                      {"[s] Suivant (Entrée)", "a\n"}});
+        EXPECT_EQ(0, wizard.Wait());
+        ExpectToRead(wizard, 40);
+    }
+    WizardRun wizard = Start(home, 80, "100");
+    Lead(wizard, ToActionChoice);
+    wizard.Process().Type("r\n");
+    Lead(wizard, {{Prompt, "none/x\n"},
+                  {"Ce dossier n'existe pas : ", ""},
+                  {Prompt, "tolkrom\t\n"},
+                  {"Choisi : TOLKROM110.nbf", ""}});
+    Lead(wizard, ToTransfer);
+    FinishUpgrade(wizard);
+    EXPECT_TRUE(cradle.FlashEquals(home.Tree() / "TOLKROM110.nbf"));
+}
+
+TEST_F(AtTerminal, a_transfer_that_has_failed_is_resumed_by_enter_alone) {
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--silent-at", "size"}});
+    {
+        WizardRun wizard = Start(home);
+        Lead(wizard, ToActionChoice);
+        wizard.Process().Type("m\n");
+        Lead(wizard, ToTransfer);
+        Lead(wizard, {{"ERREUR 113", ""}, {"[q] Quitter (Entrée)", "\n"}});
+        EXPECT_EQ(0, wizard.Wait());
+    }
+    cradle.TakeOut();
+    std::ofstream(home.Device() / "state") << "mode=flasher\ntouched=1\n";
+    cradle.RestartHandheld();
+    WizardRun wizard = Start(home);
+    wizard.ExpectLine("Votre Tolk Pocket PC est mis à niveau.");
+    FinishUpgrade(wizard);
+    EXPECT_TRUE(cradle.FlashEquals(image));
 }
 
 TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
