@@ -31,7 +31,7 @@ std::string Folded(const std::string& text) {
 std::string KeyOf(const Choice& choice, const std::vector<Choice>& choices) {
     const std::string label = Folded(choice.label);
     for (std::size_t length = 1; length <= label.size(); ++length) {
-        const std::string key = label.substr(0, length);
+        std::string key = label.substr(0, length);
         const bool ends = key.back() == ' ' || (static_cast<unsigned char>(key.back()) & 0x80);
         if (!ends && std::ranges::count_if(choices, [&](const Choice& other) {
                          return Folded(other.label).starts_with(key);

@@ -30,6 +30,8 @@ namespace {
 constexpr char Bold[] = "\033[1m", Usual[] = "\033[0m";
 constexpr const char* Looks[] = {nullptr, "\033[31m", "\033[41m"}; // by the colour of a PageLine
 
+constexpr std::size_t OutputCapacity = 0x10000; // bytes; more than a page and its choices
+
 struct OpenPage {
     PageView view;                     // as it was last told
     std::map<HWND, std::string> lines; // by control; null is the percentage
@@ -95,7 +97,11 @@ std::vector<ChoiceLine> ChoiceLines(const PageView& page) {
 class Interactive : public Display {
 public:
     Interactive(LineReader& input, bool typed)
-        : input_(input), typed_(typed), coloured_(MayColour()) {}
+        : input_(input), typed_(typed), coloured_(MayColour()) {
+        // What is printed at a time goes out at a time: between two lines of it the user may stop
+        // the terminal, and whoever prints the rest would wait with the model locked.
+        std::setvbuf(stdout, nullptr, _IOFBF, OutputCapacity);
+    }
 
     void ShowPage(const PageView& page) override;
     void HidePage(const PageView& page) override;

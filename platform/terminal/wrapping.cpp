@@ -93,7 +93,7 @@ std::string WrapLine(const std::string& line, std::size_t columns, std::size_t l
     const std::string indent(HangingIndent(line, least), ' ');
     std::string wrapped, current = std::string(std::min(BlanksBefore(line), MaxIndent), ' ');
     bool fresh = true; // nothing but the indent so far
-    for (std::string word : Words(line, BlanksBefore(line))) {
+    for (const std::string& word : Words(line, BlanksBefore(line))) {
         if (!fresh && ColumnsOf(current + word) > columns) {
             wrapped += current + "\n";
             current = indent;
@@ -103,8 +103,8 @@ std::string WrapLine(const std::string& line, std::size_t columns, std::size_t l
         fresh = false;
         while (ColumnsOf(current) > columns) {
             const std::size_t edge = OffsetBehind(current, columns);
-            wrapped += current.substr(0, edge) + "\n";
-            current = indent + current.substr(edge);
+            wrapped.append(current, 0, edge).append("\n");
+            current.replace(0, edge, indent);
         }
     }
     return wrapped + current;

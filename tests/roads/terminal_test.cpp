@@ -86,7 +86,7 @@ protected:
     // written over the last, on one line.
     static void ExpectToRead(WizardRun& wizard, std::size_t columns) {
         for (std::string line : wizard.Process().Lines()) {
-            for (std::size_t bar; (bar = line.rfind("[")) != 0 && line.find('%') != line.npos;
+            for (std::size_t bar; (bar = line.rfind('[')) != 0 && line.find('%') != line.npos;
                  line.resize(bar))
                 EXPECT_LT(ColumnsOf(line.substr(bar)), columns) << line;
             EXPECT_LE(ColumnsOf(line), columns) << line;
