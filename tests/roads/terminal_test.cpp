@@ -27,6 +27,7 @@ constexpr char Prompt[] = "> ";
 // From the start to the choice of the action, by Enter, letters and the beginnings of words.
 constexpr Step ToActionChoice[] = {
     {"Avertissement : L'installation", ""},
+    {" 1. L'installation d'une", ""},
     {"[s] Suivant (Entrée)", "s\n"},
     {"[s] Suivant (Entrée)", " SUIV \n"},
     {"[s] Suivant (Entrée)", "1\n"},
@@ -167,6 +168,7 @@ TEST_F(AtTerminal, a_backup_takes_the_proposed_name_and_a_restore_one_completed_
                       {Prompt, "x\x03"},
                       {"Annulé : aucun fichier", ""},
                       {"[sa] Sauvegarder (Entrée)", ""},
+                      {"[su] Suivant", ""},
                       {"[a]  Annuler", "\n"},
                       {"Choisi : Sauvegarder", ""},
                       {Prompt, "\n"},
