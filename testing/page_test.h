@@ -75,7 +75,9 @@ public:
     void ShowFileDialog(const platform::FileRequest& question) override {
         events.push_back((question.save ? "save " : "open ") + question.proposal);
     }
-    void ShowError(const std::string& sentence) override { events.push_back(sentence); }
+    void ShowError(const platform::Sentence& sentence) override {
+        events.push_back(InEnglish(sentence));
+    }
 
     std::optional<platform::PageAction> NextAction(const PageView& page) override {
         if (steps.empty() || steps.front().page != page.id)

@@ -59,8 +59,8 @@ public:
     void CloseFileDialog() override {
         Post([this] { fileDialogs_.Close(); });
     }
-    void ShowError(const std::string& sentence) override {
-        Post([this, sentence] { fileDialogs_.SetError(sentence); });
+    void ShowError(const Sentence& sentence) override {
+        Post([this, sentence] { fileDialogs_.SetError(InLanguageOfPages(sentence)); });
     }
     std::optional<FileAnswer> NextAnswer() override { return fileDialogs_.NextAnswer(); }
 

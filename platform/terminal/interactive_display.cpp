@@ -9,7 +9,6 @@
 #include "platform/terminal/line_reader.h"
 #include "platform/terminal/page_text.h"
 #include "platform/terminal/progress_line.h"
-#include "platform/terminal/sentences.h"
 #include "platform/terminal/wrapping.h"
 #include "platform/windows/display.h"
 
@@ -77,9 +76,12 @@ ChoiceLine LineOf(const PageView& page, const Choice& choice, std::size_t keyCol
     if (explanation && !control.text.empty())
         text += " : " + Trimmed(Printable(explanation->text));
     if (!control.enabled)
-        text += " (" + Translated("not available now") + ")";
+        text += " (" + InLanguageOfPages({Phrase::NotAvailable}) + ")";
     else if (&control == EnterTarget(page))
-        text += " (" + Translated(EntersTwice(page, &control) ? "Enter twice" : "Enter") + ")";
+        text +=
+            " (" +
+            InLanguageOfPages({EntersTwice(page, &control) ? Phrase::EnterTwice : Phrase::Enter}) +
+            ")";
     return {control.handle, text, ColumnsOf(start)};
 }
 
@@ -109,19 +111,21 @@ public:
     void EndPage(const PageView& page) override { HidePage(page); }
     void ShowFileDialog(const FileRequest& request) override;
     void CloseFileDialog() override;
-    void ShowError(const std::string& sentence) override;
-    void Warn(const std::string& sentence) override;
+    void ShowError(const Sentence& sentence) override;
+    void Warn(const Sentence& sentence) override;
     std::optional<PageAction> NextAction(const PageView& page) override;
     std::optional<FileAnswer> NextAnswer() override;
     bool EndInput() override;
+    void Stop() override;
+    void Continue() override;
 
 private:
     void Print(const std::string& text, const char* look = nullptr, std::size_t indent = 0);
-    void Say(const std::string& sentence) { Print(Translated(sentence)); }
+    void Say(const Sentence& sentence) { Print(Printable(InLanguageOfPages(sentence))); }
     void PrintChoices(OpenPage& open);
     void PrintChangedChoices(OpenPage& open);
     void PrintProgress(OpenPage& open, const std::string& percentage);
-    bool IsMeant(OpenPage& open, const std::string& line, const std::string& question);
+    bool IsMeant(OpenPage& open, const std::string& line, const Sentence& question);
     std::optional<PageAction> ActionOf(OpenPage& open, const std::string& line);
     std::optional<PageAction> ActionOfEnter(OpenPage& open);
     std::optional<PageAction> Take(const Choice& choice);
@@ -162,7 +166,7 @@ void Interactive::PrintChoices(OpenPage& open) {
         Print(line.text, nullptr, line.indent);
         open.lines[line.control] = line.text;
     }
-    Say("Type the letters in brackets, then Enter.");
+    Say({Phrase::HowToChoose});
 }
 
 void Interactive::PrintChangedChoices(OpenPage& open) {
@@ -217,15 +221,15 @@ void Interactive::HidePage(const PageView& page) {
 
 void Interactive::ShowFileDialog(const FileRequest& request) {
     Print("");
-    Say(request.save ? "Save under which name?" : "Which file is to be opened?");
+    Say({request.save ? Phrase::SaveAs : Phrase::OpenWhich});
     std::string filters;
     for (const std::string& filter : request.filters)
-        filters += (filters.empty() ? "" : ", ") + Printable(filter);
+        filters += (filters.empty() ? "" : ", ") + filter;
     if (!filters.empty())
-        Say("Files: " + filters);
+        Say({Phrase::Filters, filters});
     if (!request.proposal.empty())
-        Say("proposed: " + Printable(request.proposal));
-    Say(typed_ ? "Tab completes a name; esc cancels." : "esc cancels.");
+        Say({Phrase::Proposed, request.proposal});
+    Say({typed_ ? Phrase::TabCompletes : Phrase::EscCancels});
     std::fflush(stdout);
     asked_ = request;
     if (typed_)
@@ -238,25 +242,25 @@ void Interactive::CloseFileDialog() {
         input_.EditPath(false);
     if (!asked_)
         return;
-    Say("cancelled");
+    Say({Phrase::Cancelled});
     if (auto owner = pages_.find(asked_->owner); owner != pages_.end())
         owner->second.showChoices = true;
     std::fflush(stdout);
     asked_.reset();
 }
 
-void Interactive::ShowError(const std::string& sentence) {
-    Say(Printable(sentence));
+void Interactive::ShowError(const Sentence& sentence) {
+    Say(sentence);
     std::fflush(stdout);
 }
 
-void Interactive::Warn(const std::string& sentence) {
+void Interactive::Warn(const Sentence& sentence) {
     if (IsWritable(STDOUT_FILENO))
         ShowError(sentence);
 }
 
 // Of a line that may end the run without the user having meant it: it has to come twice.
-bool Interactive::IsMeant(OpenPage& open, const std::string& line, const std::string& question) {
+bool Interactive::IsMeant(OpenPage& open, const std::string& line, const Sentence& question) {
     if (!typed_ || (open.wasAsked && open.asked == line))
         return true;
     open.wasAsked = true;
@@ -267,10 +271,11 @@ bool Interactive::IsMeant(OpenPage& open, const std::string& line, const std::st
 
 std::optional<PageAction> Interactive::Take(const Choice& choice) {
     if (!choice.control->enabled) {
-        ShowError(choice.label + " : " + Translated("not available now"));
+        Print(choice.label + " : " + InLanguageOfPages({Phrase::NotAvailable}));
+        std::fflush(stdout);
         return std::nullopt;
     }
-    ShowError("taken: " + choice.label);
+    ShowError({Phrase::Taken, choice.label});
     return PageAction{PageAction::Click, choice.control->handle};
 }
 
@@ -279,7 +284,7 @@ std::optional<PageAction> Interactive::ActionOfEnter(OpenPage& open) {
     const std::string label = target ? Printable(LabelOf(open.view, *target)) : "";
     if (EntersTwice(open.view, target) &&
         !IsMeant(open, {},
-                 target ? "Enter alone cancels: " + label : "Enter alone may end the run."))
+                 target ? Sentence{Phrase::EnterCancels, label} : Sentence{Phrase::EnterMayEnd}))
         return std::nullopt;
     const PageAction enter = {PageAction::Enter, nullptr};
     return !target || Take({target, label, {}}) ? std::optional(enter) : std::nullopt;
@@ -289,7 +294,7 @@ std::optional<PageAction> Interactive::ActionOf(OpenPage& open, const std::strin
     if (line.empty())
         return ActionOfEnter(open);
     if (line == EscapeWord) {
-        ShowError("the page is left");
+        ShowError({Phrase::PageLeft});
         return PageAction{PageAction::Escape, nullptr};
     }
     const std::vector<Choice> choices = ChoicesOf(open.view);
@@ -297,10 +302,7 @@ std::optional<PageAction> Interactive::ActionOf(OpenPage& open, const std::strin
     if (meant.size() == 1) {
         const Choice& choice = meant.front();
         if (choice.control->id == IDCANCEL && IsMisplacedNumber(choices, line) &&
-            !IsMeant(open, line,
-                     "The number of a choice that is not the one in this place. Once more to "
-                     "confirm: " +
-                         choice.label))
+            !IsMeant(open, line, {Phrase::MisplacedNumber, choice.label}))
             return std::nullopt;
         return Take(choice);
     }
@@ -308,9 +310,9 @@ std::optional<PageAction> Interactive::ActionOf(OpenPage& open, const std::strin
     for (const Choice& choice : meant)
         several += (several.empty() ? "" : ", ") + choice.label + " [" + choice.key + "]";
     if (!meant.empty())
-        ShowError("several choices: " + several);
+        ShowError({Phrase::SeveralMeant, several});
     else {
-        ShowError("not understood: " + line);
+        ShowError({Phrase::NotUnderstood, line});
         PrintChoices(open);
         std::fflush(stdout);
     }
@@ -334,7 +336,7 @@ std::optional<PageAction> Interactive::NextAction(const PageView& page) {
     if (!input_.AtEnd())
         return std::nullopt;
     if (open.leaving == Leaving::NotYet)
-        ShowError("end of input");
+        ShowError({Phrase::EndOfInput});
     return LeaveAtEnd(page, open.leaving);
 }
 
@@ -350,7 +352,7 @@ std::optional<FileAnswer> Interactive::NextAnswer() {
         path = asked_->proposal;
     if (path.empty() || path == EscapeWord)
         return FileAnswer{true, {}};
-    ShowError("taken: " + path);
+    ShowError({Phrase::Taken, path});
     asked_.reset();
     return FileAnswer{false, path};
 }
@@ -358,6 +360,16 @@ std::optional<FileAnswer> Interactive::NextAnswer() {
 bool Interactive::EndInput() {
     input_.End();
     return true;
+}
+
+void Interactive::Stop() {
+    if (typed_ && IsWritable(STDOUT_FILENO))
+        input_.EditPath(false);
+}
+
+void Interactive::Continue() {
+    if (typed_ && asked_)
+        input_.EditPath(true);
 }
 
 } // namespace

@@ -3,8 +3,8 @@
 #include "platform/terminal/progress_line.h"
 
 #include "platform/terminal/choices.h"
-#include "platform/terminal/sentences.h"
 #include "platform/terminal/wrapping.h"
+#include "platform/windows/sentences.h"
 
 #include <algorithm>
 
@@ -22,7 +22,8 @@ std::string TimeText(std::chrono::steady_clock::duration left) {
     const bool seconds = left < 1min;
     const auto amount = seconds ? ceil<std::chrono::seconds>(left).count()
                                 : ceil<std::chrono::minutes>(left).count();
-    return Translated("left: " + std::to_string(amount) + (seconds ? " s" : " min"));
+    return InLanguageOfPages(
+        {Phrase::TimeLeft, std::to_string(amount) + (seconds ? " s" : " min")});
 }
 
 std::string Bar(int percent, std::size_t columns) {

@@ -30,6 +30,12 @@ struct ShownPage {
 
 void Print(const std::string& line) { std::fprintf(stdout, "%s\n", line.c_str()); }
 
+// At once.
+void Say(const std::string& line) {
+    Print(line);
+    std::fflush(stdout);
+}
+
 class LineDisplay : public Display {
 public:
     explicit LineDisplay(LineReader& input) : input_(input) {}
@@ -39,8 +45,8 @@ public:
     void UpdateControl(const PageView& page, const ControlView& control) override;
     void EndPage(const PageView& page) override { HidePage(page); }
     void ShowFileDialog(const FileRequest& request) override;
-    void ShowError(const std::string& sentence) override;
-    void Warn(const std::string& sentence) override;
+    void ShowError(const Sentence& sentence) override;
+    void Warn(const Sentence& sentence) override;
     std::optional<PageAction> NextAction(const PageView& page) override;
     std::optional<FileAnswer> NextAnswer() override;
     bool EndInput() override;
@@ -97,12 +103,9 @@ void LineDisplay::ShowFileDialog(const FileRequest& request) {
     std::fflush(stdout);
 }
 
-void LineDisplay::ShowError(const std::string& sentence) {
-    Print(Printable(sentence));
-    std::fflush(stdout);
-}
+void LineDisplay::ShowError(const Sentence& sentence) { Say(Printable(InEnglish(sentence))); }
 
-void LineDisplay::Warn(const std::string& sentence) {
+void LineDisplay::Warn(const Sentence& sentence) {
     if (IsWritable(STDOUT_FILENO))
         ShowError(sentence);
 }
@@ -114,8 +117,8 @@ std::optional<PageAction> LineDisplay::ActionOf(const PageView& page, const std:
         return PageAction{PageAction::Escape, nullptr};
     auto number = NumberIn(line);
     if (!number) {
-        ShowError("not understood: " + line + " (a number in brackets, an empty line for Enter, " +
-                  EscapeWord + ")");
+        Say("not understood: " + line + " (a number in brackets, an empty line for Enter, " +
+            EscapeWord + ")");
         return std::nullopt;
     }
     for (const ControlView* control : InteractiveControls(page)) {
@@ -123,10 +126,10 @@ std::optional<PageAction> LineDisplay::ActionOf(const PageView& page, const std:
             continue;
         if (control->enabled)
             return PageAction{PageAction::Click, control->handle};
-        ShowError("not available now: " + line);
+        Say("not available now: " + line);
         return std::nullopt;
     }
-    ShowError("no such number on this page: " + line);
+    Say("no such number on this page: " + line);
     return std::nullopt;
 }
 

@@ -19,9 +19,9 @@ LONG LineHeight(const LOGFONTA& font) {
                              : font.lfHeight;
 }
 
-void Display::Warn(const std::string& sentence) {
+void Display::Warn(const Sentence& sentence) {
     if (IsWritable(STDERR_FILENO))
-        std::fprintf(stderr, "%s\n", sentence.c_str());
+        std::fprintf(stderr, "%s\n", InEnglish(sentence).c_str());
 }
 
 bool IsWritable(int file) {

@@ -9,6 +9,7 @@
 
 #include "platform/windows/controls.h"
 #include "platform/windows/drawing.h"
+#include "platform/windows/sentences.h"
 
 #include <wingdi.h>
 
@@ -76,9 +77,9 @@ public:
     virtual void ShowTaskBar(double) {} // of the program's work, 0 to 1; it ends with its page
 
     virtual void ShowFileDialog(const FileRequest& request) = 0; // also again, after an error
-    virtual void CloseFileDialog() {}                        // answered, or nobody waits any more
-    virtual void ShowError(const std::string& sentence) = 0; // UTF-8; what is wrong with an answer
-    virtual void Warn(const std::string& sentence);          // UTF-8; of the program, not of a page
+    virtual void CloseFileDialog() {}                     // answered, or nobody waits any more
+    virtual void ShowError(const Sentence& sentence) = 0; // what is wrong with an answer
+    virtual void Warn(const Sentence& sentence);          // of the program, not of a page
 
     // What the user has done on the page, where input is waiting; must not block.
     virtual std::optional<PageAction> NextAction(const PageView&) { return std::nullopt; }
@@ -87,6 +88,12 @@ public:
     // The terminal has gone: no input comes any more, and pages are left as at its end. False for a
     // display that does without one. Called with nothing held.
     virtual bool EndInput() { return false; }
+
+    // The process is about to be stopped or ended by a signal, and goes on after that: leaves the
+    // terminal as it was found meanwhile. Stop is called with nothing held, since whoever holds the
+    // model may be waiting for a stopped terminal.
+    virtual void Stop() {}
+    virtual void Continue() {}
 };
 
 // Pixels from one line of a text to the next; 0 in the display's own font.

@@ -52,10 +52,12 @@ FileRequest RequestOf(const OPENFILENAMEA& dialog, bool save) {
 struct CheckedPath {
     fs::path host;
     std::string windows; // Windows-1252
-    std::string error;
+    std::optional<Sentence> error;
 };
 
-CheckedPath Refuse(std::string error) { return {{}, {}, std::move(error)}; }
+CheckedPath Refuse(Phrase reason, std::string value = {}) {
+    return {{}, {}, Sentence{reason, std::move(value)}};
+}
 
 bool Quoted(const std::string& text) {
     return text.size() >= 2 && (text.front() == '"' || text.front() == '\'') &&
@@ -102,27 +104,27 @@ fs::path WithExtension(const std::string& ansi, const fs::path& host, const OPEN
 CheckedPath CheckForCaller(const fs::path& host, const OPENFILENAMEA& dialog) {
     std::string windows = WindowsPath(host.string());
     if (HostOf(windows) != host)
-        return Refuse("the name has letters that cannot be used here: " + host.string());
+        return Refuse(Phrase::UnusableLetters, host.string());
     if (windows.size() >= dialog.nMaxFile)
-        return Refuse("the name is too long");
-    return {host, windows, {}};
+        return Refuse(Phrase::NameTooLong);
+    return {host, windows, std::nullopt};
 }
 
 CheckedPath CheckAnswer(const std::string& answer, const OPENFILENAMEA& dialog, bool save) {
     std::string utf8 = Plain(answer);
     std::string ansi = AnsiFromUtf8(utf8);
     if (Utf8FromAnsi(ansi) != utf8)
-        return Refuse("the name has letters that cannot be used here: " + utf8);
+        return Refuse(Phrase::UnusableLetters, utf8);
     fs::path host = HostOf(ansi);
     if (host.empty())
-        return Refuse("there is no such drive: " + utf8);
+        return Refuse(Phrase::NoSuchDrive, utf8);
     host = WithExtension(ansi, host, dialog, save);
     if (IsFolder(host) || !host.has_filename())
-        return Refuse("this is a folder, not a file: " + host.string());
+        return Refuse(Phrase::IsFolder, host.string());
     if (!IsFolder(host.parent_path()))
-        return Refuse("there is no such folder: " + host.parent_path().string());
+        return Refuse(Phrase::NoSuchFolder, host.parent_path().string());
     if (!save && (dialog.Flags & OFN_FILEMUSTEXIST) && !Exists(host))
-        return Refuse("there is no such file: " + host.string());
+        return Refuse(Phrase::NoSuchFile, host.string());
     return CheckForCaller(host, dialog);
 }
 
@@ -148,7 +150,7 @@ public:
     // None: cancelled, or cut short by a quit message or the end of the owner.
     std::optional<std::string> WaitForAnswer();
 
-    void ShowAgain(const std::string& error) {
+    void ShowAgain(const Sentence& error) {
         auto lock = LockWindows();
         active_.answer.reset();
         ActiveDisplay().ShowError(error);
@@ -183,11 +185,11 @@ bool RunUntilUsable(OPENFILENAMEA& dialog, bool save) {
     FileDialog fileDialog(RequestOf(dialog, save), dialog.hwndOwner);
     while (auto answer = fileDialog.WaitForAnswer()) {
         CheckedPath checked = CheckAnswer(*answer, dialog, save);
-        if (checked.error.empty()) {
+        if (!checked.error) {
             std::memcpy(dialog.lpstrFile, checked.windows.c_str(), checked.windows.size() + 1);
             return true;
         }
-        fileDialog.ShowAgain(checked.error);
+        fileDialog.ShowAgain(*checked.error);
     }
     return false;
 }

@@ -25,8 +25,6 @@ namespace platform {
 
 namespace {
 
-constexpr char Refusal[] = "not broken off: this must not be interrupted. It goes on; please wait.";
-
 sigset_t SetOf(std::initializer_list<int> signals) {
     sigset_t set;
     sigemptyset(&set);
@@ -50,9 +48,12 @@ sigset_t ServedSignals() {
 // Ends the process, or stops it until it is continued.
 void ActByDefault(int signal) {
     const sigset_t only = SetOf({signal});
+    ActiveDisplay().Stop();
     raise(signal);
     pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
     pthread_sigmask(SIG_BLOCK, &only, nullptr);
+    const auto lock = LockWindows();
+    ActiveDisplay().Continue();
 }
 
 void HandleSignal(int signal) {
@@ -72,7 +73,7 @@ void Refuse(int signal) {
     if (signal == SIGHUP)
         ActiveDisplay().EndInput(); // what comes after the work is left without the user
     const auto lock = LockWindows();
-    ActiveDisplay().Warn(Refusal);
+    ActiveDisplay().Warn({Phrase::NotBrokenOff});
 }
 
 [[noreturn]] void Serve(sigset_t signals) {

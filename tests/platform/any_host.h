@@ -76,7 +76,7 @@ public:
     void EndPage(const platform::PageView&) override {}
     void UpdateControl(const platform::PageView&, const platform::ControlView&) override {}
     void ShowFileDialog(const platform::FileRequest&) override {}
-    void ShowError(const std::string&) override {}
+    void ShowError(const platform::Sentence&) override {}
 };
 #endif
 
