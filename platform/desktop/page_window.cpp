@@ -7,6 +7,7 @@
 #include "platform/desktop/page_window.h"
 
 #include "platform/desktop/mnemonics.h"
+#include "platform/desktop/page_surface.h"
 #include "platform/desktop/text_label.h"
 #include "platform/windows/page_lines.h"
 
@@ -16,14 +17,13 @@
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QPainter>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QStyleOption>
+#include <QStyle>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -71,46 +71,9 @@ protected:
 
 } // namespace
 
-class PageWindow::Surface : public QWidget {
-public:
-    Surface(QWidget* window, bool framed) : QWidget(window), framed_(framed) {}
-
-    void ShowPictures(const std::vector<PaintedPicture>& pictures) {
-        pictures_.clear();
-        for (const PaintedPicture& picture : pictures)
-            pictures_.push_back({PixmapOf(*picture.picture),
-                                 {picture.x, picture.y},
-                                 {0, 0, picture.width, picture.height}});
-        update();
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::SmoothPixmapTransform);
-        if (framed_) {
-            QStyleOption frame;
-            frame.initFrom(this);
-            style()->drawPrimitive(QStyle::PE_FrameWindow, &frame, &painter, this);
-        }
-        for (const ShownPicture& picture : pictures_)
-            painter.drawPixmap(picture.position, picture.pixmap, picture.part);
-    }
-
-private:
-    struct ShownPicture {
-        QPixmap pixmap;
-        QPoint position;
-        QRect part;
-    };
-
-    const bool framed_;
-    std::vector<ShownPicture> pictures_;
-};
-
 PageWindow::PageWindow(const PageView& page)
     : QDialog(nullptr, FlagsOf(page)), page_(page.handle), scale_(PageFont(page)),
-      surface_(new Surface(this, page.title.empty())) {
+      surface_(new PageSurface(this, page.title.empty())) {
     setWindowTitle(NameOf(page));
     setWindowRole(QStringLiteral("page-%1").arg(page.id));
     surface_->setAccessibleName(NameOf(page));

@@ -12,6 +12,8 @@ class QScrollArea;
 
 namespace platform::desktop {
 
+class PageSurface;
+
 class PageWindow : public QDialog {
 public:
     explicit PageWindow(const PageView& page);
@@ -29,9 +31,6 @@ protected:
     bool event(QEvent* event) override;
 
 private:
-    // Where the controls and pictures are, at the size of the page.
-    class Surface;
-
     QWidget* MakeControl(const PageView& page, const ControlView& control);
     QWidget* MakeButton(const PageView& page, const ControlView& control);
     void FitToScreen();
@@ -40,7 +39,7 @@ private:
 
     const HWND page_;
     Scale scale_;
-    Surface* surface_;
+    PageSurface* surface_;            // where the controls and pictures are
     QScrollArea* scroller_ = nullptr; // on a screen that is smaller than the page
     std::map<HWND, QWidget*> controls_;
     QWidget* default_ = nullptr;
