@@ -11,6 +11,8 @@
 #include <QFontMetricsF>
 #include <QImage>
 #include <QImageReader>
+#include <QPainter>
+#include <QSvgRenderer>
 
 #include <algorithm>
 #include <cmath>
@@ -81,6 +83,21 @@ QPixmap PixmapOf(const Picture& picture) {
     Put(file, static_cast<std::uint32_t>(BitmapFileHeader + picture.pixels), 4);
     Put(file, picture.bitmap);
     return QPixmap::fromImage(QImage::fromData(file, "BMP"));
+}
+
+QPixmap PixmapOf(const Picture& picture, const QSize& pixels) {
+    const QPixmap bitmap = PixmapOf(picture);
+    if (bitmap.isNull() || bitmap.size() == pixels)
+        return bitmap;
+    QSvgRenderer source(QByteArray(reinterpret_cast<const char*>(picture.vector.data()),
+                                   static_cast<qsizetype>(picture.vector.size())));
+    if (!source.isValid())
+        return bitmap.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    QPixmap drawn(pixels);
+    drawn.fill(Qt::transparent);
+    QPainter painter(&drawn);
+    source.render(&painter);
+    return drawn;
 }
 
 // The group names its images by number where an icon file has their offsets.

@@ -35,6 +35,10 @@ QColor ColourOf(COLORREF colour);
 // Null where the bytes are no picture.
 QPixmap PixmapOf(const Picture& picture);
 
+// The picture for an area of so many pixels of the screen: its bitmap where that is the size of
+// it; else drawn from its vector source or, where it has none that can be drawn, the bitmap scaled.
+QPixmap PixmapOf(const Picture& picture, const QSize& pixels);
+
 // The program's own icon; null where its resources have none.
 QIcon ProgramIcon();
 

@@ -5,8 +5,6 @@
 #include "platform/windows/drawing.h"
 
 #include <QPixmap>
-#include <QPoint>
-#include <QRect>
 #include <QWidget>
 
 #include <vector>
@@ -26,9 +24,8 @@ protected:
 
 private:
     struct ShownPicture {
-        QPixmap pixmap;
-        QPoint position;
-        QRect part;
+        PaintedPicture painted;
+        QPixmap pixmap; // for the pixels of the screen that it was last shown on; null: not yet
     };
 
     const bool framed_;

@@ -92,7 +92,7 @@ bool HeaderFits(LONG width, LONG height, unsigned depth, std::uint32_t compressi
 }
 
 // A device independent bitmap with the 40-byte header (BITMAPINFOHEADER), checked for its length.
-std::shared_ptr<const Picture> ReadPicture(std::span<const std::uint8_t> bytes) {
+std::shared_ptr<Picture> ReadPicture(std::span<const std::uint8_t> bytes) {
     ByteReader reader(bytes);
     std::uint32_t headerSize = reader.Long();
     auto width = static_cast<LONG>(reader.Long());
@@ -111,8 +111,8 @@ std::shared_ptr<const Picture> ReadPicture(std::span<const std::uint8_t> bytes) 
     if (bytes.size() < headerSize || colours > bytes.size() / 4 ||
         bytes.size() - headerSize < colours * 4 + rows * rowBytes)
         return nullptr;
-    return std::make_shared<const Picture>(
-        Picture{width, static_cast<LONG>(rows), bytes, headerSize + colours * 4});
+    return std::make_shared<Picture>(
+        Picture{width, static_cast<LONG>(rows), bytes, headerSize + colours * 4, {}});
 }
 
 BITMAP DescribePicture(const Picture& picture) {
@@ -242,6 +242,8 @@ HBITMAP WINAPI LoadBitmapA(HINSTANCE, LPCSTR name) {
     auto picture = bytes ? ReadPicture(*bytes) : nullptr;
     if (!picture)
         return nullptr;
+    if (const auto vector = FindNamedResource(VectorPictureResource, name))
+        picture->vector = *vector;
     const std::lock_guard lock(Drawing().lock);
     return static_cast<HBITMAP>(Drawing().Add(std::move(picture)));
 }

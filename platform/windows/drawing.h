@@ -16,6 +16,7 @@ struct Picture {
     LONG width = 1, height = 1;
     std::span<const std::uint8_t> bitmap;
     std::size_t pixels = 0; // where they start in it, behind the header and the palette
+    std::span<const std::uint8_t> vector; // the same picture as SVG; empty: there is none
 };
 
 // A copy of the upper left part of a picture onto a window's client area.

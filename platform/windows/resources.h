@@ -15,6 +15,10 @@ constexpr std::uint16_t DialogResource = 5;
 constexpr std::uint16_t StringResource = 6;
 constexpr std::uint16_t IconGroupResource = 14;
 
+// A type of this layer's own, by the first number that is free for programs: the SVG source of the
+// bitmap of the same id, drawn for the same size. A desktop with finer pixels shows it instead.
+constexpr std::uint16_t VectorPictureResource = 256;
+
 // Resources to use in place of the embedded ones: the bytes of a .res file, which stay the
 // caller's and must outlive every use. Not while another thread looks for resources.
 void UseResources(const void* begin, const void* end);

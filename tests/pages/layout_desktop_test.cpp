@@ -1,8 +1,10 @@
-// Where words stand on the desktop.
+// Where words and pictures stand on the desktop, and pictures in the pixels of the screen.
 // label: desktop
 
+#include "platform/desktop/page_surface.h"
 #include "platform/desktop/page_window.h"
 #include "platform/desktop/text_label.h"
+#include "testing/child_process.h"
 #include "testing/page_test.h"
 
 #include <QApplication>
@@ -13,6 +15,7 @@
 namespace {
 
 using namespace page_test;
+using platform::desktop::PixmapOf;
 using platform::desktop::TextLabel;
 
 class DesktopLayout : public PageTest {
@@ -55,6 +58,42 @@ TEST_F(DesktopLayout, texts_keep_the_banners_margin_start_in_one_line_and_leave_
             }
         }
         EXPECT_LE(*starts.rbegin() - *starts.begin(), 1) << stretch;
+    }
+}
+
+QImage Shown(const platform::PaintedPicture& painted) {
+    platform::desktop::PageSurface surface(nullptr, false);
+    surface.resize(700, 500);
+    surface.ShowPictures({painted});
+    const QImage page = surface.grab().toImage();
+    const double ratio = page.devicePixelRatio();
+    const QPointF start(painted.x * ratio, painted.y * ratio);
+    const QPointF end((painted.x + painted.width) * ratio, (painted.y + painted.height) * ratio);
+    return page.copy({start.toPoint(), end.toPoint() - QPoint(1, 1)});
+}
+
+TEST_F(DesktopLayout, pictures_are_drawn_for_the_pixels_of_the_screen) {
+    for (const PageView& view : user_.ended) {
+        for (platform::PaintedPicture painted : view.pictures) {
+            const QImage shown = Shown(painted), bitmap = PixmapOf(*painted.picture).toImage();
+            const QImage scaled = bitmap.convertToFormat(shown.format())
+                                      .scaled(shown.size(), {}, Qt::SmoothTransformation);
+            EXPECT_EQ(bitmap.size() == shown.size(), scaled == shown);
+            platform::Picture withoutSource = *painted.picture;
+            withoutSource.vector = withoutSource.bitmap; // which is no SVG
+            painted.picture = std::make_shared<const platform::Picture>(withoutSource);
+            EXPECT_EQ(scaled, Shown(painted));
+        }
+    }
+}
+
+// A scale is a process's own.
+TEST(DesktopScales, have_sharp_pictures) {
+    for (const char* scale : {"1.5", "2", "3"}) {
+        test_support::ChildProcess process({"/proc/self/exe", "--gtest_filter=*for_the_pixels*"},
+                                           {.environment = {{"QT_SCALE_FACTOR", scale}}});
+        process.CloseInput();
+        EXPECT_EQ(0, process.Wait()) << scale << "\n" << process.Transcript();
     }
 }
 
