@@ -76,6 +76,7 @@ int RunOnDesktop(int count, char** words, const std::function<int()>& program) {
     auto& application = *new QApplication(kept, words);
     QApplication::setQuitOnLastWindowClosed(false); // there is none between two pages
     QApplication::setApplicationName("rom-wizard");
+    QApplication::setDesktopFileName("rom-wizard"); // by which a desktop finds name and icon
     QObject::connect(&application, &QGuiApplication::commitDataRequest, AskProgram);
     UseDisplay(&DesktopDisplay());
     int result = 0;
