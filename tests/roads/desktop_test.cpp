@@ -104,10 +104,10 @@ TEST_F(Desk, a_backup_is_saved_and_restored_by_the_keyboard) {
         GoToActionChoice(Usb);
         Press(ActionChoicePage, {"Alt+m"});
         Press(VersionConfirmPage, {"Return"});
-        Press(BackupChoicePage, {"Alt+s"});
+        Press(BackupChoicePage, {"Alt+u"});
         desktop_.AwaitWindow("file-dialog");
         desktop_.Press("Escape"); // the page is up as before
-        Press(BackupChoicePage, {"Alt+s"});
+        Press(BackupChoicePage, {"Alt+u"});
         EnterFileName(saved);
         Press(UpgradeReadyPage, {"Return"});
         FinishUpgrade(wizard, FinishUsbPage);
