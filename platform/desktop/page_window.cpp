@@ -7,24 +7,24 @@
 #include "platform/desktop/page_window.h"
 
 #include "platform/desktop/mnemonics.h"
+#include "platform/desktop/page_buttons.h"
 #include "platform/desktop/page_surface.h"
 #include "platform/desktop/text_label.h"
 #include "platform/windows/page_lines.h"
 
 #include <windows.h>
 
-#include <QCheckBox>
+#include <QApplication>
 #include <QCloseEvent>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
 #include <QScrollArea>
-#include <QScrollBar>
 #include <QStyle>
 #include <QVBoxLayout>
+#include <QWindow>
 
 #include <algorithm>
 
@@ -59,16 +59,6 @@ Qt::WindowFlags FlagsOf(const PageView& page) {
            Qt::WindowCloseButtonHint;
 }
 
-// Reacts to a click anywhere on it, as on Windows, and not on its words alone.
-template <class Button>
-class WholeButton : public Button {
-public:
-    using Button::Button;
-
-protected:
-    bool hitButton(const QPoint& point) const override { return this->rect().contains(point); }
-};
-
 } // namespace
 
 PageWindow::PageWindow(const PageView& page)
@@ -88,8 +78,10 @@ PageWindow::PageWindow(const PageView& page)
         widget->setGeometry(scale_.Of(control.rect));
         if (control.isDefault)
             default_ = widget;
-        if (control.hasFocus)
+        if (control.hasFocus) {
             first_ = widget;
+            focused_ = control.handle;
+        }
         if (before && widget->focusPolicy() != Qt::NoFocus)
             setTabOrder(before, widget);
         before = widget;
@@ -97,7 +89,14 @@ PageWindow::PageWindow(const PageView& page)
     }
     ShowPictures(page);
     FitToScreen();
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
+        if (now && now->window() == this)
+            FollowFocus();
+    });
 }
+
+// The toolkit passes the focus on while it takes the page down.
+PageWindow::~PageWindow() { disconnect(qApp, nullptr, this, nullptr); }
 
 QWidget* PageWindow::MakeControl(const PageView& page, const ControlView& control) {
     switch (control.kind) {
@@ -119,17 +118,7 @@ QWidget* PageWindow::MakeControl(const PageView& page, const ControlView& contro
 }
 
 QWidget* PageWindow::MakeButton(const PageView& page, const ControlView& control) {
-    QAbstractButton* button = nullptr;
-    if (control.kind == ControlKind::PushButton) {
-        auto* push = new QPushButton(surface_);
-        push->setAutoDefault(false);
-        push->setDefault(control.isDefault);
-        button = push;
-    } else if (control.kind == ControlKind::CheckBox) {
-        button = new WholeButton<QCheckBox>(surface_);
-    } else {
-        button = new WholeButton<QRadioButton>(surface_);
-    }
+    QAbstractButton* const button = MakePageButton(control.kind, surface_);
     button->setFont(FontOf(control.font));
     button->setText(WithMnemonic(Words(control.text), mnemonics_));
     button->setAccessibleName(Words(LabelOf(page, control)));
@@ -149,13 +138,25 @@ QWidget* PageWindow::MakeButton(const PageView& page, const ControlView& control
     return button;
 }
 
+// Of what the desktop draws around the page, once it is on the screen.
+QSize PageWindow::FrameSize() const { return frameGeometry().size() - size(); }
+
+// A page that has never been larger than its screen has no scroll area around it.
 void PageWindow::FitToScreen() {
+    frame_ = FrameSize();
+    const QSize room = screen()->availableSize() - frame_;
     const QSize wanted = surface_->size();
-    const QSize screen = QGuiApplication::primaryScreen()->availableSize();
-    if (wanted.width() <= screen.width() && wanted.height() <= screen.height()) {
-        setFixedSize(wanted);
-        return;
-    }
+    const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    const QSize bars(wanted.height() > room.height() ? bar : 0,
+                     wanted.width() > room.width() ? bar : 0);
+    if (!bars.isNull() && !scroller_)
+        MakeScroller();
+    setFixedSize((wanted + bars).boundedTo(room));
+    ScrollToButtons();
+}
+
+void PageWindow::MakeScroller() {
+    QWidget* const focused = focusWidget();
     scroller_ = new QScrollArea(this);
     scroller_->setFrameShape(QFrame::NoFrame);
     scroller_->setFocusPolicy(Qt::NoFocus); // the keys come from the page's own controls
@@ -166,22 +167,98 @@ void PageWindow::FitToScreen() {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(scroller_);
-    const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-    const QSize withBars = wanted + QSize(wanted.height() > screen.height() ? bar : 0,
-                                          wanted.width() > screen.width() ? bar : 0);
-    setFixedSize(withBars.boundedTo(screen));
+    if (isVisible())
+        scroller_->show();
+    if (focused) // which the move into the area has taken
+        focused->setFocus();
+}
+
+// Text is found where reading goes on to; a button that is out of sight is not missed. So those are
+// in view at first, and that with the focus in any case.
+void PageWindow::ScrollToButtons() {
+    if (!scroller_)
+        return;
+    layout()->activate();
+    for (QPushButton* button : Buttons())
+        scroller_->ensureWidgetVisible(button);
+    ScrollToFocus();
+}
+
+void PageWindow::ScrollToFocus() {
+    if (QWidget* const focused = focusWidget(); scroller_ && focused && focused != surface_)
+        scroller_->ensureWidgetVisible(focused);
+}
+
+void PageWindow::Centre() {
+    const QRect available = screen()->availableGeometry();
+    const QSize frame = frameGeometry().size();
+    move(available.x() + std::max(0, (available.width() - frame.width()) / 2),
+         available.y() + std::max(0, (available.height() - frame.height()) / 2));
+}
+
+// The screen, or the frame that a window manager gives to the page a little later.
+void PageWindow::FollowScreen() {
+    FitToScreen();
+    if (!screen()->availableGeometry().contains(frameGeometry()))
+        Centre();
 }
 
 void PageWindow::Present() {
-    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
     show();
-    const QSize frame = frameGeometry().size();
-    move(screen.x() + std::max(0, (screen.width() - frame.width()) / 2),
-         screen.y() + std::max(0, (screen.height() - frame.height()) / 2));
+    setAttribute(Qt::WA_KeyboardFocusChange); // the focus is seen before the first key, too
+    setScreen(QGuiApplication::primaryScreen());
+    FitToScreen();
+    Centre();
     raise();
     activateWindow();
     // Nothing has the focus that the page has not given it to: Enter would press it.
     (first_ ? first_ : surface_)->setFocus();
+    FollowFocus();
+    ScrollToButtons();
+    const auto watch = [this](QScreen* now) {
+        connect(now, &QScreen::availableGeometryChanged, this, &PageWindow::FollowScreen,
+                Qt::UniqueConnection);
+    };
+    watch(screen());
+    connect(windowHandle(), &QWindow::screenChanged, this, [this, watch](QScreen* now) {
+        watch(now);
+        FitToScreen();
+    });
+}
+
+QList<QPushButton*> PageWindow::Buttons() const {
+    return surface_->findChildren<QPushButton*>(Qt::FindDirectChildrenOnly);
+}
+
+// What follows the focus: the look of the button that Enter presses, the part of the page that is
+// in view, and what the page knows of it, for when it is hidden and comes back.
+void PageWindow::FollowFocus() {
+    MarkDefault();
+    ScrollToFocus();
+    const auto focused = std::ranges::find(controls_, focusWidget(), &Controls::value_type::second);
+    const HWND handle = focused == controls_.end() ? nullptr : focused->first;
+    if (handle != focused_)
+        PostMessageA(page_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(handle), TRUE);
+    focused_ = handle;
+}
+
+// Only one button looks like the one that Enter presses: that with the focus or else the default
+// one, and none while that is grey.
+void PageWindow::MarkDefault() {
+    auto* const focused = qobject_cast<QPushButton*>(focusWidget());
+    const QWidget* const pressed = focused && focused->isEnabled() ? focused : default_;
+    for (QPushButton* button : Buttons())
+        button->setDefault(button == pressed && button->isEnabled());
+}
+
+// A mark may be on its way to the page that turns the default button on. Until then Tab would pass
+// that one by, and the next key would press the one behind it, which leaves.
+bool PageWindow::focusNextPrevChild(bool next) {
+    const auto* const choice = qobject_cast<QRadioButton*>(focusWidget());
+    if (!choice || !choice->isChecked() || !default_ || default_->isEnabled())
+        return QDialog::focusNextPrevChild(next);
+    surface_->setFocus();
+    return true;
 }
 
 // The toolkit would pass the focus of a control that goes out of use on to the next one, which may
@@ -192,6 +269,7 @@ void PageWindow::Enable(QWidget* widget, bool enabled) {
     widget->setEnabled(enabled);
     if (enabled && widget == default_ && focusWidget() == surface_)
         widget->setFocus();
+    MarkDefault();
 }
 
 void PageWindow::ShowControl(const ControlView& control) {
@@ -224,7 +302,9 @@ void PageWindow::ShowWaiting(bool waiting) {
 void PageWindow::PostKey(WPARAM key) { PostMessageA(page_, WM_KEYDOWN, key, 0); }
 
 void PageWindow::keyPressEvent(QKeyEvent* event) {
-    if (event->key() == Qt::Key_Escape) {
+    if (event->isAutoRepeat()) { // held down over the end of a page, it would end the next one
+        event->ignore();
+    } else if (event->key() == Qt::Key_Escape) {
         PostKey(VK_ESCAPE);
     } else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
         auto* focused = qobject_cast<QPushButton*>(focusWidget());
@@ -247,6 +327,8 @@ bool PageWindow::event(QEvent* event) {
     if (event->type() == QEvent::Enter)
         PostMessageA(page_, WM_SETCURSOR, reinterpret_cast<WPARAM>(page_),
                      MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
+    if (event->type() == QEvent::Move && isVisible() && frame_ != FrameSize())
+        QMetaObject::invokeMethod(this, &PageWindow::FollowScreen, Qt::QueuedConnection);
     return QDialog::event(event);
 }
 

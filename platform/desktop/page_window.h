@@ -8,6 +8,7 @@
 
 #include <map>
 
+class QPushButton;
 class QScrollArea;
 
 namespace platform::desktop {
@@ -17,8 +18,10 @@ class PageSurface;
 class PageWindow : public QDialog {
 public:
     explicit PageWindow(const PageView& page);
+    ~PageWindow() override;
 
-    // In the middle of the first screen, with the focus on the default button.
+    // In the middle of the first screen, with the focus where the page has given it to. From then
+    // on the page tells where it has gone.
     void Present();
 
     void ShowControl(const ControlView& control);
@@ -29,21 +32,35 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     bool event(QEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
 
 private:
     QWidget* MakeControl(const PageView& page, const ControlView& control);
     QWidget* MakeButton(const PageView& page, const ControlView& control);
-    void FitToScreen();
+    QList<QPushButton*> Buttons() const;
     void Enable(QWidget* widget, bool enabled);
+    void FollowFocus();
+    void MarkDefault();
+
+    QSize FrameSize() const;
+    void FollowScreen();
+    void FitToScreen();
+    void Centre();
+    void MakeScroller();
+    void ScrollToButtons();
+    void ScrollToFocus();
     void PostKey(WPARAM key);
 
     const HWND page_;
     Scale scale_;
     PageSurface* surface_;            // where the controls and pictures are
-    QScrollArea* scroller_ = nullptr; // on a screen that is smaller than the page
-    std::map<HWND, QWidget*> controls_;
+    QScrollArea* scroller_ = nullptr; // where a screen is or was smaller than the page
+    QSize frame_;                     // that the page's size allows for
+    using Controls = std::map<HWND, QWidget*>;
+    Controls controls_;
     QWidget* default_ = nullptr;
     QWidget* first_ = nullptr; // has the focus at first; null: none
+    HWND focused_ = nullptr;   // as the page knows it
     QString mnemonics_;
     bool showing_ = false; // what changes now is not the user's doing
 };

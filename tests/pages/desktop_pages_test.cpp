@@ -200,6 +200,54 @@ protected:
         Grab().save(QString::fromStdString(folder / name));
     }
 
+    // To what has the focus, and nothing of what comes of it is served before the next key.
+    void Key(Qt::Key key) { QTest::keyClick(window_->focusWidget(), key); }
+    // By Space where the page opens with the focus on it, else by Enter.
+    void PressByTabs(QAbstractButton* button) {
+        ExpectDefault();
+        const Qt::Key press = button->hasFocus() ? Qt::Key_Space : Qt::Key_Return;
+        for (int tab = 0; tab < 10 && !button->hasFocus(); ++tab) {
+            Key(Qt::Key_Tab);
+            ExpectDefault();
+        }
+        EXPECT_TRUE(button->hasFocus()) << button->objectName().toStdString();
+        EXPECT_TRUE(WaitUntil([&] { // for when it is hidden and comes back
+            const auto views = View().controls;
+            const auto focused = std::ranges::find(views, true, &ControlView::hasFocus);
+            return focused != views.end() && Control(focused->id) == button;
+        }));
+        Key(press);
+    }
+    // An arrow marks what it goes to, round and round, also while none is marked. Tab and Space do
+    // not leave while the page has not heard of the mark yet, nor turned its button on.
+    void ChooseByKeys(const QAbstractButton* choice) {
+        EXPECT_TRUE(choice->hasFocus());
+        Key(Qt::Key_Down);
+        EXPECT_FALSE(choice->isChecked());
+        Key(Qt::Key_Right);
+        EXPECT_TRUE(choice->isChecked());
+        Key(Qt::Key_Tab);
+        Key(Qt::Key_Space);
+        EXPECT_TRUE(WaitUntil([&] { return Button(IDOK)->hasFocus(); }));
+    }
+    void ShowAnotherWindow() {
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        EXPECT_TRUE(WaitUntil([&] { return other.isActiveWindow(); }));
+        window_->activateWindow();
+        EXPECT_TRUE(WaitUntil([&] { return window_->isActiveWindow(); }));
+    }
+    // One button looks like the one that Enter presses: that with the focus, else the default one.
+    void ExpectDefault() {
+        const auto* focused = qobject_cast<QPushButton*>(window_->focusWidget());
+        for (const ControlView& view : View().controls) {
+            const auto* button = qobject_cast<QPushButton*>(Control(view.id));
+            const bool pressed = focused ? button == focused : view.isDefault && view.enabled;
+            EXPECT_TRUE(!button || button->isDefault() == pressed) << view.id;
+        }
+    }
+
     // As the page has them in the model of windows, which the index judges.
     PageView View() const {
         const auto lock = platform::LockWindows();
@@ -215,6 +263,8 @@ protected:
                 EXPECT_EQ(words.toStdString(), label->text().toStdString()) << view.id;
                 ExpectLooks(*label, view);
             } else if (auto* button = Button(view.id)) {
+                ExpectMnemonic(*button, button->text());
+                EXPECT_EQ(button->rect(), button->visibleRegion().boundingRect()) << view.id;
                 EXPECT_EQ(words.toStdString(), button->text().remove('&').toStdString()) << view.id;
                 EXPECT_LE(button->fontMetrics().horizontalAdvance(words), button->width() - 8)
                     << view.id;
@@ -222,6 +272,15 @@ protected:
                 EXPECT_EQ(IDC_PROGRESS, view.id);
             }
         }
+    }
+    // Buttons that lead on or away have theirs to themselves.
+    static void ExpectMnemonic(const QAbstractButton& button, const QString& text) {
+        const QString key = button.shortcut().toString().right(1);
+        const bool common =
+            text == "&Suivant" || text == "&Annuler" || text == "&Quitter" || text == "&Terminer";
+        EXPECT_TRUE(text.isEmpty() || !key.isEmpty()) << text.toStdString();
+        EXPECT_TRUE(common || key.isEmpty() || !QString("SAQT").contains(key))
+            << text.toStdString();
     }
     // Colours are painted a little later.
     void ExpectLooks(const TextLabel& label, const ControlView& view) {
@@ -308,6 +367,7 @@ TEST_P(StandingPage, shows_its_words_and_pictures_whole) {
     ExpectPictures();
     ExpectWords();
     SavePicture();
+    EXPECT_TRUE(window_->screen()->availableGeometry().contains(window_->frameGeometry()));
     ExpectNothingCut();
     ExpectNothingOverlaps();
     ExpectNames(QAccessible::queryAccessibleInterface(window_));
@@ -318,29 +378,24 @@ TEST_P(StandingPage, shows_its_words_and_pictures_whole) {
     Leave();
 }
 
-// Tabs to the control and presses it.
-void TabTo(QWidget* window, const QWidget* control) {
-    for (int tab = 0; tab < 10 && QApplication::focusWidget() != control; ++tab)
-        QTest::keyClick(window, Qt::Key_Tab);
-    EXPECT_EQ(control, QApplication::focusWidget());
-}
-
 TEST_P(DesktopPage, gives_its_results_by_mouse_and_by_keyboard) {
     for (const auto& [command, result] : GetParam().shown.page().results) {
         for (const bool byKeyboard : {false, true}) {
             Open();
-            if (const int choice = ChoiceBeforeNext(*page_))
+            if (const int choice = ChoiceBeforeNext(*page_); choice && byKeyboard)
+                ChooseByKeys(Button(choice));
+            else if (choice)
                 QTest::mouseClick(Button(choice), Qt::LeftButton);
             QAbstractButton* button = Button(command);
             WaitUntil([&] { return !button || button->isEnabled(); });
             if (!button && command == IDOK) // a command that has no button
-                QTest::keyClick(window_, Qt::Key_Return);
+                ShowAnotherWindow(), Key(Qt::Key_Return);
             else if (!button && byKeyboard)
                 QTest::keyClick(window_, Qt::Key_Escape);
             else if (!button)
                 window_->close();
             else if (byKeyboard)
-                TabTo(window_, button), QTest::keyClick(button, Qt::Key_Return);
+                PressByTabs(button);
             else
                 QTest::mouseClick(button, Qt::LeftButton);
             EXPECT_EQ(result, Result()) << command << (byKeyboard ? " by keyboard" : " by mouse");
@@ -353,6 +408,8 @@ TEST_P(DesktopPage, ends_by_escape_and_the_close_box_only_where_cancel_has_a_res
     const auto leaving = std::ranges::find(results, IDCANCEL, &PageResult::command);
     const bool leaves = leaving != results.end();
     Open();
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, {}, {}, true); // since the page before
+    QApplication::sendEvent(window_->focusWidget(), &held);
     QTest::keyClick(window_, Qt::Key_Escape);
     if (!leaves) { // nothing has come of it, nor of the close box
         window_->close();
@@ -400,7 +457,9 @@ INSTANTIATE_TEST_SUITE_P(All, TransferPage, testing::ValuesIn(TransferPages), Na
 TEST(Desktop, shows_its_pages_whole_at_every_scale_and_with_a_wider_font) {
     const struct {
         const char *pictures, *scale, *stretch;
-    } looks[] = {{"144dpi", "1.5", "100"}, {"192dpi", "2", "100"}, {"wide", "1", "130"}};
+    } looks[] = {{"144dpi", "1.5", "100"},
+                 {"192dpi", "2", "100"}, // a screen of 400 by 400: smaller than most pages
+                 {"wide", "1", "130"}};
     for (const auto& look : looks) {
         test_support::ChildProcess process({"/proc/self/exe", "--gtest_filter=*shows_its_words*"},
                                            {.environment = {{"PAGE_PICTURES", look.pictures},
