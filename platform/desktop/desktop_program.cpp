@@ -3,6 +3,7 @@
 #include "platform/desktop/desktop_program.h"
 
 #include "platform/desktop/desktop_display.h"
+#include "platform/desktop/toolkit_language.h"
 #include "platform/kernel/execution_state.h"
 #include "platform/windows/display.h"
 #include "platform/windows/session_end.h"
@@ -77,6 +78,7 @@ int RunOnDesktop(int count, char** words, const std::function<int()>& program) {
     QApplication::setQuitOnLastWindowClosed(false); // there is none between two pages
     QApplication::setApplicationName("rom-wizard");
     QApplication::setDesktopFileName("rom-wizard"); // by which a desktop finds name and icon
+    desktop::LoadToolkitLanguage(application);
     QObject::connect(&application, &QGuiApplication::commitDataRequest, AskProgram);
     UseDisplay(&DesktopDisplay());
     int result = 0;

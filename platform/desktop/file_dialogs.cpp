@@ -1,6 +1,9 @@
-// File dialogs, native where the desktop has its own.
+// File dialogs, native where the desktop has its own and the session speaks the language of the
+// pages: what belongs to the session has the session's words.
 
 #include "platform/desktop/file_dialogs.h"
+
+#include "platform/desktop/toolkit_language.h"
 
 #include <QFileInfo>
 #include <QMessageBox>
@@ -33,6 +36,7 @@ void FileDialogs::Show(const FileRequest& request, QWidget* page) {
     dialog->setAcceptMode(request.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dialog->setFileMode(request.save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
     dialog->setOption(QFileDialog::DontConfirmOverwrite); // the program asks in its own words
+    dialog->setOption(QFileDialog::DontUseNativeDialog, !SessionHasLanguageOfPages());
     dialog->setNameFilters(FiltersOf(request));
     if (!request.proposal.empty())
         dialog->selectFile(QString::fromStdString(request.proposal));
@@ -47,8 +51,8 @@ void FileDialogs::Show(const FileRequest& request, QWidget* page) {
     dialog->open();
     if (error_.empty())
         return;
-    auto* box = new QMessageBox(QMessageBox::Warning, {}, QString::fromStdString(error_),
-                                QMessageBox::Ok, dialog);
+    auto* box = new QMessageBox(QMessageBox::Warning, dialog->windowTitle(),
+                                QString::fromStdString(error_), QMessageBox::Ok, dialog);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->open();
     error_.clear();

@@ -6,7 +6,9 @@
 #include "pages/progress_pages.h"
 #include "platform/desktop/conversions.h"
 #include "platform/desktop/desktop_display.h"
+#include "platform/desktop/file_dialogs.h"
 #include "platform/desktop/text_label.h"
+#include "platform/desktop/toolkit_language.h"
 #include "platform/windows/pages.h"
 #include "platform/windows/window_model.h"
 #include "testing/child_process.h"
@@ -453,6 +455,19 @@ TEST_P(TransferPage, ends_by_no_key_and_no_close_box_and_has_the_busy_cursor) {
 
 INSTANTIATE_TEST_SUITE_P(All, TransferPage, testing::ValuesIn(TransferPages), NameOfPage);
 
+TEST(Desktop, has_file_dialogs_in_the_language_of_the_pages) {
+    platform::desktop::FileDialogs dialogs;
+    dialogs.SetError("Ce dossier n'existe pas");
+    dialogs.Show({.save = true, .owner = nullptr, .proposal = "TOLKROM187.nbf", .filters = {}},
+                 nullptr);
+    const auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget()->parent());
+    ASSERT_TRUE(dialog);
+    EXPECT_EQ("Enregistrer sous", dialog->windowTitle().toStdString());
+    EXPECT_EQ("&Enregistrer", dialog->labelText(QFileDialog::Accept).toStdString());
+    EXPECT_EQ("Annuler", dialog->labelText(QFileDialog::Reject).remove('&').toStdString());
+    dialogs.Close();
+}
+
 // A scale is a process's own, so each runs the tests of above anew.
 TEST(Desktop, shows_its_pages_whole_at_every_scale_and_with_a_wider_font) {
     const struct {
@@ -475,7 +490,9 @@ TEST(Desktop, shows_its_pages_whole_at_every_scale_and_with_a_wider_font) {
 int main(int count, char** words) {
     testing::InitGoogleTest(&count, words);
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    setenv("LC_ALL", "en_GB.UTF-8", 1); // which the pages do not speak
     QApplication application(count, words);
+    platform::desktop::LoadToolkitLanguage(application);
     QApplication::setQuitOnLastWindowClosed(false);
     QAccessible::setActive(true);
     return RUN_ALL_TESTS();
