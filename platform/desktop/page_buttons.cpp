@@ -14,12 +14,19 @@ namespace platform::desktop {
 
 namespace {
 
-// The toolkit presses a focused button by each repetition of a held Enter, page after page.
+// The toolkit presses a focused button by each repetition of a held Enter, page after page. And it
+// leaves the focus where it was when a button is pressed by its letter: with a file dialog called
+// off, Enter would press that other button.
 class PushButton : public QPushButton {
 public:
     using QPushButton::QPushButton;
 
 protected:
+    bool event(QEvent* event) override {
+        if (event->type() == QEvent::Shortcut)
+            setFocus(Qt::ShortcutFocusReason);
+        return QPushButton::event(event);
+    }
     void keyPressEvent(QKeyEvent* event) override {
         if (event->isAutoRepeat() &&
             (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter))

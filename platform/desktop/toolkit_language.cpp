@@ -29,7 +29,6 @@ bool SessionHasLanguageOfPages() {
 void LoadToolkitLanguage(QApplication& application) {
     const QLocale locale =
         SessionHasLanguageOfPages() ? QLocale::system() : QLocale(LanguagesOfPages[0]);
-    QLocale::setDefault(locale); // for sizes and dates of files
     auto* translations = new QTranslator(&application);
     if (translations->load(locale, "qtbase", "_",
                            QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
