@@ -4,7 +4,7 @@
 // likes. Threads that are still in a read or a wait when WinMain returns do not keep the process
 // alive: it leaves by _exit, with everything written that was printed.
 
-#include "platform/desktop/desktop_program.h"
+#include "platform/desktop_module.h"
 #include "platform/kernel/handles.h"
 #include "platform/rapi/rapi_session.h"
 #include "platform/windows/display.h"
@@ -17,6 +17,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <thread>
 
 namespace {
@@ -50,14 +51,35 @@ void ReportHandles() {
         std::fprintf(stderr, "handles: %d closed twice\n", closedTwice);
 }
 
+// Windows programs of this kind have no options; these are those that every other program has.
+void ParseArguments(int count, char** words) {
+    constexpr int WrongUsage = 2;
+    if (count == 1)
+        return;
+    const std::string word = words[1];
+    if (count == 2 && word == "--version") {
+        std::puts(PROGRAM_NAME " " PROGRAM_VERSION);
+        std::exit(0);
+    }
+    if (count == 2 && word == "--help") {
+        std::puts("usage: " PROGRAM_NAME " [--help | --version]\n"
+                  "Leads through all it does page by page, on a desktop or at a terminal. More: "
+                  "man " PROGRAM_NAME);
+        std::exit(0);
+    }
+    std::fprintf(stderr, PROGRAM_NAME ": %s: no such option; try --help\n", words[count - 1]);
+    std::exit(WrongUsage);
+}
+
 } // namespace
 
 int main(int count, char** words) {
+    ParseArguments(count, words);
     // Whoever reads the pages may go away; that must not end a program in the middle of its work.
     std::signal(SIGPIPE, SIG_IGN);
     platform::BlockSignals();
-    int exitCode = platform::DesktopIsWanted() ? platform::RunOnDesktop(count, words, RunWinMain)
-                                               : RunAtTerminal();
+    platform::RunOnDesktopFunction* const runOnDesktop = platform::WantedDesktop();
+    const int exitCode = runOnDesktop ? runOnDesktop(count, words, RunWinMain) : RunAtTerminal();
     // As the unloading of the library would; its event is not the program's to close.
     platform::RapiSession::Instance().Close();
     ReportHandles();

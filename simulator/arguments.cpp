@@ -4,8 +4,17 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
+#include <exception>
 
 namespace simulator {
+
+namespace {
+
+constexpr int Refused = 1;
+constexpr int WrongUsage = 2;
+
+} // namespace
 
 bool Arguments::Has(const std::string& name) const {
     return std::ranges::any_of(options, [&](const auto& option) { return option.first == name; });
@@ -56,6 +65,37 @@ std::uint32_t ParseNumber32(const std::string& text) {
     if (value > UINT32_MAX)
         throw UsageError(text + ": too large");
     return static_cast<std::uint32_t>(value);
+}
+
+int RunProgram(const std::string& name, std::span<const std::string> words,
+               const std::function<std::string()>& usage,
+               const std::function<int(std::span<const std::string>)>& run) {
+    try {
+        if (words.size() == 1 && words[0] == "--help")
+            std::fputs(usage().c_str(), stdout);
+        else if (words.size() == 1 && words[0] == "--version")
+            std::printf("%s %s\n", name.c_str(), PROGRAM_VERSION);
+        else
+            return run(words);
+        return 0;
+    } catch (const UsageError& error) {
+        std::fprintf(stderr, "%s: %s; try --help\n", name.c_str(), error.what());
+        return WrongUsage;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", name.c_str(), error.what());
+        return Refused;
+    }
+}
+
+std::string UsageOf(std::span<const OptionRow> options) {
+    constexpr std::size_t HelpColumn = 25;
+    std::string usage;
+    for (const OptionRow& option : options) {
+        std::string line = option.name + " " + option.value;
+        line.resize(std::max(line.size() + 1, HelpColumn), ' ');
+        usage += "      " + line + option.help + "\n";
+    }
+    return usage;
 }
 
 } // namespace simulator

@@ -7,6 +7,7 @@
 
 #include <windows.h>
 
+#include "simulator/arguments.h"
 #include "simulator/local_socket.h"
 #include "simulator/registration.h"
 
@@ -14,17 +15,16 @@
 #include "platform/files/paths.h"
 
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <exception>
 #include <filesystem>
+#include <span>
 #include <string>
-#include <string_view>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -171,25 +171,22 @@ void OpenWindows() {
     }
 }
 
-bool ParseVersion(const char* text, DWORD& version) {
-    const char* end = text + std::strlen(text);
-    const auto [stop, error] = std::from_chars(text, end, version);
-    return error == std::errc() && stop == end && stop != text;
+const simulator::OptionRow Options[] = {{"--major", "N", "of the version that it registers (3)"},
+                                        {"--minor", "N", "likewise (5)"}};
+
+std::string Usage() {
+    return "usage: connection-manager [options]\n" + simulator::UsageOf(Options);
 }
 
-bool ParseArguments(int count, char** words, Versions& versions) {
-    for (int at = 1; at < count; at += 2) {
-        const std::string_view option = words[at];
-        DWORD* version = option == "--major"   ? &versions.major
-                         : option == "--minor" ? &versions.minor
-                                               : nullptr;
-        if (!version || at + 1 == count || !ParseVersion(words[at + 1], *version))
-            return false;
-    }
-    return true;
+Versions ParseVersions(std::span<const std::string> words) {
+    const simulator::Arguments arguments = simulator::ParseArguments(words, Options, 0);
+    const Versions usual;
+    return {simulator::ParseNumber32(arguments.Get("--major", std::to_string(usual.major))),
+            simulator::ParseNumber32(arguments.Get("--minor", std::to_string(usual.minor)))};
 }
 
-void RunManager(const Versions& versions) {
+int RunManager(std::span<const std::string> words) {
+    const Versions versions = ParseVersions(words);
     const Descriptor pidFile = LockPidFile();
     Register(versions);
     HoldSerialPort();
@@ -200,6 +197,7 @@ void RunManager(const Versions& versions) {
     MSG message;
     while (GetMessageA(&message, nullptr, 0, 0) > 0)
         DispatchMessageA(&message);
+    return 0;
 }
 
 } // namespace
@@ -207,18 +205,7 @@ void RunManager(const Versions& versions) {
 int main(int count, char** words) {
     std::setvbuf(stdout, nullptr, _IOLBF, 0); // every line at once, also into a pipe
     std::signal(SIGPIPE, SIG_IGN);            // it outlives whoever started it and reads its lines
-    Versions versions;
-    if (!ParseArguments(count, words, versions)) {
-        std::fputs("usage: connection-manager [--major N] [--minor N]\n"
-                   "  the version that it registers, 3.5 by default\n",
-                   stderr);
-        return 2;
-    }
-    try {
-        RunManager(versions);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "connection-manager: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+    return simulator::RunProgram("connection-manager",
+                                 std::vector<std::string>(words + 1, words + count), Usage,
+                                 RunManager);
 }

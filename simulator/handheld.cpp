@@ -10,14 +10,12 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <exception>
 
 namespace simulator {
 
 namespace {
 
 constexpr int Refused = 1;
-constexpr int WrongUsage = 2;
 
 struct Command {
     const char* name;
@@ -151,21 +149,20 @@ std::vector<Command> Commands() {
     };
 }
 
-void PrintUsage(const std::vector<Command>& commands) {
-    std::fputs("usage:\n", stderr);
-    for (const Command& command : commands) {
-        std::string line = std::string("  handheld ") + command.name;
+std::string Usage() {
+    std::string usage = "usage: handheld COMMAND, where a command is one of\n";
+    for (const Command& command : Commands()) {
+        usage += std::string("  ") + command.name;
         for (const std::string& name : command.positional)
-            line += " " + name;
-        std::fprintf(stderr, "%s%s\n      %s\n", line.c_str(),
-                     command.options.empty() ? "" : " [options]", command.help);
-        for (const OptionRow& option : command.options)
-            std::fprintf(stderr, "      %-24s %s\n", (option.name + " " + option.value).c_str(),
-                         option.help.c_str());
+            usage += " " + name;
+        usage += std::string(command.options.empty() ? "" : " [options]") + "\n      " +
+                 command.help + "\n" + UsageOf(command.options);
     }
+    return usage;
 }
 
-int RunCommand(const std::vector<Command>& commands, std::span<const std::string> words) {
+int RunCommand(std::span<const std::string> words) {
+    const std::vector<Command> commands = Commands();
     if (words.empty())
         throw UsageError("a command is needed");
     const auto command = std::ranges::find(commands, words[0], &Command::name);
@@ -181,15 +178,6 @@ int RunCommand(const std::vector<Command>& commands, std::span<const std::string
 } // namespace simulator
 
 int main(int count, char** words) {
-    const std::vector<simulator::Command> commands = simulator::Commands();
-    try {
-        return simulator::RunCommand(commands, std::vector<std::string>(words + 1, words + count));
-    } catch (const simulator::UsageError& error) {
-        std::fprintf(stderr, "handheld: %s\n", error.what());
-        simulator::PrintUsage(commands);
-        return simulator::WrongUsage;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "handheld: %s\n", error.what());
-        return simulator::Refused;
-    }
+    return simulator::RunProgram("handheld", std::vector<std::string>(words + 1, words + count),
+                                 simulator::Usage, simulator::RunCommand);
 }

@@ -1,6 +1,5 @@
-// The toolkit's application around a program, and the desktop's session around both.
-
-#include "platform/desktop/desktop_program.h"
+// The toolkit's application around a program, and the desktop's session around both. What the
+// program calls here it finds by name (desktop_module.h).
 
 #include "platform/desktop/desktop_display.h"
 #include "platform/desktop/toolkit_language.h"
@@ -16,7 +15,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <thread>
 
@@ -27,15 +25,6 @@ namespace {
 bool IsSet(const char* name) {
     const char* value = std::getenv(name);
     return value && *value;
-}
-
-// The toolkit ends a process that cannot reach the server, and a session may have a name for one
-// that has gone.
-bool ReachesXServer() {
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    const bool reached = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    return reached;
 }
 
 // In a session without a bus the toolkit has one started, by a fork from one thread of many, and
@@ -64,13 +53,21 @@ void RunLoop(const std::atomic<bool>& programEnded) {
 
 } // namespace
 
-bool DesktopIsWanted() {
-    if (const char* display = std::getenv("ROM_WIZARD_DISPLAY"); display && *display)
-        return std::strcmp(display, "desktop") == 0;
-    return IsSet("WAYLAND_DISPLAY") || (IsSet("DISPLAY") && ReachesXServer());
+} // namespace platform
+
+// The toolkit ends a process that cannot reach the X server, and a session may have a name for one
+// that has gone.
+extern "C" bool DesktopIsThere() {
+    if (platform::IsSet("WAYLAND_DISPLAY"))
+        return true;
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool reached = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return reached;
 }
 
-int RunOnDesktop(int count, char** words, const std::function<int()>& program) {
+extern "C" int RunOnDesktop(int count, char** words, int (*program)()) {
+    using namespace platform;
     DisableAbsentBus();
     // Never destroyed: threads of the program may still show something while the process ends.
     static int kept = count;
@@ -92,5 +89,3 @@ int RunOnDesktop(int count, char** words, const std::function<int()>& program) {
     thread.join();
     return result;
 }
-
-} // namespace platform
