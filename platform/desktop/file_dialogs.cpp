@@ -3,7 +3,9 @@
 
 #include "platform/desktop/file_dialogs.h"
 
+#include "platform/base/text.h"
 #include "platform/desktop/toolkit_language.h"
+#include "platform/files/paths.h"
 
 #include <QFileInfo>
 #include <QMessageBox>
@@ -38,11 +40,12 @@ void FileDialogs::Show(const FileRequest& request, QWidget* page) {
     dialog->setOption(QFileDialog::DontConfirmOverwrite); // the program asks in its own words
     dialog->setOption(QFileDialog::DontUseNativeDialog, !SessionHasLanguageOfPages());
     dialog->setNameFilters(FiltersOf(request));
-    if (!request.proposal.empty())
-        dialog->selectFile(QString::fromStdString(request.proposal));
+    if (const QString name = NameFor(request); !name.isEmpty())
+        dialog->selectFile(name);
     dialog_ = dialog;
     QObject::connect(dialog, &QFileDialog::fileSelected, dialog, [this](const QString& file) {
         folder_ = QFileInfo(file).absolutePath();
+        given_ = file;
         Store({false, file.toStdString()});
     });
     QObject::connect(dialog, &QFileDialog::rejected, dialog, [this] { Store({true, {}}); });
@@ -56,6 +59,16 @@ void FileDialogs::Show(const FileRequest& request, QWidget* page) {
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->open();
     error_.clear();
+}
+
+// After an error the name that was refused, to be put right. A path that the program proposes is
+// one of Windows, and would be the name of a file here.
+QString FileDialogs::NameFor(const FileRequest& request) const {
+    if (!error_.empty() && !given_.isEmpty())
+        return given_;
+    const bool isPath = request.proposal.find('\\') != std::string::npos;
+    return QString::fromStdString(isPath ? HostPath(AnsiFromUtf8(request.proposal))
+                                         : request.proposal);
 }
 
 void FileDialogs::Close() {

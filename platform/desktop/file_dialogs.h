@@ -25,11 +25,13 @@ public:
     std::optional<FileAnswer> NextAnswer();
 
 private:
+    QString NameFor(const FileRequest& request) const;
     void Store(FileAnswer answer);
 
     QPointer<QFileDialog> dialog_;
     std::string error_;
     QString folder_; // where the user was last
+    QString given_;  // the file that the user named last
 
     std::mutex lock_;
     std::optional<FileAnswer> answer_;

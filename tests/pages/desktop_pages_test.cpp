@@ -458,13 +458,15 @@ TEST_P(TransferPage, ends_by_no_key_and_no_close_box_and_has_the_busy_cursor) {
 
 INSTANTIATE_TEST_SUITE_P(All, TransferPage, testing::ValuesIn(TransferPages), NameOfPage);
 
-TEST(Desktop, has_file_dialogs_in_the_language_of_the_pages) {
+TEST(Desktop, has_file_dialogs_in_the_language_of_the_pages_and_with_paths_of_the_host) {
     platform::desktop::FileDialogs dialogs;
     dialogs.SetError("Ce dossier n'existe pas");
-    dialogs.Show({.save = true, .owner = nullptr, .proposal = "TOLKROM187.nbf", .filters = {}},
-                 nullptr);
+    dialogs.Show(
+        {.save = true, .owner = nullptr, .proposal = "Z:\\tmp\\TOLKROM187.nbf", .filters = {}},
+        nullptr);
     const auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget()->parent());
     ASSERT_TRUE(dialog);
+    EXPECT_EQ("/tmp/TOLKROM187.nbf", dialog->selectedFiles().join("").toStdString());
     EXPECT_EQ("Enregistrer sous", dialog->windowTitle().toStdString());
     EXPECT_EQ("&Enregistrer", dialog->labelText(QFileDialog::Accept).toStdString());
     EXPECT_EQ("Annuler", dialog->labelText(QFileDialog::Reject).remove('&').toStdString());
