@@ -1,5 +1,5 @@
-// Pages on the desktop: from a key to the next page on a loaded machine, and what the page costs
-// that watches the power adapter.
+// Pages: from the start to the first one, at a terminal and on the desktop; from a key to the next
+// page on a loaded desktop; and what the page costs that watches the power adapter.
 
 #include "bench/costs.h"
 #include "bench/median.h"
@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <iterator>
@@ -42,6 +43,28 @@ public:
 private:
     std::vector<std::unique_ptr<ChildProcess>> spinners_;
 };
+
+void PrintStarts(const TestHome& home, XDesktop& desktop, int rounds) {
+    const Cradle cradle(home);
+    std::vector<double> times[2];
+    long memory[2] = {};
+    for (int round = 0; round < 2 * rounds; ++round) { // by turns
+        const bool onDesktop = round % 2 != 0;
+        const auto begin = Clock::now();
+        WizardRun wizard(home, onDesktop ? desktop.Variables() : Environment());
+        if (onDesktop)
+            desktop.AwaitPage(IntroductionPages[0]);
+        else
+            wizard.ExpectPage(IntroductionPages[0]);
+        times[onDesktop].push_back(MillisecondsSince(begin));
+        memory[onDesktop] = bench::CostsOf(wizard.Process().Id()).peakKilobytes;
+        wizard.Process().Signal(SIGTERM);
+        wizard.Wait();
+    }
+    std::printf("from the start to the first page, and memory: %.0f ms and %ld KiB at a terminal, "
+                "%.0f ms and %ld KiB on the desktop\n",
+                bench::Median(times[0]), memory[0], bench::Median(times[1]), memory[1]);
+}
 
 std::vector<double> TimePageChanges(const TestHome& home, XDesktop& desktop) {
     WizardRun wizard(home, desktop.Variables());
@@ -115,12 +138,14 @@ void PrintPowerWatch(const TestHome& home, XDesktop& desktop, int seconds) {
 
 int main(int count, char**) {
     const bool smoke = count > 1;
-    const TestHome home;
-    home.AddLanguageFolder();
     XDesktop desktop;
-    PrintPageChanges(home, desktop, smoke ? 1 : 10);
-    const TestHome other;
-    other.AddLanguageFolder();
-    PrintPowerWatch(other, desktop, smoke ? 1 : 30);
+    const auto measure = [&](auto print, int amount) {
+        const TestHome home;
+        home.AddLanguageFolder();
+        print(home, desktop, amount);
+    };
+    measure(PrintStarts, smoke ? 1 : 10);
+    measure(PrintPageChanges, smoke ? 1 : 10);
+    measure(PrintPowerWatch, smoke ? 1 : 30);
     return 0;
 }
