@@ -138,8 +138,11 @@ QWidget* PageWindow::MakeButton(const PageView& page, const ControlView& control
     return button;
 }
 
-// Of what the desktop draws around the page, once it is on the screen.
-QSize PageWindow::FrameSize() const { return frameGeometry().size() - size(); }
+// Of what the desktop draws around the page, once it is on the screen. The toolkit may count a
+// frame that it does not know yet as less than nothing.
+QSize PageWindow::FrameSize() const {
+    return (frameGeometry().size() - size()).expandedTo(QSize(0, 0));
+}
 
 // A page that has never been larger than its screen has no scroll area around it.
 void PageWindow::FitToScreen() {
@@ -327,7 +330,7 @@ bool PageWindow::event(QEvent* event) {
     if (event->type() == QEvent::Enter)
         PostMessageA(page_, WM_SETCURSOR, reinterpret_cast<WPARAM>(page_),
                      MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
-    if (event->type() == QEvent::Move && isVisible() && frame_ != FrameSize())
+    if (isVisible() && frame_ != FrameSize()) // which has no event of its own
         QMetaObject::invokeMethod(this, &PageWindow::FollowScreen, Qt::QueuedConnection);
     return QDialog::event(event);
 }
