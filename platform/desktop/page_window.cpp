@@ -6,11 +6,13 @@
 
 #include "platform/desktop/page_window.h"
 
+#include "platform/desktop/announcements.h"
 #include "platform/desktop/mnemonics.h"
 #include "platform/desktop/page_buttons.h"
+#include "platform/desktop/page_names.h"
 #include "platform/desktop/page_surface.h"
+#include "platform/desktop/page_tree.h"
 #include "platform/desktop/text_label.h"
-#include "platform/windows/page_lines.h"
 
 #include <windows.h>
 
@@ -32,23 +34,11 @@ namespace platform::desktop {
 
 namespace {
 
-QString Words(const std::string& text) { return QString::fromStdString(text).trimmed(); }
-
 // A page's font is that of any control that has not been given another one.
 QFont PageFont(const PageView& page) {
     for (const ControlView& control : page.controls)
         if (control.font.lfHeight < 0 && control.font.lfWeight < FW_BOLD)
             return FontOf(control.font);
-    return {};
-}
-
-// The name of a page: its title or, without one, its first text.
-QString NameOf(const PageView& page) {
-    if (!page.title.empty())
-        return Words(page.title);
-    for (const ControlView& control : page.controls)
-        if (control.kind == ControlKind::Text && !control.text.empty())
-            return Words(control.text);
     return {};
 }
 
@@ -64,9 +54,12 @@ Qt::WindowFlags FlagsOf(const PageView& page) {
 PageWindow::PageWindow(const PageView& page)
     : QDialog(nullptr, FlagsOf(page)), page_(page.handle), scale_(PageFont(page)),
       surface_(new PageSurface(this, page.title.empty())) {
-    setWindowTitle(NameOf(page));
+    ControlAnnouncements();
+    setWindowTitle(page.title.empty() ? HeadingOf(page) : Words(page.title));
+    setAccessibleName(NameOf(page));
     setWindowRole(QStringLiteral("page-%1").arg(page.id));
-    surface_->setAccessibleName(NameOf(page));
+    UsePageTree(surface_);
+    surface_->setAccessibleName(HeadingOf(page));
     surface_->setFixedSize(scale_.Of(page.clientSize));
     QWidget* before = nullptr;
     for (const ControlView& control : page.controls) {
@@ -75,6 +68,7 @@ PageWindow::PageWindow(const PageView& page)
             continue;
         controls_[control.handle] = widget;
         widget->setObjectName(QString::number(control.id));
+        widget->setAccessibleDescription(DescriptionOf(page, control));
         widget->setGeometry(scale_.Of(control.rect));
         if (control.isDefault)
             default_ = widget;
@@ -87,6 +81,7 @@ PageWindow::PageWindow(const PageView& page)
         before = widget;
         ShowControl(control);
     }
+    JoinLabels(page);
     ShowPictures(page);
     FitToScreen();
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
@@ -98,9 +93,22 @@ PageWindow::PageWindow(const PageView& page)
 // The toolkit passes the focus on while it takes the page down.
 PageWindow::~PageWindow() { disconnect(qApp, nullptr, this, nullptr); }
 
+void PageWindow::JoinLabels(const PageView& page) {
+    for (const ControlView& control : page.controls) {
+        if (control.kind != ControlKind::Text)
+            continue;
+        auto* label = static_cast<QLabel*>(controls_.at(control.handle));
+        if (const ControlView* target = WordlessControl(page, control))
+            label->setBuddy(controls_.at(target->handle));
+        if (IsLabelOfText(page, control))
+            LeaveOutOfTree(label);
+    }
+}
+
 QWidget* PageWindow::MakeControl(const PageView& page, const ControlView& control) {
     switch (control.kind) {
     case ControlKind::Text:
+        labels_[control.handle] = LabelOfText(page, control);
         return new TextLabel(control, surface_);
     case ControlKind::PushButton:
     case ControlKind::CheckBox:
@@ -109,7 +117,7 @@ QWidget* PageWindow::MakeControl(const PageView& page, const ControlView& contro
     case ControlKind::Progress: {
         auto* bar = new QProgressBar(surface_);
         bar->setTextVisible(false);
-        bar->setAccessibleName(NameOf(page));
+        bar->setAccessibleName(NameOf(page, control));
         return bar;
     }
     default:
@@ -121,7 +129,7 @@ QWidget* PageWindow::MakeButton(const PageView& page, const ControlView& control
     QAbstractButton* const button = MakePageButton(control.kind, surface_);
     button->setFont(FontOf(control.font));
     button->setText(WithMnemonic(Words(control.text), mnemonics_));
-    button->setAccessibleName(Words(LabelOf(page, control)));
+    button->setAccessibleName(NameOf(page, control));
     const HWND handle = control.handle;
     const auto click = [this, handle] {
         if (!showing_)
@@ -282,6 +290,7 @@ void PageWindow::ShowControl(const ControlView& control) {
         return;
     showing_ = true;
     if (auto* label = dynamic_cast<TextLabel*>(widget)) {
+        label->setAccessibleName(NameOfText(control, labels_[control.handle]));
         label->Show(control);
     } else {
         widget->setVisible(control.visible);

@@ -38,6 +38,7 @@ private:
     QWidget* MakeControl(const PageView& page, const ControlView& control);
     QWidget* MakeButton(const PageView& page, const ControlView& control);
     QList<QPushButton*> Buttons() const;
+    void JoinLabels(const PageView& page);
     void Enable(QWidget* widget, bool enabled);
     void FollowFocus();
     void MarkDefault();
@@ -58,6 +59,7 @@ private:
     QSize frame_;                     // that the page's size allows for
     using Controls = std::map<HWND, QWidget*>;
     Controls controls_;
+    std::map<HWND, QString> labels_; // of texts, by the text
     QWidget* default_ = nullptr;
     QWidget* first_ = nullptr; // has the focus at first; null: none
     HWND focused_ = nullptr;   // as the page knows it
