@@ -48,7 +48,7 @@ public:
     void HidePage(const PageView&) override {}
     void UpdateControl(const PageView&, const platform::ControlView&) override {}
     void ShowFileDialog(const platform::FileRequest&) override {}
-    void ShowError(const std::string&) override {}
+    void ShowError(const platform::Sentence&) override {}
 
 private:
     void Keep(const PageView& page) { pages.try_emplace(std::to_string(page.id) + state, page); }

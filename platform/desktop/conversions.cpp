@@ -86,7 +86,7 @@ QPixmap PixmapOf(const Picture& picture) {
 }
 
 QPixmap PixmapOf(const Picture& picture, const QSize& pixels) {
-    const QPixmap bitmap = PixmapOf(picture);
+    QPixmap bitmap = PixmapOf(picture);
     if (bitmap.isNull() || bitmap.size() == pixels)
         return bitmap;
     QSvgRenderer source(QByteArray(reinterpret_cast<const char*>(picture.vector.data()),

@@ -314,19 +314,16 @@ void PageWindow::ShowWaiting(bool waiting) {
 void PageWindow::PostKey(WPARAM key) { PostMessageA(page_, WM_KEYDOWN, key, 0); }
 
 void PageWindow::keyPressEvent(QKeyEvent* event) {
-    if (event->isAutoRepeat()) { // held down over the end of a page, it would end the next one
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const bool escape = event->key() == Qt::Key_Escape;
+    auto* focused = qobject_cast<QPushButton*>(focusWidget());
+    // Held down over the end of a page, a key would end the next one.
+    if (event->isAutoRepeat() || !(enter || escape))
         event->ignore();
-    } else if (event->key() == Qt::Key_Escape) {
-        PostKey(VK_ESCAPE);
-    } else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        auto* focused = qobject_cast<QPushButton*>(focusWidget());
-        if (focused && focused->isEnabled())
-            focused->click();
-        else
-            PostKey(VK_RETURN);
-    } else {
-        event->ignore();
-    }
+    else if (enter && focused && focused->isEnabled())
+        focused->click();
+    else
+        PostKey(enter ? VK_RETURN : VK_ESCAPE);
 }
 
 // The page decides whether it closes.

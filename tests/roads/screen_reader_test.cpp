@@ -38,10 +38,9 @@ const Pages Introduction = {
     {"Sur votre Tolk Pocket PC :", {"label: Attention : REMARQUE : veuillez ne pas agir"}, Next},
 };
 Heard ConnectionType(const char* link) {
-    return {
-        "Veuillez sélectionner votre type de connexion :",
-        {"radio button: USB", "radio button: Série", "push button: Suivant | default | disabled"},
-        link};
+    return {"Veuillez sélectionner votre type de connexion :",
+            {"radio button: USB", "radio button: Série", "push button: Suivant | disabled"},
+            link};
 }
 Heard ActionChoice(const char* action) {
     return {"Informations actuelles",
