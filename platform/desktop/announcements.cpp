@@ -1,6 +1,5 @@
-// A transfer changes its bar and its figure a hundred times and more, and a text is also set where
-// it stays as it is. The toolkit reports all of that, and a screen reader that says it is never
-// silent.
+// A transfer changes its bar and its figure a hundred times and more. The toolkit reports all of
+// that, and a screen reader that says it is never silent.
 
 #include "platform/desktop/announcements.h"
 
@@ -14,17 +13,18 @@ namespace {
 
 constexpr int Steps = 10; // of the whole way
 
-// Keeps the value with the widget, where it is found the next time: whether it is another one.
-bool IsNew(QWidget& widget, const char* key, const QVariant& value) {
-    const QVariant before = widget.property(key);
-    widget.setProperty(key, value);
-    return before != value;
-}
-
 int StepOf(const QProgressBar& bar) {
     const qint64 whole = qint64{bar.maximum()} - bar.minimum();
     const qint64 done = qint64{bar.value()} - bar.minimum();
     return static_cast<int>(whole > 0 ? Steps * done / whole : 0);
+}
+
+// The step is kept with the bar, where it is found the next time.
+bool ReachesStep(QProgressBar& bar) {
+    constexpr char Announced[] = "announced step";
+    const QVariant before = bar.property(Announced);
+    bar.setProperty(Announced, StepOf(bar));
+    return StepOf(bar) > 0 && before != StepOf(bar);
 }
 
 // What is not yet visible is heard with its page.
@@ -35,11 +35,9 @@ bool IsWorthHearing(QAccessibleEvent& event) {
     auto* bar = qobject_cast<QProgressBar*>(widget);
     switch (event.type()) {
     case QAccessible::ValueChanged:
-        return !bar || (IsNew(*widget, "announced step", StepOf(*bar)) && StepOf(*bar) > 0);
+        return !bar || ReachesStep(*bar);
     case QAccessible::NameChanged:
-        return IsNew(*widget, "announced name",
-                     event.accessibleInterface()->text(QAccessible::Name)) &&
-               widget->isVisible() && !widget->window()->findChild<QProgressBar*>();
+        return widget->isVisible() && !widget->window()->findChild<QProgressBar*>();
     case QAccessible::DescriptionChanged:
         return widget->isVisible();
     default:

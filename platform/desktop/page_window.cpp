@@ -290,7 +290,9 @@ void PageWindow::ShowControl(const ControlView& control) {
         return;
     showing_ = true;
     if (auto* label = dynamic_cast<TextLabel*>(widget)) {
-        label->setAccessibleName(NameOfText(control, labels_[control.handle]));
+        const QString name = NameOfText(control, labels_[control.handle]);
+        if (label->accessibleName() != name) // the toolkit announces it in any case
+            label->setAccessibleName(name);
         label->Show(control);
     } else {
         widget->setVisible(control.visible);
