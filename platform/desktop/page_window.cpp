@@ -163,7 +163,6 @@ void PageWindow::FitToScreen() {
     if (!bars.isNull() && !scroller_)
         MakeScroller();
     setFixedSize((wanted + bars).boundedTo(room));
-    ScrollToButtons();
 }
 
 void PageWindow::MakeScroller() {
@@ -225,7 +224,6 @@ void PageWindow::Present() {
     // Nothing has the focus that the page has not given it to: Enter would press it.
     (first_ ? first_ : surface_)->setFocus();
     FollowFocus();
-    ScrollToButtons();
     const auto watch = [this](QScreen* now) {
         connect(now, &QScreen::availableGeometryChanged, this, &PageWindow::FollowScreen,
                 Qt::UniqueConnection);
@@ -340,7 +338,10 @@ bool PageWindow::event(QEvent* event) {
                      MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
     if (isVisible() && frame_ != FrameSize()) // which has no event of its own
         QMetaObject::invokeMethod(this, &PageWindow::FollowScreen, Qt::QueuedConnection);
-    return QDialog::event(event);
+    const bool handled = QDialog::event(event);
+    if (event->type() == QEvent::Resize)
+        ScrollToButtons();
+    return handled;
 }
 
 } // namespace platform::desktop
