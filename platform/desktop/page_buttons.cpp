@@ -14,6 +14,10 @@ namespace platform::desktop {
 
 namespace {
 
+bool IsEnter(const QKeyEvent& event) {
+    return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+}
+
 // The toolkit presses a focused button by each repetition of a held Enter, page after page. And it
 // leaves the focus where it was when a button is pressed by its letter: with a file dialog called
 // off, Enter would press that other button.
@@ -28,15 +32,16 @@ protected:
         return QPushButton::event(event);
     }
     void keyPressEvent(QKeyEvent* event) override {
-        if (event->isAutoRepeat() &&
-            (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter))
+        if (event->isAutoRepeat() && IsEnter(*event))
             event->accept();
         else
             QPushButton::keyPressEvent(event);
     }
 };
 
-// Reacts to a click anywhere on it, as on Windows, and not on its words alone.
+// Reacts to a click anywhere on it, as on Windows, and not on its words alone; and leaves Enter to
+// the default button. On some desktops the toolkit marks by Enter as by Space, and whoever presses
+// it once too often would go on with a choice that nobody has made.
 template <class Button>
 class WholeButton : public Button {
 public:
@@ -44,6 +49,12 @@ public:
 
 protected:
     bool hitButton(const QPoint& point) const override { return this->rect().contains(point); }
+    void keyPressEvent(QKeyEvent* event) override {
+        if (IsEnter(*event))
+            event->ignore();
+        else
+            Button::keyPressEvent(event);
+    }
 };
 
 // How far an arrow key leads in a group; 0: it is none.

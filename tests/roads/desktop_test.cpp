@@ -31,6 +31,7 @@ class Desk : public testing::Test {
 protected:
     Environment Variables() const {
         Environment variables = desktop_.Variables();
+        variables.emplace_back("QT_QPA_PLATFORMTHEME", "gnome"); // has keys of its own for buttons
         for (const char* folder : {"XDG_RUNTIME_DIR", "HOME"})
             variables.emplace_back(folder, home_.Path().string());
         return variables;
