@@ -6,9 +6,11 @@
 
 #include "platform/desktop_module.h"
 #include "platform/kernel/handles.h"
+#include "platform/ports/port_open.h"
 #include "platform/rapi/rapi_session.h"
 #include "platform/windows/display.h"
 #include "platform/windows/signals.h"
+#include "platform/windows/window_model.h"
 
 #include <windows.h>
 
@@ -24,8 +26,14 @@ namespace {
 
 constexpr std::uintptr_t ProgramModule = 0x00400000; // where Windows programs used to be loaded
 
+void WarnOfRefusedTty(const std::string& tty, const std::string& group) {
+    const auto lock = platform::LockWindows();
+    platform::ActiveDisplay().Warn({platform::Phrase::PortRefused, tty + " (" + group + ")"});
+}
+
 int RunWinMain() {
     platform::ServeSignals();
+    platform::OnRefusedTty(WarnOfRefusedTty);
     char commandLine[1] = {};
     return WinMain(reinterpret_cast<HINSTANCE>(ProgramModule), nullptr, commandLine,
                    SW_SHOWDEFAULT);

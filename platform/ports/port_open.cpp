@@ -15,9 +15,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
+#include <grp.h>
 #include <sys/stat.h>
 #include <termios.h>
 
@@ -68,6 +70,25 @@ DWORD ErrorOfOpening(int number) {
     }
 }
 
+TtyRefusal refusal = nullptr;
+
+// Windows has no such thing as a user who may not use a port, so the program has no word for it.
+void ReportRefusal(const std::string& path) {
+    constexpr mode_t GroupAccess = S_IRGRP | S_IWGRP;
+    struct stat status = {};
+    if (!refusal || stat(path.c_str(), &status) != 0 ||
+        (status.st_mode & GroupAccess) != GroupAccess)
+        return;
+    std::error_code error;
+    const std::string tty = std::filesystem::canonical(path, error).string();
+    char texts[4096]; // the members of the group among them
+    group entry = {};
+    group* found = nullptr;
+    const bool named =
+        getgrgid_r(status.st_gid, &entry, texts, sizeof(texts), &found) == 0 && found;
+    refusal(error ? path : tty, named ? found->gr_name : std::to_string(status.st_gid));
+}
+
 // A closed port hears nothing, so nothing that came before it was opened is there to be read.
 std::shared_ptr<Port> StartPort(Descriptor tty, PortAccess access) {
     if (!ApplyLine(tty.Number(), DefaultLine()) || tcflush(tty.Number(), TCIFLUSH) != 0)
@@ -79,13 +100,16 @@ std::shared_ptr<Port> StartPort(Descriptor tty, PortAccess access) {
 
 } // namespace
 
+void OnRefusedTty(TtyRefusal report) { refusal = report; }
+
 std::string TtyOfPort(const std::string& name) {
     const std::string canonical = UpperCase(name);
     if (canonical.empty() || !std::ranges::all_of(canonical, IsAlphanumeric))
         return {};
     const std::string link = HomePath("ports/" + canonical);
     struct stat status = {};
-    return lstat(link.c_str(), &status) == 0 ? link : TtyOfHost(canonical);
+    const bool none = lstat(link.c_str(), &status) != 0 && errno == ENOENT;
+    return none ? TtyOfHost(canonical) : link;
 }
 
 std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD share,
@@ -101,8 +125,12 @@ std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD sh
     }
     try {
         Descriptor tty = OpenTty(path);
-        if (!tty)
-            throw std::system_error(errno, std::generic_category());
+        if (!tty) {
+            const int error = errno;
+            if (error == EACCES)
+                ReportRefusal(path);
+            throw std::system_error(error, std::generic_category());
+        }
         return StartPort(std::move(tty),
                          {(access & GENERIC_READ) != 0, (access & GENERIC_WRITE) != 0,
                           ComNumber(UpperCase(name)) == 0});

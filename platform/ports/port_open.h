@@ -16,4 +16,10 @@ namespace platform {
 std::shared_ptr<Object> OpenPort(const std::string& name, DWORD access, DWORD share,
                                  DWORD disposition, DWORD flags);
 
+// Who is told that the user may not open a tty which the members of its group may: the path of the
+// tty and the group's name, UTF-8. Called in OpenPort, on its thread. Set once, before the first
+// port is opened; until then nobody is.
+using TtyRefusal = void (*)(const std::string& tty, const std::string& group);
+void OnRefusedTty(TtyRefusal report);
+
 } // namespace platform

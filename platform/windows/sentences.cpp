@@ -56,6 +56,11 @@ constexpr Texts Table[] = {
     {Phrase::IsFolder, "this is a folder, not a file: ", "C'est un dossier, pas un fichier : "},
     {Phrase::NoSuchFolder, "there is no such folder: ", "Ce dossier n'existe pas : "},
     {Phrase::NoSuchFile, "there is no such file: ", "Ce fichier n'existe pas : "},
+    // Ports.
+    {Phrase::PortRefused,
+     "permission denied; join the group in brackets (adduser) and log in again: ",
+     "Accès refusé ; entrez dans le groupe entre parenthèses (adduser), puis ouvrez une nouvelle "
+     "session : "},
     // Signals.
     {Phrase::NotBrokenOff, "not broken off: this must not be interrupted. It goes on; please wait.",
      "Pas interrompu : l'opération ne doit pas l'être. Elle continue ; veuillez patienter."},

@@ -36,6 +36,8 @@ enum class Phrase {
     IsFolder,     // the path
     NoSuchFolder, // the path
     NoSuchFile,   // the path
+    // Ports.
+    PortRefused, // its tty, and the group
     // Signals.
     NotBrokenOff,
 };

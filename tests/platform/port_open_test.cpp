@@ -4,8 +4,11 @@
 #include "tests/platform/port_fixture.h"
 
 #include "platform/base/descriptor.h"
+#include "platform/ports/port_open.h"
 
+#include <grp.h>
 #include <sys/file.h>
+#include <sys/fsuid.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 
@@ -40,6 +43,28 @@ TEST_F(PortOpenTest, what_is_no_tty_is_not_found) {
         SetLastError(0);
         EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs(name)) << name;
         EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError()) << name;
+    }
+}
+
+// Also where root runs it, which as somebody else for a moment may no more than others.
+TEST_F(PortOpenTest, who_may_not_use_a_tty_hears_which_group_may) {
+    static std::string heard;
+    platform::OnRefusedTty([](const std::string& tty, const std::string& group) {
+        heard += tty + " (" + group + ")";
+    });
+    for (const auto& folder : {home_.parent_path(), home_, home_ / "ports"})
+        chmod(folder.c_str(), 0711);
+    const bool isRoot = geteuid() == 0;
+    // Others than root have that group from the mount.
+    EXPECT_TRUE(!isRoot || chown(ptsname(device_), 0, getgrnam("tty")->gr_gid) == 0);
+    for (const mode_t mode : {0, 0060}) {
+        ASSERT_EQ(0, chmod(ptsname(device_), mode));
+        setfsuid(isRoot ? 65534 : geteuid());
+        EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs("\\\\.\\COM1"));
+        const DWORD error = GetLastError();
+        setfsuid(geteuid());
+        EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, error);
+        EXPECT_EQ(mode == 0 ? "" : ptsname(device_) + std::string(" (tty)"), heard);
     }
 }
 
