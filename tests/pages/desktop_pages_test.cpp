@@ -13,6 +13,7 @@
 #include "platform/windows/window_model.h"
 #include "testing/child_process.h"
 #include "testing/page_test.h"
+#include "testing/test_home.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -496,6 +497,7 @@ int main(int count, char** words) {
     testing::InitGoogleTest(&count, words);
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     setenv("LC_ALL", "en_GB.UTF-8", 1); // which the pages do not speak
+    setenv("XDG_RUNTIME_DIR", test_support::HomeOfTests().Path().c_str(), 1); // else Qt makes one
     QApplication application(count, words);
     platform::desktop::LoadToolkitLanguage(application);
     QApplication::setQuitOnLastWindowClosed(false);
