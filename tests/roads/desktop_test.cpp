@@ -15,6 +15,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <set>
 
 namespace {
@@ -141,8 +142,7 @@ TEST_P(EitherHand, leads_through_an_upgrade_that_fails_and_its_resume) {
     cradle.Reset();
     test_support::LoginManager bus;
     Environment variables = Variables();
-    for (const auto& variable : bus.Variables())
-        variables.push_back(variable);
+    std::ranges::copy(bus.Variables(), std::back_inserter(variables));
     WizardRun wizard(home_, variables);
     desktop_.AwaitPage(ProgressPage);
     if (!HasMouse())
