@@ -98,28 +98,94 @@ protected:
     }
 };
 
-TEST_F(AtTerminal, an_upgrade_goes_by_words_and_enter_in_80_60_and_40_columns) {
-    for (const int columns : {80, 60, 40}) {
-        SCOPED_TRACE(columns);
-        auto&& [home, image, cradle] = PcWithHandheld();
-        const bool coloured = columns == 80;
-        WizardRun wizard = Start(home, columns, "20", coloured ? "" : "1");
-        Lead(wizard, ToActionChoice);
-        wizard.Process().Type("\n");
-        Lead(wizard, {{"Entrée seule peut", "2\n"},
-                      {"Ce numéro est", "zz\n"},
-                      {"Pas compris : zz", "mett\n"},
-                      {"Choisi : Mettre à niveau", ""}});
-        Lead(wizard, ToTransfer);
-        FinishUpgrade(wizard);
-        EXPECT_TRUE(cradle.FlashEquals(image));
-        ExpectToRead(wizard, static_cast<std::size_t>(columns));
-        for (const char* text : {"REMARQUE", "Ne retirez pas la connexion", "Consultez le CD"})
-            EXPECT_TRUE(wizard.Process().Has((coloured ? Red : "") + std::string("(!) ") + text));
-        EXPECT_EQ(coloured, wizard.Process().Has("\033"));
-        EXPECT_FALSE(wizard.Process().Has("== ") || wizard.Process().Has("-- "));
-        EXPECT_TRUE(wizard.Process().Has(" %  encore "));
+// The roads at widths of which each has pages that do not fit into it.
+class AtWidth : public AtTerminal, public testing::WithParamInterface<int> {
+protected:
+    WizardRun StartHere(const TestHome& home, const char* clock = "20", const char* noColour = "") {
+        return Start(home, GetParam(), clock, noColour);
     }
+    static void ExpectToReadHere(WizardRun& wizard) {
+        ExpectToRead(wizard, static_cast<std::size_t>(GetParam()));
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Columns, AtWidth, testing::Values(80, 60, 40),
+                         testing::PrintToStringParamName());
+
+TEST_P(AtWidth, an_upgrade_goes_by_words_and_enter) {
+    auto&& [home, image, cradle] = PcWithHandheld();
+    const bool coloured = GetParam() == 80;
+    WizardRun wizard = StartHere(home, "20", coloured ? "" : "1");
+    Lead(wizard, ToActionChoice);
+    wizard.Process().Type("\n");
+    Lead(wizard, {{"Entrée seule peut", "2\n"},
+                  {"Ce numéro est", "zz\n"},
+                  {"Pas compris : zz", "mett\n"},
+                  {"Choisi : Mettre à niveau", ""}});
+    Lead(wizard, ToTransfer);
+    FinishUpgrade(wizard);
+    EXPECT_TRUE(cradle.FlashEquals(image));
+    ExpectToReadHere(wizard);
+    for (const char* text : {"REMARQUE", "Ne retirez pas la connexion", "Consultez le CD"})
+        EXPECT_TRUE(wizard.Process().Has((coloured ? Red : "") + std::string("(!) ") + text));
+    EXPECT_EQ(coloured, wizard.Process().Has("\033"));
+    EXPECT_FALSE(wizard.Process().Has("== ") || wizard.Process().Has("-- "));
+    EXPECT_TRUE(wizard.Process().Has(" %  encore "));
+}
+
+TEST_P(AtWidth, a_backup_takes_the_proposed_name_and_a_restore_one_completed_by_tab) {
+    TestHome home;
+    home.AddLanguageFolder();
+    Cradle cradle(home, {.flashMegabytes = 16});
+    {
+        WizardRun wizard = StartHere(home, "100");
+        Lead(wizard, ToActionChoice);
+        wizard.Process().Type("m\n");
+        Lead(wizard, {{"[s] Suivant (Entrée)", "\n"},
+                      {"[sa] Sauvegarder", "sau\n"},
+                      {Prompt, "x\x03"},
+                      {"Annulé : aucun fichier", ""},
+                      {"[sa] Sauvegarder (Entrée)", ""},
+                      {"[su] Suivant", ""},
+                      {"[a]  Annuler", "\n"},
+                      {"Choisi : Sauvegarder", ""},
+                      {Prompt, "\n"},
+                      {"Choisi : TOLKROM110", ""},
+                      {"sauvegarde de la ROM est maintenant", ""},
+                      {"[s] Suivant (Entrée)", "a\n"}});
+        EXPECT_EQ(0, wizard.Wait());
+        ExpectToReadHere(wizard);
+    }
+    WizardRun wizard = StartHere(home, "100");
+    Lead(wizard, ToActionChoice);
+    wizard.Process().Type("r\n");
+    Lead(wizard, {{Prompt, "none/x\n"},
+                  {"Ce dossier n'existe pas :", ""},
+                  {Prompt, "tolkrom\t\n"},
+                  {"Choisi : TOLKROM110.nbf", ""}});
+    Lead(wizard, ToTransfer);
+    FinishUpgrade(wizard);
+    ExpectToReadHere(wizard);
+    EXPECT_TRUE(cradle.FlashEquals(home.Tree() / "TOLKROM110.nbf"));
+}
+
+TEST_P(AtWidth, a_transfer_that_has_failed_is_resumed_by_enter_alone) {
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--silent-at", "size"}});
+    {
+        WizardRun wizard = StartHere(home);
+        Lead(wizard, ToActionChoice);
+        wizard.Process().Type("m\n");
+        Lead(wizard, ToTransfer);
+        Lead(wizard, {{"ERREUR 113", ""}, {"[q] Quitter (Entrée)", "\n"}});
+        EXPECT_EQ(0, wizard.Wait());
+    }
+    cradle.TakeOut();
+    std::ofstream(home.Device() / "state") << "mode=flasher\ntouched=1\n";
+    cradle.RestartHandheld();
+    WizardRun wizard = StartHere(home);
+    wizard.ExpectLine("Votre Tolk Pocket PC est mis à niveau.");
+    FinishUpgrade(wizard);
+    ExpectToReadHere(wizard);
+    EXPECT_TRUE(cradle.FlashEquals(image));
 }
 
 // Held up between two of its tokens, so that it lasts for as long as the user needs.
@@ -153,60 +219,6 @@ TEST_F(AtTerminal,
     EXPECT_EQ(0, std::count(transfer, lines.end(), "Choisi : Suivant")) << "typed ahead";
     wizard.Process().HangUp();
     EXPECT_EQ(0, wizard.Process().Wait());
-}
-
-TEST_F(AtTerminal, a_backup_takes_the_proposed_name_and_a_restore_one_completed_by_tab) {
-    TestHome home;
-    home.AddLanguageFolder();
-    Cradle cradle(home, {.flashMegabytes = 16});
-    {
-        WizardRun wizard = Start(home, 40, "100");
-        Lead(wizard, ToActionChoice);
-        wizard.Process().Type("m\n");
-        Lead(wizard, {{"[s] Suivant (Entrée)", "\n"},
-                      {"[sa] Sauvegarder", "sau\n"},
-                      {Prompt, "x\x03"},
-                      {"Annulé : aucun fichier", ""},
-                      {"[sa] Sauvegarder (Entrée)", ""},
-                      {"[su] Suivant", ""},
-                      {"[a]  Annuler", "\n"},
-                      {"Choisi : Sauvegarder", ""},
-                      {Prompt, "\n"},
-                      {"Choisi : TOLKROM110", ""},
-                      {"sauvegarde de la ROM est maintenant", ""},
-                      {"[s] Suivant (Entrée)", "a\n"}});
-        EXPECT_EQ(0, wizard.Wait());
-        ExpectToRead(wizard, 40);
-    }
-    WizardRun wizard = Start(home, 80, "100");
-    Lead(wizard, ToActionChoice);
-    wizard.Process().Type("r\n");
-    Lead(wizard, {{Prompt, "none/x\n"},
-                  {"Ce dossier n'existe pas : ", ""},
-                  {Prompt, "tolkrom\t\n"},
-                  {"Choisi : TOLKROM110.nbf", ""}});
-    Lead(wizard, ToTransfer);
-    FinishUpgrade(wizard);
-    EXPECT_TRUE(cradle.FlashEquals(home.Tree() / "TOLKROM110.nbf"));
-}
-
-TEST_F(AtTerminal, a_transfer_that_has_failed_is_resumed_by_enter_alone) {
-    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--silent-at", "size"}});
-    {
-        WizardRun wizard = Start(home);
-        Lead(wizard, ToActionChoice);
-        wizard.Process().Type("m\n");
-        Lead(wizard, ToTransfer);
-        Lead(wizard, {{"ERREUR 113", ""}, {"[q] Quitter (Entrée)", "\n"}});
-        EXPECT_EQ(0, wizard.Wait());
-    }
-    cradle.TakeOut();
-    std::ofstream(home.Device() / "state") << "mode=flasher\ntouched=1\n";
-    cradle.RestartHandheld();
-    WizardRun wizard = Start(home);
-    wizard.ExpectLine("Votre Tolk Pocket PC est mis à niveau.");
-    FinishUpgrade(wizard);
-    EXPECT_TRUE(cradle.FlashEquals(image));
 }
 
 TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
