@@ -305,7 +305,10 @@ void PageWindow::ShowControl(const ControlView& control) {
     showing_ = false;
 }
 
-void PageWindow::ShowPictures(const PageView& page) { surface_->ShowPictures(page.pictures); }
+void PageWindow::ShowPictures(const PageView& page) {
+    surface_->ShowPictures(page.pictures);
+    ShowInTree(surface_, page.pictures);
+}
 
 void PageWindow::ShowWaiting(bool waiting) {
     setCursor(waiting ? Qt::WaitCursor : Qt::ArrowCursor);
