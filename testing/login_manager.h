@@ -9,6 +9,15 @@ namespace test_support {
 
 class LoginManager {
 public:
+    LoginManager() = default;
+    // Takes the bus down with it.
+    ~LoginManager() {
+        process_.CloseInput();
+        process_.Wait();
+    }
+    LoginManager(const LoginManager&) = delete;
+    LoginManager& operator=(const LoginManager&) = delete;
+
     // What makes a program use this bus.
     Environment Variables() const {
         return {{"DBUS_SYSTEM_BUS_ADDRESS", address_}, {"DBUS_SESSION_BUS_ADDRESS", address_}};

@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """The login manager, as far as it keeps a PC awake and on, and a dock that shows programs' progress, on
-the session's message bus. Prints the bus's address, and then a line for all that it is told."""
+the session's message bus. Prints the bus's address, and then a line for all that it is told. Ends with
+its input."""
 
 import os
 
@@ -41,4 +42,6 @@ name = dbus.service.BusName("org.freedesktop.login1", bus)
 manager = Manager(bus, "/org/freedesktop/login1")
 bus.add_signal_receiver(update, "Update", "com.canonical.Unity.LauncherEntry")
 say(os.environ["DBUS_SESSION_BUS_ADDRESS"])
-GLib.MainLoop().run()
+loop = GLib.MainLoop()
+GLib.io_add_watch(0, GLib.IO_HUP, lambda *_: loop.quit())
+loop.run()

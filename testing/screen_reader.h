@@ -22,6 +22,9 @@ public:
         process_.Wait();
     }
 
+    ScreenReader(const ScreenReader&) = delete;
+    ScreenReader& operator=(const ScreenReader&) = delete;
+
     // What makes a program use this bus.
     Environment Variables() const { return {{"DBUS_SESSION_BUS_ADDRESS", address_}}; }
 

@@ -14,9 +14,6 @@ namespace platform::desktop {
 
 namespace {
 
-// In the language of the pages.
-constexpr char Attention[] = "Attention :";
-
 bool IsText(const ControlView& control) {
     return control.kind == ControlKind::Text && control.visible && !control.text.empty();
 }
@@ -64,7 +61,8 @@ QString NameOf(const PageView& page, const ControlView& control) {
 QString NameOfText(const ControlView& text, const QString& label) {
     constexpr COLORREF Red = RGB(255, 0, 0);
     const bool marked = text.painted.textColour == Red || text.painted.background == Red;
-    QStringList parts = {marked ? QString::fromUtf8(Attention) : QString(), label};
+    QStringList parts = {
+        marked ? QString::fromStdString(InLanguageOfPages({Phrase::Attention})) : QString(), label};
     parts.removeAll({});
     return parts.empty() ? QString() : (parts << Words(text.text)).join(' ');
 }

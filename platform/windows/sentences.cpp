@@ -61,6 +61,8 @@ constexpr Texts Table[] = {
      "permission denied; join the group in brackets (adduser) and log in again: ",
      "Accès refusé ; entrez dans le groupe entre parenthèses (adduser), puis ouvrez une nouvelle "
      "session : "},
+    // For whoever does not see colours.
+    {Phrase::Attention, "Attention:", "Attention :"},
     // Signals.
     {Phrase::NotBrokenOff, "not broken off: this must not be interrupted. It goes on; please wait.",
      "Pas interrompu : l'opération ne doit pas l'être. Elle continue ; veuillez patienter."},

@@ -38,6 +38,8 @@ enum class Phrase {
     NoSuchFile,   // the path
     // Ports.
     PortRefused, // its tty, and the group
+    // For whoever does not see colours.
+    Attention,
     // Signals.
     NotBrokenOff,
 };

@@ -57,7 +57,7 @@ TEST_F(PortOpenTest, who_may_not_use_a_tty_hears_which_group_may) {
     const bool isRoot = geteuid() == 0;
     // Others than root have that group from the mount.
     EXPECT_TRUE(!isRoot || chown(ptsname(device_), 0, getgrnam("tty")->gr_gid) == 0);
-    for (const mode_t mode : {0, 0060}) {
+    for (const mode_t mode : {0u, 0060u}) {
         ASSERT_EQ(0, chmod(ptsname(device_), mode));
         setfsuid(isRoot ? 65534 : geteuid());
         EXPECT_EQ(INVALID_HANDLE_VALUE, OpenAs("\\\\.\\COM1"));

@@ -35,7 +35,9 @@ const Pages Introduction = {
     {"Avant de poursuivre, préparez la mise à niveau de votre Tolk Pocket PC comme suit. –",
      {},
      Next},
-    {"Sur votre Tolk Pocket PC :", {"label: Attention : REMARQUE : veuillez ne pas agir"}, Next},
+    {"Sur votre Tolk Pocket PC :",
+     {"graphic: Au dos de l'appareil", "label: Attention : REMARQUE : veuillez ne pas agir"},
+     Next},
 };
 Heard ConnectionType(const char* link) {
     return {"Veuillez sélectionner votre type de connexion :",
@@ -73,7 +75,9 @@ const Heard Transfer = {
     Nothing};
 const Heard Failed = {"ERREUR 113: ERREUR DE MISE À NIVEAU –", {}, Quit};
 const Pages Closing = {
-    {"Votre Tolk Pocket PC est mis à niveau. –", {"label: 1. Retirez"}, Next},
+    {"Votre Tolk Pocket PC est mis à niveau. –",
+     {"label: 1. Retirez", "graphic: Le commutateur"},
+     Next},
     {"Bravo ! La sauvegarde de la ROM est maintenant terminée. –",
      {"check box: Afficher le fichier readme qui contient des informations importantes. | labelled "
       "| checked"},
