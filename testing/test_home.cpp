@@ -77,7 +77,8 @@ Environment TestHome::Variables(const Environment& added) const {
     Environment variables = {{"ROM_WIZARD_HOME", Home().string()},
                              {"ROM_WIZARD_DISPLAY", "terminal"},
                              {"ROM_WIZARD_CLOCK", "20"},
-                             {"ROM_WIZARD_HANDLES", "1"}};
+                             {"ROM_WIZARD_HANDLES", "1"},
+                             {"XDG_RUNTIME_DIR", root_.string()}}; // without it Qt makes one
     for (const auto& [name, value] : added) {
         std::erase_if(variables,
                       [&name = name](const auto& variable) { return variable.first == name; });

@@ -42,7 +42,8 @@ public:
     // machine. A home starts so.
     void RemovePorts() const;
 
-    // ROM_WIZARD_HOME, terminal display, clock rate 20; what is given comes last and wins.
+    // ROM_WIZARD_HOME, terminal display, clock rate 20, XDG_RUNTIME_DIR; what is given comes last
+    // and wins.
     Environment Variables(const Environment& added = {}) const;
 
     // Waits until a connection manager that the wizard has started is there: a test that ends

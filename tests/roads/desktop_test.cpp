@@ -33,8 +33,7 @@ protected:
     Environment Variables() const {
         Environment variables = desktop_.Variables();
         variables.emplace_back("QT_QPA_PLATFORMTHEME", "gnome"); // has keys of its own for buttons
-        for (const char* folder : {"XDG_RUNTIME_DIR", "HOME"})
-            variables.emplace_back(folder, home_.Path().string());
+        variables.emplace_back("HOME", home_.Path().string());
         return variables;
     }
     // On a page, one key after the other.

@@ -90,8 +90,7 @@ protected:
         auto variables = desktop_.Variables();
         for (const auto& variable : reader_.Variables())
             variables.push_back(variable);
-        for (const char* folder : {"XDG_RUNTIME_DIR", "HOME"})
-            variables.emplace_back(folder, home_.Path().string());
+        variables.emplace_back("HOME", home_.Path().string());
         return WizardRun(home_, variables);
     }
     void Lead(const Heard& page) {
