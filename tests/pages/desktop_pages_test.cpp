@@ -491,7 +491,7 @@ int main(int count, char** words) {
     testing::InitGoogleTest(&count, words);
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     setenv("LC_ALL", "en_GB.UTF-8", 1); // which the pages do not speak
-    test_support::HomeOfTests(); // Qt makes a folder where the environment names none
+    test_support::HomeOfTests();        // Qt makes a folder where the environment names none
     QApplication application(count, words);
     platform::desktop::LoadToolkitLanguage(application);
     QApplication::setQuitOnLastWindowClosed(false);
