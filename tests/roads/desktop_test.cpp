@@ -65,7 +65,8 @@ protected:
     bool Click(int page, int control) {
         const auto bytes =
             platform::FindResourceData(platform::DialogResource, static_cast<std::uint16_t>(page));
-        for (const auto& place : platform::ReadDialogTemplate(bytes.value())->controls)
+        const auto dialog = platform::ReadDialogTemplate(bytes.value());
+        for (const auto& place : dialog.value().controls)
             if (place.id == control)
                 return desktop_.Click("page-" + std::to_string(page),
                                       platform::PixelsAcross(place.x + place.width / 2),
