@@ -95,25 +95,8 @@ def changed(what, *_, sender=None, path=None):
     if what != "accessible-value":
         say("changed " + node.name())
     elif node.role() == "progress bar":
-        say(f"reached {round(100 * node.get('Value', 'CurrentValue') / node.get('Value', 'MaximumValue'))}")
-
-
-@unless_gone
-def activated(*_, sender=None, path=None):
-    global window
-    window = Node(sender, path)
-    lines = [part.line() for part in window.parts()]
-    say("window " + window.name(), *lines, "end of window")
-
-
-@unless_gone
-def changed(what, *_, sender=None, path=None):
-    node = Node(sender, path)
-    if what == "accessible-value":
         value, whole = node.get("Value", "CurrentValue"), node.get("Value", "MaximumValue")
         say(f"reached {round(100 * value / whole)}")
-    else:
-        say("changed " + node.name())
 
 
 @unless_gone
