@@ -11,7 +11,6 @@
 #include "platform/desktop/toolkit_language.h"
 #include "platform/windows/pages.h"
 #include "platform/windows/window_model.h"
-#include "testing/child_process.h"
 #include "testing/page_test.h"
 #include "testing/test_home.h"
 
@@ -458,22 +457,6 @@ TEST(Desktop, has_file_dialogs_in_the_language_of_the_pages_and_with_paths_of_th
     EXPECT_EQ("&Enregistrer", dialog->labelText(QFileDialog::Accept).toStdString());
     EXPECT_EQ("Annuler", dialog->labelText(QFileDialog::Reject).remove('&').toStdString());
     dialogs.Close();
-}
-
-// A scale is a process's own, so each runs the tests of above anew.
-TEST(Desktop, shows_its_pages_whole_at_every_scale_and_with_a_wider_font) {
-    const struct {
-        const char *scale, *stretch;
-    } looks[] = {{"1.5", "100"},
-                 {"2", "100"}, // a screen of 400 by 400: smaller than most pages
-                 {"1", "130"}};
-    for (const auto& look : looks) {
-        test_support::ChildProcess process(
-            {"/proc/self/exe", "--gtest_filter=*shows_its_words*"},
-            {.environment = {{"QT_SCALE_FACTOR", look.scale}, {"PAGE_STRETCH", look.stretch}}});
-        process.CloseInput();
-        EXPECT_EQ(0, process.Wait()) << look.scale << " " << look.stretch << process.Transcript();
-    }
 }
 
 } // namespace
