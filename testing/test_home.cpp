@@ -87,9 +87,11 @@ Environment TestHome::Variables(const Environment& added) const {
     return variables;
 }
 
-void TestHome::AwaitConnectionManager() const {
-    if (!ComesTrue([&] { return ConnectionManagerOf(Home()) != 0; }))
+pid_t TestHome::AwaitConnectionManager() const {
+    pid_t manager = 0;
+    if (!ComesTrue([&] { return (manager = ConnectionManagerOf(Home())) != 0; }))
         throw std::runtime_error("no connection manager comes up");
+    return manager;
 }
 
 std::pair<int, std::string> TestHome::TryHandheld(const std::vector<std::string>& words) const {

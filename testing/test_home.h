@@ -47,8 +47,8 @@ public:
     Environment Variables(const Environment& added = {}) const;
 
     // Waits until a connection manager that the wizard has started is there: a test that ends
-    // earlier would leave it behind.
-    void AwaitConnectionManager() const;
+    // earlier would leave it behind. Gives its process.
+    pid_t AwaitConnectionManager() const;
 
     // Runs a command of handheld to its end: its exit code and its lines.
     std::pair<int, std::string> TryHandheld(const std::vector<std::string>& words) const;

@@ -3,7 +3,6 @@
 #include "testing/wizard_run.h"
 
 #include <cstdlib>
-#include <map>
 #include <stdexcept>
 
 namespace test_support {
@@ -55,8 +54,8 @@ void WizardRun::Answer(int page, const std::string& line) {
     Send(line);
 }
 
-int WizardRun::AnswerUpgrade(const char* link, int last) {
-    const std::map<int, std::vector<std::string>> answers = {
+int WizardRun::AnswerUpgrade(const char* link, int last, Answers answers) {
+    const Answers usual = {
         {UpgradeNoticePage, {"1181"}},
         {WelcomePage, {"1"}},
         {HostChecklistPage, {"1"}},
@@ -70,6 +69,7 @@ int WizardRun::AnswerUpgrade(const char* link, int last) {
         {PreparePage, {}},
         {ProgressPage, {}},
     };
+    answers.insert(usual.begin(), usual.end());
     for (;;) {
         const int page = NextPage();
         const auto answer = answers.find(page);

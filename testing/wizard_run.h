@@ -4,6 +4,7 @@
 #include "testing/test_home.h"
 
 #include <initializer_list>
+#include <map>
 
 namespace test_support {
 
@@ -51,6 +52,9 @@ constexpr char Serial[] = "1151";
 
 } // namespace pages
 
+// Lines of input by the page that they answer.
+using Answers = std::map<int, std::vector<std::string>>;
+
 class WizardRun {
 public:
     // Starts it in the tree of that home. `environment` is added to TestHome::Variables; `before`
@@ -72,8 +76,8 @@ public:
     // ExpectPage, and then Send.
     void Answer(int page, const std::string& line);
     // Answers the pages of an upgrade over that link without a backup, up to one that is not on
-    // this way or to the one that is named: its number.
-    int AnswerUpgrade(const char* link, int last = 0);
+    // this way or to the one that is named: its number. `answers` win over the usual ones.
+    int AnswerUpgrade(const char* link, int last = 0, Answers answers = {});
     // Waits for a line with this text.
     std::string ExpectLine(const std::string& text) { return process_.ExpectLine(text); }
 
