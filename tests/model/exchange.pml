@@ -1,5 +1,5 @@
-/* A model of the exchange with the flasher: the sender, the receive loop of a serial link, the page
- * with its timers, and the handheld, which may go silent at any point. scripts/check-model walks
+/* A model of the exchange with the flasher: the sender, the receive loop of either link, the page with
+ * its timers, and the handheld, which may go silent at any point. scripts/check-model walks
  * through every order of their steps.
  *
  * Names are those of link/: upgrade_transfer, receive, stall, transfer_buffers. What the code does
@@ -24,12 +24,14 @@ chan page = [8] of {mtype};
 /* state/state.h */
 mtype ReceiveBuffer = None;
 mtype Verdict = Open;
-bool StopReceive, ReceiveRunning = true, TransferAborted, SenderRuns;
+bool Serial;                       /* SerialLinkSelected */
+bool ReceiveCameUp, ReceiveRunning, StopReceive, TransferAborted, SenderRuns;
 bool FlasherAnswered;
 byte BytesRemaining = ALL_PIECES;  /* in pieces */
 byte SenderLooks;                  /* since the loop counts them: 0, 1, 2 and more */
-bool LinkHandle = true, ReceiveEvent = true, ReceiveThread = true;
-bool Buffers, ImageFile;
+bool LinkHandle = true, ReceiveHandles = true; /* ReceiveEvent and ReceiveThread */
+bool Buffers;                      /* TransferBufferA and B, ImageFile */
+byte linkClosings, receiveClosings, releases;
 
 /* What must hold at every instant, so that a wizard that is killed leaves what the next run needs. */
 bool Record = true, Note;
@@ -71,14 +73,24 @@ inline WriteLink(what, ok) {
     fi
 }
 
-inline CloseLinkPort() { LinkHandle = false }
+/* Whoever comes first closes, once. */
+inline CloseLinkPort() {
+    atomic {
+        if
+        :: LinkHandle -> LinkHandle = false; linkClosings++
+        :: else -> skip
+        fi
+    }
+}
 
 /* ---- link/transfer_buffers */
 
 inline FreeTransferBuffers() {
     atomic {
-        Buffers = false;
-        ImageFile = false
+        if
+        :: Buffers -> Buffers = false; releases++
+        :: else -> skip
+        fi
     }
 }
 
@@ -90,22 +102,41 @@ inline AbandonTransfer() {
     fi
 }
 
-/* ---- link/receive: the loop */
+/* ---- link/receive and link/usb_receive: the loop */
+
+inline CloseReceiveHandles() {
+    atomic {
+        if
+        :: ReceiveHandles -> ReceiveHandles = false; receiveClosings++
+        :: else -> skip
+        fi
+    }
+}
 
 active proctype Loop() {
     mtype token;
+    if
+    :: Serial = true
+    :: Serial = false
+    fi;
+    atomic { ReceiveRunning = true; ReceiveCameUp = true }
     do
     :: atomic { StopReceive || !LinkHandle -> break }
-    :: atomic { nempty(answers) -> assert(ReceiveEvent); ReceiveBuffer = None }
+    :: atomic { !Serial && MayFail -> break } /* a driver that refuses */
+    :: atomic { nempty(answers) -> assert(ReceiveHandles); ReceiveBuffer = None }
         answers ? token;
         if
         :: StopReceive -> break
         :: else -> atomic { ReceiveBuffer = token; SenderLooks = 0 }
         fi;
-        /* LeaveTokenToSender */
-        (SenderLooks >= 2 || StopReceive)
+        /* LeaveTokenToSender; on USB what comes next replaces it at any time */
+        (!Serial || SenderLooks >= 2 || StopReceive)
     od;
-    ReceiveRunning = false
+    ReceiveRunning = false;
+    if
+    :: !Serial -> CloseLinkPort(); CloseReceiveHandles()
+    :: else -> skip
+    fi
 }
 
 /* ---- link/upgrade_transfer: the sender */
@@ -129,7 +160,7 @@ inline AwaitToken(token, ok) {
 }
 
 /* Whoever touches the buffers or the file has them. */
-#define UseBuffers assert(Buffers && ImageFile)
+#define UseBuffers assert(Buffers)
 
 inline RecordBytesRemaining(remaining, ok) {
     atomic {
@@ -148,6 +179,7 @@ inline RecordBytesRemaining(remaining, ok) {
 active proctype Sender() {
     bool ok = true, pending = false;
     byte remaining = ALL_PIECES;
+    ReceiveCameUp;
     SenderRuns = true;
     ReceiveBuffer = None;
     WriteLink(StartByte, ok);
@@ -160,7 +192,7 @@ active proctype Sender() {
     fi;
     FlasherAnswered = true;
     page ! KillAnswer;
-    atomic { ImageFile = true; Buffers = true }
+    Buffers = true;
     WriteLink(Size, ok);
     ok = true;
     page ! SetPiece;
@@ -179,6 +211,10 @@ active proctype Sender() {
         :: else -> skip
         fi;
         UseBuffers;
+        if
+        :: MayFail -> goto leave /* the file cannot be read any more */
+        :: true -> skip
+        fi;
         WriteLink(Piece, ok);
         if
         :: ok -> handedOver++
@@ -255,14 +291,6 @@ inline EndStalledTransfer() {
     fi
 }
 
-/* Of the loop's handles whoever comes first closes each, once. */
-inline CloseReceiveHandles() {
-    atomic {
-        ReceiveEvent = false;
-        ReceiveThread = false
-    }
-}
-
 inline ReleaseLink() {
     StopReceive = true;
     CloseLinkPort();
@@ -273,11 +301,7 @@ inline ReleaseLink() {
 active proctype Page() {
     bool pieceTimer = false, answerTimer = false, stalled = false;
     mtype result = None;
-    bool serial;
-    if
-    :: serial = true
-    :: serial = false
-    fi;
+    ReceiveCameUp;
     do
     :: result != None -> break
     :: else ->
@@ -303,7 +327,7 @@ active proctype Page() {
     :: else ->
         shown = (BytesRemaining <= 2 -> CommunicationErrorPage : UpgradeErrorPage);
         if
-        :: serial -> ReleaseLink()
+        :: Serial -> ReleaseLink()
         :: else -> skip
         fi
     fi;
@@ -312,7 +336,8 @@ active proctype Page() {
     ReleaseLink();
     !SenderRuns;
     AbandonTransfer();
-    assert(!Buffers && !ImageFile && !LinkHandle && !ReceiveEvent && !ReceiveThread);
+    assert(!Buffers && !LinkHandle && !ReceiveHandles);
+    assert(linkClosings == 1 && receiveClosings == 1 && releases <= 1);
     /* The page is the right one for what the handheld is. */
     assert(shown != UpgradeDonePage || handedOver == ALL_PIECES);
     assert(!(shown == UpgradeErrorPage && halfBegun));
