@@ -52,8 +52,6 @@ long Descriptors(pid_t process) {
 
 class Life {
 public:
-    Life() { fs::copy_file(home_.Device() / "flash.bin", home_.Path("first.bin")); }
-
     // A backup with an upgrade, the restore of it, both of them broken off and healed.
     void Round(const char* link) {
         link_ = link;
@@ -62,13 +60,15 @@ public:
         const Answers save = {{BackupChoicePage, {"1030", backup_.string()}}, {BackupPage, {}}};
         const Answers restore = {{ActionChoicePage, {"1036", backup_.string()}}};
         Transfer(save, image_);
+        if (firstBackup_.empty())
+            firstBackup_ = ReadBytes(backup_);
+        if (ReadBytes(backup_) != firstBackup_)
+            throw std::runtime_error("the ROM is not what it was at first");
         Transfer(restore, backup_);
         if (!cradle_.Refused().empty())
             throw std::runtime_error("the handheld refused: " + cradle_.Refused());
         KillWizard({}, image_);
         ResetHandheld(restore, backup_);
-        if (ReadBytes(home_.Device() / "flash.bin") != ReadBytes(home_.Path("first.bin")))
-            throw std::runtime_error("the flash is not what it was at first");
         // What a broken transfer leaves on the cable is refused, and noted.
         fs::remove(home_.Device() / "refused");
     }
@@ -174,6 +174,7 @@ private:
     TestHome home_;
     const fs::path image_ =
         home_.AddLanguageFolder({.version = "1.99", .size = RomSize + HeaderSize});
+    std::string firstBackup_;
     const fs::path backup_ = home_.Path("saved.nbf");
     Cradle cradle_{home_, {.version = "1.87", .flashMegabytes = 16, .clock = FastClock}};
     std::mt19937 random_{1};
