@@ -49,7 +49,7 @@ bool Silent, Stuck;                 /* answers nothing; takes nothing any more *
 
 byte handedOver;                   /* pieces that the driver has accepted whole */
 mtype shown = NoPage;
-bool left;                         /* the run is over */
+bool left, senderLeft;             /* the run is over; the sender has gone */
 
 bool halfBegun;                    /* the handheld has erased the block that starts it */
 
@@ -272,7 +272,8 @@ leave:
     if
     :: TransferAborted -> FreeTransferBuffers()
     :: else -> skip
-    fi
+    fi;
+    senderLeft = true
 }
 
 /* ---- the page, on the main thread, and what follows it */
@@ -334,10 +335,13 @@ active proctype Page() {
     /* LeaveTransfer */
     AbandonTransfer();
     ReleaseLink();
-    !SenderRuns;
+    if /* the wait has a limit */
+    :: !SenderRuns -> skip
+    :: MayFail -> skip
+    fi;
     AbandonTransfer();
-    assert(!Buffers && !LinkHandle && !ReceiveHandles);
-    assert(linkClosings == 1 && receiveClosings == 1 && releases <= 1);
+    assert(!LinkHandle && !ReceiveHandles);
+    assert(linkClosings == 1 && receiveClosings == 1);
     /* The page is the right one for what the handheld is. */
     assert(shown != UpgradeDonePage || handedOver == ALL_PIECES);
     assert(!(shown == UpgradeErrorPage && halfBegun));
@@ -367,6 +371,12 @@ end:
             fi
         fi
     od
+}
+
+/* Whoever of sender and page is the last one out frees the buffers. */
+active proctype LastOneOut() {
+    left && senderLeft;
+    assert(!Buffers && releases <= 1)
 }
 
 /* A wizard may be killed at any instant: what it leaves tells the next run what the handheld is. */
