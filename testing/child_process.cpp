@@ -26,6 +26,7 @@ namespace test_support {
 namespace {
 
 constexpr auto Limit = std::chrono::seconds(60);
+constexpr std::size_t MaxShown = 100'000; // bytes of a process that has printed for an hour
 constexpr auto ExitPoll = std::chrono::milliseconds(5);
 constexpr int StopPollMilliseconds = 50;
 constexpr int NotStarted = 127;
@@ -165,8 +166,11 @@ ChildProcess::~ChildProcess() {
     }
     CloseInput();
     StopReading();
-    if (std::uncaught_exceptions() > 0)
-        std::fprintf(stderr, "up to the failure it printed:\n%s", Transcript().c_str());
+    if (std::uncaught_exceptions() == 0)
+        return;
+    const std::string text = Transcript();
+    std::fprintf(stderr, "up to the failure it printed:\n%s",
+                 text.c_str() + text.size() - std::min(text.size(), MaxShown));
 }
 
 void ChildProcess::StopReading() {
