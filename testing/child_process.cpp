@@ -2,6 +2,7 @@
 
 #include "testing/child_process.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>

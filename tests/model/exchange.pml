@@ -383,9 +383,9 @@ active proctype LastOneOut() {
 ltl what_is_left { [] ((Received < ALL_PIECES && !(Verdict == Sent)) -> Record) &&
                    [] ((halfBegun && Record) -> Note) }
 
-/* Whatever happens, the run comes to its end. */
+/* Whatever happens, the run and its sender come to their ends. */
 #ifdef UNDISTURBED
-ltl it_ends { <> (left && shown == UpgradeDonePage) }
+ltl it_ends { <> (left && senderLeft && shown == UpgradeDonePage) }
 #else
-ltl it_ends { <> left }
+ltl it_ends { <> (left && senderLeft) }
 #endif
