@@ -50,6 +50,12 @@ long Descriptors(pid_t process) {
     return std::distance(begin(open), end(open));
 }
 
+// What the user wants: the answers that lead there, and the image that is in the flash then.
+struct Errand {
+    Answers answers;
+    fs::path image;
+};
+
 class Life {
 public:
     // A backup with an upgrade, the restore of it, both of them broken off and healed.
@@ -57,18 +63,16 @@ public:
         link_ = link;
         wizardPeak_ = 0;
         fs::remove(backup_);
-        const Answers save = {{BackupChoicePage, {"1030", backup_.string()}}, {BackupPage, {}}};
-        const Answers restore = {{ActionChoicePage, {"1036", backup_.string()}}};
-        Transfer(save, image_);
+        const Errand upgrade = {{}, image_};
+        const Errand restore = {{{ActionChoicePage, {"1036", backup_.string()}}}, backup_};
+        Transfer(upgrade, {{BackupChoicePage, {"1030", backup_.string()}}, {BackupPage, {}}});
         if (firstBackup_.empty())
             firstBackup_ = ReadBytes(backup_);
         if (ReadBytes(backup_) != firstBackup_)
             throw std::runtime_error("the ROM is not what it was at first");
-        Transfer(restore, backup_);
-        if (!cradle_.Refused().empty())
-            throw std::runtime_error("the handheld refused: " + cradle_.Refused());
-        KillWizard({}, image_);
-        ResetHandheld(restore, backup_);
+        Transfer(restore, restore.answers);
+        KillWizard(upgrade);
+        ResetHandheld(restore);
         // What a broken transfer leaves on the cable is refused, and noted.
         fs::remove(home_.Device() / "refused");
     }
@@ -97,32 +101,28 @@ public:
 private:
     Environment Clock() const { return {{"ROM_WIZARD_CLOCK", FastClock}}; }
 
-    void Transfer(const Answers& answers, const fs::path& image) {
+    void Transfer(const Errand& errand, const Answers& answers) {
         WizardRun wizard(home_, Clock());
-        Heal(wizard, wizard.AnswerUpgrade(link_, 0, answers));
-        ExpectFlash(image);
+        Heal(errand, wizard, wizard.AnswerUpgrade(link_, 0, answers));
     }
 
-    void KillWizard(const Answers& answers, const fs::path& image) {
+    void KillWizard(const Errand& errand) {
         {
             WizardRun wizard(home_, Clock());
-            AwaitSomePercent(wizard, answers);
+            AwaitSomePercent(wizard, errand.answers);
             wizard.Process().Signal(SIGKILL);
             wizard.Process().Wait();
         }
         ++broken_;
         ResetAfterFailure(false);
-        WizardRun wizard(home_, Clock());
-        Heal(wizard, wizard.AnswerUpgrade(link_));
-        ExpectFlash(image);
+        Transfer(errand, errand.answers);
     }
 
-    void ResetHandheld(const Answers& answers, const fs::path& image) {
+    void ResetHandheld(const Errand& errand) {
         WizardRun wizard(home_, Clock());
-        AwaitSomePercent(wizard, answers);
+        AwaitSomePercent(wizard, errand.answers);
         cradle_.Reset();
-        Heal(wizard, wizard.AnswerUpgrade(link_));
-        ExpectFlash(image);
+        Heal(errand, wizard, wizard.AnswerUpgrade(link_));
     }
 
     void AwaitSomePercent(WizardRun& wizard, const Answers& answers) {
@@ -131,7 +131,8 @@ private:
         const int wanted = static_cast<int>(random_() % 95); // the last ones may never be shown
         wizard.Process().ExpectLine(
             [&](const std::string& line) {
-                return line.ends_with('%') && std::atoi(line.c_str()) >= wanted;
+                return (line.ends_with('%') && std::atoi(line.c_str()) >= wanted) ||
+                       line.starts_with("-- "); // broken off by the load of the machine
             },
             "of " + std::to_string(wanted) + " per cent");
     }
@@ -144,11 +145,11 @@ private:
     }
 
     // From the page behind a transfer to its success, by as many more runs as the pages ask for.
-    void Heal(WizardRun& wizard, int page, int runs = 1) {
+    void Heal(const Errand& errand, WizardRun& wizard, int page, int runs = 1) {
         ++runs_;
         wizardPeak_ = std::max(wizardPeak_, bench::CostsOf(wizard.Process().Id()).peakKilobytes);
         if (page == UpgradeDonePage)
-            return End(wizard);
+            return End(wizard, errand.image);
         if ((page != UpgradeErrorPage && page != CommunicationErrorPage) || runs == MaxRunsToHeal)
             throw std::runtime_error("not healed:\n" + wizard.Process().Transcript());
         ++broken_;
@@ -156,10 +157,10 @@ private:
         wizard.Wait();
         ResetAfterFailure(page == CommunicationErrorPage);
         WizardRun next(home_, Clock());
-        Heal(next, next.AnswerUpgrade(link_), runs + 1);
+        Heal(errand, next, next.AnswerUpgrade(link_, 0, errand.answers), runs + 1);
     }
 
-    void End(WizardRun& wizard) {
+    void End(WizardRun& wizard, const fs::path& image) {
         wizard.Send("1181");
         wizard.NextPage();
         wizard.Send("1134"); // no readme
@@ -169,9 +170,6 @@ private:
         cradle_.Reset();
         home_.AwaitConnectionManager();
         cradle_.AwaitConnection();
-    }
-
-    void ExpectFlash(const fs::path& image) {
         if (!cradle_.FlashEquals(image))
             throw std::runtime_error("the flash differs from " + image.string());
     }
