@@ -2,7 +2,9 @@
 
 #include "testing/side_by_side.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <exception>
 #include <mutex>
 #include <thread>
@@ -11,7 +13,11 @@ namespace test_support {
 
 namespace {
 
-constexpr std::size_t Workers = 64; // they mostly wait
+// They mostly wait. The more there are, the more of them may want the processor at a time.
+std::size_t Workers() {
+    const char* setting = std::getenv("ROM_WIZARD_WORKERS");
+    return setting ? std::strtoul(setting, nullptr, 10) : 64;
+}
 
 } // namespace
 
@@ -31,7 +37,7 @@ std::vector<std::string> SideBySide(std::size_t count,
         }
     };
     std::vector<std::jthread> workers;
-    for (std::size_t started = 0; started < Workers; ++started)
+    for (std::size_t started = std::min(count, Workers()); started > 0; --started)
         workers.emplace_back(worker);
     workers.clear();
     return failures;

@@ -1,13 +1,11 @@
-// Many interrupted upgrades, side by side: which there are, and what has to follow each.
+// Interrupted upgrades: which there are, and what has to follow each.
 
 #include "testing/sweep.h"
 
-#include "testing/side_by_side.h"
+#include "testing/pc_registry.h"
 
 #include <algorithm>
-#include <atomic>
 #include <exception>
-#include <iterator>
 #include <random>
 #include <set>
 #include <stdexcept>
@@ -18,14 +16,16 @@ namespace {
 
 using namespace pages;
 
-constexpr unsigned DoubledOneIn = 8;
+constexpr std::uint64_t BlockRecordSize = 12; // ahead of each block of the bootloader
 
-constexpr CutKind KindsWithPosition[] = {CutKind::Dead, CutKind::Unplugged, CutKind::Replugged,
-                                         CutKind::HandheldKilled, CutKind::WizardKilled};
+constexpr CutKind KindsWithPosition[] = {CutKind::Dead,          CutKind::Unplugged,
+                                         CutKind::Replugged,     CutKind::HandheldKilled,
+                                         CutKind::HandheldReset, CutKind::WizardKilled};
 
 const char* NameOf(CutKind kind) {
-    constexpr const char* Names[] = {"silent",          "dead",         "unplugged", "replugged",
-                                     "handheld killed", "wizard killed"};
+    constexpr const char* Names[] = {
+        "silent",          "dead",           "unplugged",    "replugged",
+        "handheld killed", "handheld reset", "wizard killed"};
     return Names[static_cast<int>(kind)];
 }
 
@@ -47,7 +47,7 @@ std::vector<Write> FlasherWrites() {
 
 // The last block is behind the image; the bootloader requests it, but does not answer it.
 std::vector<Write> BootloaderWrites() {
-    constexpr std::uint64_t Block = 12 + 0x40000;
+    constexpr std::uint64_t Block = BlockRecordSize + 0x40000;
     std::vector<Write> writes = {{"start", 0, 2}, {"sync", 2, 9}, {"record", 9, 17}};
     for (unsigned block = 1; block <= PreparedHomes::Pieces / 2 + 1; ++block)
         writes.push_back({std::to_string(block), writes.back().end, writes.back().end + Block});
@@ -71,49 +71,63 @@ std::uint64_t LastPosition(Start start) {
 
 // ---- which cuts there are
 
-class Random {
-public:
-    explicit Random(std::uint64_t seed) : engine_(seed) {}
-    std::uint64_t Below(std::uint64_t limit) { return engine_() % limit; }
-    template <class Range>
-    auto& OneOf(Range& range) {
-        return range[Below(std::size(range))];
-    }
-
-private:
-    std::mt19937_64 engine_;
-};
-
-Cut AnyCut(Start start, Link link, Random& random) {
-    const auto writes = WritesOf(start);
-    Cut cut = {.start = start, .link = link};
-    if (random.Below(10) == 0) {
-        cut.step = writes[random.Below(writes.size() - 1)].step;
-        return cut;
-    }
-    cut.kind = random.OneOf(KindsWithPosition);
-    const Write& write = writes[random.Below(writes.size())];
-    const bool atTheEdge = random.Below(3) == 0;
-    cut.position = write.begin + (atTheEdge ? 0 : random.Below(write.end - write.begin));
-    cut.position = std::min(cut.position, LastPosition(start));
-    return cut;
+// Into a port whose handheld swallows everything after its reset, the last piece goes as if it were
+// received, which no token denies. So a reset comes ahead of it.
+std::uint64_t LastPosition(Start start, CutKind kind) {
+    if (kind == CutKind::HandheldReset && start != Start::Bootloader)
+        return WritesOf(start).back().begin - 1;
+    return LastPosition(start);
 }
 
-// At the edge of each write and once inside of it, by every kind.
-std::vector<Cut> EveryStep(Start start, Link link, Random& random) {
+// Where a write is cut: in how many of its bytes the device has received of it.
+using Offsets = std::vector<std::uint64_t> (*)(const Write& write, std::uint64_t header);
+
+// Every byte of control data, the first, the middle and the last of what carries the image, and
+// there each boundary of the port's writes with the byte on either side.
+std::vector<std::uint64_t> AllOffsets(const Write& write, std::uint64_t header) {
+    constexpr std::uint64_t PortWrite = 12288; // the wizard hands over no more at a time
+    const std::uint64_t size = write.end - write.begin;
+    std::set<std::uint64_t> offsets = {0, 1, header + (size - header) / 2, size - 1};
+    for (std::uint64_t at = 1; at <= header; ++at)
+        offsets.insert(at);
+    for (std::uint64_t at = header + PortWrite; at < size; at += PortWrite)
+        offsets.insert({at - 1, at, at + 1});
+    std::erase_if(offsets, [&](std::uint64_t at) { return at >= size; });
+    return {offsets.begin(), offsets.end()};
+}
+
+// At the edge of a write, behind its first byte and well inside of it.
+std::vector<std::uint64_t> FirstOffsets(const Write& write, std::uint64_t) {
+    const std::uint64_t size = write.end - write.begin;
+    const std::set<std::uint64_t> offsets = {0, size > 1 ? 1U : 0U, size / 4};
+    return {offsets.begin(), offsets.end()};
+}
+
+// At the edges of a write, behind its first byte and in its middle.
+std::vector<std::uint64_t> SecondOffsets(const Write& write, std::uint64_t) {
+    const std::uint64_t size = write.end - write.begin;
+    const std::set<std::uint64_t> offsets = {0, size > 1 ? 1U : 0U, size / 2, size - 1};
+    return {offsets.begin(), offsets.end()};
+}
+
+std::vector<Cut> CutsOf(Start start, Link link, Offsets offsetsOf) {
     std::vector<Cut> cuts;
     const auto writes = WritesOf(start);
     for (const Write& write : writes) {
         if (&write != &writes.back())
             cuts.push_back({.start = start, .link = link, .step = write.step});
+        const bool control = write.end - write.begin < BlockRecordSize;
+        const std::uint64_t header = control                      ? write.end - write.begin
+                                     : start == Start::Bootloader ? BlockRecordSize
+                                                                  : 0;
         for (const CutKind kind : KindsWithPosition) {
-            const std::uint64_t size = std::min(write.end, LastPosition(start) + 1) - write.begin;
-            cuts.push_back({.start = start, .link = link, .kind = kind, .position = write.begin});
-            if (size > 1)
-                cuts.push_back({.start = start,
-                                .link = link,
-                                .kind = kind,
-                                .position = write.begin + 1 + random.Below(size - 1)});
+            for (const std::uint64_t offset : offsetsOf(write, header)) {
+                if (write.begin + offset <= LastPosition(start, kind))
+                    cuts.push_back({.start = start,
+                                    .link = link,
+                                    .kind = kind,
+                                    .position = write.begin + offset});
+            }
         }
     }
     return cuts;
@@ -121,8 +135,12 @@ std::vector<Cut> EveryStep(Start start, Link link, Random& random) {
 
 // ---- what has to follow a cut
 
-// How many pieces the PC has counted as sent, by where the device stopped: minimum and maximum.
-std::pair<std::uint64_t, std::uint64_t> CountedPieces(const Cut& cut) {
+struct PieceRange {
+    std::uint64_t min, max;
+};
+
+// How many pieces the PC has counted as sent, by where the device stopped.
+PieceRange CountedPieces(const Cut& cut) {
     const auto writes = FlasherWrites();
     if (cut.kind == CutKind::Silent) {
         const auto at = std::ranges::find(writes, cut.step, &Write::step) - writes.begin();
@@ -134,13 +152,31 @@ std::pair<std::uint64_t, std::uint64_t> CountedPieces(const Cut& cut) {
         return {0, 0};
     const std::uint64_t whole = (cut.position - firstPiece) / PreparedHomes::PieceSize;
     const std::uint64_t inside = (cut.position - firstPiece) % PreparedHomes::PieceSize;
-    // Into a port that has hung up a write is over at once, and it counts: what it went to cannot
-    // be known. A device that is only dead blocks it, if it is more than the tty buffers.
-    if (cut.kind != CutKind::Dead)
-        return {inside == 0 ? whole : whole + 1, whole + 1};
     const std::uint64_t left = PreparedHomes::PieceSize - inside;
-    return {left <= LessThanATtyHolds ? whole + 1 : whole,
-            left >= MoreThanATtyHolds ? whole : whole + 1};
+    const std::uint64_t handedOver = left >= MoreThanATtyHolds ? whole : whole + 1;
+    switch (cut.kind) {
+    case CutKind::WizardKilled: // perhaps ahead of counting what has come
+        return {inside == 0 && whole > 0 ? whole - 1 : whole, handedOver};
+    case CutKind::Dead: // blocks a write of more than the tty buffers
+        return {left <= LessThanATtyHolds ? whole + 1 : whole, handedOver};
+    default:
+        // Into a port that has hung up, or whose handheld swallows everything, a write is over at
+        // once, and it counts: what it went to cannot be known.
+        return {inside == 0 ? whole : whole + 1, whole + 1};
+    }
+}
+
+// What the run after it begins with, where this is certain.
+std::optional<Start> FollowingStart(const Cut& cut) {
+    if (cut.start == Start::Bootloader) {
+        const bool beforeTheEnd = cut.position < BootloaderWrites().back().begin;
+        return beforeTheEnd ? std::optional(Start::Bootloader) : std::nullopt;
+    }
+    const PieceRange counted = CountedPieces(cut);
+    if (counted.max < PreparedHomes::FilePieces)
+        return Start::Resumed;
+    return counted.min >= PreparedHomes::FilePieces ? std::optional(Start::Bootloader)
+                                                    : std::nullopt;
 }
 
 void ExpectPageFor(const Cut& cut, int page) {
@@ -152,7 +188,7 @@ void ExpectPageFor(const Cut& cut, int page) {
         return expect(page == Trial::Killed);
     if (cut.start == Start::Bootloader) {
         // All of the image has gone, and the rest of the last block may have been handed over.
-        const bool inTheLastBlock = cut.position > BootloaderWrites().back().begin;
+        const bool inTheLastBlock = cut.position >= BootloaderWrites().back().begin;
         return expect(page == CommunicationErrorPage ||
                       (inTheLastBlock && page == UpgradeDonePage));
     }
@@ -162,7 +198,9 @@ void ExpectPageFor(const Cut& cut, int page) {
 }
 
 Interruption InterruptionOf(const Cut& cut) {
+    using Then = Interruption::Then;
     const std::string position = std::to_string(cut.position);
+    const std::vector<std::string> dies = {"--dies-at", position};
     switch (cut.kind) {
     case CutKind::Silent:
         return {.faults = {"--silent-at", cut.step}};
@@ -171,11 +209,13 @@ Interruption InterruptionOf(const Cut& cut) {
     case CutKind::Replugged:
         return {.faults = {"--unplug-at", position, "--replug-after", "100"}};
     case CutKind::Dead:
-        return {.faults = {"--dies-at", position}};
+        return {.faults = dies};
     case CutKind::HandheldKilled:
-        return {.faults = {"--dies-at", position}, .victim = Interruption::Victim::Handheld};
+        return {.faults = dies, .then = Then::KillHandheld};
+    case CutKind::HandheldReset:
+        return {.faults = dies, .then = Then::ResetHandheld};
     case CutKind::WizardKilled:
-        return {.faults = {"--dies-at", position}, .victim = Interruption::Victim::Wizard};
+        return {.faults = dies, .then = Then::KillWizard};
     }
     throw std::logic_error("no such kind");
 }
@@ -184,35 +224,21 @@ Interruption InterruptionOf(const Cut& cut) {
 // key may then be the wrong one, as the next page says.
 unsigned MaxRunsAfter(const Cut& cut) { return cut.kind == CutKind::WizardKilled ? 2 : 1; }
 
-// The run after the first cut is cut again, wherever it begins by now.
-int CutAgain(Trial& trial, const Cut& first, int page, Cut* second) {
-    Random random(*first.again);
-    *second = AnyCut(page == CommunicationErrorPage ? Start::Bootloader : Start::Resumed,
-                     first.link, random);
-    page = trial.Run(InterruptionOf(*second), page == CommunicationErrorPage);
-    ExpectPageFor(*second, page);
+int RunCut(Trial& trial, const Cut& cut) {
+    const int page = trial.Run(InterruptionOf(cut), cut.start == Start::Bootloader);
+    ExpectPageFor(cut, page);
     return page;
 }
 
-unsigned RunOne(const PreparedHomes& homes, const Cut& cut) {
-    Trial trial(homes, cut.start, cut.link);
-    std::string cuts = Describe(cut);
-    try {
-        int page = trial.Run(InterruptionOf(cut));
-        ExpectPageFor(cut, page);
-        Cut last = cut;
-        const bool again = cut.again && page != Trial::Killed && page != UpgradeDonePage;
-        if (again) {
-            page = CutAgain(trial, cut, page, &last);
-            cuts += ", then " + Describe(last);
-        }
-        return trial.Recover(page, MaxRunsAfter(last)) + (again ? 1 : 0);
-    } catch (const std::exception& error) {
-        throw std::runtime_error(cuts + ": " + error.what() + "\n" + trial.Transcript());
-    }
+// The record must lead to the start that comes next; after a killed wizard by one more page where
+// only the note beside it tells.
+void ExpectFollowingStart(Trial& trial, const Cut& cut, Start next) {
+    if (cut.kind == CutKind::WizardKilled && HasHeldBackNote(trial.Home()) &&
+        !IsMarkedCritical(trial.Home()) && trial.Run() != CommunicationErrorPage)
+        throw std::runtime_error("no page sends the user to the bootloader");
+    if (IsMarkedCritical(trial.Home()) != (next == Start::Bootloader))
+        throw std::runtime_error("the next run would not begin from " + std::string(NameOf(next)));
 }
-
-} // namespace
 
 std::string Describe(const Cut& cut) {
     return std::string(NameOf(cut.start)) + " over " + NameOf(cut.link) + ", " + NameOf(cut.kind) +
@@ -220,38 +246,66 @@ std::string Describe(const Cut& cut) {
                                         : " after " + std::to_string(cut.position) + " bytes");
 }
 
-std::vector<Cut> ChooseCuts(std::size_t count, std::uint64_t seed) {
-    Random random(seed);
-    std::vector<Cut> cuts;
-    for (const Start start : {Start::Fresh, Start::Resumed, Start::Bootloader}) {
-        for (const Link link : {Link::Serial, Link::Usb}) {
-            const auto more = EveryStep(start, link, random);
-            cuts.insert(cuts.end(), more.begin(), more.end());
-        }
-    }
-    std::set<std::string> known;
-    for (const Cut& cut : cuts)
-        known.insert(Describe(cut));
-    while (cuts.size() < count) {
-        const Cut cut =
-            AnyCut(static_cast<Start>(random.Below(3)), static_cast<Link>(random.Below(2)), random);
-        if (known.insert(Describe(cut)).second)
-            cuts.push_back(cut);
-    }
-    for (std::size_t last = cuts.size(); last > 1; --last)
-        std::swap(cuts[last - 1], cuts[random.Below(last)]);
-    cuts.resize(std::min(count, cuts.size()));
-    for (std::size_t at = 0; at < cuts.size(); at += DoubledOneIn)
-        cuts[at].again = random.Below(UINT64_MAX);
-    return cuts;
+} // namespace
+
+std::string Describe(const CutTrial& trial) {
+    return Describe(trial.first) + (trial.second ? ", then " + Describe(*trial.second) : "");
 }
 
-SweepResult RunSweep(const std::vector<Cut>& cuts) {
-    const PreparedHomes homes;
-    std::atomic<unsigned> runs = 0;
-    const auto failures =
-        SideBySide(cuts.size(), [&](std::size_t at) { runs += RunOne(homes, cuts[at]); });
-    return {failures, runs};
+std::vector<CutTrial> AllTrials() {
+    std::vector<CutTrial> trials;
+    for (const Start start : {Start::Fresh, Start::Resumed, Start::Bootloader}) {
+        for (const Link link : {Link::Serial, Link::Usb}) {
+            for (const Cut& cut : CutsOf(start, link, AllOffsets))
+                trials.push_back({cut, std::nullopt});
+            for (const Cut& first : CutsOf(start, link, FirstOffsets)) {
+                const auto next = FollowingStart(first);
+                if (!next)
+                    continue;
+                for (const Cut& second : CutsOf(*next, link, SecondOffsets))
+                    trials.push_back({first, second});
+            }
+        }
+    }
+    std::mt19937_64 mixed(1);
+    for (std::size_t last = trials.size(); last > 1; --last)
+        std::swap(trials[last - 1], trials[mixed() % last]);
+    return trials;
+}
+
+// Runs the first cut and keeps what it left, once for all trials that go on from there.
+const std::filesystem::path& Sweep::StateAfter(const Cut& cut, Start next) {
+    FirstCut* first = nullptr;
+    {
+        const std::lock_guard lock(firstsLock_);
+        first = &firsts_[Describe(cut)];
+    }
+    const std::lock_guard lock(first->lock);
+    if (first->folder.empty()) {
+        Trial trial(homes_, homes_.FolderOf(cut.start, cut.link), cut.link);
+        try {
+            RunCut(trial, cut);
+            ExpectFollowingStart(trial, cut, next);
+        } catch (const std::exception& error) {
+            throw std::runtime_error(std::string(error.what()) + "\n" + trial.Transcript());
+        }
+        const auto folder = kept_.Path(Describe(cut));
+        trial.Keep(folder);
+        first->folder = folder;
+    }
+    return first->folder;
+}
+
+void Sweep::Run(const CutTrial& cuts) {
+    const Cut& last = cuts.second ? *cuts.second : cuts.first;
+    const auto folder =
+        cuts.second ? StateAfter(cuts.first, last.start) : homes_.FolderOf(last.start, last.link);
+    Trial trial(homes_, folder, last.link);
+    try {
+        trial.Recover(RunCut(trial, last), MaxRunsAfter(last));
+    } catch (const std::exception& error) {
+        throw std::runtime_error(std::string(error.what()) + "\n" + trial.Transcript());
+    }
 }
 
 } // namespace test_support

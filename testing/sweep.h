@@ -1,8 +1,10 @@
-// Many interrupted upgrades, side by side.
+// Every interruption of an upgrade that is tried, and two in a row.
 #pragma once
 
 #include "testing/trial.h"
 
+#include <map>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +17,7 @@ enum class CutKind {
     Unplugged,      // the port hangs up after so many bytes
     Replugged,      // and the device comes back as another port
     HandheldKilled, // its process, once it is dead
+    HandheldReset,  // once it is dead, while the wizard still sends
     WizardKilled,   // the wizard's, at that moment
 };
 
@@ -26,25 +29,41 @@ struct Cut {
     CutKind kind = CutKind::Silent;
     std::string step{};         // for Silent
     std::uint64_t position = 0; // for all others, in bytes
-    // Decides another cut in the run that comes after it; none where empty.
-    std::optional<std::uint64_t> again{};
-
-    bool operator==(const Cut&) const = default;
 };
 
-std::string Describe(const Cut& cut);
-
-// Distinct cuts: at every step and inside every write of every transfer, 480 in all, then others at
-// random; a sample of them where fewer are wanted. One in eight twice in a row. The order is the
-// seed's.
-std::vector<Cut> ChooseCuts(std::size_t count, std::uint64_t seed);
-
-struct SweepResult {
-    std::vector<std::string> failures; // with the cut and all that was printed
-    unsigned runs = 0;                 // of the wizard, behind the cuts
+// A cut, or two: the second in the run that goes on after the first.
+struct CutTrial {
+    Cut first;
+    std::optional<Cut> second{};
 };
 
-// On several threads; returns when all are done.
-SweepResult RunSweep(const std::vector<Cut>& cuts);
+std::string Describe(const CutTrial& trial);
+
+// All that there are, each once, in an order that mixes starts, links and kinds and stays the same:
+// a trial has its index for a number. Alone, a transfer is cut at every byte of its control data,
+// and around all that is handed over at a time; in pairs it is around every step. Each by every
+// kind.
+std::vector<CutTrial> AllTrials();
+
+// Any thread may run trials.
+class Sweep {
+public:
+    // Cuts off, and finishes by running the wizard again as its pages say. Throws with all that was
+    // printed where a page, the record or the flash is not what has to follow.
+    void Run(const CutTrial& trial);
+
+private:
+    struct FirstCut {
+        std::mutex lock;
+        std::filesystem::path folder; // empty: not run yet
+    };
+
+    const std::filesystem::path& StateAfter(const Cut& cut, Start next);
+
+    const PreparedHomes homes_;
+    const TestHome kept_; // what the first cuts left
+    std::mutex firstsLock_;
+    std::map<std::string, FirstCut> firsts_;
+};
 
 } // namespace test_support

@@ -57,21 +57,24 @@ fs::path PreparedHomes::FolderOf(Start start, Link link) const {
 }
 
 void PreparedHomes::Prepare(Start start, Link link, const std::string& silentAt) {
-    Trial trial(*this, Start::Fresh, link);
+    Trial trial(*this, FolderOf(Start::Fresh, link), link);
     trial.Run({.faults = {"--silent-at", silentAt}});
-    trial.DeviceCradle().TakeOut();
-    fs::create_directories(FolderOf(start, link));
-    CopyIfThere(trial.Home().Home() / "registry.reg", FolderOf(start, link) / "registry.reg");
-    CopyIfThere(trial.Home().Device(), FolderOf(start, link) / "device");
+    trial.Keep(FolderOf(start, link));
 }
 
-Trial::Trial(const PreparedHomes& homes, Start start, Link link, const char* clock)
+Trial::Trial(const PreparedHomes& homes, const fs::path& folder, Link link, const char* clock)
     : homes_(homes), link_(link), clock_(clock) {
     fs::remove(home_.Tree());
     fs::create_directory_symlink(homes.Tree(), home_.Tree());
-    const fs::path folder = homes.FolderOf(start, link);
     CopyIfThere(folder / "registry.reg", home_.Home() / "registry.reg");
     CopyIfThere(folder / "device", home_.Device());
+}
+
+void Trial::Keep(const fs::path& folder) {
+    cradle_->TakeOut();
+    fs::create_directories(folder);
+    CopyIfThere(home_.Home() / "registry.reg", folder / "registry.reg");
+    CopyIfThere(home_.Device(), folder / "device");
 }
 
 // A running handheld without new faults is reset by its button; otherwise it is put in anew.
@@ -107,11 +110,11 @@ int Trial::Run(const Interruption& interruption, bool navigatorKey) {
     past_ = Transcript();
     StartHandheld(interruption.faults, navigatorKey);
     wizard_ = std::make_unique<WizardRun>(home_, Environment{{"ROM_WIZARD_CLOCK", clock_}});
-    if (interruption.victim != Interruption::Victim::Nobody) {
+    if (interruption.then != Interruption::Then::Nothing) {
         wizard_->AnswerUpgrade(PortOf(link_), ProgressPage);
         cradle_->Handheld().ExpectLine("fault: ");
-        Kill(interruption.victim);
-        if (interruption.victim == Interruption::Victim::Wizard)
+        Act(interruption.then);
+        if (interruption.then == Interruption::Then::KillWizard)
             return Killed;
     }
     const int page = wizard_->AnswerUpgrade(PortOf(link_));
@@ -124,8 +127,13 @@ int Trial::Run(const Interruption& interruption, bool navigatorKey) {
     return page;
 }
 
-void Trial::Kill(Interruption::Victim victim) {
-    handheldKilled_ = victim == Interruption::Victim::Handheld;
+void Trial::Act(Interruption::Then then) {
+    if (then == Interruption::Then::ResetHandheld) {
+        cradle_->Handheld().Signal(SIGUSR1);
+        cradle_->Handheld().ExpectLine("ready");
+        return;
+    }
+    handheldKilled_ = then == Interruption::Then::KillHandheld;
     ChildProcess& process = handheldKilled_ ? cradle_->Handheld() : wizard_->Process();
     process.Signal(SIGKILL);
     process.Wait();

@@ -50,8 +50,8 @@ private:
 
 struct Interruption {
     std::vector<std::string> faults{}; // options of the handheld
-    // Who is killed as soon as the handheld has printed that the fault has occurred.
-    enum class Victim { Nobody, Wizard, Handheld } victim = Victim::Nobody;
+    // What happens as soon as the handheld has printed that the fault has occurred.
+    enum class Then { Nothing, KillWizard, KillHandheld, ResetHandheld } then = Then::Nothing;
 };
 
 class Trial {
@@ -63,7 +63,9 @@ public:
     // a handheld that has fallen silent. Sleeps that only wait for the world outside take nothing.
     static constexpr char UsualClock[] = "2,1000";
 
-    Trial(const PreparedHomes& homes, Start start, Link link, const char* clock = UsualClock);
+    // Begins from a folder as PreparedHomes has them, and Keep makes them.
+    Trial(const PreparedHomes& homes, const std::filesystem::path& folder, Link link,
+          const char* clock = UsualClock);
 
     // Resets the handheld, or puts it into its cradle, and runs the wizard to its last page.
     // Returns that page, after checking that the record and the handheld fit it. Throws with
@@ -74,14 +76,16 @@ public:
     // Throws after `maxRuns`, and where the flash then differs from the image.
     unsigned Recover(int page, unsigned maxRuns);
 
+    // Takes the handheld out, and copies it and the registry of the PC into a new folder.
+    void Keep(const std::filesystem::path& folder);
+
     const TestHome& Home() const { return home_; }
-    Cradle& DeviceCradle() { return *cradle_; }
     // Everything that was printed in all runs.
     std::string Transcript();
 
 private:
     void StartHandheld(const std::vector<std::string>& faults, bool navigatorKey);
-    void Kill(Interruption::Victim victim);
+    void Act(Interruption::Then then);
     void Check(int page);
     void ExpectWholeFlash();
     [[noreturn]] void Fail(const std::string& what);

@@ -91,7 +91,7 @@ TEST(LinkFaults, come_to_the_right_page_and_the_next_run_succeeds) {
     const PreparedHomes homes;
     const auto failures = SideBySide(std::size(Faults), [&](std::size_t at) {
         const Fault& fault = Faults[at];
-        Trial trial(homes, fault.start, fault.link, RealTime);
+        Trial trial(homes, homes.FolderOf(fault.start, fault.link), fault.link, RealTime);
         const int page = trial.Run({.faults = fault.options});
         if (fault.page != 0 && page != fault.page)
             throw std::runtime_error(Describe(fault) + " comes to page " + std::to_string(page) +

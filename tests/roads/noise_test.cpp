@@ -36,7 +36,7 @@ TEST(Noise, never_passes_for_success_and_the_next_run_upgrades) {
         // Resumed transfers mostly: the pages ahead of them hear nothing of the link.
         const auto start = static_cast<Start>(seed % 8 == 0 ? 0 : 1 + seed % 2);
         const auto link = static_cast<Link>(seed / 2 % 2);
-        Trial trial(homes, start, link);
+        Trial trial(homes, homes.FolderOf(start, link), link);
         try {
             const int page = trial.Run({.faults = {"--noise", std::to_string(seed)}});
             successes += page == UpgradeDonePage;
