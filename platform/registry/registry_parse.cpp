@@ -218,16 +218,16 @@ private:
     bool first_ = true;
 };
 
-// Reads a line off the front, without the blanks around it.
+// Reads a line off the front, without the blanks around it. A carriage return is one at its end,
+// also with blanks behind it: kept, it would be part of a comment that loses it when it is read
+// again.
 std::string_view ReadLine(std::string_view& file) {
     const auto end = std::min(file.find('\n'), file.size());
     auto line = file.substr(0, end);
     file.remove_prefix(std::min(end + 1, file.size()));
-    if (line.ends_with('\r'))
-        line.remove_suffix(1);
     if (!IsUtf8(line))
         throw BadLine("this is not UTF-8");
-    return Trimmed(line);
+    return Trimmed(line.substr(0, line.find_last_not_of(" \t\r") + 1));
 }
 
 // Only a value can be continued: a backslash at the end of a comment means nothing.
