@@ -27,15 +27,16 @@ std::string Folded(const std::string& text) {
     return folded;
 }
 
-// The shortest beginning of its label that is none of another's; its number where there is none.
+// The shortest beginning of its label that is none of another's; its number where there is none. No
+// beginning that is a number itself, for it could be that of another control.
 std::string KeyOf(const Choice& choice, const std::vector<Choice>& choices) {
     const std::string label = Folded(choice.label);
     for (std::size_t length = 1; length <= label.size(); ++length) {
         std::string key = label.substr(0, length);
         const bool ends = key.back() == ' ' || (static_cast<unsigned char>(key.back()) & 0x80);
-        if (!ends && std::ranges::count_if(choices, [&](const Choice& other) {
-                         return Folded(other.label).starts_with(key);
-                     }) == 1)
+        if (!ends && !NumberIn(key) && std::ranges::count_if(choices, [&](const Choice& other) {
+                                           return Folded(other.label).starts_with(key);
+                                       }) == 1)
             return key;
     }
     return std::to_string(choice.control->id);
@@ -73,9 +74,12 @@ std::vector<Choice> ChoicesMeant(const std::vector<Choice>& choices, const std::
     std::vector<Choice> meant;
     const std::string typed = Folded(line);
     const auto number = NumberIn(line);
+    for (const Choice& choice : choices)
+        if (number && choice.control->id == *number)
+            return {choice};
     for (const Choice& choice : choices) {
         const std::string label = Folded(choice.label);
-        if (label == typed || (number && choice.control->id == *number))
+        if (label == typed)
             return {choice};
         if (!typed.empty() && label.starts_with(typed))
             meant.push_back(choice);
