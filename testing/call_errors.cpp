@@ -1,0 +1,314 @@
+// Runs with a failing call: the wizard's start, its answers, and what must hold when it has ended.
+
+#include "testing/call_errors.h"
+
+#include "testing/image_file.h"
+#include "testing/pc_registry.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+namespace test_support {
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace pages;
+
+constexpr const char* ErrandNames[] = {"upgrade", "resume", "backup", "restore"};
+constexpr const char* KindNames[CallKinds] = {"open",   "read",   "write",   "sync",   "rename",
+                                              "close",  "lock",   "control", "status", "wait",
+                                              "socket", "memory", "thread"};
+constexpr std::pair<int, const char*> WayNames[] = {
+    {EIO, "EIO"},       {ENOSPC, "ENOSPC"}, {EINTR, "EINTR"},         {EACCES, "EACCES"},
+    {EAGAIN, "EAGAIN"}, {ENOMEM, "ENOMEM"}, {KilledAtCall, "killed"}, {ShortCall, "short"}};
+
+constexpr char OldBackup[] = "an earlier backup";
+constexpr std::size_t SavedRom = 0xF80000;
+constexpr unsigned MaxRunsAfter = 3;
+
+bool IsTransfer(Errand errand) { return errand != Errand::Backup; }
+
+// No stall timer runs in a backup, but one piece is awaited 2001 times.
+const char* ClockOf(Errand errand) { return IsTransfer(errand) ? Trial::UsualClock : "100"; }
+
+// A report that the library in the wizard writes and this process reads.
+class SharedReport {
+public:
+    explicit SharedReport(const TestHome& home) : path_(home.Path("calls").string()) {
+        WriteFileBytes(path_, std::string(sizeof(CallReport), '\0'));
+    }
+    std::string Path() const { return path_; }
+    CallErrors::Result Read() const {
+        std::array<std::uint32_t, CallKinds + 1> numbers{};
+        const std::string bytes = ReadBytes(path_);
+        std::memcpy(numbers.data(), bytes.data(), std::min(bytes.size(), sizeof(numbers)));
+        CallErrors::Result result{{}, numbers.back() != 0, 0};
+        std::copy_n(numbers.begin(), CallKinds, result.calls.begin());
+        return result;
+    }
+
+private:
+    const std::string path_;
+};
+
+// What a shell exports before it becomes the wizard.
+std::string Preloading(const CallError& error, const SharedReport& report) {
+    const std::string prefix = (fs::temp_directory_path() / "rom-wizard-").string();
+    const std::string library = ProgramFolder() + "/testing/libfailing_calls.so";
+    return "export LD_PRELOAD='" + library + "' " + FailingCallVariable + "=" +
+           std::to_string(static_cast<int>(error.kind)) + "," + std::to_string(error.number) + "," +
+           std::to_string(error.how) + ",'" + prefix + "','" + report.Path() + "'";
+}
+
+// One home, from the run with the error to the last one.
+class Course {
+public:
+    Course(Errand errand, const fs::path& start, const fs::path& image)
+        : errand_(errand), image_(image) {
+        fs::remove(home_.Tree());
+        fs::copy(image.parent_path().parent_path(), home_.Tree(), fs::copy_options::recursive);
+        for (const char* name : {"registry.reg", "device"}) {
+            if (fs::exists(start / name))
+                fs::copy(start / name,
+                         name == std::string("device") ? home_.Device() : home_.Home() / name,
+                         fs::copy_options::recursive);
+        }
+        WriteFileBytes(Backup(), OldBackup);
+        tree_ = Listing(home_.Tree());
+    }
+
+    CallErrors::Result Run(const CallError& error);
+    std::string Transcript() {
+        return past_ + (cradle_ ? " handheld\n" + cradle_->Handheld().Transcript() : "") +
+               (wizard_ ? " wizard\n" + wizard_->Process().Transcript() : "");
+    }
+
+private:
+    static constexpr int NoPage = 0;
+
+    fs::path Backup() const { return home_.Tree() / "saved.nbf"; }
+    fs::path Image() const { return home_.Tree() / "English" / image_.filename(); }
+    int Start(const std::string& before, bool navigatorKey);
+    int AnswerPages();
+    void Check(int page, bool killed);
+    void CheckBackup(bool claimed);
+    void CheckRecord(int page);
+    void CheckWhatIsLeft();
+    bool Done(int page) const {
+        return page == (IsTransfer(errand_) ? UpgradeDonePage : UpgradeReadyPage);
+    }
+    static std::vector<std::string> Listing(const fs::path& folder);
+
+    const Errand errand_;
+    const fs::path image_;
+    TestHome home_;
+    std::vector<std::string> tree_;
+    std::unique_ptr<Cradle> cradle_;
+    std::unique_ptr<WizardRun> wizard_;
+    std::string past_;
+};
+
+std::vector<std::string> Course::Listing(const fs::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        names.push_back(entry.path().string());
+    std::ranges::sort(names);
+    return names;
+}
+
+// The page behind which the run has ended, or none where it ended before.
+int Course::AnswerPages() {
+    std::map<std::string, std::vector<std::string>> answers = {
+        {"166", {"1181"}},
+        {"103", {"1"}},
+        {"121", {"1"}},
+        {"161", {"1"}},
+        {"122", {}},
+        {"158", {Serial, "1"}},
+        {"109", {errand_ == Errand::Restore ? "1036" : "1035"}},
+        {"open", {Image().string()}},
+        {"124", {"1"}},
+        {"125", {errand_ == Errand::Backup ? "1030" : "1"}},
+        {"save", {Backup().string()}},
+        {"152", {"1"}},      // the old file may be replaced
+        {"145", {"2", "2"}}, // no space: back to 125, and out
+        {"132", {}},
+        {"153", {}},
+        {"102", {}},
+    };
+    if (IsTransfer(errand_))
+        answers["130"] = {"1"};
+    const auto opens = [](const std::string& line) { return line.starts_with("== "); };
+    for (unsigned dialogs = 0;;) {
+        std::string name;
+        try {
+            name = wizard_->Process().ExpectLine(opens, "that opens a page").substr(3);
+        } catch (const std::runtime_error&) {
+            wizard_->Process().ExpectEndOfOutput(); // which throws where it still waits
+            return NoPage;
+        }
+        name = name.substr(0, name.find(' '));
+        const auto answer = answers.find(name);
+        if (answer == answers.end())
+            return std::stoi(name);
+        // A dialog that comes again has refused its path.
+        if ((name == "open" || name == "save") && ++dialogs > 2)
+            throw std::runtime_error("the dialog does not take the path");
+        for (const std::string& line : answer->second)
+            wizard_->Send(line);
+    }
+}
+
+int Course::Start(const std::string& before, bool navigatorKey) {
+    past_ = Transcript();
+    std::vector<std::string> options;
+    if (navigatorKey)
+        options.emplace_back("--bootloader");
+    if (cradle_)
+        cradle_->RestartHandheld(options);
+    else
+        cradle_ = std::make_unique<Cradle>(
+            home_, CradleOptions{.withManager = false, .create = false, .clock = ClockOf(errand_)});
+    if (cradle_->Handheld().Has("mode normal"))
+        cradle_->StartManager();
+    wizard_ = std::make_unique<WizardRun>(
+        home_, Environment{{"ROM_WIZARD_CLOCK", ClockOf(errand_)}}, before);
+    const int page = AnswerPages();
+    if (page == NoPage)
+        return page;
+    wizard_->Send(page == UpgradeDonePage ? "esc" : "2");
+    return page;
+}
+
+// A file that verifies is the handheld's ROM, and only that counts as saved.
+void Course::CheckBackup(bool claimed) {
+    const std::string found = ReadBytes(Backup());
+    const std::string rom = ReadBytes(home_.Device() / "flash.bin").substr(0, SavedRom);
+    const bool whole = IsWholeImage(found);
+    if (whole && found.substr(32) != rom)
+        throw std::runtime_error("a file that is not the ROM verifies");
+    if (claimed && !whole)
+        throw std::runtime_error("the backup is done and its file is not whole");
+    if (errand_ != Errand::Backup && found != OldBackup)
+        throw std::runtime_error("a file of the user has changed");
+}
+
+// All seven values, and perhaps the eighth, or none.
+void Course::CheckRecord(int page) {
+    std::istringstream lines(ReadBytes(home_.Home() / "registry.reg"));
+    bool inRecord = false;
+    int values = 0;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with('['))
+            inRecord = line.ends_with("\\FlashUtility]");
+        else
+            values += inRecord && line.find('=') != line.npos ? 1 : 0;
+    }
+    const bool begun = std::ranges::count(wizard_->Pages(), ProgressPage) > 0;
+    if (values != 0 && values != 7 && values != 8 && (begun || page != NoPage))
+        throw std::runtime_error("the record has " + std::to_string(values) + " values");
+}
+
+void Course::CheckWhatIsLeft() {
+    if (HasProgressRecord(home_) || HasHeldBackNote(home_))
+        throw std::runtime_error("the record is still there");
+    if (fs::exists(home_.Home() / "registry.new") || Listing(home_.Tree()) != tree_)
+        throw std::runtime_error("a file is left over");
+}
+
+void Course::Check(int page, bool killed) {
+    const int code = wizard_->Wait();
+    if (code > 128 && !(killed && code == 128 + SIGKILL))
+        throw std::runtime_error("the wizard ended by signal " + std::to_string(code - 128));
+    for (const char* fault : {"AddressSanitizer", "LeakSanitizer", "runtime error:"}) {
+        if (wizard_->Process().Has(fault))
+            throw std::runtime_error("the wizard has a fault");
+    }
+    if (page == UpgradeDonePage) {
+        const auto isComplete = [](const std::string& line) {
+            return line.find(": complete") != line.npos;
+        };
+        const auto lines = cradle_->Handheld().Lines();
+        if (std::ranges::none_of(lines, isComplete)) // the last bytes may still be in the tty
+            cradle_->Handheld().ExpectLine(isComplete, "that all has come");
+        if (!cradle_->FlashEquals(image_))
+            throw std::runtime_error("the flash differs from the image");
+    }
+    CheckRecord(page);
+    CheckBackup(errand_ == Errand::Backup && Done(page));
+    if (ReadBytes(Image()) != ReadBytes(image_))
+        throw std::runtime_error("the image has changed");
+}
+
+CallErrors::Result Course::Run(const CallError& error) {
+    const SharedReport report(home_);
+    int page = Start(Preloading(error, report), false);
+    Check(page, error.how == KilledAtCall);
+    CallErrors::Result result = report.Read();
+    result.runs = 1;
+    // The record of an upgrade that is done may have been kept, which the next one makes good.
+    while (!Done(page) || HasProgressRecord(home_) || HasHeldBackNote(home_)) {
+        if (result.runs++ > MaxRunsAfter)
+            throw std::runtime_error("not done after so many more runs");
+        page = Start(":", page == CommunicationErrorPage);
+        Check(page, false);
+    }
+    CheckWhatIsLeft();
+    return result;
+}
+
+} // namespace
+
+const char* NameOf(Errand errand) { return ErrandNames[static_cast<int>(errand)]; }
+
+std::string Describe(const CallError& error) {
+    const auto way = std::ranges::find(WayNames, error.how, &std::pair<int, const char*>::first);
+    return std::string(NameOf(error.errand)) + "," + KindNames[static_cast<int>(error.kind)] + "," +
+           std::to_string(error.number) + "," + way->second;
+}
+
+std::vector<int> WaysToFail(CallKind kind) {
+    switch (kind) {
+    case CallKind::Memory:
+    case CallKind::Thread:
+        return {};
+    case CallKind::Wait:
+        return {EINTR};
+    case CallKind::Read:
+    case CallKind::Write:
+    case CallKind::Socket:
+        return {EIO, ENOSPC, EINTR, EACCES, EAGAIN, KilledAtCall, ShortCall};
+    default:
+        return {EIO, ENOSPC, EINTR, EACCES, EAGAIN, KilledAtCall};
+    }
+}
+
+CallErrors::CallErrors() {
+    largeHome_.AddLanguageFolder();
+    largeHome_.RunHandheld({"create", largeHome_.Device().string(), "--flash", "16"});
+}
+
+CallErrors::Result CallErrors::Run(const CallError& error) const {
+    const bool transfer = IsTransfer(error.errand);
+    Course course(
+        error.errand,
+        transfer ? homes_.FolderOf(error.errand == Errand::Resume ? Start::Resumed : Start::Fresh,
+                                   Link::Serial)
+                 : largeHome_.Path(),
+        transfer ? homes_.Image() : largeHome_.Tree() / "English" / "TOLKROM.nbf");
+    try {
+        return course.Run(error);
+    } catch (const std::exception& fault) {
+        throw std::runtime_error(Describe(error) + ": " + fault.what() + "\n" +
+                                 course.Transcript());
+    }
+}
+
+} // namespace test_support
