@@ -2,19 +2,19 @@
 // its pages say. After each cut the page and the record are checked, and after the last run the
 // flash.
 //
-// ROM_WIZARD_SWEEP=COUNT,FIRST chooses so many trials from that number on; one alone is run again
-// by ROM_WIZARD_SWEEP=1,NUMBER. All of them, in slices of an hour: scripts/sweep
+// ROM_WIZARD_SWEEP=COUNT,FIRST chooses so many trials from that number on. All of them, in slices
+// of an hour: scripts/sweep
 // label: sweeps
 
 #include "testing/extent.h"
 #include "testing/side_by_side.h"
-#include "testing/slice.h"
 #include "testing/sweep.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
 
 namespace {
 
@@ -26,30 +26,43 @@ constexpr std::size_t UsualTrials = 40; // each takes several times as long
 constexpr std::size_t UsualTrials = 100;
 #endif
 
+// A file of numbers in place of COUNT,FIRST. When it is removed, no more of them are begun.
+const char* const ListFile = std::getenv("ROM_WIZARD_SWEEP_LIST");
+
+std::vector<std::size_t> WantedTrials(std::size_t all) {
+    std::vector<std::size_t> numbers;
+    if (ListFile) {
+        std::ifstream list(ListFile);
+        for (std::size_t number = 0; list >> number && number < all;)
+            numbers.push_back(number);
+        return numbers;
+    }
+    const Extent extent = WantedExtent("ROM_WIZARD_SWEEP", {.count = UsualTrials, .first = 0});
+    for (std::size_t number = extent.first; number < all && numbers.size() < extent.count; ++number)
+        numbers.push_back(number);
+    return numbers;
+}
+
 TEST(Sweep, after_a_cut_anywhere_comes_the_right_page_and_the_next_run_upgrades) {
     const std::vector<CutTrial> all = AllTrials();
-    const Extent extent = WantedExtent("ROM_WIZARD_SWEEP", {.count = UsualTrials, .first = 0});
-    ASSERT_LT(extent.first, all.size());
-    Slice slice(extent.first, std::min(extent.count, all.size() - extent.first));
-    std::printf("all trials: %zu\nto be run: %zu\n", all.size(), slice.Pending().size());
-    std::fflush(stdout);
+    const std::vector<std::size_t> wanted = WantedTrials(all.size());
+    ASSERT_FALSE(wanted.empty());
+    std::printf("%zu of %zu trials\n", wanted.size(), all.size());
     Sweep sweep;
-    SideBySide(slice.Pending().size(), [&](std::size_t at) {
-        const std::size_t number = slice.Pending()[at];
-        if (slice.IsOver())
+    SideBySide(wanted.size(), [&](std::size_t at) {
+        if (ListFile && !std::filesystem::exists(ListFile))
             return;
+        const char* verdict = "passed";
         try {
-            sweep.Run(all[number]);
-            slice.Note(number, true);
+            sweep.Run(all[wanted[at]]);
         } catch (const std::exception& error) {
-            slice.Note(number, false);
-            ADD_FAILURE() << Describe(all[number]) << ": " << error.what()
-                          << "this one alone: ROM_WIZARD_SWEEP=1," << number << " "
-                          << std::filesystem::read_symlink("/proc/self/exe").string()
-                          << " --gtest_filter='Sweep.*'";
+            verdict = "failed";
+            ADD_FAILURE() << Describe(all[wanted[at]]) << ": " << error.what()
+                          << "again, alone: scripts/sweep --trial " << wanted[at];
         }
+        std::printf("\n%s %zu\n", verdict, wanted[at]); // on a line of its own
+        std::fflush(stdout);
     });
-    std::printf("%zu distinct trials\n", slice.Done());
 }
 
 } // namespace
