@@ -36,7 +36,7 @@ public:
 
     PreparedHomes();
 
-    std::filesystem::path Image() const { return image_; }
+    const std::string& Image() const { return image_; } // its bytes
     std::filesystem::path Tree() const { return home_.Tree(); }
     // The registry of the PC and the handheld's folder; the trial's own copy is made of it.
     std::filesystem::path FolderOf(Start start, Link link) const;
@@ -45,7 +45,7 @@ private:
     void Prepare(Start start, Link link, const std::string& silentAt);
 
     TestHome home_;
-    std::filesystem::path image_;
+    std::string image_;
 };
 
 struct Interruption {
