@@ -19,7 +19,10 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <new>
 #include <string>
+#include <system_error>
 #include <thread>
 
 namespace {
@@ -47,6 +50,22 @@ int RunAtTerminal() {
     std::thread program([&exitCode] { exitCode = RunWinMain(); });
     program.join();
     return exitCode;
+}
+
+// Memory and threads may run out in any call of the layer, which nobody above it expects. The
+// program ends as if it were cut off there: what is on the disk is made for that.
+[[noreturn]] void EndByException() {
+    constexpr int OutOfResources = 3;
+    try {
+        std::rethrow_exception(std::current_exception());
+    } catch (const std::bad_alloc&) {
+        std::fputs(PROGRAM_NAME ": out of memory; start it again\n", stderr);
+    } catch (const std::system_error& error) {
+        std::fprintf(stderr, PROGRAM_NAME ": %s; start it again\n", error.what());
+    } catch (...) {
+        std::abort(); // a fault of the program
+    }
+    _exit(OutOfResources);
 }
 
 // A handle closed twice is a fault that shows nowhere else: by then it may name another object.
@@ -82,6 +101,7 @@ void ParseArguments(int count, char** words) {
 } // namespace
 
 int main(int count, char** words) {
+    std::set_terminate(EndByException);
     ParseArguments(count, words);
     // Whoever reads the pages may go away; that must not end a program in the middle of its work.
     std::signal(SIGPIPE, SIG_IGN);
