@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <iterator>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 using platform::RapiSession;
@@ -123,14 +122,11 @@ std::int32_t CeRapiInitEx(RapiInitRecord* record) {
     const LastErrorKept kept;
     if (!record || record->size != sizeof(RapiInitRecord))
         return InvalidArgument;
-    try {
-        const HANDLE event = RapiSession::Instance().Open();
-        record->event = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(event));
-        record->result = 0;
-        return 0;
-    } catch (const std::system_error&) { // no thread or descriptor left
-        return Failed;
-    }
+    HANDLE event = nullptr;
+    const bool connecting = RapiSession::Instance().Open(event);
+    record->event = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(event));
+    record->result = connecting ? 0 : Failed;
+    return record->result;
 }
 
 std::int32_t CeRapiUninit() {

@@ -9,6 +9,7 @@
 #include "platform/base/home.h"
 
 #include <cstdint>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -62,19 +63,24 @@ RapiSession& RapiSession::Instance() {
     return instance;
 }
 
-HANDLE RapiSession::Open() {
+bool RapiSession::Open(HANDLE& event) {
     const std::lock_guard lock(lifeLock_);
     if (!handle_) {
         event_ = std::make_shared<ConnectionEvent>();
         handle_ = AddHandle(event_);
     }
+    event = handle_;
     if (IsLost()) {
         StopConnecting();
         event_->Reset();
     }
-    if (!started_)
-        StartConnecting();
-    return handle_;
+    try {
+        if (!started_)
+            StartConnecting();
+    } catch (const std::system_error&) { // no thread left
+        event_->EndAttempt();
+    }
+    return started_;
 }
 
 void RapiSession::Close() {

@@ -37,9 +37,10 @@ public:
 
     // The event, signalled once a handheld answers; it is the session's. Returns at once, while a
     // thread goes on trying. On a session that is up already the event stays the same, and a
-    // connection that was lost is looked for again. Throws std::system_error where the host has no
-    // resources left.
-    HANDLE Open();
+    // connection that was lost is looked for again. False where the host has no thread left; the
+    // event is there all the same, and not signalled: a caller that only waits for it must not take
+    // the failure for a handheld that has answered.
+    bool Open(HANDLE& event);
     // Ends what requests are under way, which then fail. Harmless on a session that is not up.
     void Close();
     // A handheld has answered, and no request has found it gone since.
