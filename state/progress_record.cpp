@@ -38,23 +38,22 @@ void DeleteKeyOfSoftware(const char* name) {
         RegDeleteKeyA(software.Get(), name);
 }
 
-// A failed write is not reported anywhere: the upgrade then cannot be resumed, but it can be done.
-void SetNumber(const OwnedKey& key, const char* name, DWORD value) {
-    RegSetValueExA(key.Get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
-                   sizeof(value));
+bool SetNumber(const OwnedKey& key, const char* name, DWORD value) {
+    return RegSetValueExA(key.Get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
+                          sizeof(value)) == ERROR_SUCCESS;
 }
 
-void SetText(const OwnedKey& key, const char* name, std::string_view text) {
-    RegSetValueExA(key.Get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.data()),
-                   static_cast<DWORD>(text.size()));
+bool SetText(const OwnedKey& key, const char* name, std::string_view text) {
+    return RegSetValueExA(key.Get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.data()),
+                          static_cast<DWORD>(text.size())) == ERROR_SUCCESS;
 }
 
 // The whole size of the buffer, with zeros behind the text whatever an earlier text has left there.
 template <std::size_t Size>
-void SetPaddedText(const OwnedKey& key, const char* name, const char (&text)[Size]) {
+bool SetPaddedText(const OwnedKey& key, const char* name, const char (&text)[Size]) {
     char padded[Size] = {};
     std::memcpy(padded, text, strnlen(text, Size - 1));
-    SetText(key, name, {padded, Size});
+    return SetText(key, name, {padded, Size});
 }
 
 using Bytes = std::span<const BYTE>;
@@ -100,20 +99,25 @@ void ApplyValue(const char* name, Bytes data, bool* pending) {
     }
 }
 
+bool WriteRecordValues() {
+    const OwnedKey key = CreateKey(RecordKey);
+    return key && SetNumber(key, "Flash", 1) &&
+           SetPaddedText(key, "Language", State.Paths.LanguageFolder) &&
+           SetPaddedText(key, "ModelID", State.Handheld.DeviceModel) &&
+           SetPaddedText(key, "Lang", State.Handheld.DeviceLanguage) &&
+           SetPaddedText(key, "Version", State.Handheld.DeviceVersionText) &&
+           SetNumber(key, "USB", State.Run.SerialLinkSelected ? 0 : 1) &&
+           SetText(key, "FlashFile", State.Paths.ImagePath);
+}
+
 } // namespace
 
+// A failure is not reported anywhere: the upgrade then cannot be resumed, but it can be done. Half
+// a record would be resumed with what an empty one means: without an image, or over another link.
 void WriteProgressRecord() {
     DeleteKeyOfSoftware(NoteName); // it would be about another transfer
-    const OwnedKey key = CreateKey(RecordKey);
-    if (!key)
-        return;
-    SetNumber(key, "Flash", 1);
-    SetPaddedText(key, "Language", State.Paths.LanguageFolder);
-    SetPaddedText(key, "ModelID", State.Handheld.DeviceModel);
-    SetPaddedText(key, "Lang", State.Handheld.DeviceLanguage);
-    SetPaddedText(key, "Version", State.Handheld.DeviceVersionText);
-    SetNumber(key, "USB", State.Run.SerialLinkSelected ? 0 : 1);
-    SetText(key, "FlashFile", State.Paths.ImagePath);
+    if (!WriteRecordValues() && !WriteRecordValues())
+        DeleteKeyOfSoftware(RecordName);
 }
 
 void MarkCriticalFailure() {
