@@ -99,7 +99,7 @@ private:
     int AnswerPages();
     void Check(int page, bool killed);
     void CheckBackup(bool claimed);
-    void CheckRecord(int page);
+    void CheckRecord();
     void CheckWhatIsLeft();
     bool Done(int page) const {
         return page == (IsTransfer(errand_) ? UpgradeDonePage : UpgradeReadyPage);
@@ -161,6 +161,8 @@ int Course::AnswerPages() {
         // A dialog that comes again has refused its path.
         if ((name == "open" || name == "save") && ++dialogs > 2)
             throw std::runtime_error("the dialog does not take the path");
+        if (name == "102")
+            CheckRecord();
         for (const std::string& line : answer->second)
             wizard_->Send(line);
     }
@@ -201,7 +203,7 @@ void Course::CheckBackup(bool claimed) {
 }
 
 // All seven values, and perhaps the eighth, or none.
-void Course::CheckRecord(int page) {
+void Course::CheckRecord() {
     std::istringstream lines(ReadBytes(home_.Home() / "registry.reg"));
     bool inRecord = false;
     int values = 0;
@@ -211,8 +213,7 @@ void Course::CheckRecord(int page) {
         else
             values += inRecord && line.find('=') != line.npos ? 1 : 0;
     }
-    const bool begun = std::ranges::count(wizard_->Pages(), ProgressPage) > 0;
-    if (values != 0 && values != 7 && values != 8 && (begun || page != NoPage))
+    if (values != 0 && values != 7 && values != 8)
         throw std::runtime_error("the record has " + std::to_string(values) + " values");
 }
 
@@ -241,7 +242,10 @@ void Course::Check(int page, bool killed) {
         if (!cradle_->FlashEquals(image_))
             throw std::runtime_error("the flash differs from the image");
     }
-    CheckRecord(page);
+    if (page != NoPage) // killed between two values, before the handheld was touched
+        CheckRecord();
+    if (page == NoPage && !killed && !wizard_->Process().Has("rom-wizard: "))
+        throw std::runtime_error("the wizard ended without a page and without a message");
     CheckBackup(errand_ == Errand::Backup && Done(page));
     if (ReadBytes(Image()) != ReadBytes(image_))
         throw std::runtime_error("the image has changed");
@@ -277,8 +281,9 @@ std::string Describe(const CallError& error) {
 std::vector<int> WaysToFail(CallKind kind) {
     switch (kind) {
     case CallKind::Memory:
+        return {ENOMEM};
     case CallKind::Thread:
-        return {};
+        return {EAGAIN};
     case CallKind::Wait:
         return {EINTR};
     case CallKind::Read:
