@@ -22,12 +22,13 @@ namespace fs = std::filesystem;
 using namespace pages;
 
 constexpr const char* ErrandNames[] = {"upgrade", "resume", "backup", "restore"};
-constexpr const char* KindNames[CallKinds] = {"open",   "read",   "write",   "sync",   "rename",
-                                              "close",  "lock",   "control", "status", "wait",
-                                              "socket", "memory", "thread"};
+constexpr const char* KindNames[CallKinds] = {"open",   "read",   "write",  "port",    "sync",
+                                              "rename", "close",  "lock",   "control", "status",
+                                              "wait",   "socket", "memory", "thread"};
 constexpr std::pair<int, const char*> WayNames[] = {
-    {EIO, "EIO"},       {ENOSPC, "ENOSPC"}, {EINTR, "EINTR"},         {EACCES, "EACCES"},
-    {EAGAIN, "EAGAIN"}, {ENOMEM, "ENOMEM"}, {KilledAtCall, "killed"}, {ShortCall, "short"}};
+    {0, "none"},         {EIO, "EIO"},       {ENOSPC, "ENOSPC"}, {EINTR, "EINTR"},
+    {EACCES, "EACCES"},  {EAGAIN, "EAGAIN"}, {ENOMEM, "ENOMEM"}, {KilledAtCall, "killed"},
+    {ShortCall, "short"}};
 
 constexpr char OldBackup[] = "an earlier backup";
 constexpr std::size_t SavedRom = 0xF80000;
@@ -62,9 +63,10 @@ private:
 std::string Preloading(const CallError& error, const SharedReport& report) {
     const std::string prefix = (fs::temp_directory_path() / "rom-wizard-").string();
     const std::string library = ProgramFolder() + "/testing/libfailing_calls.so";
-    return "export LD_PRELOAD='" + library + "' " + FailingCallVariable + "=" +
-           std::to_string(static_cast<int>(error.kind)) + "," + std::to_string(error.number) + "," +
-           std::to_string(error.how) + ",'" + prefix + "','" + report.Path() + "'";
+    return "export ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD='" + library + "' " +
+           FailingCallVariable + "=" + std::to_string(static_cast<int>(error.kind)) + "," +
+           std::to_string(error.number) + "," + std::to_string(error.how) + ",'" + prefix + "','" +
+           report.Path() + "'";
 }
 
 // One home, from the run with the error to the last one.
@@ -98,7 +100,7 @@ private:
     int Start(const std::string& before, bool navigatorKey);
     int AnswerPages();
     void Check(int page, bool killed);
-    void CheckBackup(bool claimed);
+    void CheckBackup(int page);
     void CheckRecord();
     void CheckWhatIsLeft();
     bool Done(int page) const {
@@ -113,6 +115,7 @@ private:
     std::unique_ptr<Cradle> cradle_;
     std::unique_ptr<WizardRun> wizard_;
     std::string past_;
+    CallKind failing_{};
 };
 
 std::vector<std::string> Course::Listing(const fs::path& folder) {
@@ -190,14 +193,16 @@ int Course::Start(const std::string& before, bool navigatorKey) {
 }
 
 // A file that verifies is the handheld's ROM, and only that counts as saved.
-void Course::CheckBackup(bool claimed) {
+void Course::CheckBackup(int page) {
     const std::string found = ReadBytes(Backup());
     const std::string rom = ReadBytes(home_.Device() / "flash.bin").substr(0, SavedRom);
     const bool whole = IsWholeImage(found);
     if (whole && found.substr(32) != rom)
         throw std::runtime_error("a file that is not the ROM verifies");
-    if (claimed && !whole)
+    if (errand_ == Errand::Backup && Done(page) && !whole)
         throw std::runtime_error("the backup is done and its file is not whole");
+    if (page == BackupFailedPage && whole && failing_ == CallKind::Sync)
+        throw std::runtime_error("a file verifies that may not be on the disk");
     if (errand_ != Errand::Backup && found != OldBackup)
         throw std::runtime_error("a file of the user has changed");
 }
@@ -246,13 +251,14 @@ void Course::Check(int page, bool killed) {
         CheckRecord();
     if (page == NoPage && !killed && !wizard_->Process().Has("rom-wizard: "))
         throw std::runtime_error("the wizard ended without a page and without a message");
-    CheckBackup(errand_ == Errand::Backup && Done(page));
+    CheckBackup(page);
     if (ReadBytes(Image()) != ReadBytes(image_))
         throw std::runtime_error("the image has changed");
 }
 
 CallErrors::Result Course::Run(const CallError& error) {
     const SharedReport report(home_);
+    failing_ = error.kind;
     int page = Start(Preloading(error, report), false);
     Check(page, error.how == KilledAtCall);
     CallErrors::Result result = report.Read();
@@ -288,6 +294,7 @@ std::vector<int> WaysToFail(CallKind kind) {
         return {EINTR};
     case CallKind::Read:
     case CallKind::Write:
+    case CallKind::Port:
     case CallKind::Socket:
         return {EIO, ENOSPC, EINTR, EACCES, EAGAIN, KilledAtCall, ShortCall};
     default:

@@ -7,12 +7,13 @@
 
 namespace test_support {
 
-// Calls of the system by what they do; each name stands for its variants, too. Of files and ports
-// those below the watched prefix count, and those that a relative path names.
+// Calls of the system by what they do. Of files and ports those below the watched prefix count, and
+// those that a relative path names.
 enum class CallKind {
     Open,    // also of folders
-    Read,    // also of a folder's entries
-    Write,   // also ftruncate, lseek
+    Read,    // from a file, or a folder's entry
+    Write,   // to a file; ftruncate, lseek
+    Port,    // read and write of a port
     Sync,    // fsync
     Rename,  // also unlink, mkdir
     Close,   //
@@ -21,10 +22,10 @@ enum class CallKind {
     Status,  // stat and its kin, access, statvfs
     Wait,    // epoll_wait, poll
     Socket,  // socket, connect, send, recv
-    Memory,  // malloc and operator new
+    Memory,  // malloc, and operator new where no sanitizer has its own
     Thread,  // pthread_create
 };
-constexpr std::size_t CallKinds = 13;
+constexpr std::size_t CallKinds = 14;
 
 // In place of an error number.
 constexpr int KilledAtCall = -1; // by SIGKILL, ahead of the call

@@ -39,7 +39,8 @@ CallReport* report; // none until the program's own code is about to run
 int failingKind, how;
 unsigned failingNumber;
 char prefix[256];
-std::atomic<bool> watched[MaxDescriptors];
+enum class Watched : unsigned char { No, File, Port };
+std::atomic<Watched> watched[MaxDescriptors];
 
 // Its children run without it.
 __attribute__((constructor)) void Begin() {
@@ -81,21 +82,31 @@ bool IsWatched(const char* path) {
     return path[0] != '/' || strncmp(path, prefix, strlen(prefix)) == 0;
 }
 
-bool IsWatched(int file) { return file >= 0 && file < MaxDescriptors && watched[file]; }
+Watched WatchOf(int file) {
+    return file >= 0 && file < MaxDescriptors ? watched[file].load() : Watched::No;
+}
+
+bool IsWatched(int file) { return WatchOf(file) != Watched::No; }
 
 int Watch(int file, const char* path) {
-    if (file >= 0 && file < MaxDescriptors)
-        watched[file] = IsWatched(path);
+    if (file >= 0 && file < MaxDescriptors && IsWatched(path))
+        watched[file] = strstr(path, "/ports/") ? Watched::Port : Watched::File;
     return file;
 }
 
-// A call that moves bytes: how many it may move, of a call that is to come short.
 template <class Move>
 ssize_t MoveBytes(CallKind kind, bool counts, size_t size, Move move) {
     const Verdict verdict = counts ? Judge(kind) : Verdict::Pass;
     if (verdict == Verdict::Fail)
         return -1;
     return move(verdict == Verdict::Short && size > 1 ? size / 2 : size);
+}
+
+template <class Move>
+ssize_t MoveBytesOf(int file, CallKind kind, size_t size, Move move) {
+    const Watched watch = WatchOf(file);
+    return MoveBytes(watch == Watched::Port ? CallKind::Port : kind, watch != Watched::No, size,
+                     move);
 }
 
 } // namespace
@@ -153,8 +164,8 @@ int ioctl(int file, unsigned long request, ...) noexcept {
 int close(int file) {
     const bool failed = IsWatched(file) && Fails(CallKind::Close);
     const int error = errno;
-    if (file >= 0 && file < MaxDescriptors)
-        watched[file] = false;
+    if (IsWatched(file))
+        watched[file] = Watched::No;
     const int result = NEXT(close)(file);
     if (!failed)
         return result;
@@ -163,20 +174,20 @@ int close(int file) {
 }
 
 ssize_t read(int file, void* bytes, size_t size) {
-    return MoveBytes(CallKind::Read, IsWatched(file), size,
-                     [=](size_t part) { return NEXT(read)(file, bytes, part); });
+    return MoveBytesOf(file, CallKind::Read, size,
+                       [=](size_t part) { return NEXT(read)(file, bytes, part); });
 }
 ssize_t pread(int file, void* bytes, size_t size, off_t at) {
-    return MoveBytes(CallKind::Read, IsWatched(file), size,
-                     [=](size_t part) { return NEXT(pread)(file, bytes, part, at); });
+    return MoveBytesOf(file, CallKind::Read, size,
+                       [=](size_t part) { return NEXT(pread)(file, bytes, part, at); });
 }
 ssize_t write(int file, const void* bytes, size_t size) {
-    return MoveBytes(CallKind::Write, IsWatched(file), size,
-                     [=](size_t part) { return NEXT(write)(file, bytes, part); });
+    return MoveBytesOf(file, CallKind::Write, size,
+                       [=](size_t part) { return NEXT(write)(file, bytes, part); });
 }
 ssize_t pwrite(int file, const void* bytes, size_t size, off_t at) {
-    return MoveBytes(CallKind::Write, IsWatched(file), size,
-                     [=](size_t part) { return NEXT(pwrite)(file, bytes, part, at); });
+    return MoveBytesOf(file, CallKind::Write, size,
+                       [=](size_t part) { return NEXT(pwrite)(file, bytes, part, at); });
 }
 ssize_t recv(int file, void* bytes, size_t size, int flags) {
     return MoveBytes(CallKind::Socket, true, size,

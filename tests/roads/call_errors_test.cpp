@@ -20,51 +20,37 @@ namespace {
 
 using namespace test_support;
 
-// Those of an errand that begin with that text, from the first call of each kind to some behind the
-// last one of a run without errors; a walk by hand has to come past the end.
-std::vector<CallError> Walk(Errand errand, const CallCounts& calls, const std::string& part) {
-    std::vector<CallError> walk;
+// The first of each kind, one in the middle and the last one, each in one of its ways; all of the
+// kinds of which there are few, and the end at each change of the record on the disk.
+bool IsInSample(const CallError& error, unsigned calls, std::size_t way) {
+    constexpr unsigned Few = 40;
+    const std::size_t ways = WaysToFail(error.kind).size();
+    const bool changes = error.kind == CallKind::Write || error.kind == CallKind::Rename;
+    if (calls * ways <= Few ||
+        (changes && error.errand == Errand::Resume && error.how == KilledAtCall))
+        return error.number <= calls;
+    const std::size_t turn = error.number + static_cast<std::size_t>(error.errand) +
+                             2 * static_cast<std::size_t>(error.kind);
+    return std::set{1U, calls / 2, calls}.contains(error.number) && turn % ways == way;
+}
+
+// Those whose description begins with that text, from the first call of each kind to some behind
+// the last one of a run without errors; without a text the sample.
+std::vector<CallError> Choose(Errand errand, const CallCounts& calls, const char* part) {
+    std::vector<CallError> chosen;
     CallError error{errand};
     for (std::size_t kind = 0; kind < CallKinds; ++kind) {
         error.kind = static_cast<CallKind>(kind);
+        const std::vector<int> ways = WaysToFail(error.kind);
         for (error.number = 1; error.number <= calls[kind] + calls[kind] / 8 + 2; ++error.number) {
-            for (const int how : WaysToFail(error.kind)) {
-                error.how = how;
-                if (Describe(error).starts_with(part))
-                    walk.push_back(error);
+            for (std::size_t way = 0; way < ways.size(); ++way) {
+                error.how = ways[way];
+                if (part ? Describe(error).starts_with(part) : IsInSample(error, calls[kind], way))
+                    chosen.push_back(error);
             }
         }
     }
-    return walk;
-}
-
-// The first two of each kind, one in the middle and the last one, each in one of its ways.
-std::vector<CallError> Sample(Errand errand, const CallCounts& calls) {
-    std::vector<CallError> sample;
-    std::size_t turn = static_cast<std::size_t>(errand);
-    for (std::size_t kind = 0; kind < CallKinds; ++kind) {
-        const std::vector<int> ways = WaysToFail(static_cast<CallKind>(kind));
-        for (const unsigned number : std::set{1U, 2U, calls[kind] / 2, calls[kind]}) {
-            if (number > 0 && number <= calls[kind] && !ways.empty())
-                sample.push_back(
-                    {errand, static_cast<CallKind>(kind), number, ways[turn++ % ways.size()]});
-        }
-    }
-    return sample;
-}
-
-std::vector<CallError> Choose(const CallErrors& errors, const char* part) {
-    std::vector<CallError> all;
-    for (const Errand errand : AllErrands) {
-        const CallCounts calls = errors.Run({errand}).calls;
-        std::printf("%s, calls of each kind:", NameOf(errand));
-        for (const unsigned count : calls)
-            std::printf(" %u", count);
-        std::printf("\n");
-        const auto more = part ? Walk(errand, calls, part) : Sample(errand, calls);
-        all.insert(all.end(), more.begin(), more.end());
-    }
-    return all;
+    return chosen;
 }
 
 TEST(CallErrors, leave_nothing_half_done_and_the_next_run_finishes) {
@@ -73,7 +59,16 @@ TEST(CallErrors, leave_nothing_half_done_and_the_next_run_finishes) {
 #endif
     const char* const setting = std::getenv("ROM_WIZARD_CALLS");
     const CallErrors errors;
-    const std::vector<CallError> walk = Choose(errors, setting);
+    std::vector<CallError> walk;
+    for (const Errand errand : AllErrands) {
+        const CallCounts calls = errors.Run({errand}).calls;
+        std::printf("%s, calls of each kind:", NameOf(errand));
+        for (const unsigned count : calls)
+            std::printf(" %u", count);
+        std::printf("\n");
+        const auto more = Choose(errand, calls, setting);
+        walk.insert(walk.end(), more.begin(), more.end());
+    }
     std::atomic<unsigned> runs = 0, met = 0, tried = 0;
     const auto failures = SideBySide(walk.size(), [&](std::size_t at) {
         const auto print = [&](const std::string& failure) {
