@@ -8,36 +8,9 @@
 #include "state/state.h"
 #include "tests/fuzz/target.h"
 
-#include <cstring>
-
 using fuzz::Require;
 
-namespace {
-
-using Bytes = std::span<const std::uint8_t>;
-Bytes Files[2]; // what is left to read of the asset file, handle 0, and of type.dat
-
-void CheckAsset(Bytes asset) {
-    constexpr std::size_t ModelAt = 152, VersionAt = 2556, Least = 2578;
-    const HandheldValues& handheld = State.Handheld;
-    Require(ReadAssetData() == (asset.size() >= Least));
-    if (asset.size() < Least)
-        return Require(handheld.DeviceModel == std::string("OLD"));
-    std::string model, version;
-    const auto isZero = [&](std::size_t at) { return asset[at] == 0 && asset[at + 1] == 0; };
-    for (std::size_t at = ModelAt; at < ModelAt + 18 && !isZero(at); at += 2)
-        model += static_cast<char>(asset[at]);
-    for (std::size_t at = VersionAt; at < Least; at += 2)
-        version += isZero(at) ? '.' : static_cast<char>(asset[at]);
-    for (const char* repaired : {"1..2.00 ENG", "1..2.00 JPN"})
-        if (lstrcmpiA(version.c_str(), repaired) == 0)
-            version[2] = '1';
-    Require(std::memcmp(handheld.DeviceModel, model.c_str(), model.size() + 1) == 0);
-    Require(handheld.DeviceVersionText == std::string(version.substr(0, 4).c_str()));
-    Require(handheld.DeviceLanguage == std::string(version.substr(8).c_str()));
-}
-
-} // namespace
+static fuzz::Input Files[2]; // the asset file, handle 0, and type.dat
 
 // The handheld, in place of a real one.
 bool StartRemoteProgram(const char16_t*) { return true; }
@@ -52,12 +25,9 @@ CeHandle CeCreateFile(const char16_t* path, std::uint32_t, std::uint32_t, std::u
                       std::uint32_t) {
     return std::u16string_view(path).ends_with(u"type.dat");
 }
-std::uint32_t CeGetFileSize(CeHandle file) {
-    return static_cast<std::uint32_t>(Files[file].size());
-}
+std::uint32_t CeGetFileSize(CeHandle) { return 0; }
 BOOL CeReadFile(CeHandle file, void* buffer, std::uint32_t count, std::uint32_t* done) {
-    const Bytes part = Files[file].first(std::min<std::size_t>(count, Files[file].size()));
-    Files[file] = Files[file].subspan(part.size());
+    const fuzz::Bytes part = Files[file].Take(count);
     std::ranges::copy(part, static_cast<std::uint8_t*>(buffer));
     *done = static_cast<std::uint32_t>(part.size());
     return TRUE;
@@ -65,13 +35,27 @@ BOOL CeReadFile(CeHandle file, void* buffer, std::uint32_t count, std::uint32_t*
 extern "C" void __wrap__Z5Sleepj(DWORD) {}
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::Input input(data, size);
-    const Bytes type = Files[1] = input.Bytes(input.Byte() % 4),
-                asset = Files[0] = input.Bytes(size);
-    std::strcpy(State.Handheld.DeviceModel, "OLD");
-    State.Handheld.FlashSizeMB = 0;
-    CheckAsset(asset);
+    fuzz::Input input{{data, size}};
+    const fuzz::Bytes type = input.Take(input.Byte() % 4), asset = input.left;
+    Files[0].left = asset;
+    Files[1].left = type;
+    HandheldValues& handheld = State.Handheld;
+    handheld.FlashSizeMB = 0;
+    const bool whole = asset.size() >= 2578;
+    std::string model, version;
+    const auto isZero = [&](std::size_t at) { return asset[at] == 0 && asset[at + 1] == 0; };
+    for (std::size_t at = 152; whole && at < 152 + 18 && !isZero(at); at += 2)
+        model += static_cast<char>(asset[at]);
+    for (std::size_t at = 2556; whole && at < 2578; at += 2)
+        version += isZero(at) ? '.' : static_cast<char>(asset[at]);
+    for (const char* repaired : {"1..2.00 ENG", "1..2.00 JPN"})
+        if (lstrcmpiA(version.c_str(), repaired) == 0)
+            version[2] = '1';
+    Require(ReadAssetData() == whole);
+    Require(!whole || (std::string(handheld.DeviceModel) == model.c_str() &&
+                       std::string(handheld.DeviceVersionText) == version.substr(0, 4).c_str() &&
+                       std::string(handheld.DeviceLanguage) == version.substr(8).c_str()));
     Require(ReadFlashSize() == (type.size() >= 2));
-    Require(State.Handheld.FlashSizeMB == (type.size() >= 2 ? type[1] : 0));
+    Require(handheld.FlashSizeMB == (type.size() >= 2 ? type[1] : 0));
     return 0;
 }

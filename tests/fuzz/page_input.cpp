@@ -21,11 +21,10 @@ ControlView ReadControl(fuzz::Input& input, std::uintptr_t number) {
     control.visible = flags & 1;
     control.enabled = flags & 2;
     control.isDefault = flags & 4;
-    control.hasFocus = flags & 8;
     control.painted.textColour = flags & 16 ? 0xFF : 0;
     const LONG left = input.Byte() % 4 * 100, top = input.Byte() % 8 * 20;
     control.rect = {left, top, left + 90, top + 16};
-    control.text = Utf8FromAnsi(input.Text());
+    control.text = Utf8FromAnsi(input.Line());
     return control;
 }
 
@@ -34,37 +33,29 @@ std::string WithoutBlanks(std::string text) {
     return text;
 }
 
-void CheckWrapped(const std::string& text, std::size_t columns) {
-    const std::string wrapped = Wrapped(text, columns);
-    Require(WithoutBlanks(wrapped) == WithoutBlanks(text));
-    fuzz::Input lines(reinterpret_cast<const std::uint8_t*>(wrapped.data()), wrapped.size());
-    while (!lines.IsOver())
-        Require(ColumnsOf(lines.Text()) <= columns);
-}
-
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::Input input(data, size);
+    fuzz::Input input{{data, size}};
     PageView page = {};
     for (auto count = input.Byte() % 16U; page.controls.size() < count;)
         page.controls.push_back(ReadControl(input, page.controls.size() + 1));
-    const std::string typed = input.Text();
-
     const auto choices = ChoicesOf(page);
     for (const Choice& choice : choices) { // what is shown as its key means it and nothing else
         const auto meant = ChoicesMeant(choices, choice.key);
         Require(meant.size() == 1 && meant[0].control == choice.control);
     }
-    for (const Choice& choice : ChoicesMeant(choices, typed))
+    for (const Choice& choice : ChoicesMeant(choices, input.Line()))
         Require(choice.control->visible && IsInteractive(choice.control->kind));
-    IsMisplacedNumber(choices, typed);
     const ControlView* target = EnterTarget(page);
     Require(!target || (target->visible && target->kind == ControlKind::PushButton));
-    const std::size_t columns = 20 + typed.size() % 80;
-    for (const PageLine& line : PageTexts(page))
-        CheckWrapped(line.text, columns);
-    for (const PageLine& line : PageLines(page))
-        CheckWrapped(Printable(line.text), columns);
+    const std::size_t columns = 20 + size % 80;
+    for (const PageLine& text : PageTexts(page)) {
+        const std::string wrapped = Wrapped(text.text, columns);
+        Require(WithoutBlanks(wrapped) == WithoutBlanks(text.text));
+        fuzz::Input lines{{reinterpret_cast<const std::uint8_t*>(wrapped.data()), wrapped.size()}};
+        while (!lines.left.empty())
+            Require(ColumnsOf(lines.Line()) <= columns);
+    }
     return 0;
 }

@@ -12,52 +12,50 @@ using fuzz::Require;
 
 namespace {
 
-constexpr std::size_t SurelyKept = 64;
-
-void CheckBurst(std::span<const std::uint8_t> burst) {
+void CheckBurst(fuzz::Bytes burst) {
     ClearReceiveBuffer();
     StoreBurst(burst);
     const auto byteAt = [&](std::size_t at) { return at < burst.size() ? burst[at] : 0; };
     for (std::size_t at = 0; at <= burst.size() && at < MaxReceived; ++at)
         for (std::uint8_t token = 1; token <= 5; ++token)
             Require(HoldsToken(token, at) == (byteAt(at) == token && byteAt(at + 1) == 0));
-    const std::string text(burst.begin(), std::ranges::find(burst, 0));
-    for (const char* word : {"download", "\1", "\2", "d", "ad\1"})
-        Require(HoldsText(word) == (text.find(word) != text.npos));
+    ClearReceivedToken();
+    Require(!HoldsToken(1) && !HoldsToken(4) && State.Link.ReceiveCursor == 0);
+    ClearReceiveBuffer();
 }
 
 void CheckText(const std::string& text) {
-    const std::string end = text.substr(text.size() - std::min(text.size(), SurelyKept));
-    const std::string most = text.substr(text.size() - std::min(text.size(), MaxReceived));
-    for (const char* word : {"download", "\1", "\2", "d", "ad\1"}) {
-        Require(HoldsText(word) || end.find(word) == end.npos);
-        Require(!HoldsText(word) || most.find(word) != most.npos);
-    }
+    const auto holds = [&](const char* word, std::size_t end) {
+        return text.find(word, text.size() - std::min(text.size(), end)) != text.npos;
+    };
+    for (const char* word : {"download", "\1", "\2"})
+        Require(HoldsText(word) ? holds(word, MaxReceived) : !holds(word, 64));
+    const BootloaderMessage message = ReceivedMessage(); // the furthest that it has got
+    Require((message == BootloaderMessage::ImageRecordWanted) == HoldsText("\1"));
+    Require(message != BootloaderMessage::Prompt || !HoldsText("\2"));
+    Require(message != BootloaderMessage::None || !HoldsText("download"));
+    Require(State.Link.ReceiveBuffer[MaxReceived] == 0);
 }
 
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::Input input(data, size);
+    fuzz::Input input{{data, size}};
     std::string text;
-    for (ClearReceiveBuffer(); !input.IsOver();) {
+    for (ClearReceiveBuffer(); !input.left.empty();) {
         const std::uint8_t step = input.Byte();
-        const std::size_t count = std::min(std::size_t{input.Byte()} << step % 4, MaxReceived);
+        const auto bytes =
+            input.Take(std::min((1 + std::size_t{input.Byte()}) << step % 4, MaxReceived));
         if (step >= 0xF0) {
-            CheckBurst(input.Bytes(count));
-            ClearReceivedToken();
-            Require(!HoldsToken(1) && State.Link.ReceiveCursor == 0);
-            ClearReceiveBuffer();
+            CheckBurst(bytes);
             text.clear();
             continue;
         }
-        for (const std::uint8_t byte : input.Bytes(count)) {
+        for (const std::uint8_t byte : bytes) {
             StoreReceivedText(byte);
-            if (byte != 0)
-                text += static_cast<char>(byte);
+            text.append(byte != 0, static_cast<char>(byte));
         }
         CheckText(text);
-        Require(State.Link.ReceiveBuffer[MaxReceived] == 0);
     }
     return 0;
 }

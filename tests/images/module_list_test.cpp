@@ -1,40 +1,11 @@
-// module.dat: what counts as a name, and which files it removes from the handheld.
+// module.dat: which files it removes from the handheld. What counts as a name is for
+// tests/fuzz/module_list.cpp.
 
 #include "images/module_list.h"
 
 #include "testing/wizard_fixture.h"
 
-#include <string_view>
-#include <vector>
-
 namespace {
-
-using Names = std::vector<std::string>;
-
-Names NamesOf(std::string_view list) {
-    Names names;
-    ForEachListedModule(list, [&names](const char* name) { names.emplace_back(name); });
-    return names;
-}
-
-TEST(ModuleList, gives_every_well_formed_name_before_its_end) {
-    using namespace std::string_view_literals;
-    const std::string longest(259, 'n');
-    const std::pair<std::string_view, Names> cases[] = {
-        {"", {}},
-        {"a.dll\r\nb.exe\r\n$ rest\r\nc.dll\r\n", {"a.dll", "b.exe"}},
-        {"$a\r\nb\r\n$", {"$a", "b"}},   // the first line is a name whatever it starts with
-        {"a\r\nb\r\n", {"a", "b"}},      // no end line
-        {"a\r\nb", {"a", "b"}},          // no last CR LF
-        {"a\r\n\r\nb\r\n$", {"a", "b"}}, // an empty line
-        {"a\r\nb\nc\r\nd\r", {"a"}},     // LF or CR alone end no line
-        {"a\r\nb\0c\r\nd\r\n"sv, {"a", "d"}},
-        {"\r\n$", {}},
-    };
-    for (const auto& [list, names] : cases)
-        EXPECT_EQ(names, NamesOf(list)) << list;
-    EXPECT_EQ((Names{longest, "b"}), NamesOf(longest + "\r\n" + longest + "n\r\nb\r\n"));
-}
 
 class ModuleFile : public HandheldTest {
 protected:

@@ -1,6 +1,5 @@
-// Resources as the distribution's compiler writes them, and what comes of a file that is cut off.
+// Resources as the distribution's compiler writes them.
 
-#include "platform/windows/dialog_template.h"
 #include "platform/windows/drawing.h"
 #include "tests/platform/window_support.h"
 
@@ -70,24 +69,4 @@ TEST_F(Resources, pictures_stay_while_they_are_selected) {
     EXPECT_TRUE(DeleteDC(memory) && DeleteDC(screen));
     EXPECT_EQ(DrawingObjectCount(), 0);
     EXPECT_EQ(LoadBitmapA(nullptr, MAKEINTRESOURCEA(128)), nullptr);
-}
-
-TEST_F(Resources, a_file_that_is_cut_off_or_damaged_does_no_harm) {
-    const auto tryAll = [](const std::string& bytes) {
-        UseBytes(bytes);
-        char buffer[50];
-        LoadStringA(nullptr, 11056, buffer, sizeof(buffer));
-        if (auto data = FindResourceData(DialogResource, 101))
-            ReadDialogTemplate(*data);
-        if (HBITMAP bitmap = LoadBitmapA(nullptr, MAKEINTRESOURCEA(127)))
-            DeleteObject(bitmap);
-    };
-    constexpr std::size_t Headers = 2000; // beyond them are pixels
-    for (std::size_t size = 0; size < bytes_.size(); size += size < Headers ? 1 : 97)
-        tryAll(bytes_.substr(0, size));
-    for (std::size_t at = 0; at < std::min(bytes_.size(), Headers); ++at) {
-        std::string damaged = bytes_;
-        damaged[at] = static_cast<char>(~damaged[at]);
-        tryAll(damaged);
-    }
 }
