@@ -52,6 +52,15 @@ Cradle::Cradle(const TestHome& home, const CradleOptions& options)
         StartManager(options.manager);
 }
 
+Cradle::~Cradle() {
+    for (ChildProcess* const process : {handheld_.get(), manager_.get()}) {
+        if (process) {
+            process->Signal(SIGTERM);
+            process->Wait();
+        }
+    }
+}
+
 void Cradle::TakeOut() {
     if (handheld_) {
         handheld_->Signal(SIGTERM);

@@ -34,6 +34,7 @@ class Cradle {
 public:
     // Makes the handheld of that home, starts both and waits for them.
     explicit Cradle(const TestHome& home, const CradleOptions& options = {});
+    ~Cradle(); // ends both as a user does
 
     ChildProcess& Handheld() { return *handheld_; }
     ChildProcess& Manager() { return *manager_; }

@@ -54,7 +54,7 @@ void TestHome::RemovePorts() const {
 
 TestHome::~TestHome() {
     if (const pid_t manager = ConnectionManagerOf(Home()))
-        kill(manager, SIGKILL);
+        kill(manager, SIGTERM);
     std::error_code ignored;
     std::filesystem::remove_all(root_, ignored);
 }
