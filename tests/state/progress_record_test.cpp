@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <utility>
 
@@ -42,6 +43,8 @@ protected:
     static void Write(const char* name, DWORD type, const std::string& data) {
         test_support::StoreValue(HKEY_CURRENT_USER, RecordKey, name, type, data);
     }
+
+    const std::filesystem::path registry_ = test_support::HomeOfTests().Home() / "registry.reg";
 
     static std::string Padded(std::string text, std::size_t size) {
         text.resize(size, '\0');
@@ -126,11 +129,37 @@ TEST_F(ProgressRecord, is_read_by_names_in_any_case_and_without_values_that_do_n
 }
 
 TEST_F(ProgressRecord, names_no_image_rather_than_another_one_where_the_path_does_not_fit) {
-    for (const std::size_t length : {259U, 260U}) {
-        Write("FlashFile", REG_SZ, "Z:\\" + std::string(length - 3, 'f'));
+    const std::string fits = "Z:\\" + std::string(256, 'f');
+    for (const auto& [stored, read] :
+         {std::pair{fits, fits}, {fits + "f", ""s}, {fits + '\0', fits}}) {
+        Write("FlashFile", REG_SZ, stored);
         ReadProgressRecord();
-        EXPECT_EQ(length == 259 ? 259 : 0, std::strlen(State.Paths.ImagePath));
+        EXPECT_EQ(read, State.Paths.ImagePath);
     }
+}
+
+// The reading has to end, or no page would ever come up.
+TEST_F(ProgressRecord, is_read_up_to_its_thousandth_value) {
+    for (const int others : {999, 1000}) {
+        std::string file = "Windows Registry Editor Version 5.00\n\n"
+                           "[HKEY_CURRENT_USER\\Software\\FlashUtility]\n";
+        for (int number = 0; number < others; ++number)
+            file += "\"A" + std::to_string(number) + "\"=dword:00000001\n";
+        test_support::WriteFileBytes(registry_, file + "\"Flash\"=dword:00000001\n");
+        EXPECT_EQ(others == 999, ReadProgressRecord());
+    }
+}
+
+TEST_F(ProgressRecord, that_cannot_be_written_stops_nothing) {
+    std::filesystem::remove(registry_);
+    std::filesystem::create_directory(registry_);
+    WriteProgressRecord();
+    MarkCriticalFailure();
+    NoteHeldBackBlock();
+    EXPECT_FALSE(ReadProgressRecord() || HeldBackBlockNoted());
+    std::filesystem::remove(registry_);
+    WriteProgressRecord();
+    EXPECT_TRUE(ReadProgressRecord());
 }
 
 TEST(Conclusion, from_the_held_back_block_on_only_the_bootloader_helps) {
