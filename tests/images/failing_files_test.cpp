@@ -31,6 +31,7 @@ struct FailingCall {
 };
 
 FailingCall measuring, reading, seeking, writing, allocating;
+ssize_t failedRead = -1; // or 0, the end of the file
 
 } // namespace
 
@@ -42,7 +43,7 @@ int fstat(int file, struct stat* status) noexcept {
 }
 ssize_t read(int file, void* bytes, size_t size) {
     errno = EIO;
-    return reading.Fails() ? -1 : syscall(SYS_read, file, bytes, size);
+    return reading.Fails() ? failedRead : syscall(SYS_read, file, bytes, size);
 }
 off_t lseek(int file, off_t offset, int origin) noexcept {
     errno = EIO;
@@ -89,8 +90,13 @@ TEST_F(FailingFile, whose_header_or_list_cannot_be_read_has_none) {
     EXPECT_FALSE(LoadImageHeader(name_.c_str(), &State.Image));
     reading.good = 0;
     EXPECT_FALSE(SumImage(OpenForReading(name_.c_str()).Get()));
-    reading.good = 0;
-    EXPECT_EQ(ModuleList::Removed, RemoveModulesOfFolder()); // of no names
+    for (const ssize_t failed : {0, -1}) {
+        failedRead = failed;
+        reading.good = 0;
+        EXPECT_EQ(ModuleList::Removed, RemoveModulesOfFolder()); // of no names
+    }
+    reading.good = 1;
+    EXPECT_FALSE(SumImage(OpenForReading(name_.c_str()).Get())); // behind its header
     State.Paths.AppDirectory[0] = '\0';
     EXPECT_EQ(ModuleList::Missing, RemoveModulesOfFolder());
 }
@@ -107,6 +113,7 @@ TEST_F(FailingFile, without_memory_is_not_summed_nor_carried_out_nor_saved) {
 TEST_F(FailingFile, is_none_whose_size_is_the_failure_value) {
     std::filesystem::resize_file(path_, 0xFFFFFFFF);
     EXPECT_EQ(0xFFFFFFFFU, SizeOfFile(name_.c_str()));
+    WriteFileBytes(path_, "");
     std::filesystem::resize_file(path_, 0xFFFFFFFE); // and a list in which no name ends
     EXPECT_EQ(ModuleList::Removed, RemoveModulesOfFolder());
 }

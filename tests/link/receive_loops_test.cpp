@@ -151,11 +151,12 @@ TEST_F(LinkTest, a_loop_that_never_leaves_keeps_its_handles_until_the_teardown_t
 
 // Where the driver lets a read wait. Here it is one without the limits that a loop sets.
 TEST_F(LinkTest, a_read_that_waits_brings_what_comes) {
-    OwnedObject event(CreateEventA(nullptr, TRUE, FALSE, nullptr));
+    OwnedObject event(CreateEventA(nullptr, TRUE, TRUE, nullptr)); // a call that waits resets it
     OVERLAPPED overlapped = {};
     overlapped.hEvent = event.Get();
     std::uint8_t byte = 0;
     std::thread reader([&] { EXPECT_EQ(1U, ReadLink({&byte, 1}, &overlapped)); });
+    EXPECT_TRUE(ComesTrue([&] { return WaitForSingleObject(event.Get(), 0) == WAIT_TIMEOUT; }));
     SendFromDevice("x");
     reader.join();
     EXPECT_EQ('x', byte);
@@ -346,18 +347,6 @@ TEST_F(BootloaderLoop, leaves_an_answer_to_the_sender_however_long_that_takes) {
     EXPECT_TRUE(HoldsText("\x02"));
     ClearReceiveBuffer();
     EXPECT_TRUE(ComesTrue([] { return HoldsText("\x01"); }));
-}
-
-TEST_F(BootloaderLoop, stores_nothing_any_more_once_it_has_ended) {
-    StartReceiveLoop(BootloaderReceiveLoop, false);
-    SendFromDevice("a banner without an end");
-    ASSERT_TRUE(ComesTrue([] { return HoldsText("end"); }));
-    ReleaseLink();
-    EXPECT_FALSE(State.Link.ReceiveRunning);
-    ClearReceiveBuffer();
-    SendFromDevice("download");
-    ASSERT_TRUE(OpenLinkPort("")); // what the port brought before it was opened is gone
-    EXPECT_EQ(0, State.Link.ReceiveBuffer[0]);
 }
 
 } // namespace
