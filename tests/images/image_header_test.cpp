@@ -7,7 +7,6 @@
 #include "state/handles.h"
 #include "testing/wizard_fixture.h"
 
-
 namespace {
 
 class ImageHeader : public WizardTest {
