@@ -61,12 +61,4 @@ TEST_F(Identity, flash_size_is_unknown_without_a_probe_or_an_answer) {
     EXPECT_EQ(99, State.Handheld.FlashSizeMB);
 }
 
-TEST_F(Identity, flash_size_is_unknown_when_the_result_file_is_too_short_and_the_file_goes) {
-    Connect({.run = {"--no-type-file"}});
-    WriteFileBytes(Device().File("Temp/type.dat"), "\1");
-    EXPECT_FALSE(ReadFlashSize());
-    EXPECT_EQ(99, State.Handheld.FlashSizeMB);
-    EXPECT_FALSE(IsOnDevice("Temp/type.dat"));
-}
-
 } // namespace

@@ -11,12 +11,13 @@
 using fuzz::Require;
 
 static fuzz::Input Files[2]; // the asset file, handle 0, and type.dat
+static BOOL HasTypeFile;
 
 // The handheld, in place of a real one.
 bool StartRemoteProgram(const char16_t*) { return true; }
 bool PushFolderFile(const char*, const char*) { return true; }
 bool DeleteDeviceFile(const char*) { return true; }
-BOOL CeDeleteFile(const char16_t*) { return TRUE; }
+BOOL CeDeleteFile(const char16_t*) { return HasTypeFile = FALSE, TRUE; }
 BOOL CeCloseHandle(CeHandle) { return TRUE; }
 BOOL CeFindClose(CeHandle) { return TRUE; }
 std::int32_t CeRapiUninit() { return 0; }
@@ -32,7 +33,8 @@ BOOL CeReadFile(CeHandle file, void* buffer, std::uint32_t count, std::uint32_t*
     *done = static_cast<std::uint32_t>(part.size());
     return TRUE;
 }
-extern "C" void __wrap__Z5Sleepj(DWORD) {}
+void Pause(DWORD) __asm__("__wrap__Z5Sleepj");
+void Pause(DWORD) {}
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input{{data, size}};
@@ -41,6 +43,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Files[1].left = type;
     HandheldValues& handheld = State.Handheld;
     handheld.FlashSizeMB = 0;
+    HasTypeFile = TRUE;
     const bool whole = asset.size() >= 2578;
     std::string model, version;
     const auto isZero = [&](std::size_t at) { return asset[at] == 0 && asset[at + 1] == 0; };
@@ -55,7 +58,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Require(!whole || (std::string(handheld.DeviceModel) == model.c_str() &&
                        std::string(handheld.DeviceVersionText) == version.substr(0, 4).c_str() &&
                        std::string(handheld.DeviceLanguage) == version.substr(8).c_str()));
-    Require(ReadFlashSize() == (type.size() >= 2));
+    Require(ReadFlashSize() == (type.size() >= 2) && !HasTypeFile); // whatever it held
     Require(handheld.FlashSizeMB == (type.size() >= 2 ? type[1] : 0));
     return 0;
 }

@@ -72,8 +72,10 @@ bool WriteLink(fuzz::Bytes bytes) {
 }
 
 // The receive loop has no thread: while the sender sleeps it runs until it leaves a message.
-extern "C" void __wrap__Z16StartReceiveLoopPFjPvEb(DWORD (*)(LPVOID), bool) { Listens = true; }
-extern "C" void __wrap__Z5Sleepj(DWORD) {
+void StartLoop(DWORD (*)(LPVOID), bool) __asm__("__wrap__Z16StartReceiveLoopPFjPvEb");
+void StartLoop(DWORD (*)(LPVOID), bool) { Listens = true; }
+void Pause(DWORD) __asm__("__wrap__Z5Sleepj");
+void Pause(DWORD) {
     if (Receives) {
         State.Link.StopReceive =
             State.Run.TransferAborted || ReceivedMessage() != BootloaderMessage::None;
