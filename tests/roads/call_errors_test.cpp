@@ -14,24 +14,24 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <set>
 
 namespace {
 
 using namespace test_support;
 
-// The first of each kind, one in the middle and the last one, each in one of its ways; all of the
-// kinds of which there are few, and the end at each change of the record on the disk.
+// Of each kind one in the middle, in every other errand; all of a kind of which a resumption or a
+// backup has few, and the end of the process at each change of the record on the disk.
 bool IsInSample(const CallError& error, unsigned calls, std::size_t way) {
-    constexpr unsigned Few = 40;
+    constexpr unsigned Few = 14;
     const std::size_t ways = WaysToFail(error.kind).size();
+    const bool record = error.errand == Errand::Resume;
     const bool changes = error.kind == CallKind::Write || error.kind == CallKind::Rename;
-    if (calls * ways <= Few ||
-        (changes && error.errand == Errand::Resume && error.how == KilledAtCall))
+    if ((calls * ways <= Few && (record || error.errand == Errand::Backup)) ||
+        (changes && record && error.how == KilledAtCall))
         return error.number <= calls;
-    const std::size_t turn = error.number + static_cast<std::size_t>(error.errand) +
-                             2 * static_cast<std::size_t>(error.kind);
-    return std::set{1U, calls / 2, calls}.contains(error.number) && turn % ways == way;
+    const std::size_t turn =
+        static_cast<std::size_t>(error.kind) + static_cast<std::size_t>(error.errand);
+    return turn % 2 == 0 && error.number == calls / 2 && turn / 2 % ways == way;
 }
 
 // Those whose description begins with that text, from the first call of each kind to some behind
