@@ -111,6 +111,7 @@ ssize_t MoveBytesOf(int file, CallKind kind, size_t size, Move move) {
 
 } // namespace
 
+// NOLINTBEGIN(bugprone-macro-parentheses): names, types and parameter lists take none.
 // The function behind this one, looked up once.
 #define NEXT(name)                                                                                 \
     ([] {                                                                                          \
@@ -127,6 +128,8 @@ ssize_t MoveBytesOf(int file, CallKind kind, size_t size, Move move) {
             return failure;                                                                        \
         return NEXT(name) arguments;                                                               \
     }
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 extern "C" {
 
