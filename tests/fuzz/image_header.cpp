@@ -34,9 +34,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string version = field(14, 4);
     Require(image.ImageModel == field(0, 9) && image.ImageLanguage == field(10, 3) &&
             image.ImageVersionText == version && image.ImageChecksumText == digits);
-    if (version.find_first_of("xXnNiI") == version.npos) // what else the library takes for numbers
-        Require(image.ImageVersion ==
-                std::min(std::strtof(version.c_str(), nullptr), std::numeric_limits<float>::max()));
+    // Which takes more for numbers than decimals.
+    const std::string decimal = version.substr(0, version.find_first_of("xXnNiI"));
+    Require(image.ImageVersion ==
+            std::min(std::strtof(decimal.c_str(), nullptr), std::numeric_limits<float>::max()));
     const bool isHex = !digits.empty() && std::ranges::all_of(digits, [](unsigned char digit) {
         return std::isxdigit(digit);
     });
