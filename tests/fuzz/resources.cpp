@@ -31,6 +31,7 @@ void CheckBitmap(HBITMAP bitmap) {
     const HDC page = OpenPaintContext(), memory = CreateCompatibleDC(page);
     const HGDIOBJ before = SelectObject(memory, bitmap);
     Require(before && BitBlt(page, 0, 0, 1, 1, memory, 0, 0, SRCCOPY));
+    Require(!DeleteObject(bitmap)); // while it is selected
     const PaintResult painted = ClosePaintContext(page);
     const Picture& picture = *painted.pictures.at(0).picture;
     const auto bits = picture.bitmap[14] * static_cast<std::size_t>(picture.width);

@@ -1,14 +1,20 @@
 // The file dialogs on the terminal display.
 // label: threads
 
-#include "tests/platform/window_support.h"
+#include "testing/child_process.h"
+#include "testing/test_home.h"
+
+#include <windows.h>
 
 #include <commdlg.h>
 
-#include <cstdio>
+#include <gtest/gtest.h>
 
-using namespace window_support;
-using test_support::WindowsPathOf;
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+using namespace test_support;
 
 namespace {
 
@@ -33,8 +39,8 @@ int RunDialog(bool save, DWORD capacity) {
 class FileDialogs : public testing::Test {
 protected:
     FileDialogs() {
-        test_support::WriteFileBytes(folder_ / "Été 1.nbf", "image");
-        test_support::WriteFileBytes(folder_ / "plain", "image");
+        WriteFileBytes(folder_ / "Été 1.nbf", "image");
+        WriteFileBytes(folder_ / "plain", "image");
         std::filesystem::current_path(folder_);
         setenv("HOME", HomeOfTests().Path().c_str(), 1);
     }

@@ -1,11 +1,16 @@
 // Top-level windows of all processes: found, walked through, and gone with their process.
 
-#include "tests/platform/window_support.h"
+#include "testing/child_process.h"
+#include "tests/platform/any_host.h"
 
 #include <csignal>
 #include <cstdio>
 
-using namespace window_support;
+#include <unistd.h>
+
+using any_host::OpenPlainWindow;
+using test_support::ChildProcess;
+using test_support::HomeOfTests;
 
 namespace {
 
