@@ -88,10 +88,6 @@ RapiClient::RapiClient(const TestHome& home, const std::string& socketName)
 
 RapiClient::~RapiClient() { close(socket_); }
 
-void RapiClient::SendRaw(const ByteList& bytes) {
-    send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-}
-
 bool RapiClient::Ended() {
     char byte = 0;
     AwaitReady(socket_, POLLIN);
@@ -122,7 +118,7 @@ RapiClient::Reply RapiClient::Call(rapi_wire::Operation operation,
                          .Frame();
     frame.erase(frame.begin(), frame.begin() + 4);
     frame.insert(frame.end(), tail.begin() + 4, tail.end());
-    SendRaw(frame);
+    send(socket_, frame.data(), frame.size(), MSG_NOSIGNAL);
     Reply reply;
     reply.outputs = rapi_wire::Reader(ReceiveFrame());
     reply.error = reply.outputs.Number();
@@ -158,17 +154,6 @@ std::uint32_t RapiClient::Push(std::u16string_view path, const ByteList& content
          rapi_wire::Writer().Number(handle).Data(content.data(), content.size()));
     CloseHandle(handle);
     return 0;
-}
-
-ByteList RapiClient::ReadFile(std::u16string_view path) {
-    std::uint32_t handle = 0;
-    if (CreateFile(path, 0x80000000, 1, 3, 0x80, &handle) != 0)
-        return {};
-    ByteList content =
-        Call(rapi_wire::Operation::ReadFile, rapi_wire::Writer().Number(handle).Number(0x80000))
-            .outputs.Data();
-    CloseHandle(handle);
-    return content;
 }
 
 std::uint32_t RapiClient::StartProgram(std::u16string_view path, std::u16string_view commandLine) {

@@ -48,8 +48,7 @@ public:
     };
     // Sends operation and arguments; throws where the connection ends instead of an answer.
     Reply Call(rapi_wire::Operation operation, const rapi_wire::Writer& arguments = {});
-    // Bytes as they are, and whether the other side has ended the connection.
-    void SendRaw(const ByteList& bytes);
+    // Whether the other side ends the connection; waits for that or a byte.
     bool Ended();
 
     // A whole file to the device, replacing one of that name: 0, or the error of the open.
@@ -58,8 +57,6 @@ public:
                              std::uint32_t disposition, std::uint32_t attributes,
                              std::uint32_t* handle = nullptr); // the error
     void CloseHandle(std::uint32_t handle);
-    // The whole file, up to 0x80000 bytes; nothing where it does not open.
-    ByteList ReadFile(std::u16string_view path);
     std::uint32_t StartProgram(std::u16string_view path, std::u16string_view commandLine = u"");
 
 private:

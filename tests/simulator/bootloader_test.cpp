@@ -63,15 +63,30 @@ TEST_F(BootloaderTest, what_does_not_fit_the_dialogue_is_refused) {
         EXPECT_FALSE(end_->HasBytes());
         cradle_->Reset(true);
     }
-}
-
-TEST_F(BootloaderTest, bytes_at_the_usb_end_are_refused) {
-    Start();
     LinkEnd usb(home_, "WCEUSBSH001");
     usb.Write("l\r");
     cradle_->Handheld().ExpectLine("refused: bootloader: bytes at the USB end: 0x6C 0xD");
     EXPECT_FALSE(usb.HasBytes());
     Greet();
+}
+
+// Noise on the cable can be met again.
+TEST_F(BootloaderTest, noise_of_the_same_seed_is_the_same) {
+    Start();
+    const auto noise = [&](const std::string& seed) {
+        cradle_->RestartHandheld({"--bootloader", "--noise", seed});
+        LinkEnd end(home_, "COM1");
+        // More than the largest step between two bursts; byte by byte would be as good.
+        for (int block = 0; block < 600; ++block)
+            end.Write(ByteList(4096, 'x'));
+        std::vector<std::string> lines = cradle_->Handheld().Lines();
+        std::erase_if(lines, [](const std::string& line) { return !line.starts_with("fault"); });
+        return lines;
+    };
+    const auto first = noise("7");
+    EXPECT_FALSE(first.empty());
+    EXPECT_EQ(first, noise("7"));
+    EXPECT_NE(first, noise("8"));
 }
 
 } // namespace
