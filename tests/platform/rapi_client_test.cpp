@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
 #include <future>
 
@@ -87,6 +88,7 @@ TEST_F(RapiTest, a_handheld_that_answers_has_its_time_however_fast_the_clock_is)
     Connect();
     auto call = BeginCall();
     AwaitRequest();
+    EXPECT_EQ(std::future_status::timeout, call.wait_for(std::chrono::milliseconds(50)));
     Answer();
     EXPECT_TRUE(call.get());
 }

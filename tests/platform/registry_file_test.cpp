@@ -114,7 +114,12 @@ TEST(RegistryFile, a_write_that_nobody_could_read_leaves_the_old_content) {
     GiveFile(old);
     EXPECT_EQ(Write(std::string(1000000, '\1')), ERROR_NOT_ENOUGH_MEMORY);
     EXPECT_EQ(ReadBytes(File), old);
-    EXPECT_FALSE(std::filesystem::exists(HomeOfTests().Home() / "registry.new"));
+    const auto fresh = HomeOfTests().Home() / "registry.new";
+    EXPECT_FALSE(std::filesystem::exists(fresh));
+    test_support::WriteFileBytes(fresh, "of a killed writer");
+    EXPECT_EQ(Write("new"), ERROR_SUCCESS);
+    EXPECT_EQ(Read(), "1:new\0"s);
+    EXPECT_FALSE(std::filesystem::exists(fresh));
 }
 
 // Each of several processes adds values of its own at the same time; none undoes another's.
