@@ -55,7 +55,7 @@ protected:
     }
     void Connect() {
         ASSERT_EQ(0, CeRapiInitEx(&init_));
-        EXPECT_FALSE(IsConnected());
+        ASSERT_FALSE(IsConnected());
         handheld_ = Descriptor(accept4(listener_.Number(), nullptr, nullptr, SOCK_CLOEXEC));
         AwaitRequest();
         Answer();

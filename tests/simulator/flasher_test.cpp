@@ -56,8 +56,8 @@ protected:
         for (std::uint32_t sent = 0; sent < content_.size() - HeldBack; sent += PieceSize) {
             ASSERT_TRUE(sent == 0 || end_->Read(2) == Token4) << sent;
             const std::size_t at = Rest + sent;
-            const auto piece =
-                content_.begin() + (at < content_.size() ? at : HeldBack + at - content_.size());
+            const std::uint8_t* const piece =
+                content_.data() + (at < content_.size() ? at : HeldBack + at - content_.size());
             end_->Write(ByteList(piece, piece + PieceSize));
         }
         cradle_->Handheld().ExpectLine("flasher: complete");
