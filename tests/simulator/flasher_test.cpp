@@ -95,6 +95,23 @@ TEST_F(FlasherTest, bytes_out_of_turn_are_refused) {
     }
 }
 
+// A wizard that finds it in normal mode begins anew, and would never notice.
+TEST_F(FlasherTest, a_reset_brings_up_what_the_flash_allows) {
+    Start();
+    Announce();
+    end_->Write(ByteList{content_[Rest]});
+    cradle_->Reset();
+    ASSERT_EQ(cradle_->StatusOf("mode"), "normal");
+    EnterFlasher();
+    Announce();
+    end_->Write(ByteList(&content_[Rest], &content_[Rest] + PieceSize));
+    EXPECT_EQ(end_->Read(2), Token4);
+    cradle_->Reset();
+    EXPECT_EQ(cradle_->StatusOf("mode"), "flasher");
+    cradle_->Reset(true);
+    EXPECT_EQ(cradle_->StatusOf("mode"), "bootloader, shows its picture");
+}
+
 TEST_F(FlasherTest, only_a_size_that_fits_is_answered) {
     Start(); // 2 MB, of which the bootloader keeps 0x40000
     for (const std::uint32_t size : {0u, 0x20000u, 0x3FFFFu, 0x40000u, 0x40001u, 0x50000u, 0xC000u,
