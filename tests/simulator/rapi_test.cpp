@@ -74,6 +74,7 @@ TEST_F(RapiTest, share_modes_count_and_a_closed_file_may_go) {
     EXPECT_EQ(Delete(u"\\Temp\\a"), 32u);
     EXPECT_EQ(Error(Operation::MoveFile, Writer().Text(u"\\Temp\\a").Text(u"\\Temp\\b")), 32u);
     EXPECT_EQ(Error(Operation::WriteFile, Writer().Number(handle).Data("x", 1)), 5u);
+    EXPECT_EQ(Error(Operation::RemoveDirectory, Writer().Text(u"\\Temp")), 145u);
     rapi_.CloseHandle(handle);
     EXPECT_EQ(Error(Operation::ReadFile, Writer().Number(handle).Number(1)), 6u);
     EXPECT_EQ(Delete(u"\\Temp\\a"), 0u);
