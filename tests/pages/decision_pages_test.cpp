@@ -46,27 +46,6 @@ protected:
     }
 };
 
-TEST_F(DecisionPages, an_ordinary_host_offers_both_links_and_holds_next_back_until_one_is_marked) {
-    user_.steps.push_back({158, ""}); // Enter, with the default button grey
-    EXPECT_EQ(0, ChooseLink({"1150", "1"}));
-    EXPECT_FALSE(State.Run.SerialLinkSelected);
-    const PageView& page = First(158);
-    EXPECT_TRUE(IsEnabled(page, 1150) && IsEnabled(page, 1151));
-    EXPECT_FALSE(Find(page, 1150)->checked || Find(page, 1151)->checked);
-    EXPECT_FALSE(IsEnabled(page, 1));
-    EXPECT_TRUE(IsEnabled(Last(158), 1));
-}
-
-TEST_F(DecisionPages, the_link_marked_last_counts_and_cancel_changes_nothing) {
-    State.Run.SerialLinkSelected = false;
-    EXPECT_EQ(0, ChooseLink({"1150", "1151", "1"}));
-    EXPECT_TRUE(State.Run.SerialLinkSelected);
-    EXPECT_EQ(1, ChooseLink({"1150", "2"}));
-    EXPECT_TRUE(State.Run.SerialLinkSelected);
-    EXPECT_EQ(0, ChooseLink({"1151", "1150", "1"}));
-    EXPECT_FALSE(State.Run.SerialLinkSelected);
-}
-
 TEST_F(DecisionPages, a_host_without_usb_has_the_serial_link_marked_and_next_active) {
     const struct {
         const char *key, *value, *text;

@@ -50,9 +50,11 @@ inline void MoveToSecondPort(const TestHome& home) {
                            "\"SerialPort\"=\"COM2\"\n");
 }
 
-inline void ChooseLink(WizardRun& wizard, const char* link) {
+// The one that is marked last counts.
+inline void ChooseLink(WizardRun& wizard, const std::string& link) {
     wizard.ExpectPage(BusyPage);
-    wizard.Answer(ConnectionTypePage, link);
+    wizard.Answer(ConnectionTypePage, link == Usb ? Serial : Usb);
+    wizard.Send(link);
     wizard.Send("1");
 }
 

@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <csignal>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -168,26 +166,6 @@ TEST_P(AtWidth, a_backup_takes_the_proposed_name_and_a_restore_one_completed_by_
     EXPECT_TRUE(cradle.FlashEquals(home.Tree() / "TOLKROM110.nbf"));
 }
 
-TEST_P(AtWidth, a_transfer_that_has_failed_is_resumed_by_enter_alone) {
-    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--silent-at", "size"}});
-    {
-        WizardRun wizard = StartHere(home);
-        Lead(wizard, ToActionChoice);
-        wizard.Process().Type("m\n");
-        Lead(wizard, ToTransfer);
-        Lead(wizard, {{"ERREUR 113", ""}, {"[q] Quitter (Entrée)", "\n"}});
-        EXPECT_EQ(0, wizard.Wait());
-    }
-    cradle.TakeOut();
-    std::ofstream(home.Device() / "state") << "mode=flasher\ntouched=1\n";
-    cradle.RestartHandheld();
-    WizardRun wizard = StartHere(home);
-    wizard.ExpectLine("Votre Tolk Pocket PC est mis à niveau.");
-    FinishUpgrade(wizard);
-    ExpectToReadHere(wizard);
-    EXPECT_TRUE(cradle.FlashEquals(image));
-}
-
 // Held up between two of its tokens, so that it lasts for as long as the user needs.
 TEST_F(AtTerminal,
        no_key_no_sigterm_and_no_end_of_the_terminal_breaks_a_transfer_off_or_is_kept_for_later) {
@@ -237,6 +215,19 @@ TEST_F(AtTerminal, ctrl_c_leaves_a_file_dialog_or_a_page_or_else_the_wizard) {
     wizard.ExpectLine("[q] Quitter (Entrée)");
     wizard.Process().Type("\x03");
     EXPECT_EQ(0, wizard.Wait());
+}
+
+// Of one for another model and another language.
+TEST_F(AtTerminal, a_wrong_image_is_marked_by_its_model_alone) {
+    TestHome home;
+    home.AddLanguageFolder({.model = "TOLKP2000", .language = "FRE"});
+    const Cradle cradle(home);
+    WizardRun wizard = Start(home);
+    Lead(wizard, ToActionChoice);
+    wizard.Process().Type("m\n");
+    Lead(wizard, {{"(!) Mod", ""}, {"[q] Quitter (Entrée)", "\n"}});
+    EXPECT_EQ(0, wizard.Wait());
+    EXPECT_FALSE(wizard.Process().Has("(!) Lang"));
 }
 
 TEST_F(AtTerminal, is_where_a_wizard_that_finds_no_desktop_shows_itself_and_is_ended_by_sigterm) {

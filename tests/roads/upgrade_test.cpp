@@ -89,9 +89,10 @@ TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
         const auto opened = home.Path("opened");
         for (const char* folder : way.programs) {
             const auto program = home.Path(folder) / "wordpad.exe";
-            test_support::WriteFileBytes(
-                program, "#!/bin/sh\nprintf '%s %s' \"$0\" \"$1\" >'" + opened.string() +
-                             ".new'\nmv '" + opened.string() + ".new' '" + opened.string() + "'\n");
+            test_support::WriteFileBytes(program,
+                                         "#!/bin/sh\nprintf '%s %s %s' \"$0\" \"$1\" \"$PWD\" >'" +
+                                             opened.string() + ".new'\nmv '" + opened.string() +
+                                             ".new' '" + opened.string() + "'\n");
             std::filesystem::permissions(program, std::filesystem::perms::all);
         }
         Cradle cradle(home);
@@ -114,7 +115,9 @@ TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
         EXPECT_NE("never set", cradle.StatusOf("clock"));
         const auto isOpened = [&] { return std::filesystem::exists(opened); };
         EXPECT_TRUE(*way.opener ? test_support::ComesTrue(isOpened) : !isOpened());
-        EXPECT_EQ(*way.opener ? (home.Path(way.opener) / "wordpad.exe readme.doc").string() : "",
+        EXPECT_EQ(*way.opener ? (home.Path(way.opener) / "wordpad.exe readme.doc ").string() +
+                                    (home.Tree() / "English").string()
+                              : "",
                   test_support::ReadBytes(opened));
     }
 }
