@@ -6,33 +6,22 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
 using namespace road;
 namespace fs = std::filesystem;
 
-void ReplaceByte(const TestHome& home, std::streamoff offset) {
-    std::fstream file(home.Tree() / "English/TOLKROM.nbf",
-                      std::ios::in | std::ios::out | std::ios::binary);
-    file.seekg(offset);
-    const char old = static_cast<char>(file.get());
-    file.seekp(offset);
-    file.put(static_cast<char>(old + 1));
-}
-
 // An upgrade that comes to the page of a failure.
 struct Failure {
     const char* name;
     int page;
-    // What is wrong: with the image, with the handheld or ActiveSync, with the files of the PC, in
-    // the shell that starts the wizard.
+    // What is wrong: with the image, with the handheld or ActiveSync; and what a shell does to the
+    // tree first, in the process that becomes the wizard.
     ImageOptions image{};
     CradleOptions cradle{};
-    void (*spoil)(const TestHome&, Cradle&) = [](const TestHome&, Cradle&) {};
     const char* before = ":";
+    bool takenOut = false; // the handheld
     // While the page stands: whether RAPI has been given up, and which page is up behind it.
     bool rapiEnded = false;
     std::vector<int> behind{};
@@ -48,7 +37,7 @@ const Failure Failures[] = {
      .leave = {"esc", "1175"}}, // the first does nothing here
     {.name = "no handheld answers",
      .page = ConnectionErrorPage,
-     .spoil = [](const TestHome&, Cradle& cradle) { cradle.TakeOut(); },
+     .takenOut = true,
      .clock = "1"}, // it is waited for three seconds, and not three minutes
 
     {.name = "the identification does not start",
@@ -68,27 +57,13 @@ const Failure Failures[] = {
      .cradle = {.run = {"--refuse-program", "Harbel_Link.exe"}},
      .rapiEnded = true,
      .behind = {PreparePage}},
-    {.name = "no image",
-     .page = ImageMissingPage,
-     .spoil = [](const TestHome& home,
-                 Cradle&) { fs::remove(home.Tree() / "English/TOLKROM.nbf"); }},
-    {.name = "no folder of the language",
-     .page = ImageMissingPage,
-     .spoil = [](const TestHome& home, Cradle&) { fs::remove_all(home.Tree() / "English"); }},
+    {.name = "no image", .page = ImageMissingPage, .before = "rm English/TOLKROM.nbf"},
     {.name = "the working directory is too long for Windows",
      .page = ImageMissingPage,
      .before = "deep=$(printf '%0200d/%060d' 0 0); mkdir -p $deep; cd $deep"},
-    {.name = "the image is shorter than a header",
-     .page = ImageOpenErrorPage,
-     .spoil = [](const TestHome& home,
-                 Cradle&) { fs::resize_file(home.Tree() / "English/TOLKROM.nbf", 22); }},
     {.name = "the image does not open",
      .page = ImageOpenErrorPage,
-     .spoil =
-         [](const TestHome& home, Cradle&) {
-             fs::remove(home.Tree() / "English/TOLKROM.nbf");
-             fs::create_symlink("nowhere", home.Tree() / "English/TOLKROM.nbf");
-         }},
+     .before = "ln -sf nowhere English/TOLKROM.nbf"},
     // Otherwise the transfer would find it, with the handheld changed and waiting for its image.
     {.name = "the image is too short to be sent",
      .page = ImageOpenErrorPage,
@@ -96,16 +71,13 @@ const Failure Failures[] = {
      .rapiEnded = true},
     {.name = "a byte of the header differs",
      .page = ChecksumErrorPage,
-     .spoil = [](const TestHome& home, Cradle&) { ReplaceByte(home, 3); }},
-    {.name = "the first byte behind the header differs",
-     .page = ChecksumErrorPage,
-     .spoil = [](const TestHome& home, Cradle&) { ReplaceByte(home, 0x20); }},
+     .before = "printf x | dd of=English/TOLKROM.nbf bs=1 seek=3 conv=notrunc status=none"},
     {.name = "the last byte differs",
      .page = ChecksumErrorPage,
-     .spoil = [](const TestHome& home, Cradle&) { ReplaceByte(home, 0x10001F); }},
+     .before = "truncate -s -1 English/TOLKROM.nbf; printf x >>English/TOLKROM.nbf"},
     {.name = "no module list",
      .page = ModuleDataErrorPage,
-     .spoil = [](const TestHome& home, Cradle&) { fs::remove(home.Tree() / "English/module.dat"); },
+     .before = "rm English/module.dat",
      .behind = {BusyPage}},
     {.name = "the image is of another model",
      .page = IncompatibleImagePage,
@@ -118,7 +90,7 @@ const Failure Failures[] = {
      .image = {.size = 0x300000}},
     {.name = "the port is not there", // ActiveSync has been ended by then
      .page = PortErrorPage,
-     .spoil = [](const TestHome& home, Cradle&) { home.RemovePorts(); },
+     .before = "ln -sfn nowhere ../home/ports/COM1",
      .rapiEnded = true,
      .record = true},
 };
@@ -130,7 +102,8 @@ TEST_P(Ending, comes_to_its_page_and_to_no_other) {
     TestHome home;
     home.AddLanguageFolder(one.image);
     Cradle cradle(home, one.cradle);
-    one.spoil(home, cradle);
+    if (one.takenOut)
+        cradle.TakeOut();
     WizardRun wizard(home, {{"ROM_WIZARD_CLOCK", one.clock}}, one.before);
     EXPECT_EQ(one.page, wizard.AnswerUpgrade(Serial));
     if (one.rapiEnded)
@@ -155,18 +128,21 @@ INSTANTIATE_TEST_SUITE_P(End, Ending, testing::ValuesIn(Failures), [](const auto
     return name;
 });
 
-TEST(End, cancel_on_any_introduction_page_ends_the_run) {
+TEST(End, leaving_any_page_ahead_of_the_transfer_ends_the_run_and_changes_nothing) {
     auto&& [home, image, cradle] = PcWithHandheld();
-    const int pages[] = {UpgradeNoticePage, WelcomePage, HostChecklistPage, DeviceChecklistPage};
-    for (std::size_t last = 0; last < std::size(pages); ++last) {
+    for (const int last :
+         {UpgradeNoticePage, WelcomePage, HostChecklistPage, DeviceChecklistPage, ActionChoicePage,
+          VersionConfirmPage, BackupChoicePage, UpgradeReadyPage}) {
         WizardRun wizard(home);
-        for (std::size_t page = 0; page < last; ++page)
-            wizard.Answer(pages[page], "");
-        wizard.Answer(pages[last], last % 2 ? "2" : "esc");
+        EXPECT_EQ(last, wizard.AnswerUpgrade(Serial, last));
+        wizard.Send(last % 2 ? "2" : "esc");
         EXPECT_EQ(0, wizard.Wait());
-        EXPECT_EQ(pages[last], wizard.Pages().back());
+        EXPECT_EQ(last, wizard.Pages().back());
+        // Nothing has been asked of the handheld yet.
+        EXPECT_TRUE(last != DeviceChecklistPage || !cradle.Handheld().Has("CreateProcess"));
     }
-    EXPECT_FALSE(cradle.Handheld().Has("CreateProcess"));
+    EXPECT_FALSE(cradle.Handheld().Has("Harbel_Link"));
+    EXPECT_FALSE(HasProgressRecord(home));
 }
 
 constexpr char OldRecord[] =
@@ -182,7 +158,7 @@ TEST(End, an_old_record_is_kept_until_the_user_has_chosen_the_link) {
         EXPECT_TRUE(HasProgressRecord(home));
     }
     WizardRun wizard(home);
-    ChooseSerial(wizard);
+    ChooseLink(wizard, Serial);
     wizard.ExpectPages({BusyPage, BusyPage});
     ExpectQuit(wizard, ActionChoicePage);
     EXPECT_FALSE(HasProgressRecord(home));
@@ -194,7 +170,7 @@ TEST(End, a_power_report_that_fails_ends_the_run_with_no_page) {
         PcWithHandheld({.run = {"--drop-rapi-at", "GetSystemPowerStatus"}});
     WizardRun wizard(home);
     PassIntroduction(wizard);
-    ChooseSerial(wizard);
+    ChooseLink(wizard, Serial);
     wizard.ExpectPage(BusyPage);
     EXPECT_EQ(0, wizard.Wait());
     EXPECT_EQ(BusyPage, wizard.Pages().back());
@@ -215,13 +191,19 @@ TEST(End, a_handheld_on_its_battery_waits_for_the_adapter) {
 }
 
 // An upgrade of such images ends: it has no other one to choose.
-TEST(End, a_restore_asks_again_for_a_file_that_is_too_large_and_ends_at_one_too_short) {
+TEST(End,
+     a_restore_asks_again_for_a_file_that_is_not_there_or_too_large_and_ends_at_one_too_short) {
     auto&& [home, image, cradle] = PcWithHandheld();
     const fs::path large = home.MakeImage({.folder = "large", .size = 0x300000});
     const fs::path tooShort = home.MakeImage({.folder = "short", .size = 0x8001F});
     WizardRun wizard(home);
     GoToActionChoice(wizard);
-    ChooseRestore(wizard, large.string());
+    wizard.Send("1036");
+    wizard.ExpectLine("== open ==");
+    wizard.Send("no such file.nbf");
+    wizard.ExpectLine("== open ==");
+    wizard.Send(large.string());
+    wizard.ExpectPage(BusyPage);
     wizard.Answer(ImageTooLargePage, "2");
     wizard.ExpectPage(ActionChoicePage);
     ChooseRestore(wizard, tooShort.string());
@@ -246,10 +228,7 @@ TEST(End, enter_passes_a_missing_module_list) {
     WizardRun wizard(home);
     EXPECT_EQ(ModuleDataErrorPage, wizard.AnswerUpgrade(Serial));
     wizard.Send("");
-    wizard.ExpectPage(ActionChoicePage);
-    wizard.Send(""); // which here is none of the two actions
-    EXPECT_EQ(0, wizard.Wait());
-    EXPECT_EQ(ActionChoicePage, wizard.Pages().back());
+    ExpectQuit(wizard, ActionChoicePage, ""); // which here is none of the two actions
 }
 
 TEST(End, cancelling_the_file_dialog_leads_back_to_the_default_image) {
@@ -260,28 +239,8 @@ TEST(End, cancelling_the_file_dialog_leads_back_to_the_default_image) {
     wizard.ExpectLine("== open ==");
     wizard.Send("");
     wizard.Answer(ActionChoicePage, "1035");
-    wizard.ExpectPage(VersionConfirmPage);
+    ExpectQuit(wizard, VersionConfirmPage);
     EXPECT_NE(std::string::npos, wizard.PageText(VersionConfirmPage).find("2.00"));
-    wizard.Send("2");
-    EXPECT_EQ(0, wizard.Wait());
-}
-
-TEST(End, leaving_any_decision_page_changes_nothing_on_the_handheld) {
-    auto&& [home, image, cradle] = PcWithHandheld();
-    const int pages[] = {ActionChoicePage, VersionConfirmPage, BackupChoicePage, UpgradeReadyPage};
-    for (std::size_t last = 0; last < std::size(pages); ++last) {
-        WizardRun wizard(home);
-        GoToActionChoice(wizard);
-        for (std::size_t page = 0; page < last; ++page) {
-            wizard.Send(page == 0 ? "1035" : "1");
-            wizard.ExpectPage(pages[page + 1]);
-        }
-        wizard.Send(last % 2 ? "esc" : "2");
-        EXPECT_EQ(0, wizard.Wait());
-        EXPECT_EQ(pages[last], wizard.Pages().back());
-    }
-    EXPECT_FALSE(cradle.Handheld().Has("Harbel_Link"));
-    EXPECT_FALSE(HasProgressRecord(home));
 }
 
 } // namespace

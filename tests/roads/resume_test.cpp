@@ -2,6 +2,7 @@
 // prevents a resumed transfer without losing the record.
 // label: threads
 
+#include "testing/little_endian.h"
 #include "tests/roads/road.h"
 
 #include <csignal>
@@ -131,13 +132,9 @@ TEST(Resume, an_old_mark_of_the_bootloader_does_not_choose_the_page_of_a_fresh_r
     auto&& [home, image, cradle] = PcWithHandheld({.run = {"--silent-at", "start"}});
     WriteRecord(home, {.image = image, .critical = true});
     WizardRun wizard(home);
-    ChooseSerial(wizard);
-    for (const int page : {BusyPage, BusyPage, ActionChoicePage})
-        wizard.ExpectPage(page);
-    wizard.Send("1035");
-    ConfirmUpgrade(wizard);
-    wizard.ExpectPages({PreparePage, ProgressPage});
-    ExpectQuit(wizard, UpgradeErrorPage);
+    EXPECT_EQ(UpgradeErrorPage, wizard.AnswerUpgrade(Serial));
+    wizard.Send("2");
+    EXPECT_EQ(0, wizard.Wait());
     EXPECT_FALSE(IsMarkedCritical(home));
 }
 
@@ -162,10 +159,8 @@ TEST(Resume, an_image_without_a_held_back_block_is_not_announced) {
 }
 
 void Append(Bytes& wire, std::initializer_list<std::uint32_t> numbers) {
-    for (const std::uint32_t number : numbers) {
-        for (int shift = 0; shift < 32; shift += 8)
-            wire.push_back(static_cast<std::uint8_t>(number >> shift));
-    }
+    const Bytes bytes = test_support::LittleEndian(numbers);
+    wire.insert(wire.end(), bytes.begin(), bytes.end());
 }
 
 // What the bootloader must hear for an image: blocks in file order up to one past the end.

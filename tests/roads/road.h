@@ -58,8 +58,6 @@ inline void ChooseLink(WizardRun& wizard, const std::string& link) {
     wizard.Send("1");
 }
 
-inline void ChooseSerial(WizardRun& wizard) { ChooseLink(wizard, Serial); }
-
 // From the start to the choice of the action, with the image verified.
 inline void GoToActionChoice(WizardRun& wizard, const char* link = Serial) {
     PassIntroduction(wizard);

@@ -3,6 +3,7 @@
 // label: threads
 
 #include "testing/comes_true.h"
+#include "testing/little_endian.h"
 #include "tests/roads/road.h"
 
 #include <cstdint>
@@ -19,10 +20,8 @@ constexpr std::size_t Rest = 0x80020;
 
 // What must come over the wire for an image: start byte, size, the rest, the held-back block.
 Bytes WireBytes(const Bytes& image) {
-    const auto size = static_cast<std::uint32_t>(image.size() - HeldBack);
-    Bytes wire = {0x41};
-    for (int shift = 0; shift < 32; shift += 8)
-        wire.push_back(static_cast<std::uint8_t>(size >> shift));
+    Bytes wire = test_support::LittleEndian({static_cast<std::uint32_t>(image.size() - HeldBack)});
+    wire.insert(wire.begin(), 0x41);
     const auto at = [&](std::size_t offset) {
         return image.begin() + static_cast<std::ptrdiff_t>(offset);
     };
@@ -31,24 +30,18 @@ Bytes WireBytes(const Bytes& image) {
     return wire;
 }
 
-struct FullSize {
-    const char *link, *folder, *language, *duration;
-};
-
-class FullSizeUpgrade : public testing::TestWithParam<FullSize> {};
-
-TEST_P(FullSizeUpgrade, goes_out_in_the_wire_order_to_the_last_byte) {
-    const FullSize& one = GetParam();
+void ExpectFullSizeOverTheWire(const char* link, const ImageOptions& options,
+                               const char* duration) {
     TestHome home;
-    const auto image =
-        home.AddLanguageFolder({.folder = one.folder, .language = one.language, .size = 0xF80020});
+    const auto image = home.AddLanguageFolder(options);
     const std::string log = home.Path("wire").string();
-    Cradle cradle(home, {.language = one.language, .flashMegabytes = 16, .run = {"--log", log}});
+    Cradle cradle(home,
+                  {.language = options.language, .flashMegabytes = 16, .run = {"--log", log}});
     WizardRun wizard(home);
-    GoToTransfer(wizard, one.link);
+    GoToTransfer(wizard, link);
     EXPECT_TRUE(HasProgressRecord(home));
-    wizard.ExpectLine(one.duration);
-    FinishUpgrade(wizard, one.link == Usb ? FinishUsbPage : FinishPage);
+    wizard.ExpectLine(duration);
+    FinishUpgrade(wizard, link == Usb ? FinishUsbPage : FinishPage);
     cradle.Handheld().ExpectLine(": complete");
 
     const Bytes wire = test_support::ReadFileBytes(log);
@@ -63,13 +56,13 @@ TEST_P(FullSizeUpgrade, goes_out_in_the_wire_order_to_the_last_byte) {
     EXPECT_EQ("2.00", cradle.StatusOf("version").substr(0, 4));
 }
 
-INSTANTIATE_TEST_SUITE_P(Upgrade, FullSizeUpgrade,
-                         testing::Values(FullSize{Serial, "English", "ENG", "30 minutes"},
-                                         FullSize{Usb, "SChinese", "CHS", "8 minutes"}),
-                         [](const auto& one) {
-                             return std::string(one.param.language) +
-                                    (one.param.link == Usb ? "_usb" : "_serial");
-                         });
+TEST(Upgrade, over_serial_goes_out_in_the_wire_order_to_the_last_byte) {
+    ExpectFullSizeOverTheWire(Serial, {.size = 0xF80020}, "30 minutes");
+}
+TEST(Upgrade, over_usb_goes_out_in_the_wire_order_to_the_last_byte) {
+    ExpectFullSizeOverTheWire(Usb, {.folder = "SChinese", .language = "CHS", .size = 0xF80020},
+                              "8 minutes");
+}
 
 // The readme is opened first, with the program that Windows has registered, else with one of that
 // name, which the test puts on the PATH. Beside a program of that name in the tree it stays closed.
@@ -85,7 +78,7 @@ TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
                 {{"esc"}, {"bin"}, ""}};
     for (const auto& way : ways) {
         TestHome home;
-        home.AddLanguageFolder();
+        const auto image = home.AddLanguageFolder({.size = 0x80020}); // the smallest
         const auto opened = home.Path("opened");
         for (const char* folder : way.programs) {
             const auto program = home.Path(folder) / "wordpad.exe";
@@ -105,6 +98,7 @@ TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
         GoToTransfer(wizard);
         wizard.Answer(UpgradeDonePage, "1181");
         cradle.Handheld().ExpectLine(": complete");
+        EXPECT_TRUE(cradle.FlashEquals(image));
         cradle.Reset();
         cradle.AwaitConnection(); // through the ActiveSync that the wizard has started again
         EXPECT_EQ("never set", cradle.StatusOf("clock"));
@@ -120,27 +114,6 @@ TEST(Upgrade, the_clock_is_set_on_every_way_out_of_the_last_page) {
                               : "",
                   test_support::ReadBytes(opened));
     }
-}
-
-// Of the smallest size.
-TEST(Upgrade, a_restore_writes_the_file_that_the_user_picks) {
-    TestHome home;
-    home.AddLanguageFolder();
-    const auto picked = home.MakeImage(
-        {.folder = "saved", .file = "old rom.nbf", .version = "1.87", .size = 0x80020, .seed = 7});
-    Cradle cradle(home);
-    WizardRun wizard(home);
-    GoToActionChoice(wizard);
-    wizard.Send("1036");
-    wizard.ExpectLine("== open ==");
-    wizard.Send("no such file.nbf");
-    wizard.ExpectLine("== open ==");
-    wizard.Send(picked.string());
-    wizard.ExpectPage(BusyPage); // a picked file is verified too
-    ConfirmUpgrade(wizard);
-    wizard.ExpectPages({PreparePage, ProgressPage});
-    FinishUpgrade(wizard);
-    EXPECT_TRUE(cradle.FlashEquals(picked));
 }
 
 TEST(Upgrade, activesync_is_ended_for_the_transfer_and_its_port_is_the_one_in_the_registry) {
