@@ -141,6 +141,16 @@ protected:
         std::filesystem::remove_all(folder_);
     }
 
+    // Shows the page, with the choice made that it needs, and leaves it by that command.
+    INT_PTR ShowAndSend(const ShownPage& shown, int command) {
+        FillState();
+        const Page& page = shown.Prepare();
+        if (const int choice = ChoiceBeforeNext(page))
+            user_.steps.push_back({page.dialog, std::to_string(choice)});
+        user_.steps.push_back({page.dialog, std::to_string(command)});
+        return ShowPage(page);
+    }
+
     // The wizard's own window, without the wizard in it.
     static void OpenMainWindow() {
         WNDCLASSEXA windowClass = {};

@@ -1,29 +1,19 @@
 // A user who hears the desktop, on a message bus of their own: screen_reader.py.
 #pragma once
 
-#include "testing/child_process.h"
+#include "testing/bus_session.h"
 
-#include <string>
 #include <vector>
 
 namespace test_support {
 
-class ScreenReader {
+class ScreenReader : public BusSession {
 public:
     // The folder is the user's own, for what the bus of screen readers keeps there.
     explicit ScreenReader(const std::string& folder)
-        : process_({"/usr/bin/dbus-run-session", "--", SOURCE_FOLDER "/testing/screen_reader.py"},
-                   {.environment = {{"XDG_RUNTIME_DIR", folder},
-                                    {"HOME", folder},
-                                    {"GSETTINGS_BACKEND", "memory"}}}) {}
-    // Takes the bus down with it.
-    ~ScreenReader() {
-        process_.CloseInput();
-        process_.Wait();
-    }
-
-    ScreenReader(const ScreenReader&) = delete;
-    ScreenReader& operator=(const ScreenReader&) = delete;
+        : BusSession(
+              "screen_reader.py",
+              {{"XDG_RUNTIME_DIR", folder}, {"HOME", folder}, {"GSETTINGS_BACKEND", "memory"}}) {}
 
     // What makes a program use this bus.
     Environment Variables() const { return {{"DBUS_SESSION_BUS_ADDRESS", address_}}; }
@@ -39,14 +29,7 @@ public:
         }
     }
     void Press(const std::string& name) { process_.Send("press " + name); }
-    void PressDefault() { process_.Send("press"); }
     void Write(const std::string& text) { process_.Send("write " + text); }
-
-    ChildProcess& Process() { return process_; }
-
-private:
-    ChildProcess process_;
-    const std::string address_ = process_.ExpectLine("unix:");
 };
 
 } // namespace test_support

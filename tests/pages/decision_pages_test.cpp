@@ -37,14 +37,7 @@ namespace {
 
 using namespace page_test;
 
-class DecisionPages : public PageTest {
-protected:
-    INT_PTR ChooseLink(std::initializer_list<const char*> clicks) {
-        for (const char* click : clicks)
-            user_.steps.push_back({158, click});
-        return ShowPage(ConnectionTypePage);
-    }
-};
+class DecisionPages : public PageTest {};
 
 TEST_F(DecisionPages, a_host_without_usb_has_the_serial_link_marked_and_next_active) {
     const struct {
@@ -57,7 +50,8 @@ TEST_F(DecisionPages, a_host_without_usb_has_the_serial_link_marked_and_next_act
         test_support::StoreText(host.key, host.value, host.text);
         State.Run.SerialLinkSelected = false;
         user_.opened.clear();
-        EXPECT_EQ(0, ChooseLink({"1"}));
+        user_.steps = {{158, "1"}};
+        EXPECT_EQ(0, ShowPage(ConnectionTypePage));
         EXPECT_TRUE(State.Run.SerialLinkSelected);
         EXPECT_FALSE(IsEnabled(First(158), 1150));
         EXPECT_TRUE(Find(First(158), 1151)->checked);
@@ -67,17 +61,17 @@ TEST_F(DecisionPages, a_host_without_usb_has_the_serial_link_marked_and_next_act
 }
 
 // The offer of a backup, with the working directory in a folder of its own.
-class SaveSequence : public DecisionPages {
+class SaveSequence : public PageTest {
 protected:
     void SetUp() override {
-        DecisionPages::SetUp();
+        PageTest::SetUp();
         before_ = std::filesystem::current_path();
         std::filesystem::current_path(folder_);
     }
     void TearDown() override {
         freeBytes = AsItIs;
         std::filesystem::current_path(before_);
-        DecisionPages::TearDown();
+        PageTest::TearDown();
     }
 
     // Presses the button and answers the file dialogs; `later` are the steps after that.

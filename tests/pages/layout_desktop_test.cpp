@@ -23,14 +23,8 @@ protected:
     void SetUp() override {
         PageTest::SetUp();
         LoadBanner();
-        for (const ShownPage& shown : Pages) {
-            const Page& page = shown.Prepare();
-            user_.steps = {{page.dialog, std::to_string(ChoiceBeforeNext(page))},
-                           {page.dialog, std::to_string(page.results.front().command)}};
-            if (!ChoiceBeforeNext(page))
-                user_.steps.pop_front();
-            ShowPage(page);
-        }
+        for (const ShownPage& shown : Pages)
+            ShowAndSend(shown, shown.page().results.front().command);
     }
 };
 

@@ -84,14 +84,6 @@ std::string Durations() {
 
 class PageIndex : public PageTest {
 protected:
-    INT_PTR ShowAndSend(const ShownPage& shown, int command) {
-        FillState();
-        const Page& page = shown.Prepare();
-        if (const int choice = ChoiceBeforeNext(page))
-            user_.steps.push_back({page.dialog, std::to_string(choice)});
-        user_.steps.push_back({page.dialog, std::to_string(command)});
-        return ShowPage(page);
-    }
     // The command, its result and what has become of an open port and of the progress record.
     std::string ResultOf(const ShownPage& shown, int command) {
         State.Link.LinkHandle = CreateEventA(nullptr, TRUE, FALSE, nullptr);
