@@ -5,7 +5,7 @@
 //
 // It prints what the wizard's own terminal does, so that tests can drive either: "== 158 ==" when a
 // page has come up, its texts, "-- 158 --" when it has gone, "== save ==" and "== open ==" for the
-// file dialogs. What of a page its user could not read comes as "page-user: " with the fault.
+// file dialogs. A text of a page that is cut comes as "page-user: cut: " with it.
 // A line of input is the number of a control to click, "" for Enter, "esc" for Escape, "away" for a
 // look at another window, or a path for a file dialog. "window TITLE" waits for a window of any
 // program, "focus 2" for that control to have the focus, 0 for the page itself; "close" is another
@@ -105,8 +105,8 @@ void Open(HWND dialog) {
     std::string lines = "== " + name + " ==  " + TextOf(dialog) + "\n";
     EnumChildWindows(dialog, AppendControl, reinterpret_cast<LPARAM>(&lines));
     if (std::atoi(name.c_str()) != 0) { // else Windows' own
-        for (const std::string& fault : page_test::LayoutFaults(dialog))
-            lines += "page-user: " + fault + "\n";
+        for (const std::string& text : page_test::CutTexts(dialog))
+            lines += "page-user: cut: " + text + "\n";
     }
     if (!IsWindow(dialog))
         return; // a waiting page that went while it was looked at
