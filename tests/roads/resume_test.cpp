@@ -62,13 +62,11 @@ TEST(Resume, without_its_image_or_with_one_for_another_handheld_keeps_the_record
         {"language", {.image = image, .language = "FRE"}, IncompatibleImagePage},
     };
     Cradle cradle(home);
-    const auto registry = test_support::ReadFileBytes(home.Home() / "registry.reg");
+    const std::string registry = test_support::ReadBytes(home.Home() / "registry.reg");
     RestartInFlasher(home, cradle);
     for (const Case& one : cases) {
         SCOPED_TRACE(one.name);
-        std::ofstream(home.Home() / "registry.reg", std::ios::binary)
-            .write(reinterpret_cast<const char*>(registry.data()),
-                   static_cast<std::streamsize>(registry.size()));
+        test_support::WriteFileBytes(home.Home() / "registry.reg", registry);
         WriteRecord(home, one.record);
         WizardRun wizard(home);
         EXPECT_EQ(one.page, wizard.AnswerUpgrade(Serial));

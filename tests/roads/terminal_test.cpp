@@ -48,7 +48,7 @@ constexpr Step ToTransfer[] = {
 class AtTerminal : public testing::Test {
 protected:
     // A wizard on a pseudo-terminal that knows colours.
-    static WizardRun Start(const TestHome& home, int columns = 80, const char* clock = "20",
+    static WizardRun Start(const TestHome& home, std::size_t columns = 80, const char* clock = "20",
                            const char* noColour = "") {
         return WizardRun(
             home, {{"ROM_WIZARD_CLOCK", clock}, {"NO_COLOR", noColour}, {"TERM", "xterm"}},
@@ -97,22 +97,14 @@ protected:
 };
 
 // The roads at widths of which each has pages that do not fit into it.
-class AtWidth : public AtTerminal, public testing::WithParamInterface<int> {
-protected:
-    WizardRun StartHere(const TestHome& home, const char* clock = "20", const char* noColour = "") {
-        return Start(home, GetParam(), clock, noColour);
-    }
-    static void ExpectToReadHere(WizardRun& wizard) {
-        ExpectToRead(wizard, static_cast<std::size_t>(GetParam()));
-    }
-};
-INSTANTIATE_TEST_SUITE_P(Columns, AtWidth, testing::Values(80, 60, 40),
+class AtWidth : public AtTerminal, public testing::WithParamInterface<std::size_t> {};
+INSTANTIATE_TEST_SUITE_P(Columns, AtWidth, testing::Values(80U, 60U, 40U),
                          testing::PrintToStringParamName());
 
 TEST_P(AtWidth, an_upgrade_goes_by_words_and_enter) {
     auto&& [home, image, cradle] = PcWithHandheld();
     const bool coloured = GetParam() == 80;
-    WizardRun wizard = StartHere(home, "20", coloured ? "" : "1");
+    WizardRun wizard = Start(home, GetParam(), "20", coloured ? "" : "1");
     Lead(wizard, ToActionChoice);
     wizard.Process().Type("\n");
     Lead(wizard, {{"Entrée seule peut", "2\n"},
@@ -122,7 +114,7 @@ TEST_P(AtWidth, an_upgrade_goes_by_words_and_enter) {
     Lead(wizard, ToTransfer);
     FinishUpgrade(wizard);
     EXPECT_TRUE(cradle.FlashEquals(image));
-    ExpectToReadHere(wizard);
+    ExpectToRead(wizard, GetParam());
     for (const char* text : {"REMARQUE", "Ne retirez pas la connexion", "Consultez le CD"})
         EXPECT_TRUE(wizard.Process().Has((coloured ? Red : "") + std::string("(!) ") + text));
     EXPECT_EQ(coloured, wizard.Process().Has("\033"));
@@ -135,7 +127,7 @@ TEST_P(AtWidth, a_backup_takes_the_proposed_name_and_a_restore_one_completed_by_
     home.AddLanguageFolder();
     Cradle cradle(home, {.flashMegabytes = 16});
     {
-        WizardRun wizard = StartHere(home, "100");
+        WizardRun wizard = Start(home, GetParam(), "100");
         Lead(wizard, ToActionChoice);
         wizard.Process().Type("m\n");
         Lead(wizard, {{"[s] Suivant (Entrée)", "\n"},
@@ -151,9 +143,9 @@ TEST_P(AtWidth, a_backup_takes_the_proposed_name_and_a_restore_one_completed_by_
                       {"sauvegarde de la ROM est maintenant", ""},
                       {"[s] Suivant (Entrée)", "a\n"}});
         EXPECT_EQ(0, wizard.Wait());
-        ExpectToReadHere(wizard);
+        ExpectToRead(wizard, GetParam());
     }
-    WizardRun wizard = StartHere(home, "100");
+    WizardRun wizard = Start(home, GetParam(), "100");
     Lead(wizard, ToActionChoice);
     wizard.Process().Type("r\n");
     Lead(wizard, {{Prompt, "none/x\n"},
@@ -162,7 +154,7 @@ TEST_P(AtWidth, a_backup_takes_the_proposed_name_and_a_restore_one_completed_by_
                   {"Choisi : TOLKROM110.nbf", ""}});
     Lead(wizard, ToTransfer);
     FinishUpgrade(wizard);
-    ExpectToReadHere(wizard);
+    ExpectToRead(wizard, GetParam());
     EXPECT_TRUE(cradle.FlashEquals(home.Tree() / "TOLKROM110.nbf"));
 }
 
