@@ -33,8 +33,8 @@ TEST(Options, are_answered_and_what_is_no_option_or_display_is_named) {
         std::vector<std::string> command = {program};
         command.insert(command.end(), options.begin(), options.end());
         ChildProcess wizard(command, {.environment = {{"ROM_WIZARD_DISPLAY", display}}});
+        wizard.ExpectLine(says);
         EXPECT_EQ(code, wizard.Wait());
-        EXPECT_TRUE(wizard.Has(says)) << says;
     }
 }
 
