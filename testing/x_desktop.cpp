@@ -1,4 +1,4 @@
-// An X server in memory, with keys as xdotool sends them.
+// An X server in memory, with keys and clicks as xdotool sends them.
 //
 // No window manager runs. The toolkit sets the focus to a new window itself then, and a key is
 // pressed only once the window that it is meant for has it.
@@ -130,11 +130,23 @@ void XDesktop::Press(const std::string& key) { Send({"key", key}); }
 
 void XDesktop::Type(const std::string& text) { Send({"type", text}); }
 
+bool XDesktop::Click(const std::string& role, int x, int y) {
+    const xcb_window_t window = Find(role);
+    const auto area = MakeReplyPointer(
+        xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+    if (!area)
+        return false;
+    const int left = area->x + x + (x < 0 ? area->width : 0);
+    const int top = area->y + y + (y < 0 ? area->height : 0);
+    Send({"mousemove", std::to_string(left), std::to_string(top), "click", "1"});
+    return true;
+}
+
 void XDesktop::Send(std::vector<std::string> command) {
     command.insert(command.begin(), "/usr/bin/xdotool");
     ChildProcess xdotool(command, {.environment = Variables()});
     if (xdotool.Wait() != 0)
-        throw std::runtime_error("cannot send keys:\n" + xdotool.Transcript());
+        throw std::runtime_error("cannot send keys or clicks:\n" + xdotool.Transcript());
 }
 
 } // namespace test_support

@@ -1,4 +1,4 @@
-// A desktop without a screen: an X server of its own, and a user at its keyboard.
+// A desktop without a screen: an X server of its own, and a user at its keyboard and its mouse.
 #pragma once
 
 #include "testing/child_process.h"
@@ -41,6 +41,9 @@ public:
     // return.
     void Press(const std::string& key);
     void Type(const std::string& text);
+    // A click with the left button in the window, in pixels from its left and upper edges, or from
+    // the right and lower ones where they are negative. False: it is not on the screen.
+    bool Click(const std::string& role, int x, int y);
 
 private:
     struct ShownWindow {

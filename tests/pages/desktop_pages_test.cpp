@@ -21,7 +21,6 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTest>
-#include <QWindow>
 
 #include <commctrl.h>
 
@@ -47,6 +46,11 @@ bool WaitUntil(Condition condition) {
     while (!condition() && timer.elapsed() < LimitMilliseconds)
         QTest::qWait(1);
     return condition();
+}
+
+std::string Name(const char* variable, const char* standard) {
+    const char* value = std::getenv(variable);
+    return value ? value : standard;
 }
 
 QImage ImageOf(const PagePicture& placed) {
@@ -124,8 +128,7 @@ protected:
         PageTest::SetUp();
         LoadBanner();
         QFont font = QApplication::font();
-        if (const char* stretch = std::getenv("PAGE_STRETCH"))
-            font.setStretch(std::atoi(stretch));
+        font.setStretch(std::stoi(Name("PAGE_STRETCH", "100")));
         QApplication::setFont(font);
         platform::UseDisplay(&platform::DesktopDisplay());
     }
@@ -194,11 +197,6 @@ protected:
 
     // To what has the focus, and nothing of what comes of it is served before the next key.
     void Key(Qt::Key key) { QTest::keyClick(window_->focusWidget(), key); }
-    // Where it is on the screen, so that whatever is over it is hit instead.
-    void Click(const QAbstractButton* button) {
-        QTest::mouseClick(window_->windowHandle(), Qt::LeftButton, {},
-                          button->mapTo(window_, button->rect().center()));
-    }
     // By Space where the page opens with the focus on it, else by Enter.
     void PressByTabs(QAbstractButton* button) {
         ExpectDefault();
@@ -378,7 +376,7 @@ TEST_P(DesktopPage, gives_its_results_by_mouse_and_by_keyboard) {
             if (const int choice = ChoiceBeforeNext(*page_); choice && byKeyboard)
                 ChooseByKeys(Button(choice));
             else if (choice)
-                Click(Button(choice));
+                QTest::mouseClick(Button(choice), Qt::LeftButton);
             QAbstractButton* button = Button(command);
             WaitUntil([&] { return !button || button->isEnabled(); });
             if (!button && command == IDOK) // a command that has no button
@@ -390,7 +388,7 @@ TEST_P(DesktopPage, gives_its_results_by_mouse_and_by_keyboard) {
             else if (byKeyboard)
                 PressByTabs(button);
             else
-                Click(button);
+                QTest::mouseClick(button, Qt::LeftButton);
             EXPECT_EQ(result, Result()) << command << (byKeyboard ? " by keyboard" : " by mouse");
         }
     }

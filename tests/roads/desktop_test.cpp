@@ -1,10 +1,14 @@
-// Whole runs on the desktop by the keyboard alone: an upgrade with its resume, and a backup with
-// its restore.
+// Whole runs on the desktop, by the keyboard alone and by the mouse alone: an upgrade with its
+// resume, and a backup with its restore.
 
+#include "platform/windows/dialog_template.h"
+#include "platform/windows/resources.h"
 #include "testing/comes_true.h"
 #include "testing/login_manager.h"
 #include "testing/x_desktop.h"
 #include "tests/roads/road.h"
+
+#include <winuser.h>
 
 #include <algorithm>
 #include <array>
@@ -21,6 +25,9 @@ using test_support::ComesTrue;
 using test_support::Environment;
 using test_support::XDesktop;
 
+// By the keyboard alone, or by the mouse alone.
+enum class Hand { Keyboard, Mouse };
+
 class Desk : public testing::Test {
 protected:
     Environment Variables() const {
@@ -36,45 +43,99 @@ protected:
             desktop_.Press(key);
     }
 
-    void AwaitAndPress(const char* window, const char* key) {
-        desktop_.AwaitWindow(window);
-        desktop_.Press(key);
-    }
-    void GoToActionChoice(const char* link) {
-        Press(UpgradeNoticePage, {"Return"});
-        Press(WelcomePage, {"space"});
-        Press(HostChecklistPage, {"Alt+s"});
-        Press(DeviceChecklistPage, {"Tab", "Shift+Tab", "Return"});
-        // The first of the two has the focus and is not chosen yet.
-        Press(ConnectionTypePage, {link == Usb ? "space" : "Down", "Return"});
-        desktop_.AwaitPage(ActionChoicePage);
-    }
-    void ConfirmWithoutBackup() {
-        Press(VersionConfirmPage, {"Return"});
-        Press(BackupChoicePage, {"Tab", "Tab", "Return"}); // past the one that leaves
-        Press(UpgradeReadyPage, {"Return"});
-    }
-    void FinishUpgrade(WizardRun& wizard, int lastPage) {
-        Press(UpgradeDonePage, {"space"});
-        home_.AwaitConnectionManager();
-        Press(lastPage, {"Tab", "space", "Return"}); // with the readme's mark cleared
-        EXPECT_EQ(0, wizard.Wait());
-    }
-
     TestHome home_;
     XDesktop desktop_;
 };
 
+class EitherHand : public Desk, public testing::WithParamInterface<Hand> {
+protected:
+    EitherHand() {
+        platform::UseResources(resources_.data(), resources_.data() + resources_.size());
+    }
+    bool HasMouse() const { return GetParam() == Hand::Mouse; }
+
+    // A control of a page, by a click or by keys.
+    void Use(int page, int control, std::initializer_list<const char*> keys) {
+        if (!HasMouse())
+            return Press(page, keys);
+        desktop_.AwaitPage(page);
+        EXPECT_TRUE(Click(page, control));
+    }
+    // In the middle of where the template has the control.
+    bool Click(int page, int control) {
+        const auto bytes =
+            platform::FindResourceData(platform::DialogResource, static_cast<std::uint16_t>(page));
+        const auto dialog = platform::ReadDialogTemplate(bytes.value());
+        for (const auto& place : dialog.value().controls)
+            if (place.id == control)
+                return desktop_.Click("page-" + std::to_string(page),
+                                      platform::PixelsAcross(place.x + place.width / 2),
+                                      platform::PixelsDown(place.y + place.height / 2));
+        return false;
+    }
+    // The one of the two buttons of the file dialog that takes its name or that calls it off.
+    bool ClickInDialog(bool take) { return desktop_.Click("file-dialog", -51, take ? -53 : -23); }
+    void AnswerDialog(bool take) {
+        desktop_.AwaitWindow("file-dialog");
+        if (HasMouse())
+            EXPECT_TRUE(ClickInDialog(take));
+        else
+            desktop_.Press(take ? "Return" : "Escape");
+    }
+    // In the user's own folder, where the dialog starts and where no other file is.
+    void OpenFile(const std::filesystem::path& file) {
+        desktop_.AwaitWindow("file-dialog");
+        if (HasMouse()) // as soon as the folder has been read
+            EXPECT_TRUE(ComesTrue([&] {
+                return !desktop_.Click("file-dialog", 180, 70) || !ClickInDialog(true) ||
+                       !desktop_.Shows("file-dialog");
+            }));
+        else
+            desktop_.Type(file.filename().string()), desktop_.Press("Return");
+    }
+
+    void GoToActionChoice(const char* link) {
+        Use(UpgradeNoticePage, Next, {"Return"});
+        Use(WelcomePage, IDOK, {"space"});
+        Use(HostChecklistPage, IDOK, {"Alt+s"});
+        Use(DeviceChecklistPage, IDOK, {"Tab", "Shift+Tab", "Return"});
+        // The first of the two has the focus and is not chosen yet.
+        Use(ConnectionTypePage, std::atoi(link), {link == Usb ? "space" : "Down"});
+        if (HasMouse()) // once the page has turned the button on
+            EXPECT_TRUE(ComesTrue([&] { return !Click(ConnectionTypePage, IDOK); }));
+        else
+            Press(ConnectionTypePage, {"Return"});
+        desktop_.AwaitPage(ActionChoicePage);
+    }
+    void ConfirmWithoutBackup() {
+        Use(VersionConfirmPage, IDOK, {"Return"});
+        Use(BackupChoicePage, IDOK, {"Tab", "Tab", "Return"}); // past the one that leaves
+        Use(UpgradeReadyPage, IDOK, {"Return"});
+    }
+    void FinishUpgrade(WizardRun& wizard, int lastPage) {
+        Use(UpgradeDonePage, Next, {"space"});
+        home_.AwaitConnectionManager();
+        Use(lastPage, Readme, {"Tab", "space"}); // cleared
+        Use(lastPage, IDOK, {"Return"});
+        EXPECT_EQ(0, wizard.Wait());
+    }
+
+    static constexpr int Next = 1181, Upgrade = 1035, Restore = 1036, Save = 1030, Readme = 1134;
+
+private:
+    const std::string resources_ = test_support::ReadBytes(BUILD_FOLDER "/wizard.res");
+};
+
 // A stray byte in the transfer ends the first run; the second one finds its record.
-TEST_F(Desk, leads_through_an_upgrade_that_fails_and_its_resume) {
+TEST_P(EitherHand, leads_through_an_upgrade_that_fails_and_its_resume) {
     const auto image = home_.AddLanguageFolder();
     Cradle cradle(home_, {.run = {"--stray-at", "2"}});
     {
         WizardRun wizard(home_, Variables());
         GoToActionChoice(Serial);
-        Press(ActionChoicePage, {"Tab", "Return"});
+        Use(ActionChoicePage, Upgrade, {"Tab", "Return"});
         ConfirmWithoutBackup();
-        Press(UpgradeErrorPage, {"space"});
+        Use(UpgradeErrorPage, IDCANCEL, {"space"});
         EXPECT_EQ(0, wizard.Wait());
     }
     EXPECT_TRUE(HasProgressRecord(home_));
@@ -84,7 +145,8 @@ TEST_F(Desk, leads_through_an_upgrade_that_fails_and_its_resume) {
     std::ranges::copy(bus.Variables(), std::back_inserter(variables));
     WizardRun wizard(home_, variables);
     desktop_.AwaitPage(ProgressPage);
-    desktop_.Press("Escape"); // nothing comes of it
+    if (!HasMouse())
+        desktop_.Press("Escape"); // nothing comes of it
     FinishUpgrade(wizard, FinishPage);
     bus.Process().ExpectLine("progress none"); // in the task bar
     std::vector<int> progress;
@@ -99,7 +161,7 @@ TEST_F(Desk, leads_through_an_upgrade_that_fails_and_its_resume) {
     EXPECT_EQ("", cradle.Refused());
 }
 
-TEST_F(Desk, saves_a_backup_upgrades_and_restores_the_backup) {
+TEST_P(EitherHand, saves_a_backup_upgrades_and_restores_the_backup) {
     home_.AddLanguageFolder();
     Cradle cradle(home_, {.flashMegabytes = 16});
     const auto saved = home_.Path("Documents/TOLKROM110.nbf");
@@ -107,14 +169,13 @@ TEST_F(Desk, saves_a_backup_upgrades_and_restores_the_backup) {
     {
         WizardRun wizard(home_, Variables());
         GoToActionChoice(Usb);
-        Press(ActionChoicePage, {"Alt+m"});
-        Press(VersionConfirmPage, {"Return"});
-        Press(BackupChoicePage, {"Alt+u"});
-        AwaitAndPress("file-dialog",
-                      "Escape"); // the page is up as before, the focus on the same button
-        Press(BackupChoicePage, {"Return"});
-        AwaitAndPress("file-dialog", "Return"); // with the name that is proposed
-        Press(UpgradeReadyPage, {"Return"});
+        Use(ActionChoicePage, Upgrade, {"Alt+m"});
+        Use(VersionConfirmPage, IDOK, {"Return"});
+        Use(BackupChoicePage, Save, {"Alt+u"});
+        AnswerDialog(false); // the page is up as before, the focus on the same button
+        Use(BackupChoicePage, Save, {"Return"});
+        AnswerDialog(true); // with the name that is proposed
+        Use(UpgradeReadyPage, IDOK, {"Return"});
         FinishUpgrade(wizard, FinishUsbPage);
         cradle.Handheld().ExpectLine(": complete");
     }
@@ -122,14 +183,17 @@ TEST_F(Desk, saves_a_backup_upgrades_and_restores_the_backup) {
     cradle.Reset();
     WizardRun wizard(home_, Variables());
     GoToActionChoice(Serial);
-    Press(ActionChoicePage, {"Tab", "Tab", "space"});
-    desktop_.AwaitWindow("file-dialog"); // in the user's own folder
-    desktop_.Type(saved.filename().string());
-    desktop_.Press("Return");
+    Use(ActionChoicePage, Restore, {"Tab", "Tab", "space"});
+    OpenFile(saved);
     ConfirmWithoutBackup();
     FinishUpgrade(wizard, FinishPage);
     EXPECT_TRUE(cradle.FlashEquals(saved));
 }
+
+INSTANTIATE_TEST_SUITE_P(All, EitherHand, testing::Values(Hand::Keyboard, Hand::Mouse),
+                         [](const auto& hand) {
+                             return hand.param == Hand::Keyboard ? "keyboard" : "mouse";
+                         });
 
 // Counts the colours of a picture of the screen, four bytes a pixel.
 std::size_t Colours(const std::vector<std::uint8_t>& picture) {
