@@ -4,7 +4,6 @@
 #include "link/bootloader_transfer.h"
 #include "link/upgrade_transfer.h"
 #include "link/wire.h"
-#include "state/progress_record.h"
 #include "tests/link/link_fixture.h"
 
 #include <algorithm>
@@ -12,13 +11,9 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <mutex>
 #include <thread>
-#include <utility>
 
-#include <sys/stat.h>
 #include <sys/syscall.h>
 
 namespace {
@@ -33,12 +28,6 @@ std::atomic<int> raisedLines = 0;
 // The most that was written at a time, and the size of writes that are never taken.
 std::atomic<std::size_t> largestWrite = 0, stuckWrite = 0;
 
-// How many reads of a file and blocks of memory there are until one fails; below 0: none does.
-std::atomic<int> goodReads = -1, goodBlocks = -1;
-
-// The port that is no more once its lines have been raised.
-std::filesystem::path vanishingPort;
-
 } // namespace
 
 extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
@@ -46,8 +35,6 @@ extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
     va_start(arguments, request);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
-    if (request == TIOCMBIS && !vanishingPort.empty())
-        unlink(vanishingPort.c_str());
     if (request == TIOCMBIS)
         raisedLines |= *static_cast<int*>(argument);
     if (request == TIOCMBIC)
@@ -65,23 +52,6 @@ extern "C" ssize_t write(int descriptor, const void* bytes, size_t size) {
         return syscall(SYS_write, descriptor, bytes, size);
     errno = EAGAIN;
     return -1;
-}
-
-extern "C" ssize_t read(int descriptor, void* bytes, size_t size) {
-    struct stat status = {};
-    const bool counts =
-        goodReads >= 0 && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    errno = EIO;
-    return counts && goodReads-- == 0 ? -1 : syscall(SYS_read, descriptor, bytes, size);
-}
-
-HLOCAL WINAPI LocalAlloc(UINT, SIZE_T size) {
-    return goodBlocks >= 0 && goodBlocks-- == 0 ? nullptr : std::malloc(size);
-}
-
-HLOCAL WINAPI LocalFree(HLOCAL block) {
-    std::free(block);
-    return nullptr;
 }
 
 namespace {
@@ -146,49 +116,6 @@ TEST_F(LinkPort, closing_the_port_ends_a_write_and_a_later_one_reports_it) {
     EXPECT_FALSE(WriteLink("A"));
 }
 
-// Its driver takes nothing, and the port has been closed before the write could be cancelled.
-TEST_F(LinkPort, a_write_on_a_port_that_is_no_longer_the_links_is_not_cancelled) {
-    stuckWrite = 12288;
-    std::atomic<bool> over = false;
-    std::thread sender([&] {
-        EXPECT_FALSE(WriteLink(std::string(12288, 'p')));
-        over = true;
-    });
-    EXPECT_TRUE(ComesTrue([] {
-        COMSTAT status = {};
-        DWORD errors = 0;
-        return ClearCommError(State.Link.LinkHandle, &errors, &status) && status.cbOutQue == 12288;
-    }));
-    State.Link.LinkLock.lock();
-    const HANDLE port = std::exchange(State.Link.LinkHandle, nullptr);
-    State.Link.LinkLock.unlock();
-    State.Link.StopReceive = true;
-    Sleep(5000); // 100 ms, in which it would be cancelled
-    EXPECT_FALSE(over);
-    CloseHandle(port);
-    sender.join();
-    stuckWrite = 0;
-}
-
-TEST_F(LinkPort, sends_nothing_more_once_the_loop_has_been_stopped) {
-    State.Link.StopReceive = true;
-    for (const std::size_t length : {1U, 12289U})
-        EXPECT_FALSE(WriteLink(std::string(length, 'p')));
-    EXPECT_EQ("", Arrived());
-    EXPECT_FALSE(AwaitOutputSent());
-}
-
-TEST_F(LinkPort, of_usb_that_vanishes_before_it_is_opened_again_starts_no_loop) {
-    State.Run.SerialLinkSelected = false;
-    State.Run.RunEnded = true; // no page comes up
-    CloseLinkPort();
-    vanishingPort = home_ / "ports/WCEUSBSH001";
-    EXPECT_FALSE(StartReceive());
-    vanishingPort.clear();
-    EXPECT_EQ(nullptr, State.Link.LinkHandle);
-    State.Run.RunEnded = false;
-}
-
 TEST_F(LinkPort, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_be_asked) {
     for (const bool abandoned : {false, true}) {
         outputQueue = 1;
@@ -209,16 +136,14 @@ TEST_F(LinkPort, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_
     outputQueue = -1;
     HangUp(); // the driver cannot be asked any more
     EXPECT_TRUE(ComesTrue([] { return AwaitOutputSent(); }));
-    CloseLinkPort();
-    EXPECT_TRUE(AwaitOutputSent());
 }
 
 // A sender at work on the smallest image.
 class Transfer : public LinkTest {
 protected:
-    void Start(void (*transfer)(), std::size_t size = MinImageFileSize) {
+    void Start(void (*transfer)()) {
         const auto image = home_ / "image.nbf";
-        test_support::WriteFileBytes(image, std::string(size, 'i'));
+        test_support::WriteFileBytes(image, std::string(MinImageFileSize, 'i'));
         std::snprintf(State.Paths.ImagePath, sizeof(State.Paths.ImagePath), "Z:%s", image.c_str());
         sender_ = std::thread([this, transfer] {
             transfer();
@@ -229,26 +154,9 @@ protected:
         State.Run.TransferAborted = true; // ends a sender that still waits
         sender_.join();
         LinkTest::TearDown();
-        outputQueue = goodReads = goodBlocks = -1;
+        outputQueue = -1;
         stuckWrite = 0;
         State.Link.Verdict = TransferVerdict::Open;
-        State.Run.RunEnded = false;
-    }
-    static TransferVerdict Verdict() {
-        const std::lock_guard lock(State.Link.VerdictLock);
-        return State.Link.Verdict;
-    }
-    // As a timer does that fires while the last bytes are still with the driver.
-    void StallAtTheEnd() {
-        WriteProgressRecord();
-        {
-            const std::lock_guard lock(State.Link.VerdictLock);
-            State.Link.Verdict = TransferVerdict::Stalled;
-        }
-        outputQueue = 0;
-        EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
-        EXPECT_TRUE(ReadProgressRecord());
-        DeleteProgressRecord();
     }
 
     std::atomic<bool> over_ = false;
@@ -270,81 +178,26 @@ protected:
         EXPECT_EQ(4U, ReceiveAtDevice(4).size());
         SendFromDevice(std::string("\4\0", 2));
     }
-    void TakeHeldBackBlock() {
-        outputQueue = 1;
-        questions = 0;
-        EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
-        SendFromDevice(std::string("\4\0", 2));
-        EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
-        EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
+    static TransferVerdict Verdict() {
+        const std::lock_guard lock(State.Link.VerdictLock);
+        return State.Link.Verdict;
     }
 };
 
 // The last thing that an upgrade has to go by is the driver's word.
 TEST_F(SmallestUpgrade, succeeds_when_its_last_bytes_are_on_the_wire) {
-    TakeHeldBackBlock();
+    outputQueue = 1;
+    questions = 0;
+    EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
+    SendFromDevice(std::string("\4\0", 2));
+    EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
+    EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
     EXPECT_EQ(TransferVerdict::Open, Verdict());
     EXPECT_FALSE(State.Run.BusyCursor);
     outputQueue = 0;
     EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
     EXPECT_EQ(TransferVerdict::Sent, Verdict());
 }
-
-TEST_F(SmallestUpgrade, that_has_stalled_keeps_its_record_though_all_has_gone_out) {
-    TakeHeldBackBlock();
-    StallAtTheEnd();
-}
-
-TEST_F(SmallestUpgrade, is_no_success_when_it_is_given_up_with_its_last_bytes_in_the_driver) {
-    TakeHeldBackBlock();
-    State.Run.TransferAborted = true;
-    EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
-    EXPECT_EQ(TransferVerdict::Open, Verdict());
-}
-
-struct ImageFault {
-    bool bootloader;
-    int reads, blocks; // that go well before one fails
-};
-
-class UnreadableImage : public Transfer, public testing::WithParamInterface<ImageFault> {};
-
-TEST_P(UnreadableImage, ends_the_transfer_without_a_byte_of_what_was_not_read) {
-    const auto [bootloader, reads, blocks] = GetParam();
-    State.Run.RunEnded = true; // no page comes up
-    goodReads = reads;
-    goodBlocks = blocks;
-    if (bootloader) {
-        CloseLinkPort();
-        Start(BootloaderTransfer);
-        if (reads > 0) {
-            EXPECT_TRUE(ComesTrue([] { return State.Link.ReceiveRunning.load(); }));
-            EXPECT_EQ("l\r", ReceiveAtDevice(2));
-            SendFromDevice("\2");
-        }
-    } else {
-        StartReceiveLoop(SerialReceiveLoop, true);
-        Start(BeginUpgradeTransfer, MinImageFileSize + PieceSize);
-        EXPECT_EQ("A", ReceiveAtDevice(1));
-        SendFromDevice(std::string("\5\0", 2));
-        if (reads == 3) {
-            EXPECT_EQ(4U, ReceiveAtDevice(4).size());
-            SendFromDevice(std::string("\4\0", 2));
-        }
-    }
-    EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
-    EXPECT_EQ("", Arrived());
-    EXPECT_EQ(TransferVerdict::Open, Verdict());
-    const bool begun = reads == 3 || (bootloader && reads > 0);
-    EXPECT_EQ(begun, State.Link.LinkHandle != nullptr); // else the page needs the port free
-}
-
-INSTANTIATE_TEST_SUITE_P(, UnreadableImage,
-                         testing::Values(ImageFault{false, 0, -1}, ImageFault{false, 1, -1},
-                                         ImageFault{false, 2, -1}, ImageFault{false, 3, -1},
-                                         ImageFault{false, -1, 0}, ImageFault{false, -1, 1},
-                                         ImageFault{true, 0, -1}, ImageFault{true, 1, -1},
-                                         ImageFault{true, -1, 0}));
 
 TEST_F(SmallestUpgrade, is_given_up_when_the_first_half_of_the_held_back_block_is_not_handed_over) {
     EXPECT_EQ(1000U, ReceiveAtDevice(1000).size());
@@ -419,17 +272,6 @@ TEST_F(Bootloader, is_timed_while_it_is_awaited_and_not_while_a_block_goes_out) 
     EXPECT_FALSE(over_);
     outputQueue = 0;
     EXPECT_TRUE(ComesTrue([&] { return TimerIs(Stands) && over_; }));
-}
-
-TEST_F(Bootloader, that_has_stalled_keeps_its_record_though_all_has_gone_out) {
-    for (int block = 0; block < 2; ++block) {
-        outputQueue = 1;
-        questions = 0;
-        SendFromDevice("\2");
-        EXPECT_EQ(12 + PayloadBlockSize, ReceiveAtDevice(12 + PayloadBlockSize).size());
-    }
-    EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
-    StallAtTheEnd();
 }
 
 // With a limit that comes soon.

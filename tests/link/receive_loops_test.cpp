@@ -3,8 +3,6 @@
 
 #include "tests/link/link_fixture.h"
 
-#include "link/link_calls.h"
-#include "state/handles.h"
 #include "state/progress_record.h"
 
 #include <sys/file.h>
@@ -93,9 +91,6 @@ TEST_F(LinkTest, a_stall_is_decided_while_the_note_of_the_held_back_block_waits)
     sender.join();
     EXPECT_TRUE(HeldBackBlockNoted());
     EXPECT_FALSE(RecordBytesRemaining(0x20000));
-    State.Run.TransferAborted = false;
-    EndStalledTransfer(nullptr, PieceTimer); // once more: that is decided
-    EXPECT_FALSE(State.Run.TransferAborted);
     State.Link.Verdict = TransferVerdict::Open;
 }
 
@@ -116,100 +111,6 @@ TEST_F(LinkTest, a_loop_without_a_device_ends_and_does_not_block_its_starter) {
     CloseLinkPort();
     StartReceiveLoop(UsbReceiveLoop, true); // its first request fails
     EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
-    StartReceiveLoop(nullptr, true); // no thread can be had for it
-    EXPECT_EQ(nullptr, State.Link.ReceiveThread);
-}
-
-HANDLE letLeave = nullptr; // what a loop waits for that no signal of the link reaches
-
-DWORD WINAPI StuckLoop(LPVOID) {
-    PrepareReceiveRecord();
-    MarkReceiveRunning();
-    SignalReceiveReady();
-    WaitForSingleObject(letLeave, INFINITE);
-    return 0;
-}
-
-// A driver may keep it for ever.
-TEST_F(LinkTest, a_loop_that_never_leaves_keeps_its_handles_until_the_teardown_terminates_it) {
-    letLeave = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    for (const bool keepsThread : {true, false}) {
-        CloseLinkPort();
-        ASSERT_TRUE(OpenLinkPort(""));
-        StartReceiveLoop(StuckLoop, keepsThread);
-        OwnedObject thread(State.Link.ReceiveThread);
-        ReleaseLink();
-        EXPECT_TRUE(State.Link.ReceiveRunning);
-        EXPECT_NE(nullptr, State.Link.ReceiveEvent);
-        EXPECT_EQ(thread.Release(), State.Link.ReceiveThread);
-        TearDownTransfer();
-        EXPECT_FALSE(State.Link.ReceiveRunning);
-        EXPECT_EQ(nullptr, State.Link.ReceiveEvent);
-    }
-    SetEvent(letLeave); // the one that was not kept
-}
-
-// Where the driver lets a read wait. Here it is one without the limits that a loop sets.
-TEST_F(LinkTest, a_read_that_waits_brings_what_comes) {
-    OwnedObject event(CreateEventA(nullptr, TRUE, TRUE, nullptr)); // a call that waits resets it
-    OVERLAPPED overlapped = {};
-    overlapped.hEvent = event.Get();
-    std::uint8_t byte = 0;
-    std::thread reader([&] { EXPECT_EQ(1U, ReadLink({&byte, 1}, &overlapped)); });
-    EXPECT_TRUE(ComesTrue([&] { return WaitForSingleObject(event.Get(), 0) == WAIT_TIMEOUT; }));
-    SendFromDevice("x");
-    reader.join();
-    EXPECT_EQ('x', byte);
-}
-
-// In the driver.
-DWORD WaitingBytes() {
-    COMSTAT status = {};
-    DWORD errors = 0;
-    ClearCommError(State.Link.LinkHandle, &errors, &status);
-    return status.cbInQue;
-}
-
-// Stops a loop that waits for the lock, where it has seen no stop, while a byte has come.
-template <class Send>
-void StopAt(Lock& lock, Send send) {
-    {
-        const std::lock_guard guard(lock);
-        send();
-        EXPECT_TRUE(ComesTrue([] { return WaitingBytes() > 0; }));
-        Sleep(300);
-        State.Link.StopReceive = true;
-    }
-    EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
-}
-
-TEST_F(LinkTest, no_loop_stores_anything_more_once_it_has_been_stopped) {
-    for (const bool serial : {false, true}) {
-        TearDownTransfer();
-        HangUp();
-        Connect(serial);
-        StartReceiveLoop(serial ? SerialReceiveLoop : UsbReceiveLoop, true);
-        StopAt(State.Link.BufferLock, [this] { SendFromDevice("\4"); }); // before its first read
-        EXPECT_EQ(0, State.Link.ReceiveBuffer[0]);
-    }
-    TearDownTransfer();
-    ASSERT_TRUE(OpenLinkPort(""));
-    StartReceiveLoop(BootloaderReceiveLoop, false);
-    SendFromDevice("x");
-    ASSERT_TRUE(ComesTrue([] { return State.Link.ReceiveBuffer[0] == 'x'; }));
-    StopAt(State.Link.LinkLock, [this] { SendFromDevice("y"); }); // in one of its reads
-    EXPECT_EQ(0, State.Link.ReceiveBuffer[1]);
-}
-
-TEST_F(LinkTest, the_serial_loop_shows_the_first_999_bytes_of_a_burst) {
-    StartReceiveLoop(SerialReceiveLoop, true);
-    {
-        const std::lock_guard lock(State.Link.BufferLock); // it reads when all have come
-        SendFromDevice(std::string(999, 'x') + "yy");
-        EXPECT_TRUE(ComesTrue([] { return WaitingBytes() == 1001; }));
-    }
-    EXPECT_TRUE(ComesTrue([] { return State.Link.ReceiveBuffer[998] == 'x'; }));
-    EXPECT_EQ(0, State.Link.ReceiveBuffer[999]);
 }
 
 TEST_F(LinkTest, the_buffers_of_a_transfer_outlive_a_sender_that_uses_them) {
@@ -265,24 +166,6 @@ TEST_F(UsbLoop, ends_at_the_stop_flag_though_nobody_clears_a_token) {
     ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
     State.Link.StopReceive = true;
     EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
-}
-
-TEST_F(UsbLoop, ends_when_the_port_is_closed_between_a_byte_and_the_request_for_it) {
-    {
-        const std::lock_guard lock(State.Link.LinkLock);
-        SendFromDevice("\4");
-        EXPECT_TRUE(ComesTrue([] { return WaitingBytes() == 1; }));
-        CloseLinkPort();
-    }
-    EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
-    EXPECT_EQ(0, State.Link.ReceiveBuffer[0]);
-}
-
-TEST_F(UsbLoop, ends_with_the_byte_that_wakes_it_once_it_has_been_stopped) {
-    State.Link.StopReceive = true;
-    SendFromDevice("\4");
-    EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
-    EXPECT_EQ(0, State.Link.ReceiveBuffer[0]);
 }
 
 // How often the terminal is opened while `work` runs.
@@ -347,6 +230,18 @@ TEST_F(BootloaderLoop, leaves_an_answer_to_the_sender_however_long_that_takes) {
     EXPECT_TRUE(HoldsText("\x02"));
     ClearReceiveBuffer();
     EXPECT_TRUE(ComesTrue([] { return HoldsText("\x01"); }));
+}
+
+TEST_F(BootloaderLoop, stores_nothing_any_more_once_it_has_ended) {
+    StartReceiveLoop(BootloaderReceiveLoop, false);
+    SendFromDevice("a banner without an end");
+    ASSERT_TRUE(ComesTrue([] { return HoldsText("end"); }));
+    ReleaseLink();
+    EXPECT_FALSE(State.Link.ReceiveRunning);
+    ClearReceiveBuffer();
+    SendFromDevice("download");
+    ASSERT_TRUE(OpenLinkPort("")); // what the port brought before it was opened is gone
+    EXPECT_EQ(0, State.Link.ReceiveBuffer[0]);
 }
 
 } // namespace
