@@ -6,6 +6,7 @@
 #include "tests/roads/road.h"
 
 #include <algorithm>
+#include <fstream>
 
 namespace {
 
@@ -20,7 +21,7 @@ struct Heard {
 };
 using Pages = std::vector<Heard>;
 
-constexpr char Next[] = "Suivant", Cancel[] = "Annuler", Save[] = "Sauvegarder",
+constexpr char Next[] = "Suivant", Quit[] = "Quitter", Cancel[] = "Annuler", Save[] = "Sauvegarder",
                Upgrade[] = "Mettre à niveau", Restore[] = "Restaurer";
 constexpr char Nothing[] = "";          // it ends by itself
 constexpr char FileName[] = "its name"; // is entered in place of what the dialog proposes
@@ -72,6 +73,7 @@ const Heard Transfer = {
     "Mise à niveau de l'image ROM sur votre Tolk Pocket PC...",
     {"label: Attention : Ne retirez pas la connexion", "progress bar: Mise à niveau de l'image"},
     Nothing};
+const Heard Failed = {"ERREUR 113: ERREUR DE MISE À NIVEAU –", {}, Quit};
 const Pages Closing = {
     {"Votre Tolk Pocket PC est mis à niveau. –",
      {"label: 1. Retirez", "graphic: Le commutateur"},
@@ -117,9 +119,11 @@ protected:
     // A whole run, by those of its pages that lie between the choice of the link and the end.
     void Run(const char* link, const Pages& pages, bool upgrades = true) {
         WizardRun wizard = Start();
-        Lead(Introduction);
-        Lead(ConnectionType(link));
-        reader_.Press(Next);
+        if (link) {
+            Lead(Introduction);
+            Lead(ConnectionType(link));
+            reader_.Press(Next);
+        }
         Lead(pages);
         if (upgrades) {
             Lead(Closing);
@@ -166,6 +170,17 @@ TEST_F(ByScreenReader, a_backup_is_saved_and_restored) {
         {ActionChoice(Restore), FileDialog, VersionConfirm, BackupChoice(Next), Ready, Transfer});
     ExpectAnnouncementsInSteps(2);
     EXPECT_TRUE(cradle.FlashEquals(file_));
+}
+
+TEST_F(ByScreenReader, a_transfer_that_has_failed_is_resumed) {
+    const auto image = home_.AddLanguageFolder();
+    Cradle cradle(home_, {.run = {"--silent-at", "size"}});
+    Run("Série", {ActionChoice(Upgrade), VersionConfirm, BackupChoice(Next), Ready, Failed}, false);
+    cradle.TakeOut();
+    std::ofstream(home_.Device() / "state") << "mode=flasher\ntouched=1\n";
+    cradle.RestartHandheld();
+    Run(nullptr, {});
+    EXPECT_TRUE(cradle.FlashEquals(image));
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <fstream>
 
 namespace {
 
@@ -156,6 +157,26 @@ TEST_P(AtWidth, a_backup_takes_the_proposed_name_and_a_restore_one_completed_by_
     FinishUpgrade(wizard);
     ExpectToRead(wizard, GetParam());
     EXPECT_TRUE(cradle.FlashEquals(home.Tree() / "TOLKROM110.nbf"));
+}
+
+TEST_P(AtWidth, a_transfer_that_has_failed_is_resumed_by_enter_alone) {
+    auto&& [home, image, cradle] = PcWithHandheld({.run = {"--silent-at", "size"}});
+    {
+        WizardRun wizard = Start(home, GetParam());
+        Lead(wizard, ToActionChoice);
+        wizard.Process().Type("m\n");
+        Lead(wizard, ToTransfer);
+        Lead(wizard, {{"ERREUR 113", ""}, {"[q] Quitter (Entrée)", "\n"}});
+        EXPECT_EQ(0, wizard.Wait());
+    }
+    cradle.TakeOut();
+    std::ofstream(home.Device() / "state") << "mode=flasher\ntouched=1\n";
+    cradle.RestartHandheld();
+    WizardRun wizard = Start(home, GetParam());
+    wizard.ExpectLine("Votre Tolk Pocket PC est mis à niveau.");
+    FinishUpgrade(wizard);
+    ExpectToRead(wizard, GetParam());
+    EXPECT_TRUE(cradle.FlashEquals(image));
 }
 
 // Held up between two of its tokens, so that it lasts for as long as the user needs.
