@@ -314,7 +314,7 @@ CallErrors::Result CallErrors::Run(const CallError& error) const {
         transfer ? homes_.FolderOf(error.errand == Errand::Resume ? Start::Resumed : Start::Fresh,
                                    Link::Serial)
                  : largeHome_.Path(),
-        transfer ? fs::path(homes_.Image()) : largeHome_.Tree() / "English" / "TOLKROM.nbf");
+        (transfer ? homes_.Tree() : largeHome_.Tree()) / "English" / "TOLKROM.nbf");
     try {
         return course.Run(error);
     } catch (const std::exception& fault) {
