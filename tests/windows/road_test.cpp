@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <memory>
 
 namespace {
@@ -27,6 +28,12 @@ protected:
     void SetUp() override {
         if (WindowsFolder().empty())
             GTEST_SKIP() << "no Windows here: scripts/test-windows-program brings it";
+    }
+
+    // What the handheld saw is half of what a failure tells.
+    void TearDown() override {
+        if (HasFailure() && cradle_)
+            std::printf("the handheld printed:\n%s", cradle_->Handheld().Transcript().c_str());
     }
 
     // Puts a handheld into the cradle of a PC.
