@@ -16,7 +16,8 @@ namespace {
 // They mostly wait. The more there are, the more of them may want the processor at a time.
 std::size_t Workers() {
     const char* setting = std::getenv("ROM_WIZARD_WORKERS");
-    return setting ? std::strtoul(setting, nullptr, 10) : 64;
+    const std::size_t workers = setting ? std::strtoul(setting, nullptr, 10) : 64;
+    return std::max<std::size_t>(workers, 1); // without any nothing would be tried, and all be well
 }
 
 } // namespace

@@ -69,6 +69,7 @@ TEST(CallErrors, leave_nothing_half_done_and_the_next_run_finishes) {
         const auto more = Choose(errand, calls, setting);
         walk.insert(walk.end(), more.begin(), more.end());
     }
+    ASSERT_FALSE(walk.empty()) << "no such call, or the library was not preloaded";
     std::atomic<unsigned> runs = 0, met = 0, tried = 0;
     const auto failures = SideBySide(walk.size(), [&](std::size_t at) {
         const auto print = [&](const std::string& failure) {
