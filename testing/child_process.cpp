@@ -11,11 +11,13 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -29,7 +31,6 @@ namespace {
 constexpr auto Limit = std::chrono::seconds(60);
 constexpr std::size_t MaxShown = 100'000; // bytes of a process that has printed for an hour
 constexpr auto ExitPoll = std::chrono::milliseconds(5);
-constexpr int StopPollMilliseconds = 50;
 constexpr int NotStarted = 127;
 
 [[noreturn]] void Fail(const std::string& what) {
@@ -89,8 +90,8 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
-// In the child, where a program may follow: only calls that are allowed between fork and exec.
-// Without exceptions, which would come out in the test that was forked.
+// In the child, which may share the test's memory: only calls that are allowed between vfork and
+// exec. Without exceptions, which would come out in the test that was forked.
 [[noreturn]] void Become(const std::function<int()>& body, const char* folder,
                          const Streams& streams) noexcept {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -130,32 +131,36 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, const Proces
     std::vector<std::string> environment = JoinedEnvironment(options.environment);
     const std::vector<char*> wordPointers = Pointers(words);
     const std::vector<char*> environmentPointers = Pointers(environment);
-    Start(options.folder, [&] {
+    Start(options.folder, Memory::Shared, [&] {
         execve(wordPointers[0], wordPointers.data(), environmentPointers.data());
         return NotStarted;
     });
 }
 
 ChildProcess::ChildProcess(const std::function<int()>& body, bool terminal) : terminal_(terminal) {
-    Start("", [&] {
+    Start("", Memory::Copied, [&] {
         const int code = body();
         std::fflush(nullptr);
         return code;
     });
 }
 
-void ChildProcess::Start(const std::string& folder, const std::function<int()>& body) {
+// A copy costs by the memory that the test holds: with hundreds of children, more than they cost.
+void ChildProcess::Start(const std::string& folder, Memory memory,
+                         const std::function<int()>& body) {
     std::signal(SIGPIPE, SIG_IGN);
     const Streams streams = terminal_ ? OpenTerminal() : OpenPipes();
     std::fflush(nullptr); // or a body would print it once more
-    process_ = fork();
+    stop_ = eventfd(0, EFD_CLOEXEC);
+    // NOLINTNEXTLINE(clang-analyzer-security.insecureAPI.vfork): see Become
+    process_ = memory == Memory::Copied ? fork() : vfork();
     if (process_ == 0)
         Become(body, folder.empty() ? nullptr : folder.c_str(), streams);
     close(streams.childInput);
     close(streams.childOutput);
     input_ = streams.input;
     output_ = streams.output;
-    if (process_ < 0)
+    if (stop_ < 0 || process_ < 0)
         Fail("start a process");
     reader_ = std::thread(&ChildProcess::Read, this);
 }
@@ -175,10 +180,11 @@ ChildProcess::~ChildProcess() {
 }
 
 void ChildProcess::StopReading() {
-    stop_ = true; // a grandchild may keep the output open for ever
+    eventfd_write(stop_, 1); // a grandchild may keep the output open for ever
     if (reader_.joinable())
         reader_.join();
     close(std::exchange(output_, -1));
+    close(std::exchange(stop_, -1));
 }
 
 void ChildProcess::HangUp() {
@@ -189,10 +195,12 @@ void ChildProcess::HangUp() {
 void ChildProcess::Read() {
     char bytes[4096];
     bool ended = false;
-    while (!ended && !stop_) {
-        pollfd readable = {output_, POLLIN, 0};
-        if (poll(&readable, 1, StopPollMilliseconds) <= 0)
-            continue;
+    while (!ended) {
+        pollfd either[] = {{output_, POLLIN, 0}, {stop_, POLLIN, 0}};
+        if (poll(either, std::size(either), -1) < 0)
+            continue; // interrupted
+        if (either[1].revents != 0)
+            break;
         const ssize_t count = read(output_, bytes, sizeof(bytes));
         ended = count <= 0; // a read from a terminal whose other side is closed fails
         const std::lock_guard lock(mutex_);

@@ -2,7 +2,6 @@
 // every wait has an end, and nothing of it is left behind.
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -72,7 +71,8 @@ public:
     pid_t Id() const { return process_; }
 
 private:
-    void Start(const std::string& folder, const std::function<int()>& body);
+    enum class Memory { Copied, Shared }; // shared until a program takes the child's place
+    void Start(const std::string& folder, Memory memory, const std::function<int()>& body);
     void Read();
     void StopReading();
 
@@ -80,8 +80,8 @@ private:
     int input_ = -1;
     int output_ = -1;
     bool terminal_ = false;
-    int status_ = -1;                // exit code once it has been waited for
-    std::atomic<bool> stop_ = false; // the reader is to end
+    int status_ = -1; // exit code once it has been waited for
+    int stop_ = -1;   // an event: the reader is to end
     std::thread reader_;
     std::mutex mutex_; // of what follows
     std::condition_variable changed_;
