@@ -41,4 +41,8 @@ struct CallReport {
 // number or one of the above, and the path of the report.
 constexpr char FailingCallVariable[] = "FAILING_CALL";
 
+// The same for a test that the library is linked into, and for all paths: from now on its call of
+// that number fails. Without a report none does, and none is counted.
+void FailCall(CallReport* report, CallKind kind = {}, unsigned number = 0, int how = 0);
+
 } // namespace test_support

@@ -245,3 +245,10 @@ FAILING(int, pthread_create,
         (thread, attributes, body, argument), Thread, true, EAGAIN)
 FAILING(void*, malloc, (size_t size) noexcept, (size), Memory, true, nullptr)
 }
+
+void test_support::FailCall(CallReport* calls, CallKind kind, unsigned number, int error) {
+    failingKind = static_cast<int>(kind);
+    failingNumber = number;
+    how = error;
+    report = calls;
+}

@@ -65,11 +65,6 @@ TEST_F(ImageSource, is_filled_up_behind_the_end_of_the_file_and_nowhere_else) {
     EXPECT_TRUE(Read(0x40000));
     std::filesystem::resize_file(path_, 0x60000); // by a host program, which ignores locks
     EXPECT_FALSE(Read(0x40000));
-
-    Open(0x80020);
-    CloseHandle(State.Link.ImageFile); // a read that fails
-    EXPECT_FALSE(Read(32));
-    State.Link.ImageFile = nullptr;
 }
 
 TEST_F(ImageSource, that_cannot_be_read_gives_the_port_back) {
