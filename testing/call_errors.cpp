@@ -76,12 +76,7 @@ public:
         : errand_(errand), image_(image) {
         fs::remove(home_.Tree());
         fs::copy(image.parent_path().parent_path(), home_.Tree(), fs::copy_options::recursive);
-        for (const char* name : {"registry.reg", "device"}) {
-            if (fs::exists(start / name))
-                fs::copy(start / name,
-                         name == std::string("device") ? home_.Device() : home_.Home() / name,
-                         fs::copy_options::recursive);
-        }
+        BringState(start, home_);
         WriteFileBytes(Backup(), OldBackup);
         tree_ = Listing(home_.Tree());
     }
@@ -238,12 +233,7 @@ void Course::Check(int page, bool killed) {
             throw std::runtime_error("the wizard has a fault");
     }
     if (page == UpgradeDonePage) {
-        const auto isComplete = [](const std::string& line) {
-            return line.find(": complete") != line.npos;
-        };
-        const auto lines = cradle_->Handheld().Lines();
-        if (std::ranges::none_of(lines, isComplete)) // the last bytes may still be in the tty
-            cradle_->Handheld().ExpectLine(isComplete, "that all has come");
+        ExpectComplete(cradle_->Handheld());
         if (!cradle_->FlashEquals(image_))
             throw std::runtime_error("the flash differs from the image");
     }

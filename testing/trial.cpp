@@ -6,9 +6,7 @@
 
 #include <algorithm>
 #include <csignal>
-#include <fstream>
 #include <future>
-#include <iterator>
 #include <stdexcept>
 
 namespace test_support {
@@ -17,9 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace pages;
-
-constexpr std::ptrdiff_t HeaderSize = 0x20;
-constexpr std::ptrdiff_t FirstBlock = 0x40000; // never sent
 
 const char* PortOf(Link link) { return link == Link::Serial ? Serial : Usb; }
 
@@ -30,6 +25,21 @@ void CopyIfThere(const fs::path& from, const fs::path& to) {
 
 } // namespace
 
+void BringState(const fs::path& folder, const TestHome& home) {
+    CopyIfThere(folder / "registry.reg", home.Home() / "registry.reg");
+    CopyIfThere(folder / "device", home.Device());
+}
+
+void ExpectComplete(ChildProcess& handheld, std::size_t firstLine) {
+    const auto isComplete = [](const std::string& line) {
+        return line.find(": complete") != std::string::npos;
+    };
+    const std::vector<std::string> lines = handheld.Lines();
+    const auto first = lines.begin() + static_cast<std::ptrdiff_t>(firstLine);
+    if (std::none_of(first, lines.end(), isComplete))
+        handheld.ExpectLine(isComplete, "that all has come");
+}
+
 const char* NameOf(Link link) { return link == Link::Serial ? "serial" : "USB"; }
 
 const char* NameOf(Start start) {
@@ -38,7 +48,7 @@ const char* NameOf(Start start) {
 }
 
 PreparedHomes::PreparedHomes() {
-    image_ = ReadBytes(home_.AddLanguageFolder({.size = ImageSize}));
+    image_ = home_.AddLanguageFolder({.size = ImageSize});
     std::vector<std::future<void>> preparations; // each takes as long as a stall timer
     for (const Link link : {Link::Serial, Link::Usb}) {
         const fs::path folder = FolderOf(Start::Fresh, link);
@@ -68,8 +78,7 @@ Trial::Trial(const PreparedHomes& homes, const fs::path& folder, Link link, cons
     : homes_(homes), link_(link), clock_(clock) {
     fs::remove(home_.Tree());
     fs::create_directory_symlink(homes.Tree(), home_.Tree());
-    CopyIfThere(folder / "registry.reg", home_.Home() / "registry.reg");
-    CopyIfThere(folder / "device", home_.Device());
+    BringState(folder, home_);
 }
 
 void Trial::Keep(const fs::path& folder) {
@@ -146,7 +155,9 @@ void Trial::Check(int page) {
     const bool critical = IsMarkedCritical(home_);
     switch (page) {
     case UpgradeDonePage:
-        ExpectWholeFlash();
+        ExpectComplete(cradle_->Handheld(), firstLine_);
+        if (!cradle_->FlashEquals(homes_.Image()))
+            Fail("the flash differs from the image");
         if (record || critical || HasHeldBackNote(home_))
             Fail("the upgrade is done and its record is still there");
         break;
@@ -165,23 +176,6 @@ void Trial::Check(int page) {
     default:
         Fail("page " + std::to_string(page));
     }
-}
-
-void Trial::ExpectWholeFlash() {
-    const auto isComplete = [](const std::string& line) {
-        return line.find(": complete") != std::string::npos;
-    };
-    const std::vector<std::string> lines = cradle_->Handheld().Lines();
-    const auto first = lines.begin() + static_cast<std::ptrdiff_t>(firstLine_);
-    if (std::none_of(first, lines.end(), isComplete)) // the last bytes may still be in the tty
-        cradle_->Handheld().ExpectLine(isComplete, "that all has come");
-    // Not read whole: a start of a process costs by the memory that this one has touched.
-    std::ifstream flash(home_.Device() / "flash.bin", std::ios::binary);
-    flash.seekg(FirstBlock);
-    const std::string& image = homes_.Image();
-    if (!std::equal(image.begin() + HeaderSize + FirstBlock, image.end(),
-                    std::istreambuf_iterator<char>(flash), {}))
-        Fail("the flash differs from the image");
 }
 
 unsigned Trial::Recover(int page, unsigned maxRuns) {

@@ -36,7 +36,7 @@ public:
 
     PreparedHomes();
 
-    const std::string& Image() const { return image_; } // its bytes
+    const std::filesystem::path& Image() const { return image_; }
     std::filesystem::path Tree() const { return home_.Tree(); }
     // The registry of the PC and the handheld's folder; the trial's own copy is made of it.
     std::filesystem::path FolderOf(Start start, Link link) const;
@@ -45,8 +45,15 @@ private:
     void Prepare(Start start, Link link, const std::string& silentAt);
 
     TestHome home_;
-    std::string image_;
+    std::filesystem::path image_;
 };
+
+// Copies what a folder of PreparedHomes has of them into that home.
+void BringState(const std::filesystem::path& folder, const TestHome& home);
+
+// Waits until the handheld has printed, from that line on, that all of the image has come: when the
+// wizard is done the last bytes may still be in the tty. Throws where it has not.
+void ExpectComplete(ChildProcess& handheld, std::size_t firstLine = 0);
 
 struct Interruption {
     std::vector<std::string> faults{}; // options of the handheld
@@ -87,7 +94,6 @@ private:
     void StartHandheld(const std::vector<std::string>& faults, bool navigatorKey);
     void Act(Interruption::Then then);
     void Check(int page);
-    void ExpectWholeFlash();
     [[noreturn]] void Fail(const std::string& what);
 
     const PreparedHomes& homes_;

@@ -80,21 +80,21 @@ TEST_F(LinkPort, every_length_arrives_whole_and_in_order) {
     EXPECT_EQ(12288U, largestWrite); // as the driver of the USB link wants it
 }
 
-TEST_F(LinkPort, a_write_that_nobody_reads_ends_once_the_transfer_has_been_given_up) {
-    const std::string piece(0x20000, 'p');
-    std::atomic<bool> over = false;
-    bool handedOver = true;
-    std::thread sender([&] {
-        handedOver = WriteLink(piece);
-        over = true;
-    });
-    pollfd full{device_, POLLIN, 0};
-    ASSERT_EQ(1, poll(&full, 1, 60000)); // it has started to write, and nobody reads
-    EXPECT_FALSE(over);
-    State.Link.StopReceive = true;
-    EXPECT_TRUE(ComesTrue([&] { return over.load(); }));
-    sender.join();
-    EXPECT_FALSE(handedOver);
+TEST_F(LinkPort, a_write_that_nobody_reads_ends_with_the_transfer_or_its_port_and_so_do_later_ones) {
+    for (const bool closed : {false, true}) {
+        bool handedOver = true;
+        std::thread sender([&] { handedOver = WriteLink(std::string(0x20000, 'p')); });
+        pollfd full{device_, POLLIN, 0};
+        ASSERT_EQ(1, poll(&full, 1, 60000)); // it has started to write, and nobody reads
+        closed ? CloseLinkPort() : void(State.Link.StopReceive = true);
+        sender.join();
+        EXPECT_FALSE(handedOver);
+        Arrived();
+        for (const std::size_t length : {1U, 12289U})
+            EXPECT_FALSE(WriteLink(std::string(length, 'q')));
+        EXPECT_EQ("", Arrived());
+        State.Link.StopReceive = false;
+    }
 }
 
 TEST_F(LinkPort, a_write_that_nobody_reads_ends_by_itself_and_nothing_is_sent_behind_it) {
@@ -102,18 +102,6 @@ TEST_F(LinkPort, a_write_that_nobody_reads_ends_by_itself_and_nothing_is_sent_be
     piece.back() = 'z';
     EXPECT_FALSE(WriteLink(piece));
     EXPECT_EQ(std::string::npos, Arrived().find('z'));
-}
-
-TEST_F(LinkPort, closing_the_port_ends_a_write_and_a_later_one_reports_it) {
-    const std::string piece(0x20000, 'p');
-    bool handedOver = true;
-    std::thread sender([&] { handedOver = WriteLink(piece); });
-    pollfd full{device_, POLLIN, 0};
-    ASSERT_EQ(1, poll(&full, 1, 60000));
-    CloseLinkPort();
-    sender.join();
-    EXPECT_FALSE(handedOver);
-    EXPECT_FALSE(WriteLink("A"));
 }
 
 TEST_F(LinkPort, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_be_asked) {

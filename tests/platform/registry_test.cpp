@@ -43,27 +43,16 @@ std::string AllBytes() {
     return bytes;
 }
 
+// What of them is written how is for tests/fuzz/registry_file.cpp.
 TEST_F(Registry, every_sequence_of_bytes_comes_back_as_it_was) {
     const std::pair<DWORD, std::string> cases[] = {
-        {REG_SZ, "English\0"s},
         {REG_SZ, "English\0\0\0\0\0\0\0\0\0\0\0\0\0"s}, // a whole buffer
-        {REG_SZ, "Z:\\tree\\a \"quoted\" image.nbf\0"s},
-        {REG_SZ, "\0"s},
         {REG_SZ, ""s},
-        {REG_SZ, "ends in a backslash\\\0"s},
-        {REG_SZ, "line\r\nend\0"s},
-        {REG_SZ, "; no comment\0"s},
-        {REG_SZ, " blanks \0"s},
-        {REG_SZ, "dword:00000001\0"s},
         {REG_SZ, "a\0b\0"s},
-        {REG_SZ, AllBytes() + '\0'},
-        {REG_EXPAND_SZ, "%PATH%\0"s},
+        {REG_SZ, AllBytes() + "\\\0"s},
         {REG_MULTI_SZ, "one\0two\0\0"s},
-        {REG_DWORD, "\x01\x02\x03\xFF"s},
         {REG_DWORD, "\x01"s}, // three bytes short
         {REG_BINARY, AllBytes() + AllBytes()},
-        {REG_BINARY, ""s},
-        {REG_NONE, "x"s},
         {0xFFFF0001, "own type"s},
     };
     const char* const key = "Software\\Bytes";
