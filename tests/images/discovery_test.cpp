@@ -3,6 +3,7 @@
 #include "images/discovery.h"
 
 #include "device/language_folder.h"
+#include "images/header.h"
 #include "pages/image_steps.h"
 #include "testing/wizard_fixture.h"
 
@@ -58,6 +59,19 @@ TEST_F(Discovery, unknown_language_leaves_folder_and_size_as_they_were) {
     EXPECT_TRUE(FindDefaultImage());
     EXPECT_EQ(TreePath("\\root.nbf"), State.Paths.ImagePath);
     EXPECT_EQ(5U, SizeOfFile(State.Paths.ImagePath));
+}
+
+TEST_F(Discovery, language_of_an_image_is_found_in_any_case_and_an_unknown_one_leaves_the_name) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"cht", "TChinese"}, {"XYZ", "TChinese"}, {"JPN", "Japanese"}, {"Fre", "French"},
+        {"CHS", "SChinese"}, {"GER", "German"},   {"ITA", "Italian"},  {"SPA", "Spanish"},
+    };
+    for (const auto& [code, name] : cases) {
+        WriteFileBytes(Folder() / "x.nbf",
+                       std::string("AAAAAAAAA-") + code + "-1.14-0------------");
+        ASSERT_TRUE(LoadImageHeader(TreePath("English\\x.nbf").c_str(), &State.Image));
+        EXPECT_STREQ(name, State.Image.ImageLanguageName) << code;
+    }
 }
 
 TEST_F(Discovery, image_whose_path_is_too_long_is_missing_rather_than_cut) {

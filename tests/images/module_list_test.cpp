@@ -39,10 +39,4 @@ TEST_F(ModuleFile, of_absurd_size_never_cuts_a_name_to_that_of_another_file) {
     EXPECT_TRUE(IsOnDevice("Windows/two"));
 }
 
-TEST_F(ModuleFile, that_is_missing_is_reported) {
-    Connect();
-    std::filesystem::remove(Folder() / "module.dat");
-    EXPECT_EQ(ModuleList::Missing, RemoveModulesOfFolder());
-}
-
 } // namespace

@@ -4,6 +4,7 @@
 #include "link/bootloader_transfer.h"
 #include "link/upgrade_transfer.h"
 #include "link/wire.h"
+#include "state/progress_record.h"
 #include "tests/link/link_fixture.h"
 
 #include <algorithm>
@@ -80,7 +81,7 @@ TEST_F(LinkPort, every_length_arrives_whole_and_in_order) {
     EXPECT_EQ(12288U, largestWrite); // as the driver of the USB link wants it
 }
 
-TEST_F(LinkPort, a_write_that_nobody_reads_ends_with_the_transfer_or_its_port_and_so_do_later_ones) {
+TEST_F(LinkPort, a_write_that_nobody_reads_ends_with_the_transfer_or_its_port) {
     for (const bool closed : {false, true}) {
         bool handedOver = true;
         std::thread sender([&] { handedOver = WriteLink(std::string(0x20000, 'p')); });
@@ -89,11 +90,11 @@ TEST_F(LinkPort, a_write_that_nobody_reads_ends_with_the_transfer_or_its_port_an
         closed ? CloseLinkPort() : void(State.Link.StopReceive = true);
         sender.join();
         EXPECT_FALSE(handedOver);
-        Arrived();
         for (const std::size_t length : {1U, 12289U})
             EXPECT_FALSE(WriteLink(std::string(length, 'q')));
-        EXPECT_EQ("", Arrived());
-        State.Link.StopReceive = false;
+        EXPECT_EQ(std::string::npos, Arrived().find('q'));
+        TearDown();
+        SetUp();
     }
 }
 
@@ -105,25 +106,22 @@ TEST_F(LinkPort, a_write_that_nobody_reads_ends_by_itself_and_nothing_is_sent_be
 }
 
 TEST_F(LinkPort, output_is_sent_when_the_queue_of_the_driver_is_empty_or_cannot_be_asked) {
-    for (const bool abandoned : {false, true}) {
-        outputQueue = 1;
-        questions = 0;
-        bool sent = abandoned;
-        std::atomic<bool> over = false;
-        std::thread sender([&] {
-            sent = AwaitOutputSent();
-            over = true;
-        });
-        EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
-        EXPECT_FALSE(over);
-        abandoned ? AbandonTransfer() : void(outputQueue = 0);
-        sender.join();
-        EXPECT_EQ(!abandoned, sent);
-    }
-    State.Run.TransferAborted = false;
+    outputQueue = 1;
+    questions = 0;
+    std::atomic<bool> over = false;
+    std::thread sender([&] {
+        EXPECT_TRUE(AwaitOutputSent());
+        over = true;
+    });
+    EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
+    EXPECT_FALSE(over);
+    outputQueue = 0;
+    sender.join();
     outputQueue = -1;
     HangUp(); // the driver cannot be asked any more
     EXPECT_TRUE(ComesTrue([] { return AwaitOutputSent(); }));
+    CloseLinkPort();
+    EXPECT_TRUE(AwaitOutputSent());
 }
 
 // A sender at work on the smallest image.
@@ -147,6 +145,25 @@ protected:
         State.Link.Verdict = TransferVerdict::Open;
     }
 
+    static TransferVerdict Verdict() {
+        const std::lock_guard lock(State.Link.VerdictLock);
+        return State.Link.Verdict;
+    }
+    void AwaitLastBytesInDriver() {
+        EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
+        EXPECT_FALSE(over_);
+    }
+    // As a timer does that fires then.
+    void Stall() {
+        WriteProgressRecord();
+        State.Link.VerdictLock.lock();
+        State.Link.Verdict = TransferVerdict::Stalled;
+        State.Link.VerdictLock.unlock();
+        outputQueue = 0;
+        EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
+        EXPECT_TRUE(ReadProgressRecord());
+    }
+
     std::atomic<bool> over_ = false;
 
 private:
@@ -166,25 +183,37 @@ protected:
         EXPECT_EQ(4U, ReceiveAtDevice(4).size());
         SendFromDevice(std::string("\4\0", 2));
     }
-    static TransferVerdict Verdict() {
-        const std::lock_guard lock(State.Link.VerdictLock);
-        return State.Link.Verdict;
+    // Up to the last bytes, which stay with the driver.
+    void TakeHeldBackBlock() {
+        outputQueue = 1;
+        questions = 0;
+        EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
+        SendFromDevice(std::string("\4\0", 2));
+        EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
+        AwaitLastBytesInDriver();
     }
 };
 
 // The last thing that an upgrade has to go by is the driver's word.
 TEST_F(SmallestUpgrade, succeeds_when_its_last_bytes_are_on_the_wire) {
-    outputQueue = 1;
-    questions = 0;
-    EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
-    SendFromDevice(std::string("\4\0", 2));
-    EXPECT_EQ(0x20000U, ReceiveAtDevice(0x20000).size());
-    EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
+    TakeHeldBackBlock();
     EXPECT_EQ(TransferVerdict::Open, Verdict());
     EXPECT_FALSE(State.Run.BusyCursor);
     outputQueue = 0;
     EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
     EXPECT_EQ(TransferVerdict::Sent, Verdict());
+}
+
+TEST_F(SmallestUpgrade, that_has_stalled_keeps_its_record_though_all_has_gone_out) {
+    TakeHeldBackBlock();
+    Stall();
+}
+
+TEST_F(SmallestUpgrade, is_no_success_when_it_is_given_up_with_its_last_bytes_in_the_driver) {
+    TakeHeldBackBlock();
+    State.Run.TransferAborted = true;
+    EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
+    EXPECT_EQ(TransferVerdict::Open, Verdict());
 }
 
 TEST_F(SmallestUpgrade, is_given_up_when_the_first_half_of_the_held_back_block_is_not_handed_over) {
@@ -194,15 +223,15 @@ TEST_F(SmallestUpgrade, is_given_up_when_the_first_half_of_the_held_back_block_i
     EXPECT_EQ(TransferVerdict::Open, Verdict());
 }
 
-TEST_F(LinkPort, is_opened_for_itself_alone_with_raised_lines_at_115200_baud) {
+TEST_F(LinkPort, has_raised_lines_and_115200_baud_and_lets_every_byte_pass) {
     EXPECT_EQ(TIOCM_DTR | TIOCM_RTS, raisedLines);
     termios line = {};
     ASSERT_EQ(0, tcgetattr(device_, &line));
     EXPECT_EQ(speed_t{B115200}, cfgetospeed(&line));
-    EXPECT_EQ(tcflag_t{CS8}, line.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS));
-    EXPECT_EQ(0U, line.c_iflag & (IXON | IXOFF | IGNBRK | ISTRIP | INLCR | ICRNL));
-    EXPECT_EQ(INVALID_HANDLE_VALUE, CreateFileA("\\\\.\\COM1", GENERIC_READ, 0, nullptr,
-                                                OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
+    EXPECT_EQ(tcflag_t{CS8 | CLOCAL}, line.c_cflag & (CSIZE | CLOCAL | PARENB | CSTOPB | CRTSCTS));
+    EXPECT_EQ(0U, line.c_lflag & (ICANON | ECHO | ISIG | IEXTEN));
+    EXPECT_EQ(0U, line.c_iflag & (IXON | IXOFF | IGNBRK | ISTRIP | INLCR | IGNCR | ICRNL));
+    EXPECT_EQ(0U, line.c_oflag & OPOST);
 }
 
 // The bootloader at the other end, and a page that notes what becomes of its timer.
@@ -256,10 +285,20 @@ TEST_F(Bootloader, is_timed_while_it_is_awaited_and_not_while_a_block_goes_out) 
     questions = 0;
     SendFromDevice("\2");
     EXPECT_EQ(12 + PayloadBlockSize, ReceiveAtDevice(12 + PayloadBlockSize).size());
-    EXPECT_TRUE(ComesTrue([] { return questions > 20; }));
-    EXPECT_FALSE(over_);
+    AwaitLastBytesInDriver();
     outputQueue = 0;
     EXPECT_TRUE(ComesTrue([&] { return TimerIs(Stands) && over_; }));
+}
+
+TEST_F(Bootloader, that_has_stalled_keeps_its_record_though_all_has_gone_out) {
+    outputQueue = 1;
+    for (const char* request : {"\2", "\2"}) {
+        questions = 0;
+        SendFromDevice(request);
+        EXPECT_EQ(12 + PayloadBlockSize, ReceiveAtDevice(12 + PayloadBlockSize).size());
+    }
+    AwaitLastBytesInDriver();
+    Stall();
 }
 
 // With a limit that comes soon.

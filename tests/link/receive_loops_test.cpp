@@ -232,16 +232,4 @@ TEST_F(BootloaderLoop, leaves_an_answer_to_the_sender_however_long_that_takes) {
     EXPECT_TRUE(ComesTrue([] { return HoldsText("\x01"); }));
 }
 
-TEST_F(BootloaderLoop, stores_nothing_any_more_once_it_has_ended) {
-    StartReceiveLoop(BootloaderReceiveLoop, false);
-    SendFromDevice("a banner without an end");
-    ASSERT_TRUE(ComesTrue([] { return HoldsText("end"); }));
-    ReleaseLink();
-    EXPECT_FALSE(State.Link.ReceiveRunning);
-    ClearReceiveBuffer();
-    SendFromDevice("download");
-    ASSERT_TRUE(OpenLinkPort("")); // what the port brought before it was opened is gone
-    EXPECT_EQ(0, State.Link.ReceiveBuffer[0]);
-}
-
 } // namespace

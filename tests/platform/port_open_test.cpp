@@ -68,22 +68,6 @@ TEST_F(PortOpenTest, who_may_not_use_a_tty_hears_which_group_may) {
     }
 }
 
-TEST_F(PortOpenTest, a_line_lets_every_byte_pass) {
-    Open();
-    DCB line = {};
-    ASSERT_TRUE(GetCommState(port, &line));
-    line.BaudRate = 115200;
-    ASSERT_TRUE(SetCommState(port, &line));
-    termios settings = {};
-    ASSERT_EQ(0, tcgetattr(device_, &settings));
-    EXPECT_EQ(speed_t{B115200}, cfgetospeed(&settings));
-    EXPECT_EQ(0U, settings.c_lflag & (ICANON | ECHO | ISIG | IEXTEN));
-    EXPECT_EQ(0U, settings.c_iflag & (IXON | IXOFF | ICRNL | INLCR | IGNCR | ISTRIP));
-    EXPECT_EQ(0U, settings.c_oflag & OPOST);
-    EXPECT_EQ(tcflag_t{CS8 | CLOCAL},
-              settings.c_cflag & (CSIZE | CLOCAL | PARENB | CSTOPB | CRTSCTS));
-}
-
 TEST_F(PortOpenTest, a_closed_port_has_heard_nothing) {
     const int tty = open(ptsname(device_), O_RDWR | O_NOCTTY | O_CLOEXEC);
     termios raw = {};
