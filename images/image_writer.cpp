@@ -73,8 +73,9 @@ bool ImageWriter::Finish(const ImageIdentity& identity) {
 
 bool ImageWriter::Write(std::span<const std::uint8_t> bytes) const {
     DWORD done = 0;
-    return WriteFile(file_.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &done, nullptr) &&
-           done == bytes.size();
+    const auto size = static_cast<DWORD>(bytes.size());
+    const bool accepted = WriteFile(file_.Get(), bytes.data(), size, &done, nullptr);
+    return accepted && done == size; // GCOVR_EXCL_BR_LINE: platform/ never takes less
 }
 
 bool ImageWriter::WriteHeader(std::span<const std::uint8_t> header) const {

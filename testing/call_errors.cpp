@@ -239,7 +239,10 @@ void Course::Check(int page, bool killed) {
     }
     if (page != NoPage) // killed between two values, before the handheld was touched
         CheckRecord();
-    if (page == NoPage && !killed && !wizard_->Process().Has("rom-wizard: "))
+    // A power report that fails, and a list of modules that has no size, end a run silently.
+    const std::vector<int> pages = wizard_->Pages();
+    const bool silent = code == 0 && !pages.empty() && pages.back() == BusyPage;
+    if (page == NoPage && !killed && !silent && !wizard_->Process().Has("rom-wizard: "))
         throw std::runtime_error("the wizard ended without a page and without a message");
     CheckBackup(page);
     if (ReadBytes(Image()) != ReadBytes(image_))

@@ -19,14 +19,6 @@ protected:
     }
 };
 
-TEST_F(Identity, is_read_from_the_asset_file) {
-    Connect({.model = "TOLKP2000", .version = "1.14", .language = "FRE"});
-    EXPECT_TRUE(ReadAssetData());
-    EXPECT_STREQ("TOLKP2000", State.Handheld.DeviceModel);
-    EXPECT_STREQ("1.14", State.Handheld.DeviceVersionText);
-    EXPECT_STREQ("FRE", State.Handheld.DeviceLanguage);
-}
-
 TEST_F(Identity, is_unknown_when_the_program_does_not_start_or_the_handheld_has_gone) {
     Connect({.run = {"--refuse-program", "Morvikor.exe"}});
     EXPECT_FALSE(ReadAssetData());

@@ -72,6 +72,9 @@ TEST_F(Discovery, language_of_an_image_is_found_in_any_case_and_an_unknown_one_l
         ASSERT_TRUE(LoadImageHeader(TreePath("English\\x.nbf").c_str(), &State.Image));
         EXPECT_STREQ(name, State.Image.ImageLanguageName) << code;
     }
+    WriteFileBytes(Folder() / "x.nbf", "AAAAAAAAA-ENG-1.14-" + std::string(13, '\0'));
+    ASSERT_TRUE(LoadImageHeader(TreePath("English\\x.nbf").c_str(), &State.Image));
+    EXPECT_FALSE(ParseChecksumText(State.Image.ImageChecksumText));
 }
 
 TEST_F(Discovery, image_whose_path_is_too_long_is_missing_rather_than_cut) {
@@ -90,6 +93,8 @@ TEST_F(Discovery, size_of_a_file_is_its_64_bits_and_of_one_that_has_vanished_is_
     EXPECT_EQ(0U, SizeOfFile(TreePath("English\\empty.nbf").c_str()));
     std::filesystem::resize_file(Folder() / "empty.nbf", 0x100000007); // sparse
     EXPECT_EQ(0x100000007U, SizeOfFile(TreePath("English\\empty.nbf").c_str()));
+    std::filesystem::resize_file(Folder() / "empty.nbf", 0xFFFFFFFF); // the value of a failure
+    EXPECT_EQ(0xFFFFFFFFU, SizeOfFile(TreePath("English\\empty.nbf").c_str()));
 }
 
 } // namespace

@@ -36,7 +36,14 @@ TEST_F(ModuleFile, of_absurd_size_never_cuts_a_name_to_that_of_another_file) {
     WriteFileBytes(Folder() / "module.dat", list); // the limit falls behind "two"
     EXPECT_EQ(ModuleList::Removed, RemoveModulesOfFolder());
     EXPECT_FALSE(IsOnDevice("Windows/one.dll"));
+    for (const std::uintmax_t size : {0x100000003ULL, 0xFFFFFFFEULL}) { // of 3 bytes, in 32 bits
+        WriteFileBytes(Folder() / "module.dat", "two" + std::string(size < 0x100000000, 'x'));
+        std::filesystem::resize_file(Folder() / "module.dat", size);
+        EXPECT_EQ(ModuleList::Removed, RemoveModulesOfFolder());
+    }
     EXPECT_TRUE(IsOnDevice("Windows/two"));
+    State.Paths.AppDirectory[0] = '\0'; // there is no folder
+    EXPECT_EQ(ModuleList::Missing, RemoveModulesOfFolder());
 }
 
 } // namespace

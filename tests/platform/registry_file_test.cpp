@@ -81,10 +81,8 @@ TEST(RegistryFile, a_file_that_is_not_understood_is_left_as_it_is) {
     std::vector<std::string> contents = {FirstLine + "\"outside\"=\"1\"\n", "REGEDIT4\n" + Key,
                                          std::string(100, '\0'), "<<<<<<< mine\n" + FirstLine};
     for (const std::string& value :
-         {"\"open=1"s, "\"a\"=\"open"s, "\"a\"=word:1"s, "\"a\"=dword:123456789"s,
-          "\"a\"=hex(x):00"s, "\"a\"=hex:0,,1"s, "\"a\"=hex:100"s, "\"a\"=\"b\" c"s, "\"a\"=-"s,
-          "\"a\"=\"\xE9\""s, "\"a\"=\"b\\\n\xE9\""s, "[HKEY_LOCAL_MACHINE\\Software"s, "[]"s,
-          "[\\]"s, "[-HKEY_LOCAL_MACHINE\\A]"s, std::string(4 * 1024 * 1024, '\n')})
+         {"\"a\"=\"open"s, "\"a\"=word:1"s, "\"a\"=hex:100"s, "\"a\"=\"\xE9\""s, "[]"s,
+          "[-HKEY_LOCAL_MACHINE\\A]"s, std::string(4 * 1024 * 1024, '\n')})
         contents.emplace_back(FirstLine).append(Key).append(value).append("\n");
     for (const std::string& content : contents) {
         GiveFile(content);
