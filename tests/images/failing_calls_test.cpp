@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <new>
+#include <optional>
 #include <set>
 #include <vector>
 
