@@ -152,7 +152,7 @@ void ChildProcess::Start(const std::string& folder, Memory memory,
     const Streams streams = terminal_ ? OpenTerminal() : OpenPipes();
     std::fflush(nullptr); // or a body would print it once more
     stop_ = eventfd(0, EFD_CLOEXEC);
-    // NOLINTNEXTLINE(clang-analyzer-security.insecureAPI.vfork): see Become
+    // NOLINTNEXTLINE(clang-analyzer-*): until its exec the child does what Become does, and no more
     process_ = memory == Memory::Copied ? fork() : vfork();
     if (process_ == 0)
         Become(body, folder.empty() ? nullptr : folder.c_str(), streams);
