@@ -152,6 +152,8 @@ void ChildProcess::Start(const std::string& folder, Memory memory,
     const Streams streams = terminal_ ? OpenTerminal() : OpenPipes();
     std::fflush(nullptr); // or a body would print it once more
     stop_ = eventfd(0, EFD_CLOEXEC);
+    if (stop_ < 0)
+        Fail("make an event");
     // NOLINTNEXTLINE(clang-analyzer-*): until its exec the child does what Become does, and no more
     process_ = memory == Memory::Copied ? fork() : vfork();
     if (process_ == 0)
@@ -160,7 +162,7 @@ void ChildProcess::Start(const std::string& folder, Memory memory,
     close(streams.childOutput);
     input_ = streams.input;
     output_ = streams.output;
-    if (stop_ < 0 || process_ < 0)
+    if (process_ < 0)
         Fail("start a process");
     reader_ = std::thread(&ChildProcess::Read, this);
 }

@@ -42,7 +42,8 @@ struct CallReport {
 constexpr char FailingCallVariable[] = "FAILING_CALL";
 
 // The same for a test that the library is linked into, and for all paths: from now on its call of
-// that number fails. Without a report none does, and none is counted.
+// that number fails. Without a report none does, and none is counted. The report outlives the
+// calls; no other thread makes one while it changes.
 void FailCall(CallReport* report, CallKind kind = {}, unsigned number = 0, int how = 0);
 
 } // namespace test_support

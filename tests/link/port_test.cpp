@@ -162,6 +162,7 @@ protected:
         outputQueue = 0;
         EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
         EXPECT_TRUE(ReadProgressRecord());
+        DeleteProgressRecord();
     }
 
     std::atomic<bool> over_ = false;
