@@ -34,15 +34,17 @@ bool IsInSample(const CallError& error, unsigned calls, std::size_t way) {
     return turn % 2 == 0 && error.number == calls / 2 && turn / 2 % ways == way;
 }
 
-// Those whose description begins with that text, from the first call of each kind to some behind
-// the last one of a run without errors; without a text the sample.
+// Those whose description begins with that text, from the first call of each kind to well behind
+// the last one of a run without errors, since how often a run waits and reads differs; without a
+// text the sample.
 std::vector<CallError> Choose(Errand errand, const CallCounts& calls, const char* part) {
     std::vector<CallError> chosen;
     CallError error{errand};
     for (std::size_t kind = 0; kind < CallKinds; ++kind) {
         error.kind = static_cast<CallKind>(kind);
         const std::vector<int> ways = WaysToFail(error.kind);
-        for (error.number = 1; error.number <= calls[kind] + calls[kind] / 8 + 2; ++error.number) {
+        const unsigned last = calls[kind] + calls[kind] / 8 + std::min(calls[kind], 64u) + 2;
+        for (error.number = 1; error.number <= last; ++error.number) {
             for (std::size_t way = 0; way < ways.size(); ++way) {
                 error.how = ways[way];
                 if (part ? Describe(error).starts_with(part) : IsInSample(error, calls[kind], way))
