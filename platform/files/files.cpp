@@ -134,7 +134,9 @@ DWORD PrepareFile(int descriptor, const OpenRequest& request) {
         return ErrorFromErrno(errno);
     if (!S_ISREG(status.st_mode)) // put there since it was checked
         return ERROR_ACCESS_DENIED;
-    fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
+    const int flags = fcntl(descriptor, F_GETFL);
+    if (flags < 0 || fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK) != 0)
+        return ErrorFromErrno(errno);
     if (const int refused = LockAgainstOthers(descriptor, request))
         return static_cast<DWORD>(refused);
     if (request.makes && ftruncate(descriptor, 0) != 0)
