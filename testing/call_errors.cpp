@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -123,46 +122,26 @@ std::vector<std::string> Course::Listing(const fs::path& folder) {
 
 // The page behind which the run has ended, or none where it ended before.
 int Course::AnswerPages() {
-    std::map<std::string, std::vector<std::string>> answers = {
-        {"166", {"1181"}},
-        {"103", {"1"}},
-        {"121", {"1"}},
-        {"161", {"1"}},
-        {"122", {}},
-        {"158", {Serial, "1"}},
-        {"109", {errand_ == Errand::Restore ? "1036" : "1035"}},
-        {"open", {Image().string()}},
-        {"124", {"1"}},
-        {"125", {errand_ == Errand::Backup ? "1030" : "1"}},
-        {"save", {Backup().string()}},
-        {"152", {"1"}},      // the old file may be replaced
-        {"145", {"2", "2"}}, // no space: back to 125, and out
-        {"132", {}},
-        {"153", {}},
-        {"102", {}},
+    const bool saves = errand_ == Errand::Backup;
+    const Answers answers = {
+        {ActionChoicePage, {errand_ == Errand::Restore ? "1036" : "1035"}},
+        {OpenDialog, {Image().string()}},
+        {BackupChoicePage, {saves ? "1030" : "1"}},
+        {SaveDialog, {Backup().string()}},
+        {FileExistsPage, {"1"}},            // the old file may be replaced
+        {BackupSpaceErrorPage, {"2", "2"}}, // back to the choice, and out
+        {BackupPage, {}},
     };
-    if (IsTransfer(errand_))
-        answers["130"] = {"1"};
-    const auto opens = [](const std::string& line) { return line.starts_with("== "); };
-    for (unsigned dialogs = 0;;) {
-        std::string name;
-        try {
-            name = wizard_->Process().ExpectLine(opens, "that opens a page").substr(3);
-        } catch (const std::runtime_error&) {
-            wizard_->Process().ExpectEndOfOutput(); // which throws where it still waits
-            return NoPage;
-        }
-        name = name.substr(0, name.find(' '));
-        const auto answer = answers.find(name);
-        if (answer == answers.end())
-            return std::stoi(name);
-        // A dialog that comes again has refused its path.
-        if ((name == "open" || name == "save") && ++dialogs > 2)
-            throw std::runtime_error("the dialog does not take the path");
-        if (name == "102")
+    try {
+        int page = wizard_->AnswerUpgrade(Serial, saves ? UpgradeReadyPage : ProgressPage, answers);
+        if (page == ProgressPage) {
             CheckRecord();
-        for (const std::string& line : answer->second)
-            wizard_->Send(line);
+            page = wizard_->AnswerUpgrade(Serial, NoPage, answers);
+        }
+        return page;
+    } catch (const std::runtime_error&) {
+        wizard_->Process().ExpectEndOfOutput(); // which throws where it still waits
+        return NoPage;
     }
 }
 
@@ -187,14 +166,15 @@ int Course::Start(const std::string& before, bool navigatorKey) {
     return page;
 }
 
-// A file that verifies is the handheld's ROM, and only that counts as saved.
+// A file that verifies is the handheld's ROM, and only that counts as saved. A connection that
+// breaks off in the last piece is no failure, but the file does not verify.
 void Course::CheckBackup(int page) {
     const std::string found = ReadBytes(Backup());
     const std::string rom = ReadBytes(home_.Device() / "flash.bin").substr(0, SavedRom);
     const bool whole = IsWholeImage(found);
     if (whole && found.substr(32) != rom)
         throw std::runtime_error("a file that is not the ROM verifies");
-    if (errand_ == Errand::Backup && Done(page) && !whole)
+    if (errand_ == Errand::Backup && Done(page) && !whole && failing_ != CallKind::Socket)
         throw std::runtime_error("the backup is done and its file is not whole");
     if (page == BackupFailedPage && whole && failing_ == CallKind::Sync)
         throw std::runtime_error("a file verifies that may not be on the disk");

@@ -8,8 +8,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
+#include <utility>
 
 #include <unistd.h>
 
@@ -123,8 +124,9 @@ const TestHome& HomeOfTests() {
 }
 
 std::string ReadBytes(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return std::move(bytes).str();
 }
 
 std::vector<std::uint8_t> ReadFileBytes(const std::filesystem::path& path) {

@@ -12,12 +12,16 @@ using namespace pages;
 namespace {
 
 constexpr char Opening[] = "== ";
+constexpr int MaxPages = 40;
 
 std::string OpeningOf(int page) { return Opening + std::to_string(page) + " =="; }
 
-// The page that the line opens; 0 for another line, and for a file dialog's.
+// The page or file dialog that the line opens; 0 for another line.
 int NumberIn(const std::string& line) {
-    return line.starts_with(Opening) ? std::atoi(line.c_str() + sizeof(Opening) - 1) : 0;
+    return line == "== open =="        ? OpenDialog
+           : line == "== save =="      ? SaveDialog
+           : line.starts_with(Opening) ? std::atoi(line.c_str() + sizeof(Opening) - 1)
+                                       : 0;
 }
 
 } // namespace
@@ -70,7 +74,7 @@ int WizardRun::AnswerUpgrade(const char* link, int last, Answers answers) {
         {ProgressPage, {}},
     };
     answers.insert(usual.begin(), usual.end());
-    for (;;) {
+    for (int pages = 0; pages < MaxPages; ++pages) {
         const int page = NextPage();
         const auto answer = answers.find(page);
         if (answer == answers.end() || page == last)
@@ -78,6 +82,7 @@ int WizardRun::AnswerUpgrade(const char* link, int last, Answers answers) {
         for (const std::string& line : answer->second)
             Send(line);
     }
+    throw std::runtime_error("the pages come again and again");
 }
 
 std::string WizardRun::PageText(int page) {
@@ -93,7 +98,7 @@ std::string WizardRun::PageText(int page) {
 std::vector<int> WizardRun::Pages() {
     std::vector<int> pages;
     for (const std::string& line : process_.Lines()) {
-        if (const int page = NumberIn(line))
+        if (const int page = NumberIn(line); page > 0)
             pages.push_back(page);
     }
     return pages;
@@ -102,7 +107,7 @@ std::vector<int> WizardRun::Pages() {
 std::vector<int> WizardRun::StandingPages() {
     std::vector<int> pages;
     for (const std::string& line : process_.Lines()) {
-        if (const int page = NumberIn(line))
+        if (const int page = NumberIn(line); page > 0)
             pages.push_back(page);
         else if (line.starts_with("-- "))
             std::erase(pages, std::atoi(line.c_str() + 3));

@@ -10,8 +10,10 @@ namespace test_support {
 
 namespace pages {
 
-// Page numbers as the terminal prints them.
+// Page numbers as the terminal prints them, and the two file dialogs, which have none.
 enum Page {
+    OpenDialog = -2,
+    SaveDialog = -1,
     ProgressPage = 102,
     WelcomePage = 103,
     PowerWarningPage = 105,
@@ -63,7 +65,7 @@ public:
     explicit WizardRun(const TestHome& home, const Environment& environment = {},
                        const std::string& before = ":", bool terminal = false);
 
-    // Waits for the next page to open, whichever it is: its number.
+    // Waits for the next page or file dialog to open, whichever it is: its number.
     int NextPage();
     // Waits for the next page with that number to open. Another page in between is a failure, so
     // that a test names every page. Throws with the whole transcript.
@@ -76,7 +78,8 @@ public:
     // ExpectPage, and then Send.
     void Answer(int page, const std::string& line);
     // Answers the pages of an upgrade over that link without a backup, up to one that is not on
-    // this way or to the one that is named: its number. `answers` win over the usual ones.
+    // this way or to the one that is named: its number. `answers` win over the usual ones. Throws
+    // where the wizard ends on the way, or goes in circles.
     int AnswerUpgrade(const char* link, int last = 0, Answers answers = {});
     // Waits for a line with this text.
     std::string ExpectLine(const std::string& text) { return process_.ExpectLine(text); }
