@@ -84,13 +84,13 @@ std::uint32_t RomSize(const char* languageFolder, const char* versionText) {
 }
 
 BackupOutcome SaveRom() {
-    const std::uint32_t size =
-        RomSize(State.Paths.LanguageFolder, State.Handheld.DeviceVersionText);
-    ResetProgress(size);
     const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow)
                                                      std::uint8_t[BackupPieceSize]());
     if (!buffer)
         return BackupOutcome::Failed;
+    const std::uint32_t size =
+        RomSize(State.Paths.LanguageFolder, State.Handheld.DeviceVersionText);
+    ResetProgress(size);
     if (!StartBackupProgram())
         return BackupOutcome::ProgramDidNotStart;
     Sleep(FirstPieceMilliseconds);

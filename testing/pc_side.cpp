@@ -62,13 +62,6 @@ ByteList LinkEnd::Read(std::size_t count) {
     return bytes;
 }
 
-std::string LinkEnd::ReadUntil(std::string_view text) {
-    std::string bytes;
-    while (!bytes.ends_with(text))
-        bytes += static_cast<char>(Read(1)[0]);
-    return bytes;
-}
-
 bool LinkEnd::HasBytes() const {
     pollfd ready = {port_, POLLIN, 0};
     return poll(&ready, 1, 0) == 1;

@@ -24,8 +24,6 @@ public:
     void Write(std::string_view text) { Write(ByteList(text.begin(), text.end())); }
     // Exactly so many bytes.
     ByteList Read(std::size_t count);
-    // Up to and with the text.
-    std::string ReadUntil(std::string_view text);
     // Whether a byte lies ready now.
     bool HasBytes() const;
 

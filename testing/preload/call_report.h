@@ -42,8 +42,10 @@ struct CallReport {
 constexpr char FailingCallVariable[] = "FAILING_CALL";
 
 // The same for a test that the library is linked into, and for all paths: from now on its call of
-// that number fails. Without a report none does, and none is counted. The report outlives the
-// calls; no other thread makes one while it changes.
-void FailCall(CallReport* report, CallKind kind = {}, unsigned number = 0, int how = 0);
+// that number fails; with `instead` that is called ahead of it, on its thread, and the call is
+// made. Without a report nothing happens, and nothing is counted. The report outlives the calls; no
+// other thread makes one while it changes.
+void FailCall(CallReport* report, CallKind kind = {}, unsigned number = 0, int how = 0,
+              void (*instead)() = nullptr);
 
 } // namespace test_support

@@ -38,6 +38,7 @@ constexpr int MaxDescriptors = 4096;
 CallReport* report; // none until the program's own code is about to run
 int failingKind, how;
 unsigned failingNumber;
+void (*inPlaceOfFailure)();
 char prefix[256];
 enum class Watched : unsigned char { No, File, Port };
 std::atomic<Watched> watched[MaxDescriptors];
@@ -68,6 +69,8 @@ Verdict Judge(CallKind kind) {
     if (static_cast<int>(kind) != failingKind || number != failingNumber)
         return Verdict::Pass;
     ++report->failed;
+    if (inPlaceOfFailure)
+        return inPlaceOfFailure(), Verdict::Pass;
     if (how == KilledAtCall)
         kill(getpid(), SIGKILL);
     if (how == ShortCall)
@@ -246,9 +249,11 @@ FAILING(int, pthread_create,
 FAILING(void*, malloc, (size_t size) noexcept, (size), Memory, true, nullptr)
 }
 
-void test_support::FailCall(CallReport* calls, CallKind kind, unsigned number, int error) {
+void test_support::FailCall(CallReport* calls, CallKind kind, unsigned number, int error,
+                            void (*instead)()) {
     failingKind = static_cast<int>(kind);
     failingNumber = number;
     how = error;
+    inPlaceOfFailure = instead;
     report = calls;
 }

@@ -6,7 +6,6 @@
 #include "link/wire.h"
 #include "testing/wizard_fixture.h"
 
-#include <utility>
 #include <vector>
 
 namespace {
@@ -65,13 +64,6 @@ TEST_F(ImageSource, is_filled_up_behind_the_end_of_the_file_and_nowhere_else) {
     EXPECT_TRUE(Read(0x40000));
     std::filesystem::resize_file(path_, 0x60000); // by a host program, which ignores locks
     EXPECT_FALSE(Read(0x40000));
-}
-
-TEST_F(ImageSource, that_cannot_be_read_gives_the_port_back) {
-    Open(0x80020);
-    State.Link.LinkHandle = std::exchange(State.Link.ImageFile, nullptr);
-    ReportUnreadableImage();
-    EXPECT_EQ(nullptr, State.Link.LinkHandle);
 }
 
 } // namespace

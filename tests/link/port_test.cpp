@@ -62,7 +62,7 @@ using namespace link_test;
 // There are no loops' pauses here, and a limit of a minute.
 class LinkPort : public LinkTest {
 public:
-    static void SetUpTestSuite() { setenv("ROM_WIZARD_CLOCK", "50", 1); }
+    static void SetUpTestSuite() { SetClock("50"); }
 };
 
 TEST_F(LinkPort, every_length_arrives_whole_and_in_order) {
@@ -217,13 +217,6 @@ TEST_F(SmallestUpgrade, is_no_success_when_it_is_given_up_with_its_last_bytes_in
     EXPECT_EQ(TransferVerdict::Open, Verdict());
 }
 
-TEST_F(SmallestUpgrade, is_given_up_when_the_first_half_of_the_held_back_block_is_not_handed_over) {
-    EXPECT_EQ(1000U, ReceiveAtDevice(1000).size());
-    HangUp();
-    EXPECT_TRUE(ComesTrue([this] { return over_.load(); }));
-    EXPECT_EQ(TransferVerdict::Open, Verdict());
-}
-
 TEST_F(LinkPort, has_raised_lines_and_115200_baud_and_lets_every_byte_pass) {
     EXPECT_EQ(TIOCM_DTR | TIOCM_RTS, raisedLines);
     termios line = {};
@@ -313,16 +306,6 @@ TEST_F(StuckBootloader, gets_no_block_behind_a_record_that_was_not_taken_and_is_
     SendFromDevice("\2");
     EXPECT_TRUE(ComesTrue([&] { return TimerIs(Runs) && over_; }));
     EXPECT_EQ("", Arrived());
-}
-
-TEST(PortName, has_its_colon_cut_off_and_com1_as_its_default) {
-    char name[48];
-    FormatPortName("COM2:", true, name);
-    EXPECT_STREQ("\\\\.\\COM2", name);
-    FormatPortName("", true, name);
-    EXPECT_STREQ("\\\\.\\COM1", name);
-    FormatPortName("COM2:", false, name);
-    EXPECT_STREQ("\\\\.\\WCEUSBSH001", name);
 }
 
 } // namespace

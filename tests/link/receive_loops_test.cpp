@@ -6,7 +6,6 @@
 #include "state/progress_record.h"
 
 #include <sys/file.h>
-#include <sys/inotify.h>
 
 #include <cstdlib>
 #include <mutex>
@@ -16,7 +15,7 @@ namespace {
 
 using namespace link_test;
 
-TEST_F(LinkTest, the_serial_loop_shows_a_token_and_leaves_when_the_link_is_released) {
+TEST_F(LinkTest, the_serial_loop_shows_one_token_after_the_other_and_listens_for_little) {
     StartReceiveLoop(SerialReceiveLoop, true);
     for (int round = 0; round < 5; ++round) {
         SendFromDevice(std::string("\4\0", 2));
@@ -26,11 +25,6 @@ TEST_F(LinkTest, the_serial_loop_shows_a_token_and_leaves_when_the_link_is_relea
     DWORD mask = 0;
     EXPECT_TRUE(GetCommMask(State.Link.LinkHandle, &mask));
     EXPECT_EQ(0x119u, mask);
-    ReleaseLink();
-    EXPECT_FALSE(State.Link.ReceiveRunning);
-    EXPECT_EQ(nullptr, State.Link.LinkHandle);
-    EXPECT_EQ(nullptr, State.Link.ReceiveEvent);
-    EXPECT_EQ(nullptr, State.Link.ReceiveThread);
 }
 
 // A sender may be held up by its display or by a disk, and the zero behind a token come by itself.
@@ -56,6 +50,20 @@ TEST_F(LinkTest, the_serial_loop_leaves_a_token_for_a_second_and_until_the_sende
     EXPECT_GE(GetTickCount() - start, 1000u);
     SendFromDevice(std::string("\0\4", 2)); // the late zero may bring the next token with it
     EXPECT_TRUE(ComesTrue([] { return HoldsToken(4); }));
+}
+
+TEST_F(LinkTest, the_serial_loop_shows_the_first_999_bytes_of_a_burst) {
+    StartReceiveLoop(SerialReceiveLoop, true);
+    State.Link.BufferLock.lock(); // it reads when all have come
+    SendFromDevice(std::string(999, 'x') + "yy");
+    EXPECT_TRUE(ComesTrue([] {
+        COMSTAT status = {};
+        DWORD errors = 0;
+        return ClearCommError(State.Link.LinkHandle, &errors, &status) && status.cbInQue == 1001;
+    }));
+    State.Link.BufferLock.unlock();
+    EXPECT_TRUE(ComesTrue([] { return State.Link.ReceiveBuffer[998] == 'x'; }));
+    EXPECT_EQ(0, State.Link.ReceiveBuffer[999]);
 }
 
 // Which limit is whose shows on a clock alone that no test can wait for.
@@ -91,7 +99,36 @@ TEST_F(LinkTest, a_stall_is_decided_while_the_note_of_the_held_back_block_waits)
     sender.join();
     EXPECT_TRUE(HeldBackBlockNoted());
     EXPECT_FALSE(RecordBytesRemaining(0x20000));
+    State.Run.TransferAborted = false;
+    EndStalledTransfer(nullptr, PieceTimer); // once more: that is decided
+    EXPECT_FALSE(State.Run.TransferAborted);
     State.Link.Verdict = TransferVerdict::Open;
+}
+
+HANDLE mayLeave = nullptr; // what a loop waits for that no signal of the link reaches
+
+DWORD WINAPI StuckLoop(LPVOID) {
+    PrepareReceiveRecord();
+    MarkReceiveRunning();
+    SignalReceiveReady();
+    WaitForSingleObject(mayLeave, INFINITE);
+    return 0;
+}
+
+// A driver may keep it for ever.
+TEST_F(LinkTest, a_loop_that_never_leaves_keeps_its_handles_until_the_teardown_terminates_it) {
+    mayLeave = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    for (const bool keepsThread : {true, false}) {
+        CloseLinkPort();
+        ASSERT_TRUE(OpenLinkPort(""));
+        StartReceiveLoop(StuckLoop, keepsThread);
+        ReleaseLink();
+        EXPECT_TRUE(State.Link.ReceiveRunning && State.Link.ReceiveEvent);
+        EXPECT_EQ(keepsThread, State.Link.ReceiveThread != nullptr);
+        TearDownTransfer();
+        EXPECT_FALSE(State.Link.ReceiveRunning || State.Link.ReceiveEvent);
+    }
+    SetEvent(mayLeave); // the one that was not kept
 }
 
 // An answer that comes before the event mask is there wakes nobody.
@@ -166,31 +203,6 @@ TEST_F(UsbLoop, ends_at_the_stop_flag_though_nobody_clears_a_token) {
     ASSERT_TRUE(ComesTrue([] { return HoldsToken(4); }));
     State.Link.StopReceive = true;
     EXPECT_TRUE(ComesTrue([] { return !State.Link.ReceiveRunning; }));
-}
-
-// How often the terminal is opened while `work` runs.
-template <class Work>
-int CountOpens(const std::filesystem::path& terminal, Work work) {
-    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    EXPECT_GE(inotify_add_watch(watch, terminal.c_str(), IN_OPEN | IN_CLOSE), 0);
-    work();
-    int opens = 0;
-    inotify_event event; // of a file, so without a name
-    while (read(watch, &event, sizeof(event)) == sizeof(event))
-        opens += (event.mask & IN_OPEN) != 0;
-    close(watch);
-    return opens;
-}
-
-// The driver of the USB link wants that.
-TEST_F(LinkTest, a_usb_port_is_opened_twice_and_a_serial_port_once) {
-    for (const bool serial : {true, false}) {
-        State.Run.SerialLinkSelected = serial;
-        CloseLinkPort();
-        EXPECT_EQ(serial ? 1 : 2,
-                  CountOpens(ptsname(device_), [] { EXPECT_TRUE(StartReceive()); }));
-        TearDownTransfer();
-    }
 }
 
 class BootloaderLoop : public LinkTest {};

@@ -2,7 +2,7 @@
 // prevents a resumed transfer without losing the record.
 // label: threads
 
-#include "testing/little_endian.h"
+#include "testing/image_file.h"
 #include "tests/roads/road.h"
 
 #include <csignal>
@@ -14,7 +14,6 @@ namespace {
 
 using namespace road;
 namespace fs = std::filesystem;
-using Bytes = std::vector<std::uint8_t>;
 
 struct Record {
     fs::path image;
@@ -136,46 +135,6 @@ TEST(Resume, an_old_mark_of_the_bootloader_does_not_choose_the_page_of_a_fresh_r
     EXPECT_FALSE(IsMarkedCritical(home));
 }
 
-TEST(Resume, an_image_without_a_held_back_block_is_not_announced) {
-    for (const bool bootloader : {false, true}) {
-        TestHome home;
-        const fs::path image = home.AddLanguageFolder();
-        fs::resize_file(image, 0x8001F);
-        Cradle cradle(home);
-        WriteRecord(home, {.image = image, .critical = bootloader});
-        const std::string log = home.Path("wire").string();
-        if (bootloader)
-            cradle.RestartHandheld({"--bootloader", "--log", log});
-        else
-            RestartInFlasher(home, cradle, {"--log", log});
-        WizardRun wizard(home);
-        wizard.ExpectPages({BusyPage, ProgressPage});
-        ExpectQuit(wizard, ImageOpenErrorPage);
-        EXPECT_TRUE(HasProgressRecord(home));
-        EXPECT_EQ(bootloader ? Bytes{} : Bytes{0x41}, test_support::ReadFileBytes(log));
-    }
-}
-
-void Append(Bytes& wire, std::initializer_list<std::uint32_t> numbers) {
-    const Bytes bytes = test_support::LittleEndian(numbers);
-    wire.insert(wire.end(), bytes.begin(), bytes.end());
-}
-
-// What the bootloader must hear for an image: blocks in file order up to one past the end.
-Bytes BootloaderWire(Bytes image) {
-    constexpr std::uint32_t Block = 0x40000;
-    const auto fileSize = static_cast<std::uint32_t>(image.size());
-    Bytes wire = {'l', '\r', 'B', '0', '0', '0', 'F', 'F', '\n'};
-    Append(wire, {Block, 0xF40000});
-    image.resize(image.size() + 2 * Block, 0xFF);
-    for (std::uint32_t offset = Block; offset < fileSize; offset += Block) {
-        Append(wire, {offset, Block, 0});
-        const auto data = image.begin() + static_cast<std::ptrdiff_t>(offset) + 0x20;
-        wire.insert(wire.end(), data, data + Block);
-    }
-    return wire;
-}
-
 TEST(Resume, the_bootloader_hears_every_block_in_order_and_erased_flash_behind_the_end) {
     for (const std::uint32_t more : {0U, 0x123U}) { // a whole number of blocks, and not
         TestHome home;
@@ -194,8 +153,8 @@ TEST(Resume, the_bootloader_hears_every_block_in_order_and_erased_flash_behind_t
         for (const char* percentage : {"33%", "66%", "99%", "133%", "100%"})
             wizard.ExpectLine(percentage);
         FinishUpgrade(wizard, FinishUsbPage);
-        EXPECT_TRUE(test_support::ReadFileBytes(log) ==
-                    BootloaderWire(test_support::ReadFileBytes(image)));
+        EXPECT_TRUE(test_support::ReadBytes(log) ==
+                    test_support::BootloaderWire(test_support::ReadBytes(image)));
         EXPECT_EQ("", cradle.Refused());
         EXPECT_FALSE(HasProgressRecord(home));
     }

@@ -3,7 +3,7 @@
 // label: threads
 
 #include "testing/comes_true.h"
-#include "testing/little_endian.h"
+#include "testing/image_file.h"
 #include "tests/roads/road.h"
 
 #include <cstdint>
@@ -13,23 +13,6 @@
 namespace {
 
 using namespace road;
-using Bytes = std::vector<std::uint8_t>;
-
-constexpr std::size_t HeldBack = 0x40020;
-constexpr std::size_t Rest = 0x80020;
-
-// What must come over the wire for an image: start byte, size, the rest, the held-back block.
-Bytes WireBytes(const Bytes& image) {
-    Bytes wire = test_support::LittleEndian({static_cast<std::uint32_t>(image.size() - HeldBack)});
-    wire.insert(wire.begin(), 0x41);
-    const auto at = [&](std::size_t offset) {
-        return image.begin() + static_cast<std::ptrdiff_t>(offset);
-    };
-    wire.insert(wire.end(), at(Rest), image.end());
-    wire.insert(wire.end(), at(HeldBack), at(Rest));
-    return wire;
-}
-
 void ExpectFullSizeOverTheWire(const char* link, const ImageOptions& options,
                                const char* duration) {
     TestHome home;
@@ -44,9 +27,9 @@ void ExpectFullSizeOverTheWire(const char* link, const ImageOptions& options,
     FinishUpgrade(wizard, link == Usb ? FinishUsbPage : FinishPage);
     cradle.Handheld().ExpectLine(": complete");
 
-    const Bytes wire = test_support::ReadFileBytes(log);
+    const std::string wire = test_support::ReadBytes(log);
     EXPECT_EQ(1u + 4u + 0xF40000u, wire.size());
-    EXPECT_TRUE(wire == WireBytes(test_support::ReadFileBytes(image)));
+    EXPECT_TRUE(wire == test_support::FlasherWire(test_support::ReadBytes(image)));
     EXPECT_EQ("", cradle.Refused());
     EXPECT_TRUE(cradle.FlashEquals(image));
     EXPECT_FALSE(HasProgressRecord(home));

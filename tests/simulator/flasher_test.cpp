@@ -112,22 +112,4 @@ TEST_F(FlasherTest, a_reset_brings_up_what_the_flash_allows) {
     EXPECT_EQ(cradle_->StatusOf("mode"), "bootloader, shows its picture");
 }
 
-TEST_F(FlasherTest, only_a_size_that_fits_is_answered) {
-    Start(); // 2 MB, of which the bootloader keeps 0x40000
-    for (const std::uint32_t size : {0u, 0x20000u, 0x3FFFFu, 0x40000u, 0x40001u, 0x50000u, 0xC000u,
-                                     0x1C0000u, 0x1E0000u, 0xFFFE0000u, 0xFFFFFFFFu}) {
-        SCOPED_TRACE(size);
-        end_->Write("A");
-        ASSERT_EQ(end_->Read(2), Token5);
-        end_->Write(LittleEndian({size}));
-        if (size == 0x40000 || size == 0x1C0000)
-            EXPECT_EQ(end_->Read(2), Token4);
-        else
-            ExpectRefusal("flasher: size");
-        cradle_->Reset();
-        ASSERT_EQ(cradle_->StatusOf("mode"), "normal");
-        EnterFlasher();
-    }
-}
-
 } // namespace

@@ -1,4 +1,4 @@
-// The simulated handheld refuses over RAPI what a handheld would: files and programs.
+// The simulated handheld refuses over RAPI what a handheld would.
 
 #include "testing/cradle.h"
 #include "testing/pc_side.h"
@@ -22,11 +22,6 @@ protected:
     }
     std::uint32_t Delete(std::u16string_view path) {
         return Error(Operation::DeleteFile, Writer().Text(path));
-    }
-
-    ByteList Agent(const std::string& name) {
-        home_.RunHandheld({"make-agents", (home_.Tree() / "English").string()});
-        return ReadFileBytes(home_.Tree() / "English" / name);
     }
 
     TestHome home_;
@@ -78,28 +73,6 @@ TEST_F(RapiTest, share_modes_count_and_a_closed_file_may_go) {
     rapi_.CloseHandle(handle);
     EXPECT_EQ(Error(Operation::ReadFile, Writer().Number(handle).Number(1)), 6u);
     EXPECT_EQ(Delete(u"\\Temp\\a"), 0u);
-}
-
-TEST_F(RapiTest, a_program_that_is_not_whole_does_not_run) {
-    EXPECT_EQ(rapi_.StartProgram(u"\\Temp\\Tesselor.exe"), 2u);
-    ByteList part = Agent("Tesselor.exe");
-    part.pop_back();
-    rapi_.Push(u"\\Temp\\Tesselor.exe", part);
-    EXPECT_EQ(rapi_.StartProgram(u"\\Temp\\Tesselor.exe"), 193u);
-    rapi_.Push(u"\\Temp\\Tesselor.exe", Agent("sarvel.exe"));
-    EXPECT_EQ(rapi_.StartProgram(u"\\Temp\\Tesselor.exe"), 193u);
-    EXPECT_FALSE(std::filesystem::exists(cradle_.File("Temp/type.dat")));
-
-    // The flasher starts and finds out by itself that it cannot work.
-    rapi_.Push(u"\\Temp\\Harbel_Link.exe", Agent("Harbel_Link.exe"));
-    ByteList line = Agent("harbel_line.nb");
-    line[100] ^= 1;
-    rapi_.Push(u"\\Temp\\harbel_line.nb", line);
-    for (const char16_t* commandLine : {u"\x01 U", u"\x02 U", u"\x03 U", u"\x01 U ", u""}) {
-        EXPECT_EQ(rapi_.StartProgram(u"\\Temp\\Harbel_Link.exe", commandLine), 0u);
-        EXPECT_EQ(rapi_.Call(Operation::Hello).result, 1u);
-    }
-    EXPECT_EQ(cradle_.StatusOf("mode"), "normal");
 }
 
 } // namespace

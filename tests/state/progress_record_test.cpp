@@ -6,7 +6,6 @@
 #include "state/state.h"
 #include "testing/registry_values.h"
 #include "testing/test_home.h"
-#include "wizard/conclusion.h"
 
 #include <gtest/gtest.h>
 
@@ -160,13 +159,6 @@ TEST_F(ProgressRecord, that_cannot_be_written_stops_nothing) {
     std::filesystem::remove(registry_);
     WriteProgressRecord();
     EXPECT_TRUE(ReadProgressRecord());
-}
-
-TEST(Conclusion, from_the_held_back_block_on_only_the_bootloader_helps) {
-    EXPECT_FALSE(OnlyBootloaderHelps(0x60000, false)); // before the first block
-    EXPECT_FALSE(OnlyBootloaderHelps(0x40001, false));
-    EXPECT_TRUE(OnlyBootloaderHelps(0x40000, false));
-    EXPECT_TRUE(OnlyBootloaderHelps(0x60000, true));
 }
 
 } // namespace
