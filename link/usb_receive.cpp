@@ -31,7 +31,7 @@ void ReadUntilTaken(OVERLAPPED* overlapped) {
     std::uint8_t pair[2] = {};
     do {
         const DWORD count = ReadLink(pair, overlapped);
-        if (pair[0] != 0 && !State.Link.StopReceive)
+        if (pair[0] != 0 && !State.Link.StopReceive) // GCOVR_EXCL_BR_LINE: stopped within the read
             StorePair(pair);
         pair[0] = 0;
         if (count == 0 && State.Link.ReceiveBuffer[0] != 0)

@@ -10,14 +10,6 @@ namespace {
 
 using Value = const std::string&;
 
-std::uint32_t VersionUnit(Value text) {
-    constexpr std::uint32_t FieldLength = 11;
-    const std::uint32_t unit = ParseNumber32(text);
-    if (unit >= FieldLength)
-        throw UsageError(text + ": the version field has units 0 to 10");
-    return unit;
-}
-
 std::uint8_t Byte(Value text) {
     const std::uint32_t number = ParseNumber32(text);
     if (number > UINT8_MAX)
@@ -30,10 +22,6 @@ constexpr FaultRow Rows[] = {
      [](Faults& faults, Value name) { faults.refusedPrograms.push_back(name); }},
     {"--no-type-file", nullptr, "the program that tells the flash size writes nothing",
      [](Faults& faults, Value) { faults.noTypeFile = true; }},
-    {"--asset-size", "BYTES", "the asset file is cut to so many bytes",
-     [](Faults& faults, Value bytes) { faults.assetSize = ParseNumber32(bytes); }},
-    {"--asset-zero", "UNIT", "this unit of the asset file's version field is zero, from 0",
-     [](Faults& faults, Value unit) { faults.assetZero = VersionUnit(unit); }},
     {"--refuse-call", "LINE", "every RAPI call of just this line fails, as one that is not allowed",
      [](Faults& faults, Value line) { faults.refusedCall = line; }},
     {"--battery-byte", "BYTE", "the power status tells this, not 0, where no external power is",

@@ -13,8 +13,6 @@ namespace simulator {
 struct Faults {
     std::vector<std::string> refusedPrograms; // file names that do not start
     bool noTypeFile = false;                  // the flash size is not reported
-    std::optional<std::uint32_t> assetSize;   // bytes in the asset file, if not all
-    std::optional<std::uint32_t> assetZero;   // zero unit in the asset's version field
     std::string refusedCall;                  // whole line of a call; empty: none
     std::string dropRapiAt;                   // part of the line of a call; empty: none
     std::uint32_t dropRapiAfter = 0;          // such calls that are answered first

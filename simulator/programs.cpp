@@ -79,10 +79,6 @@ void Programs::WriteAssetFile() {
     Bytes file(AssetFileSize);
     PutUtf16(file, ModelOffset, identity.model);
     PutUtf16(file, VersionOffset, FullVersion(identity.version) + " " + identity.language);
-    if (context_.faults.assetZero)
-        file.at(VersionOffset + 2 * std::size_t{*context_.faults.assetZero}) = 0;
-    if (context_.faults.assetSize)
-        file.resize(*context_.faults.assetSize);
     context_.files.Store(AssetFile, file);
 }
 

@@ -39,6 +39,7 @@ TEST_F(ImageSource, opens_a_file_from_the_smallest_to_the_largest_size_that_can_
     EXPECT_EQ(0U, Open(0x8001F));
     EXPECT_EQ(0x80020U, Open(0x80020));
     EXPECT_EQ(0xFFFFFFFEU, Open(0xFFFFFFFE));
+    EXPECT_EQ(0U, Open(0xFFFFFFFF)); // the value of a failure
     EXPECT_EQ(0U, Open(0x100080020));
     std::filesystem::remove(path_);
     EXPECT_EQ(0U, OpenTransferImage(MinImageFileSize));

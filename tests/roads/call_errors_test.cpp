@@ -74,20 +74,11 @@ TEST(CallErrors, leave_nothing_half_done_and_the_next_run_finishes) {
     ASSERT_FALSE(walk.empty()) << "no such call, or the library was not preloaded";
     std::atomic<unsigned> runs = 0, met = 0, tried = 0;
     const auto failures = SideBySide(walk.size(), [&](std::size_t at) {
-        const auto print = [&](const std::string& failure) {
-            if (++tried % 100 == 0 || !failure.empty())
-                std::fprintf(stderr, "%u of %zu %s\n", tried.load(), walk.size(),
-                             failure.substr(0, failure.find('\n')).c_str());
-        };
-        try {
-            const CallErrors::Result result = errors.Run(walk[at]);
-            runs += result.runs;
-            met += result.met;
-            print("");
-        } catch (const std::exception& failure) {
-            print(failure.what());
-            throw;
-        }
+        const CallErrors::Result result = errors.Run(walk[at]);
+        runs += result.runs;
+        met += result.met;
+        if (++tried % 100 == 0)
+            std::fprintf(stderr, "%u of %zu\n", tried.load(), walk.size());
     });
     for (const std::string& failure : failures)
         ADD_FAILURE() << failure;
