@@ -14,6 +14,7 @@
 #include "state/state.h"
 
 #include <array>
+#include <atomic>
 #include <mutex>
 #include <utility>
 
@@ -44,11 +45,12 @@ void ReadBurst(OVERLAPPED* overlapped) {
     std::array<std::uint8_t, MaxReceived> burst;
     std::size_t count = 0;
     std::uint8_t byte = 0;
-    while (!State.Link.StopReceive && ReadLink({&byte, 1}, overlapped) == 1) {
+    const std::atomic<bool>& stopped = State.Link.StopReceive;
+    while (!stopped && ReadLink({&byte, 1}, overlapped) == 1) { // GCOVR_EXCL_BR_LINE: stopped there
         if (count < burst.size() && (count > 0 || byte != 0))
             burst[count++] = byte;
     }
-    if (!State.Link.StopReceive)
+    if (!stopped) // GCOVR_EXCL_BR_LINE: stopped within the burst
         StoreBurst({burst.data(), count});
 }
 
