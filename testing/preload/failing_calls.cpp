@@ -35,7 +35,7 @@ using namespace test_support;
 
 constexpr int MaxDescriptors = 4096;
 
-CallReport* report; // none until the program's own code is about to run
+std::atomic<CallReport*> report; // none until the program's own code is about to run
 int failingKind, how;
 unsigned failingNumber;
 void (*inPlaceOfFailure)();
@@ -63,12 +63,13 @@ __attribute__((constructor)) void Begin() {
 enum class Verdict { Pass, Fail, Short };
 
 Verdict Judge(CallKind kind) {
-    if (!report)
+    CallReport* const calls = report;
+    if (!calls)
         return Verdict::Pass;
-    const unsigned number = ++report->calls[static_cast<int>(kind)];
+    const unsigned number = ++calls->calls[static_cast<int>(kind)];
     if (static_cast<int>(kind) != failingKind || number != failingNumber)
         return Verdict::Pass;
-    ++report->failed;
+    ++calls->failed;
     if (inPlaceOfFailure)
         return inPlaceOfFailure(), Verdict::Pass;
     if (how == KilledAtCall)

@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -64,7 +65,7 @@ protected:
 
     // From its beginning to its end; false when it makes fewer such calls.
     bool Transfer(CallKind kind, unsigned number, void (*instead)() = nullptr) {
-        CallReport report = {};
+        CallReport& report = reports_.emplace_back();
         SCOPED_TRACE(testing::Message() << "kind " << int(kind) << ", call " << number);
         Connect(serial_);
         CloseLinkPort();
@@ -145,8 +146,8 @@ protected:
             while ((serial || kind != CallKind::Port) && Transfer(kind, number))
                 ++number;
         }
-        unsigned number = 1;
-        while ((serial || number < FewCalls) && Transfer(CallKind::Port, number, GiveUp))
+        unsigned number = 1; // a USB loop reads as often as it can, so only its first calls count
+        while ((serial || number < 9) && Transfer(CallKind::Port, number, GiveUp))
             ++number;
         for (const int blocks : {0, 1}) {
             goodBlocks = blocks;
@@ -157,6 +158,7 @@ protected:
         Transfer(CallKind::Open, 0);
         EXPECT_GE(1U, received_.size());
     }
+
     // As the page does it from a thread of its own, at any moment.
     static void GiveUp() {
         const std::lock_guard lock(State.Link.VerdictLock);
@@ -166,8 +168,7 @@ protected:
         State.Run.TransferAborted = State.Link.StopReceive = true;
     }
 
-    static constexpr unsigned FewCalls = 9; // of a USB loop, which reads as often as it can
-
+    std::deque<CallReport> reports_; // a thread of the port may still be at a call
     void (*transfer_)() = nullptr;
     bool serial_ = false, sent_ = false;
     std::string image_ = std::string(MinImageFileSize + PieceSize, '\0');
@@ -198,7 +199,7 @@ TEST_F(FailingCalls, count_a_usb_port_opened_twice_and_a_serial_port_once) {
     for (const bool serial : {true, false}) {
         Connect(serial);
         CloseLinkPort();
-        CallReport report = {};
+        CallReport& report = reports_.emplace_back();
         FailCall(&report);
         EXPECT_TRUE(StartReceive());
         TearDownTransfer();

@@ -7,7 +7,6 @@
 
 #include <sys/file.h>
 
-#include <cstdlib>
 #include <mutex>
 #include <thread>
 
