@@ -81,7 +81,7 @@ protected:
             transfer_();
             over = true;
         });
-        while (!over && !State.Run.TransferAborted) {
+        while (!over) {
             ServeTimers();
             received_ += Arrived();
             if (std::exchange(asked, received_.size()) != received_.size())
