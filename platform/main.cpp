@@ -16,6 +16,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -56,14 +57,22 @@ int RunAtTerminal() {
 // program ends as if it were cut off there: what is on the disk is made for that.
 [[noreturn]] void EndByException() {
     constexpr int OutOfResources = 3;
+    const bool memory = errno == ENOMEM;
+    std::exception_ptr exception = std::current_exception();
+    // There is none where it left a function that promises to let none pass, as many of the C++
+    // library do though they need memory.
+    if (!exception && memory)
+        exception = std::make_exception_ptr(std::bad_alloc());
+    if (!exception)
+        std::abort(); // a fault of the program, as in what else is caught below
     try {
-        std::rethrow_exception(std::current_exception());
+        std::rethrow_exception(exception);
     } catch (const std::bad_alloc&) {
         std::fputs(PROGRAM_NAME ": out of memory; start it again\n", stderr);
     } catch (const std::system_error& error) {
         std::fprintf(stderr, PROGRAM_NAME ": %s; start it again\n", error.what());
     } catch (...) {
-        std::abort(); // a fault of the program
+        std::abort();
     }
     _exit(OutOfResources);
 }
