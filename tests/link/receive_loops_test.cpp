@@ -128,6 +128,7 @@ TEST_F(LinkTest, a_loop_that_never_leaves_keeps_its_handles_until_the_teardown_t
         EXPECT_FALSE(State.Link.ReceiveRunning || State.Link.ReceiveEvent);
     }
     SetEvent(mayLeave); // the one that was not kept
+    CloseHandle(mayLeave);
 }
 
 // An answer that comes before the event mask is there wakes nobody.

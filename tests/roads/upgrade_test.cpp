@@ -6,13 +6,12 @@
 #include "testing/image_file.h"
 #include "tests/roads/road.h"
 
-#include <cstdint>
-#include <fstream>
 #include <vector>
 
 namespace {
 
 using namespace road;
+
 void ExpectFullSizeOverTheWire(const char* link, const ImageOptions& options,
                                const char* duration) {
     TestHome home;
