@@ -4,6 +4,8 @@
 // not answer for them: here all lines of a handheld in its cradle are raised. And Wine looks
 // through the serial ports of the machine when it starts, and opens them: here the machine has
 // none. A port is nobody's controlling terminal either, or its hang-up would end Wine's server.
+// And one that is opened holds nothing: a closed port hears nothing, while a pseudo-terminal keeps
+// the last word of the handheld to a program that was killed, in front of the answer to the next.
 //
 // Wine in 32 bits calls the functions for large files and for times after 2038, which have other
 // names there and the same arguments.
@@ -19,6 +21,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -47,10 +50,14 @@ int open(const char* path, int flags, ...) {
     va_start(rest, flags);
     const mode_t mode = va_arg(rest, mode_t); // garbage where there is none, and not looked at
     va_end(rest);
-    if (!IsPortOfTheMachine(path))
-        return next(path, flags | O_NOCTTY, mode);
-    errno = ENOENT;
-    return -1;
+    if (IsPortOfTheMachine(path)) {
+        errno = ENOENT;
+        return -1;
+    }
+    const int file = next(path, flags | O_NOCTTY, mode);
+    if (file >= 0 && isatty(file))
+        tcflush(file, TCIFLUSH);
+    return file;
 }
 
 int open64(const char* path, int flags, ...) __attribute__((alias("open")));
