@@ -161,11 +161,10 @@ void Click(HWND control) {
     PostMessageA(control, WM_LBUTTONUP, 0, middle);
 }
 
+// To the desktop and not to a window: the X server, which tells of its focus in its own time, is
+// left out of it.
 void GoAwayAndBack(HWND page) {
-    const HWND other = CreateWindowA("Static", "", WS_POPUP | WS_VISIBLE, 0, 0, 9, 9, nullptr,
-                                     nullptr, nullptr, nullptr);
-    SetForegroundWindow(other);
-    DestroyWindow(other);
+    SetForegroundWindow(GetDesktopWindow());
     SetForegroundWindow(page);
 }
 
