@@ -170,9 +170,9 @@ int Course::Start(const std::string& before, bool navigatorKey) {
 // breaks off in the last piece is no failure, but the file does not verify.
 void Course::CheckBackup(int page) {
     const std::string found = ReadBytes(Backup());
-    const std::string rom = ReadBytes(home_.Device() / "flash.bin").substr(0, SavedRom);
     const bool whole = IsWholeImage(found);
-    if (whole && found.substr(32) != rom)
+    if (whole &&
+        found.compare(32, found.npos, ReadBytes(home_.Device() / "flash.bin"), 0, SavedRom))
         throw std::runtime_error("a file that is not the ROM verifies");
     if (errand_ == Errand::Backup && Done(page) && !whole && failing_ != CallKind::Socket)
         throw std::runtime_error("the backup is done and its file is not whole");

@@ -7,11 +7,12 @@
 #include <cstdio>
 #include <numeric>
 #include <string>
+#include <string_view>
 
 namespace test_support {
 
 // What the header of an image with these 18 characters and this body must be.
-inline std::string HeaderFor(const std::string& identity, const std::string& body) {
+inline std::string HeaderFor(const std::string& identity, std::string_view body) {
     const auto add = [](unsigned sum, char byte) { return sum + static_cast<unsigned char>(byte); };
     unsigned sum = std::accumulate(identity.begin(), identity.end(), 0U, add);
     sum = std::accumulate(body.begin(), body.end(), sum, add) & 0xFFFF;
@@ -24,7 +25,7 @@ inline std::string HeaderFor(const std::string& identity, const std::string& bod
 
 inline bool IsWholeImage(const std::string& file) {
     return file.size() >= 32 &&
-           file.substr(0, 32) == HeaderFor(file.substr(0, 18), file.substr(32));
+           file.substr(0, 32) == HeaderFor(file.substr(0, 18), std::string_view(file).substr(32));
 }
 
 inline std::string NumbersOnTheWire(std::initializer_list<std::uint32_t> numbers) {

@@ -8,7 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -124,9 +124,13 @@ const TestHome& HomeOfTests() {
 }
 
 std::string ReadBytes(const std::filesystem::path& path) {
-    std::ostringstream bytes;
-    bytes << std::ifstream(path, std::ios::binary).rdbuf();
-    return std::move(bytes).str();
+    std::ifstream file(path, std::ios::binary);
+    std::error_code failed;
+    const auto size = std::filesystem::file_size(path, failed);
+    std::string bytes(failed ? 0 : size, '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<std::size_t>(file.gcount()));
+    return bytes.append(std::istreambuf_iterator<char>(file), {}); // a size that is not told is 0
 }
 
 std::vector<std::uint8_t> ReadFileBytes(const std::filesystem::path& path) {
