@@ -140,8 +140,8 @@ protected:
         transfer_ = transfer;
         serial_ = serial;
         wire_ = wire;
-        for (int tries = 0; tries < 20 && !sent_;
-             ++tries) // on a busy machine a timer may come first
+        // On a busy machine a timer may come first.
+        for (int tries = 0; tries < 20 && !sent_; ++tries)
             Transfer(CallKind::Open, 0);
         EXPECT_TRUE(sent_);
         for (const CallKind kind :
