@@ -46,11 +46,12 @@ const Fault Faults[] = {
     {Start::Bootloader, Link::Serial, {"--burst-at", "sync"}, 0},
     {Start::Bootloader, Link::Usb, {"--burst-at", "1"}, 0},
     // A token and its zero in two bursts; the bootloader's prompt and its last byte. The zero may
-    // come together with the next token, which it then hides.
+    // come together with the next token, which it then hides; on USB that may be any token, since
+    // the loop reads in pairs.
     {Start::Fresh, Link::Serial, {"--split-at", "start"}, 0},
     {Start::Resumed, Link::Serial, {"--split-at", "2"}, 0},
     {Start::Resumed, Link::Serial, {"--split-at", "5"}, UpgradeDonePage},
-    {Start::Resumed, Link::Usb, {"--split-at", "start"}, UpgradeDonePage},
+    {Start::Resumed, Link::Usb, {"--split-at", "start"}, 0},
     {Start::Resumed, Link::Usb, {"--split-at", "3"}, 0},
     {Start::Bootloader, Link::Serial, {"--split-at", "start"}, UpgradeDonePage},
     // Between the two limits: 20 seconds for the answer to the start byte, 30 for all that follows.
