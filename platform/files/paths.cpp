@@ -66,11 +66,13 @@ std::vector<std::string> FindEntries(const std::string& folder, const std::strin
     const std::unique_ptr<DIR, DirectoryCloser> directory(opendir(folder.c_str()));
     std::vector<std::string> same, otherCase;
     while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
-        const std::string ansi = AnsiName(entry->d_name);
-        if (ansi == ansiName || NumberedName(entry->d_name) == ansiName)
-            same.push_back(entry->d_name);
+        const std::string name = entry->d_name, ansi = AnsiName(name);
+        if (name == "." || name == "..")
+            continue; // their numbers would lead out of the folder
+        if (ansi == ansiName || NumberedName(name) == ansiName)
+            same.push_back(name);
         else if (CompareAnsiNoCase(ansi, ansiName) == 0)
-            otherCase.push_back(entry->d_name);
+            otherCase.push_back(name);
     }
     return same.empty() ? otherCase : same;
 }

@@ -9,6 +9,7 @@
 
 #include <rapi_wire.h>
 
+#include <cerrno>
 #include <sys/socket.h>
 
 using fuzz::Require;
@@ -32,7 +33,9 @@ void Connect() {
     RapiInitRecord record = {sizeof(record), 0, 0};
     CeRapiUninit();
     Require(CeRapiInitEx(&record) == 0);
-    Handheld = simulator::Descriptor(accept(listener.Number(), nullptr, nullptr));
+    do
+        Handheld = simulator::Descriptor(accept(listener.Number(), nullptr, nullptr));
+    while (!Handheld && errno == EINTR); // by the fuzzer's alarm
     SendAnswer(rapi_wire::Writer().Number(0).Number(1).Frame());
     Require(WaitForSingleObject(RapiEvent(record), INFINITE) == WAIT_OBJECT_0);
 }
