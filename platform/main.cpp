@@ -64,7 +64,7 @@ int RunAtTerminal() {
     if (!exception && memory)
         exception = std::make_exception_ptr(std::bad_alloc());
     if (!exception)
-        std::abort(); // a fault of the program, as in what else is caught below
+        std::abort(); // GCOVR_EXCL_LINE: counts are lost; a fault of the program, as is the next
     try {
         std::rethrow_exception(exception);
     } catch (const std::bad_alloc&) {
@@ -72,7 +72,7 @@ int RunAtTerminal() {
     } catch (const std::system_error& error) {
         std::fprintf(stderr, PROGRAM_NAME ": %s; start it again\n", error.what());
     } catch (...) {
-        std::abort();
+        std::abort(); // GCOVR_EXCL_LINE: the same
     }
     _exit(OutOfResources);
 }
