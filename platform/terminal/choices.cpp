@@ -27,19 +27,18 @@ std::string Folded(const std::string& text) {
     return folded;
 }
 
-// The shortest beginning of its label that is none of another's; its number where there is none. No
-// beginning that is a number itself, for it could be that of another control.
-std::string KeyOf(const Choice& choice, const std::vector<Choice>& choices) {
-    const std::string label = Folded(choice.label);
+// The shortest beginning of the label that is none of another's; empty where there is none. No
+// beginning that is a number itself, for it could be that of another control. Labels are folded.
+std::string KeyOf(const std::string& label, const std::vector<std::string>& labels) {
     for (std::size_t length = 1; length <= label.size(); ++length) {
         std::string key = label.substr(0, length);
         const bool ends = key.back() == ' ' || (static_cast<unsigned char>(key.back()) & 0x80);
-        if (!ends && !NumberIn(key) && std::ranges::count_if(choices, [&](const Choice& other) {
-                                           return Folded(other.label).starts_with(key);
+        if (!ends && !NumberIn(key) && std::ranges::count_if(labels, [&](const std::string& other) {
+                                           return other.starts_with(key);
                                        }) == 1)
             return key;
     }
-    return std::to_string(choice.control->id);
+    return {};
 }
 
 } // namespace
@@ -60,13 +59,17 @@ std::optional<int> NumberIn(const std::string& line) {
 
 std::vector<Choice> ChoicesOf(const PageView& page) {
     std::vector<Choice> choices;
+    std::vector<std::string> labels;
     for (const ControlView* control : InteractiveControls(page)) {
         std::string label = Trimmed(Printable(LabelOf(page, *control)));
         std::ranges::replace(label, '\n', ' ');
+        labels.push_back(Folded(label));
         choices.push_back({control, label, {}});
     }
-    for (Choice& choice : choices)
-        choice.key = KeyOf(choice, choices);
+    for (std::size_t index = 0; index < choices.size(); ++index) {
+        const std::string key = KeyOf(labels[index], labels);
+        choices[index].key = key.empty() ? std::to_string(choices[index].control->id) : key;
+    }
     return choices;
 }
 
