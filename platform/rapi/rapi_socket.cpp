@@ -87,13 +87,13 @@ RapiSocket::Exchange(const std::vector<std::uint8_t>& request, HostClock::time_p
     if (!ReceiveUpTo(LengthField, answer, have, deadline))
         return std::nullopt;
     const std::uint32_t length = ReadLength(answer);
-    if (length > rapi_wire::MaxFrameSize || have > LengthField + length)
+    const std::size_t size = LengthField + length;
+    if (length > rapi_wire::MaxFrameSize || have > size)
         return std::nullopt;
-    answer.resize(LengthField + length);
-    if (!ReceiveUpTo(answer.size(), answer, have, deadline))
+    answer.resize(size + 1); // a byte too many, which would begin the next answer, is seen
+    if (!ReceiveUpTo(size, answer, have, deadline) || have > size)
         return std::nullopt;
-    answer.erase(answer.begin(), answer.begin() + LengthField);
-    return answer;
+    return std::vector(answer.begin() + LengthField, answer.end() - 1);
 }
 
 bool RapiSocket::IsQuiet() const {
